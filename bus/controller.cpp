@@ -1,0 +1,333 @@
+#include "bus/controller.h"
+
+#include <algorithm>
+#include <numeric>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace bus {
+namespace {
+
+constexpr int kHighestNumber = 31;
+constexpr std::size_t kAddresses = 0x10000;
+constexpr std::size_t kFlashSize = 57342;  // bytes
+constexpr std::uint8_t kErased = 0xFF;
+constexpr std::uint8_t kAccepted = 0x61;
+constexpr std::uint8_t kRefused = 0xE1;
+constexpr std::uint8_t kFiller = 0x00;
+constexpr std::size_t kBehindFrame = 3;  // CRC and end byte
+
+// A batch: 0x75 0xAA 0x55 0x10, then address high, address low, data.
+constexpr std::size_t kBatchAddress = 7;
+constexpr std::size_t kBatchData = 9;
+
+// Where an image tells of itself.
+constexpr std::size_t kVersionAt2010 = 0x2010;
+constexpr std::size_t kFlagsAt2020 = 0x2020;
+constexpr std::size_t kProtocolAt2020 = 0x2022;
+constexpr std::size_t kVersionBefore008B = 0x008A;  // the last byte of the record at 0x007B
+constexpr std::size_t kFlagsAt008B = 0x008D;
+constexpr std::size_t kProtocolAt008B = 0x008E;
+
+/// The fixed rate in bits 6 to 4 of the flags; 0 where they name none.
+int FixedRate(std::uint8_t flags) {
+  constexpr std::array<int, 8> kRates = {4800, 9600, 19200, 38400, 57600, 115200, 0, 0};
+  return kRates[(flags >> 4) & 7];
+}
+
+std::optional<Command> Command75(const Bytes& message) {
+  const std::size_t payload = message[2];
+  if (payload < 4 || message[4] != 0xAA || message[5] != 0x55) return std::nullopt;
+  const std::uint8_t subCode = message[6];
+  if (subCode == 0x10 && payload > 6) return Command::Batch;
+  if (subCode == 0x0F && payload == 7) return Command::Checksum;
+  if (subCode == 0x50 && payload == 4) return Command::Boot;
+  return std::nullopt;
+}
+
+std::optional<Command> CommandOf(const Bytes& message) {
+  if (IsTextFrame(message)) return Command::ToProtocol4;
+  const std::size_t payload = message[2];
+  switch (message[3]) {
+    case 0x73:
+      return payload == 1 ? std::optional(Command::Check) : std::nullopt;
+    case 0x55:
+      return payload == 1 ? std::optional(Command::ToProtocol3) : std::nullopt;
+    case 0x74:
+      if (payload == 4 && message[4] == 0x55 && message[6] == 0xF0) return Command::Erase;
+      return std::nullopt;
+    case 0x75:
+      return Command75(message);
+    default:
+      return std::nullopt;
+  }
+}
+
+void Close(Bytes& frame, std::size_t openLength) {
+  frame.resize(openLength);
+  frame = CloseFrame(std::move(frame));
+}
+
+bool HasFrameLayout(const Bytes& bytes) { return bytes.size() > kFrameOverhead; }
+
+}  // namespace
+
+Controller::Controller(ControllerSetup setup, int downloadBaud)
+    : setup_(std::move(setup)),
+      downloadBaud_(downloadBaud),
+      baud_(setup_.baud),
+      ownBaud_(setup_.baud),
+      protocol_(setup_.protocol),
+      flash_(setup_.flash),
+      inProtocol4_(!setup_.protocol3) {
+  const std::string name = "controller " + std::to_string(setup_.number);
+  if (setup_.number < 0 || setup_.number > kHighestNumber)
+    throw std::invalid_argument(name + ": numbers run from 0 to 31");
+  if (baud_ < 1 || downloadBaud_ < 1) throw std::invalid_argument(name + ": a speed has to be above 0");
+  if (flash_.size() > kAddresses) throw std::invalid_argument(name + ": flash ends at address 0xFFFF");
+  flash_.resize(kAddresses, kErased);
+  for (const Fault& fault : setup_.faults) AddFault(fault);
+}
+
+void Controller::AddFault(Fault fault) {
+  const bool tooShort = (fault.kind == Fault::Kind::Length && fault.value <= static_cast<int>(kFrameOverhead)) ||
+                        (fault.kind == Fault::Kind::Short && fault.value < 1);
+  if (tooShort) throw std::invalid_argument("a fault's answer has to have a length: see Fault::value");
+  faults_.push_back({fault, 0});
+}
+
+std::optional<Answer> Controller::Hear(const Heard& frame, Random& random) {
+  const bool atOwnSpeed = frame.format == LineFormat{baud_};
+  const bool repeated =
+      move_ && frame.format == LineFormat{move_->formerBaud} && frame.bytes == move_->message;
+  const std::optional<Command> command = CommandOf(frame.bytes);
+  if (dead_ || !command || !(atOwnSpeed || repeated) || !IsForMe(*command, frame.bytes)) return std::nullopt;
+
+  const std::vector<Fault> striking = Striking(*command, random);
+  for (const Fault& fault : striking) {
+    if (fault.kind == Fault::Kind::Dead) dead_ = true;
+    if (fault.kind == Fault::Kind::Dead || fault.kind == Fault::Kind::Silent) return std::nullopt;
+  }
+  const Bytes answer = atOwnSpeed ? TakeMessage(*command, frame.bytes) : move_->answer;
+  if (answer.empty()) return std::nullopt;
+  return Spoil({answer, {}}, frame.bytes, striking);
+}
+
+/// Whether address and protocol byte are ones that this controller takes for such a command now.
+bool Controller::IsForMe(Command command, const Bytes& message) const {
+  const std::uint8_t address = message[1];
+  const bool fixed = message[0] == kFixedProtocol;
+  const bool own = message[0] == protocol_;
+  switch (command) {
+    case Command::ToProtocol4:
+      return address == setup_.number + kTextFrameOffset;
+    case Command::Batch:
+      return fixed && (address == setup_.number || (address == kBroadcastAddress && inDownloadMode_));
+    case Command::Check:
+      return address == setup_.number && own && inProtocol4_;
+    case Command::Erase:
+      return address == setup_.number && own;
+    case Command::Boot:
+      return address == setup_.number && ((own && setup_.bootProtocol != BootProtocol::Fixed) ||
+                                          (fixed && setup_.bootProtocol != BootProtocol::Own));
+    case Command::Checksum:
+    case Command::ToProtocol3:
+      return address == setup_.number && fixed;
+  }
+  return false;
+}
+
+/// Counts the message and returns the faults that strike at it.
+std::vector<Fault> Controller::Striking(Command command, Random& random) {
+  constexpr std::uint64_t kParts = 1'000'000;
+  std::vector<Fault> striking;
+  for (Counted& counted : faults_) {
+    const Fault& fault = counted.fault;
+    if (fault.command && *fault.command != command) continue;
+    ++counted.seen;
+    if (counted.seen < fault.first || (fault.last != Fault::kForever && counted.seen > fault.last)) continue;
+    const bool strikes = fault.chance >= 1.0 ||
+                         static_cast<double>(random() % kParts) < fault.chance * static_cast<double>(kParts);
+    if (strikes) striking.push_back(fault);
+  }
+  return striking;
+}
+
+/// Does what a message at its own speed asks. Returns the answer; empty for a broadcast.
+Bytes Controller::TakeMessage(Command command, const Bytes& message) {
+  move_.reset();
+  const int formerBaud = baud_;
+  const Bytes answer = Act(command, message);
+  if (baud_ != formerBaud) move_ = Move{message, formerBaud, answer};
+  return message[1] == kBroadcastAddress ? Bytes{} : answer;
+}
+
+Bytes Controller::Act(Command command, const Bytes& message) {
+  switch (command) {
+    case Command::Check:
+      return CheckAnswer();
+    case Command::Erase:
+      return Acknowledge(Erase(message[5]));
+    case Command::Batch:
+      return Acknowledge(TakeBatch(message));
+    case Command::Checksum:
+      return Acknowledge(EndProgramming(message));
+    case Command::Boot:
+      return BootAnswer();
+    case Command::ToProtocol3:
+      inProtocol4_ = !setup_.protocol3;
+      return Acknowledge(true);
+    case Command::ToProtocol4:
+      inProtocol4_ = true;
+      return {0x68, 0x2F};
+  }
+  return {};
+}
+
+Bytes Controller::AnswerFrame(const Bytes& payload) const {
+  Bytes frame = {protocol_, static_cast<std::uint8_t>(setup_.number),
+                 static_cast<std::uint8_t>(payload.size())};
+  frame.insert(frame.end(), payload.begin(), payload.end());
+  return CloseFrame(std::move(frame));
+}
+
+Bytes Controller::Acknowledge(bool accepted) const { return AnswerFrame({accepted ? kAccepted : kRefused}); }
+
+Bytes Controller::CheckAnswer() const {
+  const auto version = Version();
+  const std::uint32_t sum = Checksum();
+  Bytes payload = {kAccepted, kFiller};
+  if (setup_.form == AnswerForm::Bytes14) payload.push_back(kFiller);
+  payload.insert(payload.end(), version.begin(), version.end());
+  payload.push_back(static_cast<std::uint8_t>((sum >> 8) & 0xFF));
+  payload.push_back(static_cast<std::uint8_t>(sum & 0xFF));
+  return AnswerFrame(payload);
+}
+
+Bytes Controller::BootAnswer() const {
+  Bytes payload = {kAccepted, kFiller};
+  payload.insert(payload.end(), setup_.bootVersion.begin(), setup_.bootVersion.end());
+  payload.push_back(static_cast<std::uint8_t>(setup_.bootChecksum >> 8));
+  payload.push_back(static_cast<std::uint8_t>(setup_.bootChecksum & 0xFF));
+  return AnswerFrame(payload);
+}
+
+bool Controller::Erase(std::uint8_t speedChoice) {
+  constexpr std::uint8_t kToDownloadSpeed = 0xAA;
+  constexpr std::uint8_t kKeepSpeed = 0xBB;
+  if (speedChoice != kToDownloadSpeed && speedChoice != kKeepSpeed) return false;
+  std::fill(flash_.begin(), flash_.end(), kErased);
+  wasErased_ = true;
+  inDownloadMode_ = true;
+  batchesTaken_ = 0;
+  if (speedChoice == kToDownloadSpeed) baud_ = downloadBaud_;
+  return true;
+}
+
+bool Controller::TakeBatch(const Bytes& message) {
+  if (!inDownloadMode_) return false;
+  const std::size_t address =
+      static_cast<std::size_t>(message[kBatchAddress] << 8 | message[kBatchAddress + 1]);
+  const std::size_t count = std::min(message.size() - kBehindFrame - kBatchData, kAddresses - address);
+  std::copy_n(message.begin() + kBatchData, count, flash_.begin() + static_cast<std::ptrdiff_t>(address));
+  ++batchesTaken_;
+  return true;
+}
+
+bool Controller::EndProgramming(const Bytes& message) {
+  constexpr std::size_t kSum = 7;
+  const std::uint32_t told =
+      static_cast<std::uint32_t>(message[kSum] << 16 | message[kSum + 1] << 8 | message[kSum + 2]);
+  if (inDownloadMode_) {
+    inDownloadMode_ = false;
+    inProtocol4_ = !setup_.protocol3;
+    LiveByImage();
+  }
+  return told == Checksum();
+}
+
+void Controller::LiveByImage() {
+  const Metadata place = FoundMetadata();
+  if (place != Metadata::None) {
+    const bool high = place == Metadata::At2020;
+    protocol_ = flash_[high ? kProtocolAt2020 : kProtocolAt008B];
+    const int rate = FixedRate(flash_[high ? kFlagsAt2020 : kFlagsAt008B]);
+    if (rate != 0) ownBaud_ = rate;
+  }
+  baud_ = ownBaud_;
+}
+
+/// Where the flash tells of itself now; None while nothing is programmed there.
+Metadata Controller::FoundMetadata() const {
+  const auto allows = [this](Metadata place) {
+    return setup_.metadata == Metadata::Find || setup_.metadata == place;
+  };
+  if (allows(Metadata::At2020) && flash_[kProtocolAt2020] != kErased) return Metadata::At2020;
+  if (allows(Metadata::At008B) && flash_[kProtocolAt008B] != kErased) return Metadata::At008B;
+  return Metadata::None;
+}
+
+std::array<std::uint8_t, 3> Controller::Version() const {
+  // Each digit stands in the low half of a byte of its own, in pairs with a byte between them.
+  const auto pair = [this](std::size_t offset) {
+    const unsigned high = flash_[kVersionAt2010 + offset] & 0x0F;
+    const unsigned low = flash_[kVersionAt2010 + offset + 1] & 0x0F;
+    return static_cast<std::uint8_t>(high << 4 | low);
+  };
+  switch (FoundMetadata()) {
+    case Metadata::At2020:
+      return {pair(5), pair(8), pair(11)};
+    case Metadata::At008B:
+      return {flash_[kVersionBefore008B], flash_[kVersionBefore008B + 1], flash_[kVersionBefore008B + 2]};
+    default:
+      break;
+  }
+  if (wasErased_) return {kErased, kErased, kErased};
+  return setup_.version;
+}
+
+std::uint32_t Controller::Checksum() const {
+  constexpr std::int64_t kBeyondFlash = static_cast<std::int64_t>(kErased) * (kAddresses - kFlashSize);
+  const std::int64_t all = std::accumulate(flash_.begin(), flash_.end(), std::int64_t{0});
+  return static_cast<std::uint32_t>(all - kBeyondFlash) & 0xFFFFFF;
+}
+
+/// The answer as the faults leave it.
+Answer Controller::Spoil(Answer answer, const Bytes& message, const std::vector<Fault>& striking) const {
+  Bytes& bytes = answer.bytes;
+  for (const Fault& fault : striking) {
+    const auto count = static_cast<std::size_t>(fault.value);
+    switch (fault.kind) {
+      case Fault::Kind::Late:
+        answer.extraDelay += fault.delay;
+        break;
+      case Fault::Kind::Corrupt:
+        bytes[bytes.size() - (HasFrameLayout(bytes) ? 2 : 1)] ^= 0xFF;
+        break;
+      case Fault::Kind::Code:
+        if (!HasFrameLayout(bytes)) break;
+        bytes[3] = static_cast<std::uint8_t>(fault.value);
+        Close(bytes, bytes.size() - kBehindFrame);
+        break;
+      case Fault::Kind::Length:
+        if (!HasFrameLayout(bytes)) break;
+        bytes.resize(bytes.size() - kBehindFrame);
+        bytes[2] = static_cast<std::uint8_t>(count - kFrameOverhead);
+        Close(bytes, count - kBehindFrame);
+        break;
+      case Fault::Kind::Short:
+        bytes.resize(std::min(bytes.size(), count));
+        break;
+      case Fault::Kind::Echo:
+        bytes = message;
+        break;
+      case Fault::Kind::Silent:
+      case Fault::Kind::Dead:
+        break;  // no answer to spoil
+    }
+  }
+  return answer;
+}
+
+}  // namespace bus

@@ -1,0 +1,135 @@
+#include "bus/pseudo_terminal.h"
+
+#include <asm/termbits.h>  // termios2, for unusual speeds; can't stand beside <termios.h>
+#include <fcntl.h>
+#include <sys/inotify.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace bus {
+namespace {
+
+int Check(int result, const char* what) {
+  if (result < 0) throw std::system_error(errno, std::generic_category(), what);
+  return result;
+}
+
+void MakeRaw(int terminal) {
+  termios2 settings{};
+  Check(ioctl(terminal, TCGETS2, &settings), "reading the settings of the pseudo-terminal");
+  settings.c_iflag = 0;
+  settings.c_oflag = 0;
+  settings.c_lflag = 0;
+  settings.c_cflag = CS8 | CSTOPB | CREAD | CLOCAL | B9600;
+  settings.c_ispeed = settings.c_ospeed = 9600;
+  settings.c_cc[VMIN] = 1;
+  settings.c_cc[VTIME] = 0;
+  Check(ioctl(terminal, TCSETS2, &settings), "making the pseudo-terminal raw");
+}
+
+int DataBits(tcflag_t flags) {
+  switch (flags & CSIZE) {
+    case CS5:
+      return 5;
+    case CS6:
+      return 6;
+    case CS7:
+      return 7;
+    default:
+      return 8;
+  }
+}
+
+char Parity(tcflag_t flags) {
+  if ((flags & PARENB) == 0) return 'N';
+  const bool odd = (flags & PARODD) != 0;
+  if ((flags & CMSPAR) != 0) return odd ? 'M' : 'S';
+  return odd ? 'O' : 'E';
+}
+
+}  // namespace
+
+Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
+  std::swap(number_, other.number_);
+  return *this;
+}
+
+Descriptor::~Descriptor() {
+  if (number_ >= 0) close(number_);
+}
+
+PseudoTerminal::PseudoTerminal() {
+  master_ = Descriptor(
+      Check(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC), "opening a pseudo-terminal"));
+  Check(grantpt(master_.Number()), "opening a pseudo-terminal");
+  Check(unlockpt(master_.Number()), "opening a pseudo-terminal");
+  std::array<char, 64> name{};
+  if (const int error = ptsname_r(master_.Number(), name.data(), name.size()); error != 0)
+    throw std::system_error(error, std::generic_category(), "naming the pseudo-terminal");
+  path_ = name.data();
+  slave_ = Descriptor(Check(open(name.data(), O_RDWR | O_NOCTTY | O_CLOEXEC), name.data()));
+  MakeRaw(slave_.Number());
+  watch_ = Descriptor(Check(inotify_init1(IN_NONBLOCK | IN_CLOEXEC), "watching the pseudo-terminal"));
+  Check(inotify_add_watch(watch_.Number(), name.data(), IN_OPEN), "watching the pseudo-terminal");
+}
+
+void PseudoTerminal::NoteOpening() {
+  std::array<char, 4096> events{};
+  bool opened = false;
+  while (read(watch_.Number(), events.data(), events.size()) > 0) opened = true;
+  if (opened) Check(ioctl(slave_.Number(), TCFLSH, TCIFLUSH), "emptying the pseudo-terminal");
+}
+
+LineFormat PseudoTerminal::Format() const {
+  termios2 settings{};
+  Check(ioctl(master_.Number(), TCGETS2, &settings), "reading the settings of the pseudo-terminal");
+  const tcflag_t flags = settings.c_cflag;
+  return {static_cast<int>(settings.c_ospeed), DataBits(flags), Parity(flags), (flags & CSTOPB) != 0 ? 2 : 1};
+}
+
+Bytes PseudoTerminal::Read() {
+  Bytes bytes(4096);
+  const ssize_t size = read(master_.Number(), bytes.data(), bytes.size());
+  if (size < 0 && errno != EAGAIN && errno != EINTR) Check(-1, "reading from the pseudo-terminal");
+  bytes.resize(static_cast<std::size_t>(size > 0 ? size : 0));
+  return bytes;
+}
+
+void PseudoTerminal::Write(std::span<const std::uint8_t> bytes) {
+  if (bytes.empty()) return;
+  const ssize_t size = write(master_.Number(), bytes.data(), bytes.size());
+  if (size < 0 && errno != EAGAIN && errno != EINTR) Check(-1, "writing to the pseudo-terminal");
+}
+
+PortLink::PortLink(std::string path, std::string target)
+    : path_(std::move(path)), target_(std::move(target)) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  const fs::file_status present = fs::symlink_status(path_, error);
+  if (fs::exists(present)) {
+    const std::string old = fs::is_symlink(present) ? fs::read_symlink(path_, error).string() : "";
+    const bool ours = fs::is_symlink(present) && (old.starts_with("/dev/pts/") || !fs::exists(path_, error));
+    if (!ours)
+      throw std::runtime_error("--link " + path_ +
+                               ": something else has that name. Remove it or choose another.");
+    fs::remove(path_, error);
+  }
+  fs::create_symlink(target_, path_, error);
+  if (error)
+    throw std::runtime_error("--link " + path_ + ": " + error.message() +
+                             ". Choose a folder that can be written.");
+}
+
+PortLink::~PortLink() {
+  std::error_code error;
+  if (std::filesystem::read_symlink(path_, error) == target_) std::filesystem::remove(path_, error);
+}
+
+}  // namespace bus

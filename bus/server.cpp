@@ -1,0 +1,148 @@
+#include "bus/server.h"
+
+#include <poll.h>
+#include <sys/signalfd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <iostream>
+#include <stdexcept>
+#include <system_error>
+
+namespace bus {
+namespace {
+
+/// Turns the signals that end the program into something that can be polled for.
+Descriptor CatchSignals() {
+  sigset_t ending;
+  sigemptyset(&ending);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&ending, signal);
+  sigprocmask(SIG_BLOCK, &ending, nullptr);
+  const int descriptor = signalfd(-1, &ending, SFD_NONBLOCK | SFD_CLOEXEC);
+  if (descriptor < 0) throw std::system_error(errno, std::generic_category(), "taking signals");
+  return Descriptor(descriptor);
+}
+
+std::string HexText(const Bytes& bytes) {
+  std::string text;
+  for (const std::uint8_t byte : bytes) {
+    std::array<char, 4> digits{};
+    std::snprintf(digits.data(), digits.size(), " %02X", byte);
+    text += digits.data();
+  }
+  return text;
+}
+
+}  // namespace
+
+Server::Server(const Options& options)
+    : options_(options),
+      bus_(options.line),
+      signals_(CatchSignals()),
+      start_(std::chrono::steady_clock::now()) {
+  for (const ControllerSetup& setup : options_.controllers) bus_.Add(setup);
+  if (!options_.logFile.empty()) {
+    log_.open(options_.logFile);
+    if (!log_)
+      throw std::runtime_error("--log " + options_.logFile + ": can't be written. Choose another file.");
+  }
+  PlugIn();
+}
+
+void Server::Run() {
+  const std::string where =
+      options_.link.empty() ? terminal_->Path() : options_.link + " -> " + terminal_->Path();
+  std::cout << "bus: " << where << " (" << options_.controllers.size() << " controllers, seed "
+            << options_.line.seed << ")" << std::endl;
+  while (!ended_) {
+    WaitForSomething(Now());
+    const Time now = Now();
+    if (plugInAt_ && now >= *plugInAt_) {
+      bus_.Receive({}, now);  // answers that came while the cable was off reached nobody
+      PlugIn();
+    }
+    if (!terminal_) continue;
+    terminal_->NoteOpening();
+    HandToTool(now);
+    TakeFromTool(now);
+  }
+}
+
+void Server::PlugIn() {
+  terminal_ = std::make_unique<PseudoTerminal>();
+  if (!options_.link.empty()) link_ = std::make_unique<PortLink>(options_.link, terminal_->Path());
+  if (plugInAt_) LogLine("the cable is back: " + terminal_->Path());
+  plugInAt_.reset();
+}
+
+void Server::PullCable(Time now) {
+  LogLine("the cable is pulled");
+  plugInAt_ = now + options_.unplug->away;
+  options_.unplug.reset();
+  link_.reset();
+  terminal_.reset();
+}
+
+/// Sleeps until the tool writes, a byte is due to it, the cable goes back in, or a signal ends the program.
+void Server::WaitForSomething(Time now) {
+  std::optional<Time> due = plugInAt_ ? plugInAt_ : bus_.NextArrival();
+  timespec timeout{};
+  if (due) {
+    constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
+    const std::int64_t wait = std::max<std::int64_t>((*due - now).count(), 0);
+    timeout = {wait / kNanosecondsPerSecond, wait % kNanosecondsPerSecond};
+  }
+  const int port = terminal_ ? terminal_->Readable() : -1;
+  const int attention = terminal_ ? terminal_->Attention() : -1;
+  std::array<pollfd, 3> wanted = {pollfd{signals_.Number(), POLLIN, 0}, pollfd{port, POLLIN, 0},
+                                  pollfd{attention, POLLIN, 0}};
+  if (ppoll(wanted.data(), wanted.size(), due ? &timeout : nullptr, nullptr) < 0 && errno != EINTR)
+    throw std::system_error(errno, std::generic_category(), "waiting for the tool");
+  if ((wanted[0].revents & POLLIN) != 0) ended_ = true;
+}
+
+void Server::TakeFromTool(Time now) {
+  const Bytes bytes = terminal_->Read();
+  const LineFormat format = terminal_->Format();
+  if (bytes.empty() || format.baud < 1) return;
+  bus_.Send(bytes, format, now);
+  framesHeard_ += static_cast<int>(bus_.Traffic().size());
+  LogTraffic();
+  if (options_.unplug && framesHeard_ >= options_.unplug->afterFrames) PullCable(now);
+}
+
+void Server::HandToTool(Time now) {
+  const std::optional<Time> next = bus_.NextArrival();
+  if (next && *next <= now) terminal_->Write(bus_.Receive(terminal_->Format(), now));
+}
+
+void Server::LogTraffic() {
+  for (const Heard& frame : bus_.Traffic())
+    Log(frame.begins, frame.format, (frame.intact ? "tool   " : "tool ? ") + HexText(frame.bytes));
+  for (const Bus::Answered& answer : bus_.Answers()) {
+    std::array<char, 8> who{};
+    std::snprintf(who.data(), who.size(), "%5d  ", answer.number);
+    Log(answer.begins, answer.format, who.data() + HexText(answer.bytes));
+  }
+  bus_.ForgetTraffic();
+}
+
+/// A line such as "  12.345678   9600 8N2  tool    40 05 01 73 F8 A9 04", time in seconds since the start.
+void Server::Log(Time at, const LineFormat& format, const std::string& text) {
+  std::array<char, 64> head{};
+  std::snprintf(head.data(), head.size(), "%11.6f %6d %d%c%d  ", std::chrono::duration<double>(at).count(),
+                format.baud, format.dataBits, format.parity, format.stopBits);
+  LogLine(head.data() + text);
+}
+
+void Server::LogLine(const std::string& line) {
+  if (log_.is_open()) log_ << line << std::endl;
+  if (options_.verbose) std::cout << line << std::endl;
+}
+
+Time Server::Now() const { return std::chrono::steady_clock::now() - start_; }
+
+}  // namespace bus

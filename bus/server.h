@@ -1,0 +1,48 @@
+#pragma once
+
+#include <chrono>
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "bus/bus.h"
+#include "bus/options.h"
+#include "bus/pseudo_terminal.h"
+
+namespace bus {
+
+/// A bus in real time on a pseudo-terminal: the program quillon-bus behind its options.
+class Server {
+ public:
+  /// Lays the link and opens the log. From here on the process takes SIGINT, SIGTERM and SIGHUP only in
+  /// `Run`. Throws std::runtime_error, or one of its kind, with a text for the operator.
+  explicit Server(const Options& options);
+
+  /// Says on the standard output where the bus is, and serves it until one of the three signals comes.
+  void Run();
+
+ private:
+  void PlugIn();
+  void PullCable(Time now);
+  void WaitForSomething(Time now);
+  void TakeFromTool(Time now);
+  void HandToTool(Time now);
+  void LogTraffic();
+  void Log(Time at, const LineFormat& format, const std::string& text);
+  void LogLine(const std::string& line);
+  Time Now() const;
+
+  Options options_;
+  Bus bus_;
+  std::ofstream log_;
+  std::unique_ptr<PseudoTerminal> terminal_;  // none while the cable is off
+  std::unique_ptr<PortLink> link_;
+  Descriptor signals_;
+  std::chrono::steady_clock::time_point start_;
+  int framesHeard_ = 0;
+  std::optional<Time> plugInAt_;
+  bool ended_ = false;
+};
+
+}  // namespace bus

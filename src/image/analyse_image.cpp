@@ -1,0 +1,112 @@
+#include "image/analyse_image.h"
+
+#include <cstdio>
+
+#include "image/hex_line.h"
+#include "link/text_arithmetic.h"
+#include "platform/text_file.h"
+
+namespace quillon {
+namespace {
+
+constexpr std::int64_t kFlashBytes = 57342;
+constexpr std::int64_t kErasedByte = 255;
+
+struct BaudRule {
+  std::string_view code;  // bits 6, 5 and 4 of the flags byte
+  const char* text;
+  const char* rate;  // nullptr: the file leaves the rate open
+};
+constexpr BaudRule kBaudRules[] = {
+    {"111", "Baud Rate Programmable", nullptr}, {"000", "Baud Rate Fix 4800", "4800"},
+    {"001", "Baud Rate Fix 9600", "9600"},      {"010", "Baud Rate Fix 19200", "19200"},
+    {"011", "Baud Rate Fix 38400", "38400"},    {"100", "Baud Rate Fix 57600", "57600"},
+    {"101", "Baud Rate Fix 115200", "115200"},
+};
+
+struct Product {
+  std::string_view code;
+  const char* name;
+};
+constexpr Product kProducts[] = {
+    {"09", "ORVA"}, {"05", "WORBY"}, {"04", "QUORL"}, {"03", "VEX"}, {"02", "MURK"}};
+
+void TakeBaudRule(std::string_view flagsByte, ImageFacts& facts) {
+  const std::string bits = HexToBits(flagsByte);
+  if (bits.empty()) return;
+  const std::string_view code = std::string_view(bits).substr(1, 3);
+  for (const BaudRule& rule : kBaudRules) {
+    if (rule.code != code) continue;
+    facts.ImageBaudText = rule.text;
+    if (rule.rate) facts.ImageBaudRate = rule.rate;
+  }
+}
+
+void TakeProduct(std::string_view code, ImageFacts& facts) {
+  for (const Product& product : kProducts) {
+    if (product.code == code) facts.ImageProduct = product.name;
+  }
+}
+
+std::string Joined(std::string_view first, std::string_view second, std::string_view third) {
+  return std::string(first).append("-").append(second).append("-").append(third);
+}
+
+/// The low digits of data bytes 5, 6, 8, 9, 11 and 12, in pairs.
+std::string LowDigitVersion(const HexLine& line) {
+  const auto digit = [&line](std::size_t column) { return std::string(line.Columns(column, column)); };
+  return Joined(digit(21) + digit(23), digit(27) + digit(29), digit(33) + digit(35));
+}
+
+void TakeMetadata(const HexLine& line, ImageFacts& facts) {
+  const std::string_view address = line.AddressText();
+  if (address == "2010") facts.ImageVersion = LowDigitVersion(line);
+  if (address == "2020") {
+    TakeBaudRule(line.Columns(10, 11), facts);
+    facts.ImageProtocol = line.Columns(14, 15);
+    TakeProduct(line.Columns(16, 17), facts);
+  }
+  if (address == "007B") facts.ImageVersion = line.Columns(40, 41);
+  if (address == "008B") {
+    facts.ImageVersion = Joined(facts.ImageVersion, line.Columns(10, 11), line.Columns(12, 13));
+    TakeBaudRule(line.Columns(14, 15), facts);
+    facts.ImageProtocol = line.Columns(16, 17);
+    TakeProduct(line.Columns(18, 19), facts);
+  }
+}
+
+/// The sum of the line's data bytes. Whole pairs go the short way: this runs over every byte of every file.
+std::int64_t DataSum(const HexLine& line, unsigned length) {
+  const std::string_view data = line.Columns(HexLine::kDataColumn, HexLine::kDataColumn + 2 * length - 1);
+  unsigned sum = 0;
+  std::size_t i = 0;
+  for (; i + 1 < data.size(); i += 2) sum += HexDigit(data[i]) << 4 | HexDigit(data[i + 1]);
+  if (i < data.size()) sum += HexDigit(data[i]);  // half a pair at the end of a file cut short
+  return sum;
+}
+
+}  // namespace
+
+std::int64_t AnalyseImage(std::string_view file, ImageFacts& facts) {
+  std::int64_t lengthSum = 0;
+  std::int64_t dataSum = 0;
+  LineReader lines(file);
+  while (!lines.AtEnd()) {
+    const HexLine line(lines.Next());
+    if (line.IsFirstSegment()) continue;
+    const unsigned length = line.DataLength();
+    lengthSum += length;
+    if (length != 0) dataSum += DataSum(line, length);
+    TakeMetadata(line, facts);
+  }
+  return dataSum + kErasedByte * (kFlashBytes - lengthSum);
+}
+
+std::string ChecksumText(std::int64_t checksum) {
+  char text[2 * sizeof(std::int64_t) + 1];
+  std::snprintf(text, sizeof text, "%lX",
+                static_cast<unsigned long>(checksum < 0 ? checksum & 0xFFFFFFFF : checksum));
+  return text;
+}
+
+}  // namespace quillon

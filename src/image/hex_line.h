@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "link/text_arithmetic.h"
+
+namespace quillon {
+
+/// A line of an Intel HEX file, read by columns, which are counted from 1:
+///
+///     1        ":"                        not looked at
+///     2 to 3   LL, number of data bytes
+///     4 to 7   AAAA, load address
+///     8 to 9   TT, record type            not looked at
+///     10 on    LL data bytes, two digits each, then a check byte that is not looked at
+///
+/// A line that is too short counts as far as it goes; nothing here fails.
+class HexLine {
+ public:
+  static constexpr std::size_t kDataColumn = 10;
+
+  explicit HexLine(std::string_view text) : text_(text) {}
+
+  bool Empty() const { return text_.empty(); }
+
+  /// The record that selects the first 64 K, the one line told apart by content: the files begin with it,
+  /// and it says nothing about a controller's flash.
+  bool IsFirstSegment() const { return text_ == ":020000040000FA"; }
+
+  /// Columns `first` to `last`, as far as the line has them.
+  std::string_view Columns(std::size_t first, std::size_t last) const {
+    return first <= text_.size() ? text_.substr(first - 1, last - first + 1) : std::string_view();
+  }
+
+  /// LL, 0 to 255.
+  unsigned DataLength() const { return Value(Columns(2, 3)); }
+  /// The load address, 0 to 0xFFFF.
+  unsigned Address() const { return Value(Columns(4, 7)); }
+  std::string_view AddressText() const { return Columns(4, 7); }
+  /// Data pair `k`, from 0: two digits, one where the line ends in its middle, or none.
+  std::string_view DataPair(std::size_t k) const {
+    return Columns(kDataColumn + 2 * k, kDataColumn + 1 + 2 * k);
+  }
+
+ private:
+  static unsigned Value(std::string_view digits) { return static_cast<unsigned>(HexToNumber(digits)); }
+
+  std::string_view text_;
+};
+
+}  // namespace quillon

@@ -1,0 +1,94 @@
+#include <algorithm>
+#include <string>
+
+#include "link/frame.h"
+#include "link/outcome.h"
+#include "link/text_arithmetic.h"
+#include "platform/conversions.h"
+#include "shell/quillon.h"
+
+namespace quillon {
+namespace {
+
+constexpr int kSends = 3;  // the first one and two retries
+constexpr int kRawBytes = 1;
+constexpr std::string_view kShortAnswer = "682F";
+
+std::string WithoutBlanks(std::string text) {
+  text.erase(std::remove(text.begin(), text.end(), ' '), text.end());
+  return text;
+}
+
+/// Whether the two bytes ahead of the last one are the CRC of the bytes that a frame's CRC covers.
+bool CrcMatches(const Bytes& received, const std::string& digits) {
+  constexpr std::size_t kCrcAndEndDigits = 6;
+  return digits.size() >= kCrcAndEndDigits &&
+         digits.substr(digits.size() - kCrcAndEndDigits, 4) == FrameCrc(ByteArrayToHex(received, true));
+}
+
+}  // namespace
+
+std::string ExchangeResultText(int code) {
+  switch (code) {
+    case kAnswered:
+      return "Communication OK  - CRC checked";
+    case kNoAnswer:
+      return "No Answer";
+    case kBadAnswer:
+      return "Communication Error - CRC false 3 time";
+    case kCommunicationFailure:
+      return "Communication Failure - 3 * E1";
+    default:
+      return "";
+  }
+}
+
+int Quillon::SendFrame(const Bytes& frame, std::string& answer, bool acceptShort) {
+  const double timeout = ToLong(Text1.Text(), "Time Out") / 1000.0;
+  for (int send = 1;; ++send) {
+    MSComm1.SetInputMode(kRawBytes);
+    MSComm1.Output(frame);
+    MSComm1.SetInputLen(0);
+    Bytes received;
+    if (!AwaitAnswer(frame, timeout, received)) return kNoAnswer;
+    const int result = JudgeAnswer(frame, received, answer, acceptShort);
+    if (result != kAnswered && send < kSends) continue;
+    Log(ExchangeResultText(result));
+    return result;
+  }
+}
+
+/// Waits up to `timeout` seconds for a first byte, pauses, and reads what came by then into `received`.
+/// False: the operator cancelled.
+bool Quillon::AwaitAnswer(const Bytes& frame, double timeout, Bytes& received) {
+  double begin;
+  do {
+    begin = clock_.Now();
+    do {
+      Yield();
+      if (AbortRequested) return false;
+    } while (MSComm1.InBufferCount() == 0 && clock_.Now() <= begin + timeout);
+    const double firstByte = clock_.Now();
+    Yield();
+    clock_.SleepUntil(firstByte + AnswerDelay);
+    received = MSComm1.Input();
+    // A line that echoes has shown only that the frame left; its answer gets the whole wait from here.
+  } while (received == frame && clock_.Now() < begin + timeout);
+  return true;
+}
+
+int Quillon::JudgeAnswer(const Bytes& frame, const Bytes& received, std::string& answer, bool acceptShort) {
+  if (received.empty() || received == frame) return kNoAnswer;
+  const std::string text = ByteArrayToHex(received, false);
+  Log("Recu en String : " + text);
+  const std::string digits = WithoutBlanks(text);
+  if (CrcMatches(received, digits)) {
+    answer = digits;
+    return kAnswered;
+  }
+  return acceptShort && digits == kShortAnswer ? kAnswered : kBadAnswer;
+}
+
+void Quillon::FlushInput() { MSComm1.Input(); }
+
+}  // namespace quillon

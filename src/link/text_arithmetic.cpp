@@ -1,0 +1,79 @@
+#include "link/text_arithmetic.h"
+
+#include <algorithm>
+#include <array>
+
+namespace quillon {
+namespace {
+
+constexpr char kDigits[] = "0123456789ABCDEF";
+
+constexpr std::array<std::uint8_t, 256> MakeDigitTable() {
+  std::array<std::uint8_t, 256> table{};
+  for (unsigned i = 0; i < 10; ++i) table['0' + i] = static_cast<std::uint8_t>(i);
+  for (unsigned i = 0; i < 6; ++i) table['A' + i] = table['a' + i] = static_cast<std::uint8_t>(10 + i);
+  return table;
+}
+constexpr std::array<std::uint8_t, 256> kDigitValues = MakeDigitTable();
+
+constexpr std::array<std::uint16_t, 256> MakeCrcTable() {
+  std::array<std::uint16_t, 256> table{};
+  for (unsigned byte = 0; byte < 256; ++byte) {
+    unsigned crc = byte << 8;
+    for (int bit = 0; bit < 8; ++bit) crc = (crc & 0x8000) ? (crc << 1) ^ 0x1021 : crc << 1;
+    table[byte] = static_cast<std::uint16_t>(crc);
+  }
+  return table;
+}
+constexpr std::array<std::uint16_t, 256> kCrcTable = MakeCrcTable();
+
+}  // namespace
+
+unsigned HexDigit(char digit) { return kDigitValues[static_cast<unsigned char>(digit)]; }
+
+std::string ByteArrayToHex(std::span<const std::uint8_t> bytes, bool crcPart) {
+  constexpr std::size_t kLengthIndex = 2;
+  if (crcPart && bytes.size() > kLengthIndex) {
+    bytes = bytes.first(std::min<std::size_t>(bytes.size(), bytes[kLengthIndex] + kLengthIndex + 1));
+  }
+  std::string text(3 * bytes.size(), ' ');
+  char* out = text.data();
+  for (const std::uint8_t byte : bytes) {
+    out[0] = kDigits[byte >> 4];
+    out[1] = kDigits[byte & 0xF];
+    out += 3;
+  }
+  return text;
+}
+
+double HexToNumber(std::string_view digits) {
+  double value = 0;
+  for (const char digit : digits) value = 16 * value + HexDigit(digit);
+  return value;
+}
+
+std::string HexToBits(std::string_view digits) {
+  std::string bits;
+  for (const char digit : digits) {
+    for (unsigned mask = 8; mask != 0; mask >>= 1) bits += (HexDigit(digit) & mask) ? '1' : '0';
+  }
+  return bits;
+}
+
+std::string FrameCrc(std::string_view digits) {
+  unsigned crc = 0;
+  unsigned high = 0;
+  bool haveHigh = false;
+  for (const char digit : digits) {
+    if (digit == ' ') continue;
+    if (haveHigh) {
+      crc = ((crc << 8) ^ kCrcTable[(crc >> 8) ^ (high << 4 | HexDigit(digit))]) & 0xFFFF;
+    } else {
+      high = HexDigit(digit);
+    }
+    haveHigh = !haveHigh;
+  }
+  return {kDigits[crc >> 12], kDigits[crc >> 8 & 0xF], kDigits[crc >> 4 & 0xF], kDigits[crc & 0xF]};
+}
+
+}  // namespace quillon

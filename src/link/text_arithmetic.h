@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace quillon {
+
+/// Hex text: digits 0 to 9 and A to F, the most significant first. Byte text: two hex digits and a blank for
+/// each byte, the last one too.
+
+/// The value of one hex digit, in either case; any other character counts as the digit 0.
+unsigned HexDigit(char digit);
+
+/// The byte text of all bytes; with `crcPart` of the bytes that a frame's CRC covers: 0 to N+2, where N is
+/// byte 2, or to the end where the array is shorter.
+std::string ByteArrayToHex(std::span<const std::uint8_t> bytes, bool crcPart);
+
+/// The value of a hex text; empty text gives 0.
+double HexToNumber(std::string_view digits);
+
+/// Four characters 0 and 1 for each hex digit, the most significant bit first.
+std::string HexToBits(std::string_view digits);
+
+/// CRC-16/XMODEM (polynomial 0x1021, initial value 0, not reflected, no final exclusive or) of the bytes that
+/// a hex text spells; blanks are passed over, and an odd last digit is left out. Four hex digits, high byte
+/// first: "123456789" in ASCII gives 31C3.
+std::string FrameCrc(std::string_view digits);
+
+}  // namespace quillon

@@ -1,0 +1,92 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace quillon {
+
+class Form;
+
+/// What the program asks of the computer it runs on. Each face is virtual for one reason: the tests put a
+/// clock that jumps, a bus in memory and a scripted operator in the place of the real ones, and run the very
+/// same program.
+
+/// Seconds since a moment of its own, never going back.
+class Clock {
+ public:
+  virtual ~Clock() = default;
+  virtual double Now() = 0;
+  /// Returns at `time` or just behind it, never before. Serves no event of any window meanwhile.
+  virtual void SleepUntil(double time) = 0;
+};
+
+/// The pending events of the windows.
+class Events {
+ public:
+  virtual ~Events() = default;
+  /// One pass through them: a click that waits runs now, inside this call.
+  virtual void Yield() = 0;
+  /// The program ends: after the handler in hand nothing runs any more.
+  virtual void End() = 0;
+};
+
+/// What speaks to the operator beside the windows.
+class Desk {
+ public:
+  virtual ~Desk() = default;
+  /// A modal box with one OK button; holds until it is answered.
+  virtual void ShowBox(const std::string& text, const std::string& title) = 0;
+  virtual void Beep() = 0;
+  /// The dialog for opening an existing file; gives its path, or nothing when it was cancelled.
+  /// `filter` is a text of the form "Description (*.ext)|*.ext".
+  virtual std::string ChooseFile(const std::string& title, const std::string& filter) = 0;
+};
+
+/// What draws the forms.
+class Screen {
+ public:
+  virtual ~Screen() = default;
+  /// Called when a form is shown that has no view yet. The realisation attaches views to the form and its
+  /// controls; with none attached (as in tests) the form lives on its state alone.
+  virtual void Draw(Form& form) = 0;
+};
+
+/// The way a line speaks: always 8 data bits, no parity, 2 stop bits.
+struct LineSettings {
+  int baud = 9600;
+};
+
+/// The device behind a serial port. All operations but Open ask for an open device.
+///
+/// A device that went away or fails raises RunError 8020 at the next operation on it, but for Close.
+class SerialDevice {
+ public:
+  virtual ~SerialDevice() = default;
+  /// Opens port `number` (1 to 99). Raises RunError 8002 (no such port), 8005 (in use), 70 (no right to it),
+  /// 380 (the device refuses the speed). After a failure nothing is open.
+  virtual void Open(int number, const LineSettings& settings) = 0;
+  /// Lets out what is still leaving, then closes.
+  virtual void Close() = 0;
+  /// Lets out what is still leaving, then changes the speed. Raises RunError 380 for one that is refused.
+  virtual void Configure(const LineSettings& settings) = 0;
+  /// Queues all bytes in order and starts them on their way; does not wait for the line.
+  virtual void Write(std::span<const std::uint8_t> bytes) = 0;
+  /// Number of received bytes that wait.
+  virtual std::size_t Waiting() = 0;
+  /// Gives and removes all that wait.
+  virtual std::vector<std::uint8_t> Read() = 0;
+};
+
+/// All of it, handed to the program once.
+struct Computer {
+  Clock& clock;
+  Events& events;
+  Desk& desk;
+  Screen& screen;
+  SerialDevice& serialDevice;
+  std::string programFolder;  ///< with a separator behind it
+};
+
+}  // namespace quillon

@@ -1,0 +1,60 @@
+#include "platform/conversions.h"
+
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include "platform/run_error.h"
+
+namespace quillon {
+namespace {
+
+constexpr std::string_view kBlanks = " \t\r\n";
+
+std::string_view WithoutBlanks(std::string_view text) {
+  const auto first = text.find_first_not_of(kBlanks);
+  if (first == text.npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+/// Digits with at most one point among them: what `from_chars` would also take ("inf", "1e9") is no entry.
+bool IsPlainDecimal(std::string_view digits) {
+  return digits.find_first_of("0123456789") != digits.npos &&
+         digits.find_first_not_of("0123456789.") == digits.npos && digits.find('.') == digits.rfind('.');
+}
+
+}  // namespace
+
+std::int64_t ToWholeNumber(std::string_view text, std::int64_t low, std::int64_t high,
+                           std::string_view what) {
+  std::string_view digits = WithoutBlanks(text);
+  const bool negative = digits.starts_with('-');
+  if (negative || digits.starts_with('+')) digits.remove_prefix(1);
+  if (!IsPlainDecimal(digits)) {
+    throw RunError(RunError::kTypeMismatch, "Type mismatch: " + std::string(what) + " holds \"" +
+                                                std::string(text) +
+                                                "\", which is no number. Enter a whole number.");
+  }
+  // More digits than a double can hold exactly are far out of every box's range, so nothing is lost here.
+  double magnitude = std::numeric_limits<double>::infinity();
+  std::from_chars(digits.data(), digits.data() + digits.size(), magnitude);
+  const double value = std::nearbyint(negative ? -magnitude : magnitude);
+  if (!(value >= static_cast<double>(low) && value <= static_cast<double>(high))) {
+    throw RunError(RunError::kOverflow, "Overflow: " + std::string(what) + " holds " + std::string(text) +
+                                            ". Enter a number from " + std::to_string(low) + " to " +
+                                            std::to_string(high) + ".");
+  }
+  return static_cast<std::int64_t>(value);
+}
+
+int ToInteger(std::string_view text, std::string_view what) {
+  return static_cast<int>(ToWholeNumber(text, -32768, 32767, what));
+}
+
+std::int32_t ToLong(std::string_view text, std::string_view what) {
+  return static_cast<std::int32_t>(ToWholeNumber(text, std::numeric_limits<std::int32_t>::min(),
+                                                 std::numeric_limits<std::int32_t>::max(), what));
+}
+
+}  // namespace quillon

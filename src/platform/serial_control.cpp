@@ -1,0 +1,93 @@
+#include "platform/serial_control.h"
+
+#include "platform/conversions.h"
+#include "platform/run_error.h"
+
+namespace quillon {
+namespace {
+
+constexpr int kLowestPort = 1;
+constexpr int kHighestPort = 99;
+constexpr int kHighestBaud = 4'000'000;  // bits per second; the fastest that any usual adapter names
+constexpr std::string_view kForm = ",N,8,2";
+
+LineSettings ParseSettings(const std::string& text) {
+  if (text.ends_with(kForm)) {
+    try {
+      const std::string_view speed(text.data(), text.size() - kForm.size());
+      return {static_cast<int>(ToWholeNumber(speed, 1, kHighestBaud, "the speed"))};
+    } catch (const RunError&) {
+      // Told below with the whole text: that is what the operator can look for.
+    }
+  }
+  throw RunError(RunError::kInvalidPropertyValue,
+                 "Invalid property value: the line can't be set to \"" + text +
+                     "\". Select a speed, or write a speed such as 9600 into the first line of Boot.ini.");
+}
+
+}  // namespace
+
+void SerialControl::SetCommPort(int number) {
+  if (number < kLowestPort || number > kHighestPort) {
+    throw RunError(RunError::kInvalidPort,
+                   "Invalid port number: " + std::to_string(number) + ". Select one from COM 1 to COM 99.");
+  }
+  port_ = number;
+}
+
+void SerialControl::SetPortOpen(bool open) {
+  if (open && open_) {
+    throw RunError(RunError::kPortAlreadyOpen, "Port already open: COM " + std::to_string(port_) +
+                                                   " is open. Close it before it is opened again.");
+  }
+  if (open) {
+    device_.Open(port_, line_);
+    open_ = true;
+  } else if (open_) {
+    open_ = false;
+    device_.Close();
+  }
+}
+
+void SerialControl::SetSettings(const std::string& text) {
+  const LineSettings line = ParseSettings(text);
+  if (open_) device_.Configure(line);
+  line_ = line;
+  settings_ = text;
+}
+
+void SerialControl::SetInputMode(int mode) {
+  if (mode != 0 && mode != 1) {
+    throw RunError(RunError::kInvalidPropertyValue, "Invalid property value: an input mode is 0 or 1.");
+  }
+  inputMode_ = mode;
+}
+
+void SerialControl::SetInputLen(int count) {
+  if (count != 0) {
+    throw RunError(RunError::kInvalidPropertyValue, "Invalid property value: reads take all that waits, 0.");
+  }
+}
+
+void SerialControl::Output(std::span<const std::uint8_t> bytes) {
+  RequireOpen();
+  device_.Write(bytes);
+}
+
+std::size_t SerialControl::InBufferCount() {
+  RequireOpen();
+  return device_.Waiting();
+}
+
+std::vector<std::uint8_t> SerialControl::Input() {
+  RequireOpen();
+  return device_.Read();
+}
+
+void SerialControl::RequireOpen() const {
+  if (open_) return;
+  throw RunError(RunError::kPortNotOpen, "Port not open: COM " + std::to_string(port_) +
+                                             " is closed. Check the port and start the run again.");
+}
+
+}  // namespace quillon

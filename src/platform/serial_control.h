@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "platform/computer.h"
+
+namespace quillon {
+
+/// The serial port as the program sees it: selected by number, opened and closed, its speed changed while
+/// open. No handshaking; bytes are never translated.
+class SerialControl {
+ public:
+  explicit SerialControl(SerialDevice& device) : device_(device) {}
+
+  /// Selects the port that the next opening takes: 1 to 99, else RunError 8002.
+  void SetCommPort(int number);
+
+  /// Opens or closes the port. Opening an open port raises RunError 8005; closing a closed one does nothing.
+  /// Opening raises what SerialDevice::Open does.
+  void SetPortOpen(bool open);
+  bool PortOpen() const { return open_; }
+
+  /// "9600,N,8,2": speed, no parity, 8 data bits, 2 stop bits, the only form there is. Acts at once on an
+  /// open port, else at the next opening. Any other text raises RunError 380 and changes nothing.
+  void SetSettings(const std::string& text);
+  const std::string& Settings() const { return settings_; }
+
+  /// 1: reads give raw bytes; 0: text, the setting at start. Bytes are handed over untouched in both.
+  void SetInputMode(int mode);
+  int InputMode() const { return inputMode_; }
+
+  /// How many bytes a read takes: 0, all that wait, is the only choice; any other raises RunError 380.
+  void SetInputLen(int count);
+
+  /// The operations on the line raise RunError 8018 on a closed port and 8020 when the device fails.
+  /// Queues all bytes for sending at once, with no waiting for the line.
+  void Output(std::span<const std::uint8_t> bytes);
+  /// Number of received bytes that wait.
+  std::size_t InBufferCount();
+  /// Gives and removes received bytes; none wait: an empty array.
+  std::vector<std::uint8_t> Input();
+
+ private:
+  void RequireOpen() const;
+
+  SerialDevice& device_;
+  int port_ = 1;
+  bool open_ = false;
+  std::string settings_ = "9600,N,8,2";
+  LineSettings line_;
+  int inputMode_ = 0;
+};
+
+}  // namespace quillon

@@ -1,0 +1,142 @@
+#include "platform/text_file.h"
+
+#include <strings.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+
+#include "platform/run_error.h"
+
+namespace quillon {
+namespace {
+
+namespace fs = std::filesystem;
+
+RunError FileError(const std::string& path, int error) {
+  const std::string why = "\"" + path + "\": " + std::generic_category().message(error);
+  switch (error) {
+    case ENOENT:
+      return {RunError::kFileNotFound, "File not found: " + why + ". Check the name and the folder."};
+    case ENOTDIR:
+      return {RunError::kPathNotFound, "Path not found: " + why + ". Check the folder."};
+    case EACCES:
+    case EPERM:
+      return {RunError::kPermissionDenied, "Permission denied: " + why + ". Ask for the right to it."};
+    case ENAMETOOLONG:
+    case EINVAL:
+    case EILSEQ:
+      return {RunError::kBadFileName, "Bad file name: " + why + ". Rename the file."};
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+      return {RunError::kDiskFull, "Disk full: " + why + ". Make room and try again."};
+    case EISDIR:
+    case EROFS:
+    case ETXTBSY:
+      return {RunError::kFileAccess, "Path/File access error: " + why + ". Choose another file or folder."};
+    default:
+      return {RunError::kDeviceInputOutput, "Device I/O error: " + why + ". Check the drive."};
+  }
+}
+
+using FileHandle = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+
+FileHandle OpenFile(const std::string& path, const char* mode) {
+  FileHandle file(std::fopen(path.c_str(), mode), &std::fclose);
+  if (!file) throw FileError(path, errno);
+  return file;
+}
+
+}  // namespace
+
+bool FileExists(const std::string& path) {
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  // A file behind a folder that may not be entered can't be told from one that exists: opening it will say
+  // so.
+  if (status.type() == fs::file_type::not_found) return false;
+  return status.type() != fs::file_type::directory;
+}
+
+std::string PathInFolder(const std::string& folder, const std::string& name) {
+  const std::string path = folder + name;
+  std::error_code error;
+  if (fs::exists(path, error)) return path;
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
+    const std::string other = entry.path().filename().string();
+    if (strcasecmp(other.c_str(), name.c_str()) == 0) return folder + other;
+  }
+  return path;
+}
+
+std::string ReadFile(const std::string& path) {
+  const FileHandle file = OpenFile(path, "rb");
+  std::setvbuf(file.get(), nullptr, _IONBF, 0);  // one copy: from the system straight into the text
+  std::error_code unknown;
+  const std::uintmax_t size = fs::file_size(path, unknown);
+  std::string contents(unknown ? 4096 : static_cast<std::size_t>(size) + 1, '\0');
+  std::size_t filled = 0;
+  errno = 0;
+  while (const std::size_t count =
+             std::fread(contents.data() + filled, 1, contents.size() - filled, file.get())) {
+    filled += count;
+    if (filled == contents.size()) contents.resize(2 * contents.size());
+  }
+  if (std::ferror(file.get())) throw FileError(path, errno);
+  contents.resize(filled);
+  return contents;
+}
+
+void ReplaceFile(const std::string& path, std::string_view contents) {
+  const std::string fresh = path + ".new";
+  FileHandle file = OpenFile(fresh, "wb");
+  errno = 0;
+  bool written = std::fwrite(contents.data(), 1, contents.size(), file.get()) == contents.size();
+  written = std::fclose(file.release()) == 0 && written;
+  if (written && std::rename(fresh.c_str(), path.c_str()) == 0) return;
+  const int error = errno;
+  std::remove(fresh.c_str());
+  throw FileError(path, error);
+}
+
+std::string_view LineReader::Next() {
+  if (AtEnd())
+    throw RunError(RunError::kInputPastEnd, "Input past end of file: the file ends too early. Check it.");
+  const char* begin = rest_.data();
+  const char* end = begin + rest_.size();
+  const char* stop = begin;
+  while (stop != end && *stop != '\r' && *stop != '\n') ++stop;
+  const std::string_view line(begin, static_cast<std::size_t>(stop - begin));
+  if (stop != end) stop += (*stop == '\r' && stop + 1 != end && stop[1] == '\n') ? 2 : 1;
+  rest_.remove_prefix(static_cast<std::size_t>(stop - begin));
+  return line;
+}
+
+TextWriter::~TextWriter() {
+  if (file_) std::fclose(file_);
+}
+
+void TextWriter::Open(const std::string& path) {
+  file_ = OpenFile(path, "wb").release();
+  path_ = path;
+}
+
+void TextWriter::WriteLine(std::string_view line) {
+  if (!file_) return;
+  std::fwrite(line.data(), 1, line.size(), file_);
+  std::fwrite("\r\n", 1, 2, file_);
+  if (!std::ferror(file_)) return;
+  const int error = errno;
+  std::fclose(std::exchange(file_, nullptr));
+  throw FileError(path_, error);
+}
+
+void TextWriter::Close() {
+  if (!file_) return;
+  if (std::fclose(std::exchange(file_, nullptr)) != 0) throw FileError(path_, errno);
+}
+
+}  // namespace quillon

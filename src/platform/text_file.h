@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+namespace quillon {
+
+/// Files are bytes: nothing here recodes a character, in names or in contents. Every failure is a RunError
+/// that names the file: 52 a name that the system refuses, 53 no such file, 57 a device that fails, 61 disk
+/// full, 70 no permission, 75 no file (a folder, a read-only place), 76 no such folder.
+
+/// Whether a file of that name exists (a folder does not count).
+bool FileExists(const std::string& path);
+
+/// The path of the program's file `name` in `folder`, which ends with a separator. Case does not tell such
+/// names apart: an entry that differs only in case is the file; with none, the name as it stands.
+std::string PathInFolder(const std::string& folder, const std::string& name);
+
+/// All bytes of a file, read in one go.
+std::string ReadFile(const std::string& path);
+
+/// Puts `contents` in the place of the file, or leaves the old file whole when that fails: the new file is
+/// written beside it and renamed over it.
+void ReplaceFile(const std::string& path, std::string_view contents);
+
+/// Walks over the lines of a text. A line ends at a carriage return, with or without a line feed behind it,
+/// or at a line feed alone; the last line needs no end.
+class LineReader {
+ public:
+  explicit LineReader(std::string_view text) : rest_(text) {}
+
+  bool AtEnd() const { return rest_.empty(); }
+
+  /// The next line without its end. Raises RunError 62 at the end of the text.
+  std::string_view Next();
+
+ private:
+  std::string_view rest_;
+};
+
+/// A text file that is written line by line, each ended by carriage return and line feed. The lines go
+/// through a buffer: the file is complete after Close.
+class TextWriter {
+ public:
+  TextWriter() = default;
+  TextWriter(const TextWriter&) = delete;
+  TextWriter& operator=(const TextWriter&) = delete;
+  ~TextWriter();
+
+  /// Opens the file, empty. Raises RunError when it can't be created; then nothing is open.
+  void Open(const std::string& path);
+
+  bool IsOpen() const { return file_ != nullptr; }
+
+  /// Writes a line; with no file open it does nothing. A write that fails raises RunError once and closes
+  /// the file, so that a full disk does not stop a run at each of its lines.
+  void WriteLine(std::string_view line);
+
+  /// Writes what is buffered and closes. With no file open it does nothing.
+  void Close();
+
+ private:
+  std::FILE* file_ = nullptr;
+  std::string path_;
+};
+
+}  // namespace quillon

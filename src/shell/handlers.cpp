@@ -1,0 +1,47 @@
+#include "shell/quillon.h"
+
+namespace quillon {
+
+void Quillon::EnableDownloads(bool enabled) {
+  ComLoad.SetEnabled(enabled);
+  ComLoad00.SetEnabled(enabled);
+}
+
+void Quillon::Protocol_Change() {
+  const bool known = !Protocol.Text().empty();
+  EnableDownloads(known && !FileCheksum.Text().empty());
+  Auto.SetEnabled(known);
+  ComInfo.SetEnabled(known);
+  ComBoot.SetEnabled(known);
+}
+
+void Quillon::RUD3_Click() {
+  Cmd3to4.SetVisible(RUD3.Ticked());
+  Cmd4to3.SetVisible(RUD3.Ticked());
+}
+
+void Quillon::ALL_Click() {
+  for (int i = 0; i < kControllers; ++i) C(i).SetValue(CheckBox::kTicked);
+}
+
+void Quillon::NONE_Click() {
+  for (int i = 0; i < kControllers; ++i) C(i).SetValue(CheckBox::kUnticked);
+}
+
+void Quillon::Command1_Click() {
+  const std::string chosen = desk_.ChooseFile("Select a Hex file", "Hexadecimal Files (*.hex)|*.hex");
+  if (!chosen.empty()) FileName.SetText(chosen);
+}
+
+void Quillon::Form_KeyUp(Key key, bool shiftHeld) {
+  if (key == Key::kF12 && shiftHeld) ChkProto.SetVisible(true);
+}
+
+void Quillon::ComClose_Click() { Close(); }
+
+void Quillon::MessageCommand1_Click() {
+  AbortRequested = true;
+  message.Unload();
+}
+
+}  // namespace quillon

@@ -1,0 +1,49 @@
+#include "shell/info.h"
+
+#include <string>
+
+namespace quillon {
+namespace {
+
+constexpr int kControllersInBlock = 8;
+constexpr int kBlocks = 4;
+constexpr int kFirstBlockTop = 1440;
+constexpr int kBlockPitch = 1200;
+constexpr int kLinePitch = 360;
+constexpr int kFirstFieldLeft = 960;
+constexpr int kFieldPitch = 1080;
+constexpr int kFieldWidth = 855;
+constexpr int kFieldHeight = 285;
+constexpr int kCaptionHeight = 195;
+constexpr int kCaptionDrop = 45;  // a caption stands lower than the field beside it, on the same base line
+
+}  // namespace
+
+Info::Info(Screen& screen) : Form(screen, "Info", "Flash Info", Border::kSizable, 9450, 6375) {
+  for (int block = 0; block < kBlocks; ++block) {
+    AddBlock(block * kControllersInBlock, kFirstBlockTop + block * kBlockPitch);
+  }
+  ComClose.Click = [this] { ComClose_Click(); };
+  CloseRequest = [this] { ComClose_Click(); };
+}
+
+void Info::AddBlock(int firstController, int top) {
+  const int sumTop = top + kLinePitch;
+  const int numberTop = sumTop + kLinePitch;
+  captions_.Add(*this, "Caption", {240, top + kCaptionDrop, 615, kCaptionHeight}, {.text = "Version"});
+  captions_.Add(*this, "Caption", {120, sumTop + kCaptionDrop, 735, kCaptionHeight}, {.text = "Cheksum"});
+  for (int column = 0; column < kControllersInBlock; ++column) {
+    const std::string number = std::to_string(firstController + column);
+    const std::string version = "Version " + number;
+    const std::string checksum = "Cheksum " + number;
+    const int left = kFirstFieldLeft + column * kFieldPitch;
+    Ver.Add(*this, "Ver", {left, top, kFieldWidth, kFieldHeight},
+            {.readOnly = true, .centred = true, .accessibleName = version});
+    CkSum.Add(*this, "CkSum", {left, sumTop, kFieldWidth, kFieldHeight},
+              {.readOnly = true, .centred = true, .accessibleName = checksum});
+    captions_.Add(*this, "Caption", {left, numberTop, kFieldWidth, kCaptionHeight},
+                  {.text = number, .centred = true});
+  }
+}
+
+}  // namespace quillon

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "platform/controls.h"
+
+namespace quillon {
+
+/// The progress of a run: a line of text, a picture of how it stands, and Cancel.
+class Message final : public Form {
+ public:
+  Message(Screen& screen, const Form& owner)
+      : Form(screen, "Message", "", Border::kDialog, 5970, 1215, &owner) {}
+
+  Label Label1{*this, "Label1", {1050, 360, 5500, 195}, {.fontBold = true}};
+  CommandButton Command1{*this, "Command1", {2350, 750, 1215, 375}, {.text = "Cancel", .fontBold = true}};
+
+  // Three pictures in one place; after any preparation of the window one of them is visible.
+  Picture Inquiet{
+      *this, "Inquiet", {200, 100, 780, 765}, {.accessibleName = "Work in progress", .picture = "inquiet"}};
+  Picture Stop{*this,
+               "Stop",
+               {200, 150, 600, 600},
+               {.visible = false, .accessibleName = "Failure", .picture = "stop"}};
+  Picture Jumelle{*this,
+                  "Jumelle",
+                  {270, 210, 240, 240},
+                  {.visible = false, .accessibleName = "Searching", .picture = "jumelle"}};
+
+  /// Makes `shown` the one visible picture.
+  void ShowPicture(const Picture& shown) {
+    for (Picture* picture : {&Inquiet, &Stop, &Jumelle}) picture->SetVisible(picture == &shown);
+  }
+};
+
+}  // namespace quillon

@@ -1,0 +1,60 @@
+#include "shell/quillon.h"
+
+#include "platform/conversions.h"
+
+namespace quillon {
+namespace {
+
+constexpr int kBoxesInRow = 16;
+constexpr int kFirstBoxLeft = 1320;
+constexpr int kBoxPitch = 392;
+constexpr int kBoxWidth = 190;
+constexpr int kBoxHeight = 195;
+constexpr int kBoxRowTops[] = {1200, 1920};
+constexpr int kNumberDrop = 240;  // from a box's top to the number under it
+constexpr int kNumberWidth = 375;
+constexpr int kMainWidth = 9195;
+constexpr int kMainHeight = 5400;
+
+}  // namespace
+
+Quillon::Quillon(const Computer& computer)
+    : Form(computer.screen, "Quillon", "Quillon", Border::kFixed, kMainWidth, kMainHeight),
+      MSComm1(computer.serialDevice),
+      info(computer.screen),
+      message(computer.screen, *this),
+      AppFolder(computer.programFolder),
+      clock_(computer.clock),
+      events_(computer.events),
+      desk_(computer.desk) {
+  AddFrameLabels();
+  AddControllerBoxes();
+  Wire();
+}
+
+void Quillon::AddFrameLabels() {
+  Label39.Add(Frame1, "Label39", {300, 240, 1100, 195}, {.text = "Time Out:"});
+  Label39.Add(Frame1, "Label39", {975, 540, 500, 195}, {.text = "MSec"});
+  Label39.Add(Frame1, "Label39", {2250, 540, 500, 195}, {.text = "MSec"});
+  Label39.Add(Frame1, "Label39", {1575, 240, 1650, 195}, {.text = "Parallel Waiting Delay:"});
+  Label39.Add(Frame1, "Label39", {6120, 240, 700, 195}, {.text = "Protocol:"});
+}
+
+void Quillon::AddControllerBoxes() {
+  for (int number = 0; number < kControllers; ++number) {
+    const int left = kFirstBoxLeft + number % kBoxesInRow * kBoxPitch;
+    const int top = kBoxRowTops[number / kBoxesInRow];
+    const std::string name = "Controller " + std::to_string(number);
+    C.Add(Frame1, "C", {left, top, kBoxWidth, kBoxHeight},
+          {.value = CheckBox::kTicked, .accessibleName = name});
+    numbers_.Add(Frame1, "Number",
+                 {left + (kBoxWidth - kNumberWidth) / 2, top + kNumberDrop, kNumberWidth, 195},
+                 {.text = std::to_string(number), .centred = true});
+  }
+}
+
+std::uint8_t Quillon::ProtocolNumber() const {
+  return static_cast<std::uint8_t>(ToWholeNumber(Protocol.Text(), 0, 254, "Protocol") + 1);
+}
+
+}  // namespace quillon

@@ -1,0 +1,336 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "platform/computer.h"
+#include "platform/controls.h"
+#include "platform/serial_control.h"
+#include "platform/text_file.h"
+#include "shell/image_facts.h"
+#include "shell/info.h"
+#include "shell/message.h"
+
+namespace quillon {
+
+inline constexpr int kControllers = 32;  ///< numbers 0 to 31
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// What a run-error box says beside the failure itself.
+struct BoxWording {
+  std::string title = "Quillon Error";
+  std::string addition = "";  ///< behind the description
+};
+
+/// The main window, and with it the whole program: its controls are the settings, its methods the commands
+/// and the workflows, each defined in the folder that its section names. One object is one program.
+class Quillon final : public Form {
+ public:
+  /// A program at rest, with nothing read and nothing shown.
+  explicit Quillon(const Computer& computer);
+
+  /// Loads the settings and shows the main window. From here on clicks drive everything.
+  void Start();
+
+  // Controls: the choice of a file.
+  Label Label3{*this, "Label3", {360, 480, 1245, 195}, {.text = "File to download :"}};
+  TextBox FileName{
+      *this, "FileName", {360, 765, 3015, 300}, {.readOnly = true, .accessibleName = "File to download"}};
+  CommandButton Command1{*this, "Command1", {3480, 765, 1455, 300}, {.text = "&Browse ..."}};
+  Label Label4{*this, "Label4", {360, 1200, 945, 195}, {.text = "File Cheksum"}};
+  TextBox FileCheksum{
+      *this,
+      "FileCheksum",
+      {360, 1440, 1335, 300},
+      {.enabled = false, .readOnly = true, .centred = true, .accessibleName = "File Cheksum"}};
+  CheckBox useBB{*this,
+                 "useBB",
+                 {2040, 1493, 5295, 195},
+                 {.text = "Keep the existing baud rate for firmware download (ORVA only)", .enabled = false}};
+
+  // Controls: the buttons of the workflows.
+  CommandButton Cmd3to4{*this, "Cmd3to4", {5760, 120, 855, 255}, {.text = "3 -> 4", .visible = false}};
+  CommandButton Cmd4to3{*this, "Cmd4to3", {5760, 480, 855, 255}, {.text = "4 -> 3", .visible = false}};
+  CommandButton ComLoad{*this,
+                        "ComLoad",
+                        {7800, 120, 1335, 1215},
+                        {.text = "&Download (Parallel)", .enabled = false, .picture = "download"}};
+  CommandButton ComLoad00{
+      *this, "ComLoad00", {8040, 1440, 1095, 855}, {.text = "Download (Serial)", .enabled = false}};
+  CommandButton ComInfo{*this,
+                        "ComInfo",
+                        {8040, 2400, 1095, 855},
+                        {.text = "&Flash Info", .enabled = false, .picture = "flash-info"}};
+  CommandButton ComBoot{*this,
+                        "ComBoot",
+                        {8040, 3360, 1095, 855},
+                        {.text = "&Boot Info", .enabled = false, .picture = "boot-info"}};
+  CommandButton ComClose{*this, "ComClose", {8040, 4320, 1095, 855}, {.text = "&Exit", .picture = "exit"}};
+
+  // Controls: which speeds the search has tried on the controller in hand; never shown.
+  CheckBox V4800{*this, "V4800", {6285, 840, 855, 195}, {.text = "V4800", .visible = false}};
+  CheckBox V9600{*this, "V9600", {6285, 1020, 855, 195}, {.text = "V9600", .visible = false}};
+  CheckBox V19200{*this, "V19200", {6285, 1200, 855, 195}, {.text = "V19200", .visible = false}};
+  CheckBox V38400{*this, "V38400", {6285, 1380, 855, 195}, {.text = "V38400", .visible = false}};
+
+  // Controls: the line and the controllers, in their frame.
+  Frame Frame1{*this, "Frame1", {120, 2280, 7815, 2655}, {.text = "  Controllers Selection  "}};
+  ControlArray<Label> Label39;
+  /// Time-out of an exchange, in milliseconds.
+  TextBox Text1{Frame1, "Text1", {300, 495, 615, 285}, {.centred = true, .accessibleName = "Time Out"}};
+  /// Delay behind each batch of a parallel download, in milliseconds.
+  TextBox Text2{
+      Frame1, "Text2", {1575, 495, 615, 285}, {.centred = true, .accessibleName = "Parallel Waiting Delay"}};
+  Label Label5{Frame1, "Label5", {3240, 240, 1215, 195}, {.text = "Com Port:"}};
+  ComboBox ComPort{Frame1, "ComPort", {3240, 480, 1215, 315}, {.accessibleName = "Com Port"}};
+  Label Label17{Frame1, "Label17", {4560, 240, 1335, 195}, {.text = "Speed:"}};
+  /// The line's speed in bits per second; the speed search writes it.
+  ComboBox Vitesse{Frame1, "Vitesse", {4560, 480, 1335, 315}, {.accessibleName = "Speed"}};
+  /// One less than the protocol byte.
+  TextBox Protocol{
+      Frame1, "Protocol", {6120, 480, 615, 285}, {.centred = true, .accessibleName = "Protocol"}};
+  /// Controllers still on protocol 3.
+  CheckBox RUD3{Frame1, "RUD3", {6840, 360, 855, 255}, {.text = "Prot 3"}};
+  CommandButton ALL{Frame1, "ALL", {240, 1080, 615, 375}, {.text = "All"}};
+  CommandButton NONE{Frame1, "NONE", {240, 1560, 615, 375}, {.text = "None"}};
+  CommandButton Auto{Frame1, "Auto", {240, 2025, 615, 375}, {.text = "Auto", .enabled = false}};
+  /// Which controllers take part, by number.
+  ControlArray<CheckBox> C;
+
+  CheckBox ChkProto{*this,
+                    "ChkProto",
+                    {2640, 5025, 2655, 255},
+                    {.text = "All Controllers same protocol", .visible = false}};
+  CheckBox Check1{*this, "Check1", {5505, 5025, 2415, 255}, {.text = "Save configuration on exit"}};
+
+  SerialControl MSComm1;
+  Info info;
+  Message message;
+
+  // Shared variables.
+  bool AbortRequested = false;  ///< the operator cancelled the run
+  double AnswerDelay = 0;  ///< seconds from the first byte of an answer to its reading; 0.5 from start on
+  std::string AppFolder;   ///< the program's folder, with a separator behind it
+  std::string DownloadSettings;       ///< line settings of the programming phase
+  int CurrentController = 0;          ///< loop variable of the workflows
+  Bytes FrameBuffer;                  ///< the frame in hand
+  std::string AnswerText;             ///< the last checked answer, as hex digits
+  bool BootProtocolFallback = false;  ///< Boot Info sends protocol byte 0x40 from now on
+
+  ImageFacts image;  ///< what the firmware file says about itself; AnalyseHexFile fills it
+
+  /// The protocol byte: the number in `Protocol` plus one. Raises RunError 13 or 6 when the box holds no
+  /// number from 0 to 254.
+  std::uint8_t ProtocolNumber() const;
+
+  // Shell: start, stop, settings and the small handlers.
+  void Form_Load();
+  void Form_Unload();
+  void Form_KeyUp(Key key, bool shiftHeld);
+  void ReadConfig();
+  void SaveConfig();
+  void Protocol_Change();
+  void RUD3_Click();
+  void ALL_Click();
+  void NONE_Click();
+  void Command1_Click();
+  void ComClose_Click();
+  void MessageCommand1_Click();
+
+  // Link: the exchange (exchange.cpp).
+
+  /// Sends one closed frame and waits for its answer, up to three times.
+  ///
+  /// The time-out is read from `Text1` (milliseconds) once per call. Yields while it waits for the first
+  /// byte, then pauses `AnswerDelay` and reads all that came: that pause is the end of an answer. A full echo
+  /// of the frame restarts the wait.
+  ///
+  /// Returns 0, a checked answer: `answer` holds its hex digits (the short answer 68 2F, taken only with
+  /// `acceptShort`, leaves it alone); 1, silence or the frame's own echo on the third send, or Cancel; 2, a
+  /// bad answer on the third send. Logs each answer and the result, but nothing on Cancel.
+  /// Raises RunError when the port fails or `Text1` is no number; `answer` is then unchanged.
+  int SendFrame(const Bytes& frame, std::string& answer, bool acceptShort);
+
+  /// Drops all received bytes that wait.
+  void FlushInput();
+
+  // Link: outcome reporting (outcome.cpp).
+
+  /// Shows how an exchange with controller `y` ended: 0 empties its row; 1 no answer, 2 communication error,
+  /// 3 communication failure, 4 erasing failure show a status line for two seconds, then red words in the
+  /// row. Other codes do nothing. Raises RunError 9 for a `y` outside 0 to 31.
+  void ReportFailure(int y, int code);
+
+  /// Shows a status line on `Message` and goes on; with `brief` it tells no speed.
+  void ShowProgress(const std::string& text, bool brief);
+
+  /// Shows a failure on `Message` and holds for two seconds, yielding; a cancel does not cut them short.
+  void ShowProgressPaused(const std::string& text);
+
+  /// Row `y` goes back to black, not bold. Its texts and backgrounds stay.
+  void MarkController(int y);
+
+  /// Takes a step. When it fails at run time the run-error box shows the failure, and the caller goes on with
+  /// its next step; a whole workflow taken as one step thus ends at its first failure. True: it did not fail.
+  bool Try(const std::function<void()>& step, const BoxWording& wording = {});
+
+  /// Writes a line to the log. A log that can't be written shows the run-error box, once: the tool then works
+  /// without one.
+  void Log(const std::string& line);
+
+  /// One pass through the windows' events. Every wait comes through here: when the main window was closed
+  /// meanwhile, it unwinds the run in hand.
+  void Yield();
+
+  // Image (file_name.cpp).
+
+  /// Reads the file named in `FileName` and fills `image`. Gives its checksum, upper-case hex
+  /// digits without leading zeros, or "" behind a box when there is no such file or it can't be read.
+  std::string AnalyseHexFile();
+  void FileName_Change();
+
+  // Commands: one message to one controller `y`, or to all. A run-time failure inside one shows the run-error
+  // box; after one of its own exchange the command has failed and reads no answer.
+
+  /// Reads version and checksum of `y` into its row. True: they stand there, marked when the checksum is not
+  /// the file's. False: the row tells the failure. Closes `Message`.
+  bool FlashCheck(int& y);
+
+  /// Erases `y` and readies it for programming. True: it acknowledged, and its row is empty. False: the row
+  /// tells the failure. Closes `Message`.
+  bool FlashErase(int& y);
+
+  /// Streams the image once to all controllers, unanswered and paced by `Text2`, then has each ticked one
+  /// confirm the full checksum. Stops between batches on Cancel. What went wrong stands in the rows.
+  void FlashProg();
+
+  /// Streams the image to `y` alone, each batch answered, then has it confirm the full checksum. The first
+  /// failure ends the pass.
+  void FlashProg00(int& y);
+
+  /// Moves `y` from protocol 3 to 4. True: it answered, and the operator has seen the box that says so.
+  bool SendP4(int& y);
+
+  /// Moves `y` from protocol 4 to 3. True: it acknowledged, and its row is empty. Closes `Message`.
+  bool Send55(int& y);
+
+  // Workflows: one click each.
+  void ComLoad_Click();
+  void ComLoad00_Click();
+  void ComInfo_Click();
+  void ComBoot_Click();
+  void Auto_Click();
+  void Cmd3to4_Click();
+  void Cmd4to3_Click();
+
+  // Workflows: the speed search (run_frame.cpp). A controller gets at most one attempt at each of the four
+  // speeds: first the one that stands in `Vitesse`, then the others from the lowest up.
+
+  void ResetTriedSpeeds();
+  /// Moves the line to the speed in `Vitesse` and ticks that speed as tried.
+  void ApplySpeed();
+  /// True: the lowest untried speed stands in `Vitesse`. False: none is left.
+  bool NextUntriedSpeed();
+
+ private:
+  /// Thrown through a run when the program is to end, and caught where the run began.
+  struct RunUnwound {};
+
+  // Shell.
+  void AddFrameLabels();
+  void AddControllerBoxes();
+  void Wire();
+  void RequestEnd();
+  std::function<void()> Handler(void (Quillon::*handler)());
+  std::function<void()> Workflow(void (Quillon::*handler)());
+  void EnableDownloads(bool enabled);
+
+  // Link.
+  bool AwaitAnswer(const Bytes& frame, double timeout, Bytes& received);
+  int JudgeAnswer(const Bytes& frame, const Bytes& received, std::string& answer, bool acceptShort);
+  void ShowStatus(const Picture& picture, const std::string& line);
+  void ClearRow(int y);
+
+  // Commands.
+
+  /// A log line of a message, and behind it the frame in hand.
+  void LogMessage(const std::string& line);
+  /// ProtocolNumber, or 0 behind the run-error box when the box `Protocol` holds no usable number.
+  std::uint8_t ProtocolByteOrBox();
+  /// Sends the frame in hand until an answer carries the accepting code, in up to three exchanges. Gives 0
+  /// for it, 1 or 2 for an exchange that failed, 3 for three other answers. `onResult` gets the result of
+  /// each exchange. Raises RunError like SendFrame.
+  int SendForAcknowledge(const std::function<void(int result)>& onResult = {});
+
+  struct RequestTexts {
+    const char* acknowledgedLog;
+    const char* acknowledgedStatus;  ///< behind the controller's name
+    const char* refusedLog;
+    std::string errorTitle = BoxWording().title;
+  };
+  /// Has `y` acknowledge the frame in hand, and shows how that went in its row. Closes `Message`.
+  bool RequestAcknowledge(int y, const RequestTexts& texts);
+  bool ReadFlash(int y);
+  void FillRow(int y, std::size_t versionByte);
+  void BroadcastBatch();
+  bool BatchTaken(int y);
+  /// Has `y` confirm the image's checksum; the result is that of SendForAcknowledge.
+  int SendFullChecksum(int y, const char* status, const char* logLine);
+  void ConfirmImage(int y);
+
+  // Workflows: what runs share (run_frame.cpp).
+
+  /// Rows marked, an earlier Cancel forgotten, `Info` prepared under its title and shown.
+  void PrepareRun(const std::string& title, bool withFileChecksum);
+  void MarkAllControllers();
+  /// Raises RunError when `Protocol` holds no number from 0 to 254.
+  void RequireProtocol() const;
+  /// Selects the port of `ComPort`. Raises RunError 13 when none is selected.
+  void SelectPort();
+  /// The opening of a run that ends at its first failure.
+  void OpenRun();
+  void EndRun();
+
+  enum class Turn { kDone, kSkipped, kNoSpeedLeft };
+  /// Tries `command` on controller `i` at the speeds of the search until it succeeds. Skips a controller that
+  /// is not ticked, and all of them after Cancel.
+  Turn TakeTurn(int i, const std::function<bool()>& command, bool markBetweenSpeeds = true);
+  bool TakesPart(int i) const;
+
+  /// The image's protocol takes effect: from here on `Protocol` speaks to the new firmware.
+  void TakeImageProtocol();
+  /// A fixed rate of the image becomes the first speed tried. Raises RunError 383 for one the list lacks.
+  void TakeImageSpeed();
+  /// Holds the row of `y` against the file's checksum: tells that the programming is OK, or marks the row.
+  void CompareWithFile(int y);
+
+  // Workflows: steps of their own.
+  bool EraseTicked();
+  bool ProgramAll();
+  void CheckTicked();
+  bool DownloadTo(int i);
+  Turn EraseForDownload(int i);
+  bool CheckDownload(int i);
+  bool AskForBoot(int i);
+  bool TryBootOtherwise(int i);
+  void Detect(int i);
+  void MoveTicked(bool (Quillon::*command)(int& y), const char* errorTitle);
+
+  ControlArray<Label> numbers_;
+
+  Clock& clock_;
+  Events& events_;
+  Desk& desk_;
+  TextWriter log_;
+
+  bool runUnderWay_ = false;
+  bool ending_ = false;
+  bool ended_ = false;
+  int yieldDepth_ = 0;     // handlers run inside yields, and yield in turn
+  int runYieldDepth_ = 0;  // the depth at which the run in hand began
+};
+
+}  // namespace quillon

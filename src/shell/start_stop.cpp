@@ -1,0 +1,54 @@
+#include <string>
+
+#include "shell/quillon.h"
+
+namespace quillon {
+namespace {
+
+constexpr double kAnswerDelay = 0.5;  // seconds
+constexpr int kPorts = 99;
+
+/// The first line of "Boot.ini", or `standard` when there is no such file, or an empty or unreadable one.
+std::string DownloadSpeed(const std::string& folder, const std::string& standard) {
+  const std::string path = PathInFolder(folder, "Boot.ini");
+  if (!FileExists(path)) return standard;
+  try {
+    const std::string text = ReadFile(path);
+    LineReader lines(text);
+    return lines.AtEnd() ? standard : std::string(lines.Next());
+  } catch (const RunError&) {
+    return standard;
+  }
+}
+
+}  // namespace
+
+void Quillon::Start() {
+  Form_Load();
+  Show();
+}
+
+void Quillon::Form_Load() {
+  DownloadSettings = DownloadSpeed(AppFolder, "9600") + ",N,8,2";
+  SetCaption(" Quillon version " QUILLON_VERSION);
+  for (int port = 1; port <= kPorts; ++port) ComPort.AddItem("COM " + std::to_string(port));
+  for (const char* speed : {"4800", "9600", "19200", "38400"}) Vitesse.AddItem(speed);
+  Try([this] { log_.Open(PathInFolder(AppFolder, "Log.txt")); });
+  ReadConfig();
+  AnswerDelay = kAnswerDelay;
+  Check1.SetValue(CheckBox::kTicked);
+  MSComm1.SetInputMode(0);
+}
+
+void Quillon::Form_Unload() {
+  if (std::exchange(ended_, true)) return;
+  Try([this] { log_.Close(); });
+  if (Check1.Ticked()) Try([this] { SaveConfig(); });
+  MSComm1.SetPortOpen(false);
+  message.Hide();
+  info.Hide();
+  Hide();
+  events_.End();
+}
+
+}  // namespace quillon

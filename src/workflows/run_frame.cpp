@@ -1,0 +1,111 @@
+// What runs share: their opening, the search for a controller's speed, and the compare at their end.
+#include <string>
+#include <utility>
+
+#include "link/outcome.h"
+#include "link/text_arithmetic.h"
+#include "platform/conversions.h"
+#include "shell/quillon.h"
+
+namespace quillon {
+namespace {
+
+constexpr std::size_t kPortNumberDigit = 4;  // "COM 7": where the number begins
+
+}  // namespace
+
+void Quillon::PrepareRun(const std::string& title, bool withFileChecksum) {
+  MarkAllControllers();
+  AbortRequested = false;
+  info.FileCheksum.SetText(FileCheksum.Text());
+  info.SetCaption(title);
+  info.Titre.SetText(title);
+  info.Label41.SetVisible(withFileChecksum);
+  info.FileCheksum.SetVisible(withFileChecksum);
+  info.Show();
+}
+
+void Quillon::MarkAllControllers() {
+  for (int i = 0; i < kControllers; ++i) MarkController(i);
+}
+
+void Quillon::RequireProtocol() const { ProtocolNumber(); }
+
+void Quillon::SelectPort() {
+  MSComm1.SetPortOpen(false);  // an earlier run that failed may have left it open
+  const std::string& name = ComPort.Text();
+  const std::string number = name.size() > kPortNumberDigit ? name.substr(kPortNumberDigit) : "";
+  MSComm1.SetCommPort(ToInteger(number, "Com Port"));
+}
+
+void Quillon::OpenRun() {
+  PrepareRun("Flash Info", true);
+  RequireProtocol();
+  SelectPort();
+  MSComm1.SetPortOpen(true);
+}
+
+void Quillon::EndRun() {
+  message.Unload();
+  MSComm1.SetPortOpen(false);
+}
+
+void Quillon::ResetTriedSpeeds() {
+  for (CheckBox* box : {&V4800, &V9600, &V19200, &V38400}) box->SetValue(CheckBox::kUnticked);
+}
+
+void Quillon::ApplySpeed() {
+  const std::string& speed = Vitesse.Text();
+  // Ticked first: a search on a line that fails must come to its end too.
+  for (CheckBox* box : {&V4800, &V9600, &V19200, &V38400}) {
+    if (box->Caption() == "V" + speed) box->SetValue(CheckBox::kTicked);
+  }
+  MSComm1.SetSettings(speed + ",N,8,2");
+}
+
+bool Quillon::NextUntriedSpeed() {
+  for (const CheckBox* box : {&V4800, &V9600, &V19200, &V38400}) {
+    if (box->Ticked()) continue;
+    Vitesse.SetText(box->Caption().substr(1));
+    return true;
+  }
+  return false;
+}
+
+bool Quillon::TakesPart(int i) const { return C(i).Ticked() && !AbortRequested; }
+
+Quillon::Turn Quillon::TakeTurn(int i, const std::function<bool()>& command, bool markBetweenSpeeds) {
+  for (ResetTriedSpeeds();;) {
+    ApplySpeed();
+    if (!TakesPart(i)) return Turn::kSkipped;
+    if (command()) return Turn::kDone;
+    if (!NextUntriedSpeed()) return Turn::kNoSpeedLeft;
+    if (markBetweenSpeeds) MarkController(i);
+  }
+}
+
+void Quillon::TakeImageProtocol() {
+  Protocol.SetText(std::to_string(static_cast<int>(HexToNumber(image.ImageProtocol)) - 1));
+}
+
+void Quillon::TakeImageSpeed() {
+  if (!image.ImageBaudRate.empty()) Vitesse.SetText(image.ImageBaudRate);
+}
+
+void Quillon::CompareWithFile(int y) {
+  TextBox& version = info.Ver(y);
+  TextBox& checksum = info.CkSum(y);
+  if (checksum.Text() == info.FileCheksum.Text()) {
+    ShowProgress(ControllerText(y) + " : Programming OK", false);
+    return;
+  }
+  version.SetForeColor(colour::kRed);
+  version.SetFontBold(true);
+  version.SetText("Programmation");
+  checksum.SetForeColor(colour::kWhite);
+  checksum.SetFontBold(true);
+  checksum.SetText("ERROR");
+  ShowProgressPaused(ControllerText(y) + " : Programming failure");
+}
+
+}  // namespace quillon

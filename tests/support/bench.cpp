@@ -1,0 +1,113 @@
+#include "support/bench.h"
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+
+namespace quillon::test {
+
+Bench::Bench() : tool(world.AsComputer()) {
+  tool.Form_Load();
+  tool.Text1.SetText("500");
+  tool.Text2.SetText("10");
+  tool.ComPort.SetText("COM 1");
+  tool.Vitesse.SetText("9600");
+  tool.Protocol.SetText("63");
+  Tick({});
+}
+
+void Bench::Tick(std::initializer_list<int> controllers) {
+  tool.NONE.Press();
+  for (const int number : controllers) tool.C(number).SetValue(CheckBox::kTicked);
+}
+
+std::string Bench::Write(const std::string& name, const std::string& contents) {
+  std::ofstream(world.folder + name, std::ios::binary) << contents;
+  return world.folder + name;
+}
+
+std::string Bench::Read(const std::string& name) const {
+  std::ifstream file(world.folder + name, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void Bench::ChooseHex(const std::vector<std::string>& lines) {
+  std::string text;
+  for (const std::string& line : lines) text += line + "\r\n";
+  world.fileToChoose = Write("image.hex", text);
+  tool.Command1.Press();
+}
+
+void Bench::CancelAt(Nanoseconds time) {
+  world.At(time, [this] { tool.message.Command1.Press(); });
+}
+
+void Bench::CancelWhen(const std::string& statusPart) {
+  world.When([this, statusPart] { return tool.message.Visible() && tool.message.Label1.Text().find(statusPart) != std::string::npos; },
+             [this] { tool.message.Command1.Press(); });
+}
+
+std::string Bench::Row(int y) {
+  const TextBox& version = tool.info.Ver(y);
+  const TextBox& checksum = tool.info.CkSum(y);
+  std::string row = version.Text() + " " + checksum.Text();
+  if (version.ForeColor() == colour::kRed) row += " red";
+  if (checksum.ForeColor() == colour::kWhite && checksum.BackColor() == colour::kRed) row += " marked";
+  return row;
+}
+
+std::vector<std::string> Bench::EndAndReadLog() {
+  tool.Close();
+  std::istringstream text(Read("Log.txt"));
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(text, line);) lines.push_back(line.substr(0, line.size() - 1));
+  return lines;
+}
+
+std::vector<std::string> Bench::Sent() const {
+  std::vector<std::string> frames;
+  for (const SentBytes& frame : world.sent) frames.push_back(std::to_string(frame.baud) + " " + ToHex(frame.bytes));
+  return frames;
+}
+
+Bytes FromHex(const std::string& digits) {
+  Bytes bytes;
+  for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
+    bytes.push_back(static_cast<std::uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
+  }
+  return bytes;
+}
+
+std::string ToHex(const Bytes& bytes) {
+  std::string digits;
+  char pair[3];
+  for (const std::uint8_t byte : bytes) {
+    std::snprintf(pair, sizeof pair, "%02X", byte);
+    digits += pair;
+  }
+  return digits;
+}
+
+Bytes Closed(Bytes bytes) {
+  unsigned crc = 0;
+  for (const std::uint8_t byte : bytes) {
+    crc ^= static_cast<unsigned>(byte) << 8;
+    for (int bit = 0; bit < 8; ++bit) crc = (crc & 0x8000) ? (crc << 1) ^ 0x1021 : crc << 1;
+  }
+  bytes.push_back(static_cast<std::uint8_t>(crc >> 8));
+  bytes.push_back(static_cast<std::uint8_t>(crc));
+  bytes.push_back(4);
+  return bytes;
+}
+
+std::string HexRecord(unsigned address, const Bytes& data, unsigned type) {
+  Bytes record{static_cast<std::uint8_t>(data.size()), static_cast<std::uint8_t>(address >> 8),
+               static_cast<std::uint8_t>(address), static_cast<std::uint8_t>(type)};
+  record.insert(record.end(), data.begin(), data.end());
+  unsigned sum = 0;
+  for (const std::uint8_t byte : record) sum += byte;
+  record.push_back(static_cast<std::uint8_t>(-sum));
+  return ":" + ToHex(record);
+}
+
+}  // namespace quillon::test

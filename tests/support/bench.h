@@ -1,0 +1,56 @@
+#pragma once
+
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "shell/quillon.h"
+#include "support/world.h"
+
+namespace quillon::test {
+
+/// A technician's bench: one program at work, with usual settings, in a world of its own.
+///
+/// At start: time-out 500 ms, delay 10 ms, COM 1, 9600, protocol 63 (byte 0x40), no controller ticked.
+class Bench {
+ public:
+  Bench();
+
+  World world;
+  Quillon tool;
+
+  void Tick(std::initializer_list<int> controllers);
+
+  /// Writes a file into the program's folder and gives its path.
+  std::string Write(const std::string& name, const std::string& contents);
+  std::string Read(const std::string& name) const;
+
+  /// Writes a HEX file of these lines and chooses it through "&Browse ...".
+  void ChooseHex(const std::vector<std::string>& lines);
+
+  void CancelAt(Nanoseconds time);
+  /// Presses Cancel as soon as the status line contains the text.
+  void CancelWhen(const std::string& statusPart);
+
+  /// The row of a controller: "version checksum", with its look: "" black, " red" failed, " marked" white on red.
+  std::string Row(int y);
+
+  /// Ends the program and gives the lines of its log.
+  std::vector<std::string> EndAndReadLog();
+
+  /// All that was sent, each as upper-case hex digits with the speed in front: "9600 40050173F8A904".
+  std::vector<std::string> Sent() const;
+};
+
+/// "40050173F8A904" as bytes.
+Bytes FromHex(const std::string& digits);
+std::string ToHex(const Bytes& bytes);
+
+/// The bytes closed by a CRC and an end byte, worked out apart from the tool.
+Bytes Closed(Bytes bytes);
+
+/// A HEX record with its check byte.
+std::string HexRecord(unsigned address, const Bytes& data, unsigned type = 0);
+
+}  // namespace quillon::test

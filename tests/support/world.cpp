@@ -1,0 +1,133 @@
+#include "support/world.h"
+
+#include <stdlib.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <utility>
+
+namespace quillon::test {
+namespace {
+
+constexpr Nanoseconds kTick = 1ms;  // the longest that one yield takes
+
+}  // namespace
+
+World::World() {
+  std::string name = (std::filesystem::temp_directory_path() / "quillon-XXXXXX").string();
+  if (!mkdtemp(name.data())) throw std::filesystem::filesystem_error("no folder for a test", std::error_code());
+  folder = name + "/";
+}
+
+World::~World() { std::filesystem::remove_all(folder); }
+
+double World::Now() { return std::chrono::duration<double>(now_).count(); }
+
+void World::SleepUntil(double time) { Advance(Nanoseconds(static_cast<std::int64_t>(std::ceil(time * 1e9)))); }
+
+void World::When(std::function<bool()> condition, std::function<void()> action) {
+  watches_.push_back({std::move(condition), std::move(action)});
+}
+
+void World::Yield() {
+  Act();
+  Nanoseconds next = now_ + kTick;
+  if (!arriving_.empty()) next = std::min(next, arriving_.begin()->first);
+  if (bus && bus->NextArrival()) next = std::min(next, *bus->NextArrival());
+  Advance(std::max(next, now_ + 1us));
+}
+
+void World::Act() {
+  while (!actions_.empty() && actions_.begin()->first <= now_) {
+    const auto action = std::move(actions_.begin()->second);
+    actions_.erase(actions_.begin());
+    action();
+  }
+  for (std::size_t i = 0; i < watches_.size(); ++i) {
+    if (!watches_[i].condition()) continue;
+    const auto action = std::move(watches_[i].action);
+    watches_.erase(watches_.begin() + static_cast<std::ptrdiff_t>(i--));
+    action();
+  }
+}
+
+void World::Advance(Nanoseconds to) {
+  now_ = std::max(now_, to);
+  Collect();
+}
+
+void World::ShowBox(const std::string& text, const std::string& title) {
+  boxes.push_back({text, title});
+  if (onBox) onBox(boxes.back());
+}
+
+std::string World::ChooseFile(const std::string&, const std::string&) { return fileToChoose; }
+
+void World::Open(int number, const LineSettings& settings) {
+  if (beforeOperation) beforeOperation();
+  openedPorts.push_back(number);
+  open = true;
+  baud = settings.baud;
+  speeds.push_back(baud);
+  received_.clear();
+}
+
+void World::Close() {
+  LetOut();
+  open = false;
+}
+
+void World::Configure(const LineSettings& settings) {
+  Operate();
+  LetOut();
+  baud = settings.baud;
+  speeds.push_back(baud);
+}
+
+void World::Write(std::span<const std::uint8_t> bytes) {
+  Operate();
+  sent.push_back({now_, baud, {bytes.begin(), bytes.end()}});
+  if (!script.empty()) {
+    for (const Reply& reply : script.front()) arriving_.emplace(now_ + reply.after, reply.bytes);
+    script.pop_front();
+  } else if (bus) {
+    bus->Send(bytes, Format(), now_);
+  }
+}
+
+std::size_t World::Waiting() {
+  Operate();
+  Collect();
+  return received_.size();
+}
+
+std::vector<std::uint8_t> World::Read() {
+  Operate();
+  Collect();
+  return std::exchange(received_, {});
+}
+
+void World::Operate() {
+  if (!open) throw std::logic_error("an operation on a closed device");
+  if (beforeOperation) beforeOperation();
+}
+
+void World::LetOut() {
+  if (bus) Advance(bus->SendingEnds());
+}
+
+void World::Collect() {
+  while (!arriving_.empty() && arriving_.begin()->first <= now_) {
+    const auto& bytes = arriving_.begin()->second;
+    received_.insert(received_.end(), bytes.begin(), bytes.end());
+    arriving_.erase(arriving_.begin());
+  }
+  if (!bus || !open) return;
+  const bus::Bytes bytes = bus->Receive(Format(), now_);
+  received_.insert(received_.end(), bytes.begin(), bytes.end());
+}
+
+bus::LineFormat World::Format() const { return {.baud = baud, .dataBits = 8, .parity = 'N', .stopBits = 2}; }
+
+}  // namespace quillon::test

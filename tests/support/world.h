@@ -1,0 +1,113 @@
+#pragma once
+
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "bus/bus.h"
+#include "platform/computer.h"
+
+namespace quillon::test {
+
+using namespace std::chrono_literals;
+using Nanoseconds = std::chrono::nanoseconds;
+
+/// A box that the program showed.
+struct ShownBox {
+  std::string text;
+  std::string title;
+  bool operator==(const ShownBox&) const = default;
+};
+
+/// What the tool put on the line in one go.
+struct SentBytes {
+  Nanoseconds at;
+  int baud;
+  std::vector<std::uint8_t> bytes;
+};
+
+/// What comes back for one sending: bytes, so long after it.
+struct Reply {
+  Nanoseconds after;
+  std::vector<std::uint8_t> bytes;
+};
+
+/// A computer in memory: its clock moves only when the program waits, its operator acts at yields, and its
+/// serial line leads to simulated controllers or to a script.
+class World : public Clock, public Events, public Desk, public Screen, public SerialDevice {
+ public:
+  World();
+  ~World();
+  World(const World&) = delete;
+  World& operator=(const World&) = delete;
+
+  Computer AsComputer() { return {*this, *this, *this, *this, *this, folder}; }
+
+  // The operator. Actions run inside the yields of the program, like clicks.
+
+  /// Does something at a time, or at the first yield behind it.
+  void At(Nanoseconds time, std::function<void()> action) { actions_.emplace(time, std::move(action)); }
+  /// Does something once, at the first yield at which the condition holds.
+  void When(std::function<bool()> condition, std::function<void()> action);
+  /// Runs while a box stands, ahead of the operator's OK.
+  std::function<void(const ShownBox&)> onBox;
+
+  std::string fileToChoose;         ///< what the operator picks in the next file dialogs; empty: Cancel
+  std::vector<ShownBox> boxes;      ///< all boxes so far
+  int beeps = 0;
+  bool ended = false;
+
+  // The line.
+
+  bus::Bus* bus = nullptr;                      ///< where it leads to, when there is no script
+  std::deque<std::vector<Reply>> script;        ///< the replies to each sending in turn; with none left: silence
+  std::vector<SentBytes> sent;                  ///< all that the tool sent
+  std::vector<int> openedPorts;                 ///< each opening, by number
+  bool open = false;
+  int baud = 0;
+  std::vector<int> speeds;                      ///< each speed that the open line was set to, the opening's first
+  std::function<void()> beforeOperation;        ///< raises what a failing device raises
+
+  std::string folder;  ///< the program's, with a separator behind it; it goes with the world
+
+  Nanoseconds Time() const { return now_; }
+
+  // What the program calls.
+  double Now() override;
+  void SleepUntil(double time) override;
+  void Yield() override;
+  void End() override { ended = true; }
+  void ShowBox(const std::string& text, const std::string& title) override;
+  void Beep() override { ++beeps; }
+  std::string ChooseFile(const std::string& title, const std::string& filter) override;
+  void Draw(Form&) override {}
+  void Open(int number, const LineSettings& settings) override;
+  void Close() override;
+  void Configure(const LineSettings& settings) override;
+  void Write(std::span<const std::uint8_t> bytes) override;
+  std::size_t Waiting() override;
+  std::vector<std::uint8_t> Read() override;
+
+ private:
+  void Act();
+  void Advance(Nanoseconds to);
+  void LetOut();
+  void Collect();
+  void Operate();
+  bus::LineFormat Format() const;
+
+  Nanoseconds now_{0};
+  std::multimap<Nanoseconds, std::function<void()>> actions_;
+  struct Watch {
+    std::function<bool()> condition;
+    std::function<void()> action;
+  };
+  std::vector<Watch> watches_;
+  std::multimap<Nanoseconds, std::vector<std::uint8_t>> arriving_;  // of the script
+  std::vector<std::uint8_t> received_;
+};
+
+}  // namespace quillon::test
