@@ -1,22 +1,13 @@
 #include "link/text_arithmetic.h"
 
 #include <algorithm>
-#include <array>
 
 namespace quillon {
 namespace {
 
 constexpr char kDigits[] = "0123456789ABCDEF";
 
-constexpr std::array<std::uint8_t, 256> MakeDigitTable() {
-  std::array<std::uint8_t, 256> table{};
-  for (unsigned i = 0; i < 10; ++i) table['0' + i] = static_cast<std::uint8_t>(i);
-  for (unsigned i = 0; i < 6; ++i) table['A' + i] = table['a' + i] = static_cast<std::uint8_t>(10 + i);
-  return table;
-}
-constexpr std::array<std::uint8_t, 256> kDigitValues = MakeDigitTable();
-
-constexpr std::array<std::uint16_t, 256> MakeCrcTable() {
+constexpr auto kCrcTable = [] {
   std::array<std::uint16_t, 256> table{};
   for (unsigned byte = 0; byte < 256; ++byte) {
     unsigned crc = byte << 8;
@@ -24,12 +15,9 @@ constexpr std::array<std::uint16_t, 256> MakeCrcTable() {
     table[byte] = static_cast<std::uint16_t>(crc);
   }
   return table;
-}
-constexpr std::array<std::uint16_t, 256> kCrcTable = MakeCrcTable();
+}();
 
 }  // namespace
-
-unsigned HexDigit(char digit) { return kDigitValues[static_cast<unsigned char>(digit)]; }
 
 std::string ByteArrayToHex(std::span<const std::uint8_t> bytes, bool crcPart) {
   constexpr std::size_t kLengthIndex = 2;

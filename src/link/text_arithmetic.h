@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -10,8 +11,15 @@ namespace quillon {
 /// Hex text: digits 0 to 9 and A to F, the most significant first. Byte text: two hex digits and a blank for
 /// each byte, the last one too.
 
-/// The value of one hex digit, in either case; any other character counts as the digit 0.
-unsigned HexDigit(char digit);
+/// The value of each character as a hex digit, in either case; any other character counts as the digit 0.
+inline constexpr auto kHexDigitValues = [] {
+  std::array<std::uint8_t, 256> values{};
+  for (unsigned i = 0; i < 10; ++i) values['0' + i] = static_cast<std::uint8_t>(i);
+  for (unsigned i = 0; i < 6; ++i) values['A' + i] = values['a' + i] = static_cast<std::uint8_t>(10 + i);
+  return values;
+}();
+
+inline unsigned HexDigit(char digit) { return kHexDigitValues[static_cast<unsigned char>(digit)]; }
 
 /// The byte text of all bytes; with `crcPart` of the bytes that a frame's CRC covers: 0 to N+2, where N is
 /// byte 2, or to the end where the array is shorter.

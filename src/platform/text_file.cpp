@@ -2,6 +2,7 @@
 
 #include <strings.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -105,14 +106,15 @@ void ReplaceFile(const std::string& path, std::string_view contents) {
 std::string_view LineReader::Next() {
   if (AtEnd())
     throw RunError(RunError::kInputPastEnd, "Input past end of file: the file ends too early. Check it.");
-  const char* begin = rest_.data();
-  const char* end = begin + rest_.size();
-  const char* stop = begin;
-  while (stop != end && *stop != '\r' && *stop != '\n') ++stop;
-  const std::string_view line(begin, static_cast<std::size_t>(stop - begin));
-  if (stop != end) stop += (*stop == '\r' && stop + 1 != end && stop[1] == '\n') ? 2 : 1;
-  rest_.remove_prefix(static_cast<std::size_t>(stop - begin));
+  const std::size_t stop = std::min({Find('\r', return_), Find('\n', feed_), text_.size()});
+  const std::string_view line = text_.substr(position_, stop - position_);
+  position_ = stop + (text_.substr(stop).starts_with("\r\n") ? 2 : 1);
   return line;
+}
+
+std::size_t LineReader::Find(char end, std::size_t& next) const {
+  if (next < position_) next = text_.find(end, position_);
+  return next;
 }
 
 TextWriter::~TextWriter() {

@@ -28,15 +28,21 @@ void ReplaceFile(const std::string& path, std::string_view contents);
 /// or at a line feed alone; the last line needs no end.
 class LineReader {
  public:
-  explicit LineReader(std::string_view text) : rest_(text) {}
+  explicit LineReader(std::string_view text) : text_(text), return_(text.find('\r')), feed_(text.find('\n')) {}
 
-  bool AtEnd() const { return rest_.empty(); }
+  bool AtEnd() const { return position_ >= text_.size(); }
 
   /// The next line without its end. Raises RunError 62 at the end of the text.
   std::string_view Next();
 
  private:
-  std::string_view rest_;
+  std::size_t Find(char end, std::size_t& next) const;
+
+  std::string_view text_;
+  std::size_t position_ = 0;
+  // The next carriage return and line feed at or behind the position: each is searched once, in large strides.
+  std::size_t return_;
+  std::size_t feed_;
 };
 
 /// A text file that is written line by line, each ended by carriage return and line feed. The lines go
