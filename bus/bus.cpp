@@ -26,7 +26,7 @@ void Bus::Send(std::span<const std::uint8_t> bytes, const LineFormat& format, Ti
     const Time begins = ByteEnd(start, i, format);
     const Time ends = ByteEnd(start, i + 1, format);
     const bool garbled = Collides(begins, ends);
-    if (options_.echo) PutByte({begins, ends, format, bytes[i], true, false});
+    if (options_.echo) PutByte({begins, ends, format, bytes[i], garbled});
     for (Heard& frame : framer_.Add(bytes[i], begins, ends, format, garbled)) {
       if (frame.intact) HearFrame(frame);
       traffic_.push_back(std::move(frame));
@@ -82,7 +82,7 @@ void Bus::PutAnswer(const Answered& answer) {
     const Time begins = ByteEnd(answer.begins, i, answer.format);
     const Time ends = ByteEnd(answer.begins, i + 1, answer.format);
     const bool lost = Collides(begins, ends);
-    PutByte({begins, ends, answer.format, answer.bytes[i], false, lost});
+    PutByte({begins, ends, answer.format, answer.bytes[i], lost});
   }
 }
 
@@ -92,11 +92,11 @@ void Bus::PutByte(const Arriving& byte) {
   arriving_.insert(behind, byte);
 }
 
-/// Looks for an answer's byte on the line at that time, and destroys it.
+/// Looks for bytes that arrive from the line at that time, and destroys them.
 bool Bus::Collides(Time begins, Time ends) {
   bool collides = false;
   for (Arriving& other : arriving_) {
-    if (other.echo || other.begins >= ends || begins >= other.ends) continue;
+    if (other.begins >= ends || begins >= other.ends) continue;
     other.lost = true;
     collides = true;
   }

@@ -75,7 +75,6 @@ class Bus {
     Time ends;
     LineFormat format;
     std::uint8_t value;
-    bool echo;
     bool lost;
   };
 

@@ -40,7 +40,7 @@ std::optional<Command> Command75(const Bytes& message) {
   const std::size_t payload = message[2];
   if (payload < 4 || message[4] != 0xAA || message[5] != 0x55) return std::nullopt;
   const std::uint8_t subCode = message[6];
-  if (subCode == 0x10 && payload > 6) return Command::Batch;
+  if (subCode == 0x10 && payload >= 6) return Command::Batch;
   if (subCode == 0x0F && payload == 7) return Command::Checksum;
   if (subCode == 0x50 && payload == 4) return Command::Boot;
   return std::nullopt;
@@ -91,8 +91,9 @@ Controller::Controller(ControllerSetup setup, int downloadBaud)
 }
 
 void Controller::AddFault(Fault fault) {
-  const bool tooShort = (fault.kind == Fault::Kind::Length && fault.value <= static_cast<int>(kFrameOverhead)) ||
-                        (fault.kind == Fault::Kind::Short && fault.value < 1);
+  const bool tooShort =
+      (fault.kind == Fault::Kind::Length && fault.value <= static_cast<int>(kFrameOverhead)) ||
+      (fault.kind == Fault::Kind::Short && fault.value < 1);
   if (tooShort) throw std::invalid_argument("a fault's answer has to have a length: see Fault::value");
   faults_.push_back({fault, 0});
 }

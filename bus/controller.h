@@ -117,7 +117,7 @@ class Controller {
  private:
   struct Counted {
     Fault fault;
-    int seen;  // messages counted so far
+    int seen = 0;  // messages counted so far
   };
   struct Move {  // the message that led to another speed, the speed at which it came, what it got
     Bytes message;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <optional>
+#include <iterator>
 
 namespace bus {
 namespace {
@@ -73,54 +73,51 @@ bool IsTextFrame(std::span<const std::uint8_t> bytes) {
 std::vector<Heard> Framer::Add(std::uint8_t value, Time begins, Time ends, const LineFormat& format,
                                bool garbled) {
   std::vector<Heard> found;
-  const bool cut =
-      !pending_.empty() && (format != format_ || begins - pending_.back().ends > LongestPause(format_));
-  if (cut) GiveUpPending(found);
+  const bool cut = !pending_.bytes.empty() &&
+                   (format != format_ || begins - pending_.stamps.back().ends > LongestPause(format_));
+  if (cut) {
+    MoveFront(pending_, noise_, pending_.bytes.size());
+    TakeNoise(found);
+  }
   format_ = format;
-  pending_.push_back({value, begins, ends, garbled});
+  pending_.bytes.push_back(value);
+  pending_.stamps.push_back({begins, ends, garbled});
 
-  Bytes values;
-  for (const Byte& byte : pending_) values.push_back(byte.value);
-  std::span<const std::uint8_t> rest = values;
   std::size_t length = 0;
   Verdict verdict = Verdict::Unfinished;
-  while (!rest.empty() && (verdict = Judge(rest, length)) != Verdict::Unfinished) {
-    if (verdict == Verdict::Frame) {
-      TakeNoise(found);
-      found.push_back(TakeFrame(length));
-      rest = rest.subspan(length);
-    } else {
-      noise_.push_back(pending_.front());
-      pending_.erase(pending_.begin());
-      rest = rest.subspan(1);
+  while (!pending_.bytes.empty() && (verdict = Judge(pending_.bytes, length)) != Verdict::Unfinished) {
+    if (verdict == Verdict::NoFrame) {
+      MoveFront(pending_, noise_, 1);
+      continue;
     }
+    TakeNoise(found);
+    Run frame;
+    MoveFront(pending_, frame, length);
+    found.push_back(Describe(frame, true));
   }
-  if (pending_.empty()) TakeNoise(found);
+  if (pending_.bytes.empty()) TakeNoise(found);
   return found;
 }
 
-Heard Framer::TakeFrame(std::size_t count) {
-  Heard frame{pending_.front().begins, pending_[count - 1].ends, format_, {}, true};
-  for (std::size_t i = 0; i < count; ++i) {
-    frame.bytes.push_back(pending_[i].value);
-    if (pending_[i].garbled) frame.intact = false;
-  }
-  pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(count));
-  return frame;
+void Framer::MoveFront(Run& from, Run& to, std::size_t count) {
+  const auto bytesEnd = from.bytes.begin() + static_cast<std::ptrdiff_t>(count);
+  const auto stampsEnd = from.stamps.begin() + static_cast<std::ptrdiff_t>(count);
+  std::copy(from.bytes.begin(), bytesEnd, std::back_inserter(to.bytes));
+  std::copy(from.stamps.begin(), stampsEnd, std::back_inserter(to.stamps));
+  from.bytes.erase(from.bytes.begin(), bytesEnd);
+  from.stamps.erase(from.stamps.begin(), stampsEnd);
 }
 
-void Framer::GiveUpPending(std::vector<Heard>& found) {
-  noise_.insert(noise_.end(), pending_.begin(), pending_.end());
-  pending_.clear();
-  TakeNoise(found);
+Heard Framer::Describe(const Run& run, bool isFrame) const {
+  const bool garbled =
+      std::any_of(run.stamps.begin(), run.stamps.end(), [](const Stamp& stamp) { return stamp.garbled; });
+  return {run.stamps.front().begins, run.stamps.back().ends, format_, run.bytes, isFrame && !garbled};
 }
 
 void Framer::TakeNoise(std::vector<Heard>& found) {
-  if (noise_.empty()) return;
-  Heard noise{noise_.front().begins, noise_.back().ends, format_, {}, false};
-  for (const Byte& byte : noise_) noise.bytes.push_back(byte.value);
-  noise_.clear();
-  found.push_back(std::move(noise));
+  if (noise_.bytes.empty()) return;
+  found.push_back(Describe(noise_, false));
+  noise_ = {};
 }
 
 }  // namespace bus

@@ -47,19 +47,22 @@ class Framer {
   std::vector<Heard> Add(std::uint8_t value, Time begins, Time ends, const LineFormat& format, bool garbled);
 
  private:
-  struct Byte {
-    std::uint8_t value;
+  struct Stamp {
     Time begins;
     Time ends;
     bool garbled;
   };
+  struct Run {  // bytes one behind the other, each with its stamp
+    Bytes bytes;
+    std::vector<Stamp> stamps;
+  };
 
-  Heard TakeFrame(std::size_t count);
-  void GiveUpPending(std::vector<Heard>& found);
+  static void MoveFront(Run& from, Run& to, std::size_t count);
+  Heard Describe(const Run& run, bool isFrame) const;
   void TakeNoise(std::vector<Heard>& found);
 
-  std::vector<Byte> pending_;
-  std::vector<Byte> noise_;
+  Run pending_;
+  Run noise_;
   LineFormat format_;
 };
 

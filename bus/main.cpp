@@ -19,10 +19,10 @@ int main(int count, char** words) {
     bus::Server(options).Run();
     return 0;
   } catch (const bus::OptionError& error) {
-    std::cerr << "quillon-bus: " << error.what() << '\n';
+    std::cerr << std::string("quillon-bus: ") + error.what() + '\n';
     return kBadOptions;
   } catch (const std::exception& error) {
-    std::cerr << "quillon-bus: " << error.what() << '\n';
+    std::cerr << std::string("quillon-bus: ") + error.what() + '\n';
     return kCantServe;
   }
 }

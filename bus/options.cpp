@@ -16,8 +16,8 @@ constexpr int kLongestWait = 3'600'000;    // ms
 
 /// One text of the command line on its way through the parser; knows which option to name in an error.
 struct Source {
-  std::string option;
-  std::string text;
+  std::string option{};
+  std::string text{};
 
   [[noreturn]] void Fail(const std::string& reason) const {
     throw OptionError(option + " " + text + ": " + reason + ". See quillon-bus --help.");

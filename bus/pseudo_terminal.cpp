@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -77,14 +78,24 @@ PseudoTerminal::PseudoTerminal() {
   slave_ = Descriptor(Check(open(name.data(), O_RDWR | O_NOCTTY | O_CLOEXEC), name.data()));
   MakeRaw(slave_.Number());
   watch_ = Descriptor(Check(inotify_init1(IN_NONBLOCK | IN_CLOEXEC), "watching the pseudo-terminal"));
-  Check(inotify_add_watch(watch_.Number(), name.data(), IN_OPEN), "watching the pseudo-terminal");
+  Check(inotify_add_watch(watch_.Number(), name.data(), IN_OPEN | IN_CLOSE), "watching the pseudo-terminal");
 }
 
 void PseudoTerminal::NoteOpening() {
   std::array<char, 4096> events{};
-  bool opened = false;
-  while (read(watch_.Number(), events.data(), events.size()) > 0) opened = true;
-  if (opened) Check(ioctl(slave_.Number(), TCFLSH, TCIFLUSH), "emptying the pseudo-terminal");
+  bool noted = false;
+  ssize_t size = 0;
+  while ((size = read(watch_.Number(), events.data(), events.size())) > 0) {
+    noted = true;
+    for (ssize_t at = 0; at < size;) {
+      inotify_event event{};
+      std::memcpy(&event, events.data() + at, sizeof event);
+      inUse_ = (event.mask & IN_OPEN) != 0;
+      at += static_cast<ssize_t>(sizeof event + event.len);
+    }
+  }
+  justClosed_ = noted && !inUse_;
+  if (noted) Check(ioctl(slave_.Number(), TCFLSH, TCIFLUSH), "emptying the pseudo-terminal");
 }
 
 LineFormat PseudoTerminal::Format() const {
@@ -99,11 +110,13 @@ Bytes PseudoTerminal::Read() {
   const ssize_t size = read(master_.Number(), bytes.data(), bytes.size());
   if (size < 0 && errno != EAGAIN && errno != EINTR) Check(-1, "reading from the pseudo-terminal");
   bytes.resize(static_cast<std::size_t>(size > 0 ? size : 0));
+  // Another program (stty, say) may have closed the port in passing: who writes has it open all the same.
+  if (!bytes.empty() && !justClosed_) inUse_ = true;
   return bytes;
 }
 
 void PseudoTerminal::Write(std::span<const std::uint8_t> bytes) {
-  if (bytes.empty()) return;
+  if (bytes.empty() || !inUse_) return;
   const ssize_t size = write(master_.Number(), bytes.data(), bytes.size());
   if (size < 0 && errno != EAGAIN && errno != EINTR) Check(-1, "writing to the pseudo-terminal");
 }

@@ -31,10 +31,11 @@ class PseudoTerminal {
 
   const std::string& Path() const { return path_; }
   int Readable() const { return master_.Number(); }  // to poll for: bytes from the tool
-  int Attention() const { return watch_.Number(); }  // to poll for: the port was opened
+  int Attention() const { return watch_.Number(); }  // to poll for: the port was opened or closed
 
-  /// Drops what waits for the tool if the port was opened since the last call. Call it ahead of every `Read`:
-  /// the first bytes behind an opening then never come before it.
+  /// Takes note of the port being opened and closed since the last call, and drops what waits for the tool if
+  /// it was. Call it ahead of `Read` and `Write`: an answer to the first frame behind an opening is then
+  /// safe.
   void NoteOpening();
 
   /// The tool's present speed and format; speed 0 when it has hung up.
@@ -43,7 +44,7 @@ class PseudoTerminal {
   /// What the tool has written and nobody has read yet; empty when there is nothing.
   Bytes Read();
 
-  /// Hands bytes to the tool. Those that find no room, because it doesn't read, are lost.
+  /// Hands bytes to the tool. They are lost while the port is closed, and when the tool doesn't read.
   void Write(std::span<const std::uint8_t> bytes);
 
  private:
@@ -51,6 +52,8 @@ class PseudoTerminal {
   Descriptor slave_;  // held open, so that format and bytes outlast the tool's closing
   Descriptor watch_;
   std::string path_;
+  bool inUse_ = false;       // the tool has the port open
+  bool justClosed_ = false;  // at the last NoteOpening: bytes that are read now were written before
 };
 
 /// A symbolic link to a pseudo-terminal; removed with the object, unless it points elsewhere by then.

@@ -17,6 +17,7 @@ namespace {
 
 /// Turns the signals that end the program into something that can be polled for.
 Descriptor CatchSignals() {
+  std::signal(SIGPIPE, SIG_IGN);  // whoever read the standard output may go; the bus stays
   sigset_t ending;
   sigemptyset(&ending);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&ending, signal);
