@@ -1,5 +1,6 @@
 #include "link/outcome.h"
 
+#include <iterator>
 #include <string>
 
 #include "shell/quillon.h"

@@ -13,7 +13,6 @@ namespace quillon {
 class RunError : public std::exception {
  public:
   enum Number {
-    kInvalidArgument = 5,
     kOverflow = 6,
     kSubscriptOutOfRange = 9,
     kTypeMismatch = 13,

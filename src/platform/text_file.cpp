@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <memory>
 #include <system_error>
+#include <utility>
 
 #include "platform/run_error.h"
 
@@ -66,8 +67,8 @@ std::string PathInFolder(const std::string& folder, const std::string& name) {
   const std::string path = folder + name;
   std::error_code error;
   if (fs::exists(path, error)) return path;
-  for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
-    const std::string other = entry.path().filename().string();
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+    const std::string other = entry->path().filename().string();
     if (strcasecmp(other.c_str(), name.c_str()) == 0) return folder + other;
   }
   return path;

@@ -8,7 +8,8 @@ namespace quillon {
 
 /// Files are bytes: nothing here recodes a character, in names or in contents. Every failure is a RunError
 /// that names the file: 52 a name that the system refuses, 53 no such file, 57 a device that fails, 61 disk
-/// full, 70 no permission, 75 no file (a folder, a read-only place), 76 no such folder.
+/// full, 62 a line asked for behind the end, 70 no permission, 75 no file (a folder, a read-only place), 76 no
+/// such folder.
 
 /// Whether a file of that name exists (a folder does not count).
 bool FileExists(const std::string& path);

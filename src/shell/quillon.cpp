@@ -36,7 +36,7 @@ void Quillon::AddFrameLabels() {
   Label39.Add(Frame1, "Label39", {300, 240, 1100, 195}, {.text = "Time Out:"});
   Label39.Add(Frame1, "Label39", {975, 540, 500, 195}, {.text = "MSec"});
   Label39.Add(Frame1, "Label39", {2250, 540, 500, 195}, {.text = "MSec"});
-  Label39.Add(Frame1, "Label39", {1575, 240, 1650, 195}, {.text = "Parallel Waiting Delay:"});
+  Label39.Add(Frame1, "Label39", {1485, 240, 1650, 195}, {.text = "Parallel Waiting Delay:"});
   Label39.Add(Frame1, "Label39", {6120, 240, 700, 195}, {.text = "Protocol:"});
 }
 

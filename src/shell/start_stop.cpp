@@ -1,4 +1,5 @@
 #include <string>
+#include <utility>
 
 #include "shell/quillon.h"
 

@@ -31,10 +31,10 @@ std::string Bench::Read(const std::string& name) const {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-void Bench::ChooseHex(const std::vector<std::string>& lines) {
+void Bench::ChooseHex(const std::vector<std::string>& lines, const std::string& name) {
   std::string text;
   for (const std::string& line : lines) text += line + "\r\n";
-  world.fileToChoose = Write("image.hex", text);
+  world.fileToChoose = Write(name, text);
   tool.Command1.Press();
 }
 
@@ -54,6 +54,15 @@ std::string Bench::Row(int y) {
   if (version.ForeColor() == colour::kRed) row += " red";
   if (checksum.ForeColor() == colour::kWhite && checksum.BackColor() == colour::kRed) row += " marked";
   return row;
+}
+
+std::vector<int> Bench::BoxNumbers() const {
+  const std::string start = "Error # ";
+  std::vector<int> numbers;
+  for (const ShownBox& box : world.boxes) {
+    numbers.push_back(box.text.starts_with(start) ? std::stoi(box.text.substr(start.size())) : 0);
+  }
+  return numbers;
 }
 
 std::vector<std::string> Bench::EndAndReadLog() {

@@ -27,7 +27,7 @@ class Bench {
   std::string Read(const std::string& name) const;
 
   /// Writes a HEX file of these lines and chooses it through "&Browse ...".
-  void ChooseHex(const std::vector<std::string>& lines);
+  void ChooseHex(const std::vector<std::string>& lines, const std::string& name = "image.hex");
 
   void CancelAt(Nanoseconds time);
   /// Presses Cancel as soon as the status line contains the text.
@@ -36,12 +36,26 @@ class Bench {
   /// The row of a controller: "version checksum", with its look: "" black, " red" failed, " marked" white on red.
   std::string Row(int y);
 
+  /// The numbers of all run-error boxes so far; 0 for any other box.
+  std::vector<int> BoxNumbers() const;
+
   /// Ends the program and gives the lines of its log.
   std::vector<std::string> EndAndReadLog();
 
   /// All that was sent, each as upper-case hex digits with the speed in front: "9600 40050173F8A904".
   std::vector<std::string> Sent() const;
 };
+
+/// The number of the run-time failure that a step raises; 0 when it raises none.
+template <class Step>
+int FailureNumber(Step step) {
+  try {
+    step();
+  } catch (const RunError& error) {
+    return error.number;
+  }
+  return 0;
+}
 
 /// "40050173F8A904" as bytes.
 Bytes FromHex(const std::string& digits);

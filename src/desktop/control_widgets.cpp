@@ -1,0 +1,277 @@
+#include "desktop/control_widgets.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPalette>
+#include <QStringList>
+#include <algorithm>
+#include <utility>
+
+#include "desktop/house_look.h"
+#include "desktop/picture_widgets.h"
+
+namespace quillon {
+namespace {
+
+constexpr Aspect kAspects[] = {Aspect::kText,   Aspect::kToolTip, Aspect::kEnabled, Aspect::kVisible,
+                               Aspect::kColour, Aspect::kFont,    Aspect::kItems,   Aspect::kValue};
+
+/// The forms hold bytes; what is no UTF-8 in them shows as a replacement character and stays as it is.
+QString Shown(const std::string& text) { return QString::fromUtf8(text); }
+
+QString WithoutMnemonic(const std::string& caption) { return Shown(caption).remove('&'); }
+
+QColor ColourOf(int number) { return QColor(number & 0xFF, number >> 8 & 0xFF, number >> 16 & 0xFF); }
+
+QRect RectOf(const Place& place) {
+  return QRect(Pixels(place.left), Pixels(place.top), Pixels(place.width), Pixels(place.height));
+}
+
+/// What all kinds have in common. While a view brings its widget up to date, what the widget reports is no
+/// doing of the operator's: `Refreshing`.
+template <class Kind, class Widget>
+class ViewOf : public ControlView {
+ public:
+  ViewOf(Kind& control, Widget* widget) : control_(control), widget_(*widget) {
+    widget_.setObjectName(Shown(control_.Name()));
+    widget_.setGeometry(RectOf(control_.Where()));
+    widget_.setAccessibleName(Shown(control_.AccessibleName()));
+  }
+
+  void Refresh(Aspect aspect) final {
+    const bool outer = std::exchange(refreshing_, true);
+    if (aspect == Aspect::kEnabled) widget_.setEnabled(control_.Enabled());
+    if (aspect == Aspect::kVisible && widget_.isVisibleTo(widget_.parentWidget()) != control_.Visible()) {
+      widget_.setVisible(control_.Visible());
+    }
+    if (aspect == Aspect::kToolTip) widget_.setToolTip(Shown(control_.ToolTip()));
+    RefreshKind(aspect);
+    refreshing_ = outer;
+  }
+
+  void TakeFocus() final { widget_.setFocus(); }
+
+ protected:
+  virtual void RefreshKind(Aspect aspect) = 0;
+  bool Refreshing() const { return refreshing_; }
+
+  void NameByCaption() {
+    if (control_.AccessibleName().empty()) widget_.setAccessibleName(WithoutMnemonic(control_.Caption()));
+  }
+
+  Kind& control_;
+  Widget& widget_;
+
+ private:
+  bool refreshing_ = false;
+};
+
+/// A label grows with a text that is wider than its place, as far as its window goes; from there on the text
+/// goes on below.
+class LabelView final : public ViewOf<Label, QLabel> {
+ public:
+  LabelView(Label& label, QWidget* parent) : ViewOf(label, new QLabel(parent)) {
+    widget_.setTextFormat(Qt::PlainText);
+    widget_.setAlignment(Qt::AlignTop | (label.Centred() ? Qt::AlignHCenter : Qt::AlignLeft));
+    widget_.setFont(ControlFont(label.FontPoints(), label.FontBold()));
+    widget_.setAutoFillBackground(true);  // a new text repaints the label alone, not what lies behind it
+  }
+
+ private:
+  static constexpr int kEdge = 4;  // pixels between a text and the edge of its window
+
+  void RefreshKind(Aspect aspect) override {
+    if (aspect != Aspect::kText) return;
+    widget_.setText(Shown(control_.Text()));
+    Fit();
+  }
+
+  void Fit() {
+    const QRect place = RectOf(control_.Where());
+    const int room = widget_.parentWidget()->width() - place.left() - kEdge;
+    const QFontMetrics metrics = widget_.fontMetrics();
+    const int needed = metrics.horizontalAdvance(widget_.text());
+    QRect fitted = place;
+    if (needed > room) {
+      const QRect below = metrics.boundingRect(QRect(0, 0, room, 0), Qt::TextWordWrap, widget_.text());
+      fitted.setHeight(std::max(place.height(), below.height()));
+    } else if (needed > place.width()) {
+      fitted.setWidth(needed);
+      if (control_.Centred()) fitted.moveCenter(place.center());
+    }
+    widget_.setWordWrap(needed > room);
+    widget_.setContentsMargins(0, 0, needed > room ? std::max(0, place.width() - room) : 0, 0);
+    widget_.setGeometry(fitted);
+  }
+};
+
+class TextBoxView final : public ViewOf<TextBox, QLineEdit> {
+ public:
+  TextBoxView(TextBox& box, QWidget* parent) : ViewOf(box, new QLineEdit(parent)) {
+    widget_.setReadOnly(box.ReadOnly());
+    if (box.Centred()) widget_.setAlignment(Qt::AlignCenter);
+    QObject::connect(&widget_, &QLineEdit::textChanged, &widget_, [this](const QString& text) {
+      if (!Refreshing()) control_.SetText(text.toUtf8().toStdString());
+    });
+  }
+
+ private:
+  void RefreshKind(Aspect aspect) override {
+    if (aspect == Aspect::kText) ShowText();
+    if (aspect == Aspect::kColour) ShowColours();
+    if (aspect == Aspect::kText || aspect == Aspect::kFont) FitFont();
+  }
+
+  /// A word too long for its field is set closer, down to what can still be read: a table holds whole words.
+  void FitFont() {
+    constexpr int kTextMargins = 8;      // pixels of a box that its text can't use
+    constexpr int kClosestStretch = 55;  // percent
+    QFont font = ControlFont(control_.FontPoints(), control_.FontBold());
+    if (control_.ReadOnly() && control_.Centred()) {
+      const int needed = QFontMetrics(font).horizontalAdvance(widget_.text());
+      const int room = widget_.width() - kTextMargins;
+      if (needed > room && needed * kClosestStretch <= room * 100) font.setStretch(room * 100 / needed);
+    }
+    if (font != widget_.font()) widget_.setFont(font);
+  }
+
+  void ShowText() {
+    const QString text = Shown(control_.Text());
+    if (text == widget_.text()) return;
+    widget_.setText(text);
+    if (control_.ReadOnly()) widget_.setCursorPosition(0);  // a text too long shows its beginning
+  }
+
+  void ShowColours() {
+    const QColor text = ColourOf(control_.ForeColor());
+    const QColor back = ColourOf(control_.BackColor());
+    QPalette palette = widget_.palette();
+    if (palette.color(QPalette::Active, QPalette::Text) == text &&
+        palette.color(QPalette::Active, QPalette::Base) == back) {
+      return;
+    }
+    palette.setColor(QPalette::Text, text);
+    palette.setColor(QPalette::Base, back);
+    widget_.setPalette(palette);
+  }
+};
+
+class ButtonView final : public ViewOf<CommandButton, PictureButton> {
+ public:
+  ButtonView(CommandButton& button, QWidget* parent)
+      : ViewOf(button, new PictureButton(button.Picture(), parent)) {
+    NameByCaption();
+    widget_.setText(Shown(button.Caption()));
+    widget_.setAutoDefault(true);  // Enter presses the button that has the focus
+    QObject::connect(&widget_, &QPushButton::clicked, &widget_, [this] { control_.Press(); });
+  }
+
+ private:
+  void RefreshKind(Aspect) override {}
+};
+
+class CheckBoxView final : public ViewOf<CheckBox, TickBox> {
+ public:
+  CheckBoxView(CheckBox& box, QWidget* parent) : ViewOf(box, new TickBox(parent)) {
+    NameByCaption();
+    widget_.setText(Shown(box.Caption()));
+    QObject::connect(&widget_, &QCheckBox::stateChanged, &widget_, [this](int state) {
+      if (!Refreshing()) control_.SetValue(state == Qt::Unchecked ? CheckBox::kUnticked : CheckBox::kTicked);
+    });
+  }
+
+ private:
+  void RefreshKind(Aspect aspect) override {
+    if (aspect != Aspect::kValue) return;
+    constexpr Qt::CheckState kStates[] = {Qt::Unchecked, Qt::Checked, Qt::PartiallyChecked};
+    widget_.setCheckState(kStates[control_.Value()]);
+  }
+};
+
+class ComboBoxView final : public ViewOf<ComboBox, QComboBox> {
+ public:
+  ComboBoxView(ComboBox& list, QWidget* parent) : ViewOf(list, new QComboBox(parent)) {
+    widget_.setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    QObject::connect(&widget_, &QComboBox::currentIndexChanged, &widget_, [this](int index) {
+      if (!Refreshing() && index >= 0) control_.SetText(control_.Items()[static_cast<std::size_t>(index)]);
+    });
+  }
+
+ private:
+  void RefreshKind(Aspect aspect) override {
+    if (aspect == Aspect::kItems) ShowItems();
+    if (aspect == Aspect::kItems || aspect == Aspect::kText) ShowSelection();
+  }
+
+  void ShowItems() {
+    QStringList items;
+    for (const std::string& item : control_.Items()) items.push_back(Shown(item));
+    widget_.clear();
+    widget_.addItems(items);
+  }
+
+  void ShowSelection() {
+    const auto& items = control_.Items();
+    const auto selected = std::find(items.begin(), items.end(), control_.Text());
+    widget_.setCurrentIndex(selected == items.end() ? -1 : static_cast<int>(selected - items.begin()));
+  }
+};
+
+class PictureView final : public ViewOf<Picture, PictureWidget> {
+ public:
+  PictureView(Picture& picture, QWidget* parent)
+      : ViewOf(picture, new PictureWidget(picture.PictureName(), parent)) {}
+
+ private:
+  void RefreshKind(Aspect) override {}
+};
+
+class FrameView final : public ViewOf<Frame, LineFrame> {
+ public:
+  FrameView(Frame& frame, QWidget* parent) : ViewOf(frame, new LineFrame(parent)) {
+    NameByCaption();
+    widget_.setTitle(Shown(frame.Caption()));
+    contents_ = DrawControls(frame, &widget_);
+  }
+
+ private:
+  void RefreshKind(Aspect) override {}
+
+  ControlViews contents_;
+};
+
+class Drawing final : public ControlVisitor {
+ public:
+  explicit Drawing(QWidget* parent) : parent_(parent) {}
+
+  void Visit(Label& label) override { Add<LabelView>(label); }
+  void Visit(TextBox& box) override { Add<TextBoxView>(box); }
+  void Visit(CommandButton& button) override { Add<ButtonView>(button); }
+  void Visit(CheckBox& box) override { Add<CheckBoxView>(box); }
+  void Visit(ComboBox& list) override { Add<ComboBoxView>(list); }
+  void Visit(Picture& picture) override { Add<PictureView>(picture); }
+  void Visit(Frame& frame) override { Add<FrameView>(frame); }
+
+  ControlViews views;
+
+ private:
+  template <class View, class Kind>
+  void Add(Kind& control) {
+    views.push_back(std::make_unique<View>(control, parent_));
+    for (const Aspect aspect : kAspects) views.back()->Refresh(aspect);
+    control.AttachView(views.back().get());
+  }
+
+  QWidget* parent_;
+};
+
+}  // namespace
+
+ControlViews DrawControls(const Container& container, QWidget* parent) {
+  Drawing drawing(parent);
+  for (Control* control : container.Controls()) control->Accept(drawing);
+  return std::move(drawing.views);
+}
+
+}  // namespace quillon

@@ -1,0 +1,23 @@
+#include "desktop/desktop_clock.h"
+
+#include <chrono>
+#include <thread>
+
+namespace quillon {
+namespace {
+
+using Seconds = std::chrono::duration<double>;
+constexpr double kAwake = 0.0004;  // seconds; a sleeper is woken up to 0.2 ms late
+
+}  // namespace
+
+double DesktopClock::Now() { return Seconds(std::chrono::steady_clock::now().time_since_epoch()).count(); }
+
+void DesktopClock::SleepUntil(double time) {
+  const double pause = time - kAwake - Now();
+  if (pause > 0) std::this_thread::sleep_for(Seconds(pause));
+  while (Now() < time) {
+  }
+}
+
+}  // namespace quillon

@@ -1,0 +1,145 @@
+#include "desktop/form_window.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QScreen>
+#include <QTimer>
+#include <QWindow>
+#include <algorithm>
+
+#include "desktop/house_look.h"
+
+namespace quillon {
+namespace {
+
+Qt::WindowFlags FlagsOf(Form::Border border) {
+  switch (border) {
+    case Form::Border::kFixed:
+      return Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
+             Qt::WindowCloseButtonHint | Qt::MSWindowsFixedSizeDialogHint;
+    case Form::Border::kSizable:
+      return Qt::Window;
+    case Form::Border::kDialog:
+      return Qt::Dialog | Qt::CustomizeWindowHint | Qt::MSWindowsFixedSizeDialogHint;
+  }
+  return Qt::Window;
+}
+
+QSize SizeOf(const Form& form) { return QSize(Pixels(form.Width()), Pixels(form.Height())); }
+
+/// Thin lines around a dialog: not every desktop draws an edge where there is no title bar.
+void AddEdge(QWidget* window, const QRect& line) {
+  auto* edge = new QWidget(window);
+  edge->setGeometry(line);
+  edge->setBackgroundRole(QPalette::Mid);
+  edge->setAutoFillBackground(true);
+}
+
+}  // namespace
+
+FormWindow::FormWindow(Form& form, FormWindow* owner)
+    : QWidget(owner, FlagsOf(form.BorderStyle())), form_(form) {
+  setObjectName(QString::fromUtf8(form.Name()));
+  resize(SizeOf(form));
+  views_ = DrawControls(form, this);
+  FixSize();
+  if (form.BorderStyle() == Form::Border::kDialog) DrawEdge();
+  RefreshCaption();
+  RefreshMousePointer();
+  create();
+  windowHandle()->installEventFilter(this);
+}
+
+void FormWindow::FixSize() {
+  if (form_.BorderStyle() == Form::Border::kSizable) {
+    setMinimumSize(childrenRect().united(QRect(0, 0, 1, 1)).bottomRight().x() + 1,
+                   childrenRect().bottom() + 1);
+  } else {
+    setFixedSize(SizeOf(form_));
+  }
+}
+
+void FormWindow::DrawEdge() {
+  AddEdge(this, QRect(0, 0, width(), 1));
+  AddEdge(this, QRect(0, height() - 1, width(), 1));
+  AddEdge(this, QRect(0, 0, 1, height()));
+  AddEdge(this, QRect(width() - 1, 0, 1, height()));
+}
+
+void FormWindow::Show() {
+  if (!isVisible()) {
+    resize(SizeOf(form_));
+    Centre();
+    show();
+  } else if (form_.BorderStyle() != Form::Border::kDialog) {
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+    raise();
+    activateWindow();
+  }
+}
+
+void FormWindow::Centre() {
+  const QWidget* owner = parentWidget();
+  const QRect around = owner != nullptr && owner->isVisible()
+                           ? owner->geometry()
+                           : QGuiApplication::primaryScreen()->availableGeometry();
+  move(around.center() - rect().center());
+}
+
+void FormWindow::RefreshCaption() { setWindowTitle(QString::fromUtf8(form_.Caption())); }
+
+void FormWindow::RefreshMousePointer() {
+  const bool busy = form_.Pointer() == Form::MousePointer::kHourglass;
+  if (busy == (cursor().shape() == Qt::WaitCursor)) return;
+  setCursor(busy ? Qt::WaitCursor : Qt::ArrowCursor);
+  // A text box has a pointer of its own, which would hide the window's.
+  for (QLineEdit* box : findChildren<QLineEdit*>()) {
+    box->setCursor(busy ? Qt::WaitCursor : box->isReadOnly() ? Qt::ArrowCursor : Qt::IBeamCursor);
+  }
+}
+
+void FormWindow::closeEvent(QCloseEvent* event) {
+  event->ignore();
+  form_.Close();
+}
+
+void FormWindow::keyPressEvent(QKeyEvent* event) {
+  if (event->key() == Qt::Key_Escape && form_.BorderStyle() == Form::Border::kDialog) {
+    form_.Close();
+  } else {
+    QWidget::keyPressEvent(event);
+  }
+}
+
+void FormWindow::paintEvent(QPaintEvent* event) {
+  QWidget::paintEvent(event);
+  // The icon is drawn behind the first painting, so that the window need not wait for it.
+  if (QApplication::windowIcon().isNull()) QTimer::singleShot(0, this, &GiveWindowIcon);
+}
+
+bool FormWindow::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == windowHandle() && event->type() == QEvent::KeyRelease) {
+    const auto* key = static_cast<QKeyEvent*>(event);
+    if (!key->isAutoRepeat()) {
+      form_.ReleaseKey(key->key() == Qt::Key_F12 ? Form::Key::kF12 : Form::Key::kOther,
+                       key->modifiers().testFlag(Qt::ShiftModifier));
+    }
+  }
+  return QWidget::eventFilter(watched, event);
+}
+
+DesktopScreen::~DesktopScreen() {
+  while (!windows_.empty()) windows_.pop_back();
+}
+
+void DesktopScreen::Draw(Form& form) {
+  const auto owner = std::find_if(windows_.begin(), windows_.end(),
+                                  [&](const auto& window) { return &window->TheForm() == form.Owner(); });
+  windows_.push_back(std::make_unique<FormWindow>(form, owner == windows_.end() ? nullptr : owner->get()));
+  form.AttachView(windows_.back().get());
+}
+
+}  // namespace quillon

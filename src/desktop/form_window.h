@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QWidget>
+#include <memory>
+#include <vector>
+
+#include "desktop/control_widgets.h"
+#include "platform/controls.h"
+
+namespace quillon {
+
+/// The window of one form. Closing it is left to the form: the window itself never goes by the operator's
+/// hand, only by Hide.
+class FormWindow final : public QWidget, public FormView {
+ public:
+  /// `owner` is the window that a dialog belongs to, else nullptr. Draws all controls; shows nothing yet.
+  FormWindow(Form& form, FormWindow* owner);
+
+  const Form& TheForm() const { return form_; }
+
+  // FormView
+  void Show() override;
+  void Hide() override { hide(); }
+  void RefreshCaption() override;
+  void RefreshMousePointer() override;
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+  void paintEvent(QPaintEvent* event) override;
+  /// Sees the keys of the window before any control does.
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  void FixSize();
+  void Centre();
+  void DrawEdge();
+
+  Form& form_;
+  ControlViews views_;
+};
+
+/// Draws a form as a window when it is first shown. It must outlive the forms.
+class DesktopScreen final : public Screen {
+ public:
+  DesktopScreen() = default;
+  DesktopScreen(const DesktopScreen&) = delete;
+  DesktopScreen& operator=(const DesktopScreen&) = delete;
+  ~DesktopScreen() override;
+
+  void Draw(Form& form) override;
+
+  /// The window that was drawn first; nullptr before.
+  FormWindow* MainWindow() const { return windows_.empty() ? nullptr : windows_.front().get(); }
+
+ private:
+  std::vector<std::unique_ptr<FormWindow>> windows_;  // an owner stands before its dialogs
+};
+
+}  // namespace quillon

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QFont>
+#include <QPixmap>
+#include <QSize>
+#include <string>
+
+class QApplication;
+
+namespace quillon {
+
+/// The one look of the tool on every desktop: light, with small controls that fit the places of the forms.
+void GiveHouseLook(QApplication& application);
+
+/// The tool's own icon for its windows, drawn in several sizes.
+void GiveWindowIcon();
+
+/// The font of a control.
+QFont ControlFont(double points, bool bold);
+
+/// Pixels for `twips` at the screen's logical resolution, to the nearest: 15 twips a pixel at 96 DPI.
+int Pixels(int twips);
+
+/// The picture `name` of the resources, as large as it can be within `size` (in pixels of the window).
+/// `scale` is the number of device pixels to a pixel of the window. An unknown name gives a null picture.
+QPixmap DrawnPicture(const std::string& name, QSize size, double scale);
+
+}  // namespace quillon

@@ -1,0 +1,78 @@
+#include "desktop/picture_widgets.h"
+
+#include <QPainter>
+#include <QStyleOptionButton>
+#include <QTimer>
+#include <algorithm>
+#include <utility>
+
+#include "desktop/house_look.h"
+
+namespace quillon {
+namespace {
+
+constexpr int kMargin = 5;           // pixels between a button's edge and what stands in it
+constexpr int kGap = 3;              // pixels between picture and caption
+constexpr int kCaptionIndent = 9;    // pixels from a frame's corner to its caption
+constexpr double kCornerRadius = 3;  // pixels
+const QColor kFrameLine(176, 176, 176);
+
+void DrawCentred(QPainter& painter, const QPixmap& pixmap, const QRect& room) {
+  const QSize size = pixmap.deviceIndependentSize().toSize();
+  painter.drawPixmap(room.center() - QRect(QPoint(), size).center(), pixmap);
+}
+
+}  // namespace
+
+PictureButton::PictureButton(std::string picture, QWidget* parent)
+    : QPushButton(parent), picture_(std::move(picture)) {}
+
+void PictureButton::LoadPicture() {
+  const int captionHeight = fontMetrics().height() * (text().size() > 16 ? 2 : 1);
+  const QSize room(width() - 2 * kMargin, height() - 2 * kMargin - kGap - captionHeight);
+  pixmap_ = DrawnPicture(picture_, room, devicePixelRatioF());
+  update();
+}
+
+void PictureButton::paintEvent(QPaintEvent*) {
+  if (!picture_.empty() && !std::exchange(asked_, true))
+    QTimer::singleShot(0, this, [this] { LoadPicture(); });
+  QPainter painter(this);
+  QStyleOptionButton option;
+  initStyleOption(&option);
+  option.text.clear();
+  style()->drawControl(QStyle::CE_PushButton, &option, &painter, this);
+
+  QRect room = rect().adjusted(kMargin, kMargin, -kMargin, -kMargin);
+  int flags = Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextWordWrap | Qt::TextShowMnemonic;
+  const QRect caption = fontMetrics().boundingRect(room, flags, text());
+  if (!pixmap_.isNull()) {
+    const QRect above = room.adjusted(0, 0, 0, -caption.height() - kGap);
+    painter.setOpacity(isEnabled() ? 1.0 : 0.35);
+    DrawCentred(painter, pixmap_, above);
+    painter.setOpacity(1.0);
+  }
+  if (!picture_.empty()) room.setTop(room.bottom() + 1 - caption.height());
+  style()->drawItemText(&painter, room, flags, palette(), isEnabled(), text(), QPalette::ButtonText);
+}
+
+void LineFrame::paintEvent(QPaintEvent*) {
+  QPainter painter(this);
+  const QRect caption(kCaptionIndent, 0, fontMetrics().horizontalAdvance(title()), fontMetrics().height());
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(kFrameLine);
+  painter.setClipRegion(QRegion(rect()) - caption);
+  const QRectF line = QRectF(rect()).adjusted(0.5, caption.height() / 2 + 0.5, -0.5, -0.5);
+  painter.drawRoundedRect(line, kCornerRadius, kCornerRadius);
+  painter.setClipping(false);
+  style()->drawItemText(&painter, caption, Qt::AlignLeft | Qt::AlignVCenter, palette(), isEnabled(), title(),
+                        QPalette::WindowText);
+}
+
+void PictureWidget::paintEvent(QPaintEvent*) {
+  if (pixmap_.isNull()) pixmap_ = DrawnPicture(picture_, size(), devicePixelRatioF());
+  QPainter painter(this);
+  DrawCentred(painter, pixmap_, rect());
+}
+
+}  // namespace quillon

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <QCheckBox>
+#include <QGroupBox>
+#include <QPixmap>
+#include <QPushButton>
+#include <QWidget>
+#include <string>
+
+namespace quillon {
+
+/// A push button with its picture above its caption; the caption breaks into lines where it has to. The
+/// picture is drawn just behind the first painting, so that a window need not wait for it.
+class PictureButton final : public QPushButton {
+ public:
+  PictureButton(std::string picture, QWidget* parent);
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+
+ private:
+  void LoadPicture();
+
+  std::string picture_;
+  bool asked_ = false;
+  QPixmap pixmap_;
+};
+
+/// A check box whose click leads from unticked to ticked and from any other state to unticked.
+class TickBox final : public QCheckBox {
+ public:
+  using QCheckBox::QCheckBox;
+
+ protected:
+  void nextCheckState() override {
+    setCheckState(checkState() == Qt::Unchecked ? Qt::Checked : Qt::Unchecked);
+  }
+};
+
+/// A group box whose caption stands in the line around it, so that its contents keep the whole room.
+class LineFrame final : public QGroupBox {
+ public:
+  using QGroupBox::QGroupBox;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+};
+
+/// A picture, drawn as large as its place allows.
+class PictureWidget final : public QWidget {
+ public:
+  PictureWidget(std::string picture, QWidget* parent) : QWidget(parent), picture_(std::move(picture)) {}
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+
+ private:
+  std::string picture_;
+  QPixmap pixmap_;
+};
+
+}  // namespace quillon

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QString>
+#include <string>
+
+#include "desktop/desktop_clock.h"
+#include "desktop/desktop_desk.h"
+#include "desktop/desktop_events.h"
+#include "desktop/form_window.h"
+#include "desktop/serial_port.h"
+#include "shell/quillon.h"
+
+namespace quillon {
+
+/// The folder of the executable, with a separator behind it. Needs the application object.
+inline std::string ProgramFolder() {
+  return QFile::encodeName(QCoreApplication::applicationDirPath() + "/").toStdString();
+}
+
+/// The whole program on a real computer.
+class Program {
+ public:
+  explicit Program(const std::string& folder)
+      : serialPort_(folder), quillon_(Computer{clock_, events_, desk_, screen_, serialPort_, folder}) {}
+
+  void Start() { quillon_.Start(); }
+  void ServeUntilEnd() { events_.ServeUntilEnd(); }
+
+ private:
+  DesktopClock clock_;
+  DesktopEvents events_;
+  DesktopScreen screen_;
+  DesktopDesk desk_{screen_};
+  SerialPort serialPort_;
+  Quillon quillon_;
+};
+
+}  // namespace quillon

@@ -1,0 +1,96 @@
+#include <gmock/gmock.h>
+
+#include <QElapsedTimer>
+
+#include "end_to_end/expected.h"
+#include "end_to_end/image.h"
+#include "end_to_end/technician.h"
+
+namespace quillon::test {
+namespace {
+
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+TEST(ParallelDownload, ProgramsThreeControllersOneOfThemFoundAtAnotherSpeed) {
+  const Firmware firmware;
+  Technician technician({"--download-baud", "38400", "--controller", "2,protocol=5", "--controller",
+                         "9,protocol=5", "--controller", "11,baud=19200,protocol=5"},
+                        {.protocol = "4", .controllers = {2, 9, 11}, .bootSpeed = "38400"});
+  technician.ChooseHex(firmware.HexLines());
+  EXPECT_EQ(technician.Text("Quillon", "File Cheksum").toStdString(), firmware.ShownChecksum());
+
+  technician.Press("Quillon", "Download (Parallel)");
+
+  Expected expected;
+  expected.Add(9600, Erase(5, 2)).Add(9600, Erase(5, 9));
+  expected.Add(9600, Erase(5, 11), 3).Add(4800, Erase(5, 11), 3).Add(19200, Erase(5, 11));
+  for (const std::string& batch : firmware.BatchFrames(0x5F)) expected.AddClosed(38400, batch);
+  for (const int y : {2, 9, 11}) expected.Add(38400, FullChecksum(firmware, y));
+  for (const int y : {2, 9, 11}) expected.Add(9600, Check(0x40, y));
+  EXPECT_THAT(technician.Frames(), ElementsAreArray(expected.frames));
+
+  for (const int y : {2, 9, 11}) {
+    const Technician::Row row = technician.RowOf(y);
+    EXPECT_EQ(row.version, "12/05/31") << y;
+    EXPECT_EQ(row.checksum.toStdString(), firmware.ShownChecksum()) << y;
+    EXPECT_EQ(row.versionText, kBlack) << y;
+    EXPECT_EQ(row.checksumBack, kWhite) << y;
+  }
+  EXPECT_EQ(technician.RowOf(3).version, "");
+  EXPECT_EQ(technician.Text("Quillon", "Protocol"), "63");
+  EXPECT_EQ(technician.Text("Quillon", "Speed"), "9600");
+  EXPECT_EQ(technician.Status(), "");
+  EXPECT_THAT(technician.boxes, IsEmpty());
+}
+
+TEST(ParallelDownload, ShowsTheControllerThatMissedABatch) {
+  const Firmware firmware;
+  Technician technician(
+      {"--download-baud", "38400", "--controller", "2", "--controller", "9", "--fault", "9:lost-batch@7"},
+      {.controllers = {2, 9}, .bootSpeed = "38400"});
+  technician.ChooseHex(firmware.HexLines());
+  QString failure;
+  technician.When([&] { return technician.Status().contains("Programming failure"); },
+                  [&] { failure = technician.Status(); });
+
+  technician.Press("Quillon", "Download (Parallel)");
+
+  EXPECT_EQ(technician.RowOf(2).checksum.toStdString(), firmware.ShownChecksum());
+  EXPECT_EQ(technician.RowOf(2).versionText, kBlack);
+  const Technician::Row row = technician.RowOf(9);
+  EXPECT_EQ(row.version, "Programmation");
+  EXPECT_EQ(row.checksum, "ERROR");
+  EXPECT_EQ(row.versionText, kRed);
+  EXPECT_EQ(row.checksumText, kWhite);
+  EXPECT_EQ(row.checksumBack, kRed);
+  EXPECT_EQ(failure, "Controller 9 : Programming failure   (Speed : 9600 Bds) ");
+
+  const std::vector<std::string> log = technician.EndAndReadLog();
+  const std::vector<std::string> begin{"Message : $74", "40 02 04 74 55 AA F0 FF BA 04 "};
+  ASSERT_GT(log.size(), begin.size());
+  EXPECT_THAT(std::vector(log.begin(), log.begin() + 2), ElementsAreArray(begin));
+  EXPECT_EQ(std::count(log.begin(), log.end(), "Programming 5F without answer"), 1);
+  EXPECT_EQ(std::count(log.begin(), log.end(), "Message : $75 Sending Full checksum"), 2);
+  EXPECT_EQ(std::count(log.begin(), log.end(), "Answer : Failure 3*E1"), 1);
+  EXPECT_EQ(std::count(log.begin(), log.end(), "Message : $73  - Checking Flash"), 2);
+}
+
+TEST(ParallelDownload, IsLeftWithinASecondWhenTheMainWindowIsClosed) {
+  Technician technician({"--count", "1"}, {.timeout = "5000", .controllers = {0, 9}});
+  technician.ChooseHex(Firmware().HexLines());
+  QElapsedTimer sinceExit;
+  technician.When([&] { return technician.Frames().size() == 2; },  // the second one waits for its answer
+                  [&] {
+                    sinceExit.start();
+                    technician.Press("Quillon", "Exit");
+                  });
+  technician.Press("Quillon", "Download (Parallel)");
+  EXPECT_LT(sinceExit.elapsed(), 1000);
+  EXPECT_EQ(technician.Frames().size(), 2u);
+  EXPECT_NE(technician.Read("Log.txt").find("Answer : 61"), std::string::npos);
+  EXPECT_EQ(technician.Read("Quillon.cfg").substr(0, 6), "5000\r\n");
+}
+
+}  // namespace
+}  // namespace quillon::test

@@ -1,0 +1,102 @@
+#include "image/batch_reader.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/run_error.h"
+#include "support/bench.h"
+
+namespace quillon::test {
+namespace {
+
+const std::string kEndOfFile = ":00000001FF\r\n";
+const std::string kFirstSegment = ":020000040000FA\r\n";
+
+/// A line of `count` data bytes that all hold `value`.
+std::string Line(unsigned address, std::size_t count, std::uint8_t value = 0x11) {
+  return HexRecord(address, Bytes(count, value)) + "\r\n";
+}
+
+/// `count` lines of `size` bytes, one behind the other.
+std::string Lines(unsigned address, unsigned count, unsigned size) {
+  std::string text;
+  for (unsigned i = 0; i < count; ++i) text += Line(address + i * size, size);
+  return text;
+}
+
+/// Each batch as "address data" in hex, or as "address +count" where the data is long.
+std::vector<std::string> Batches(const std::string& file) {
+  constexpr std::size_t kShort = 10;
+  std::vector<std::string> shown;
+  for (BatchReader reader(file); !reader.AtEnd();) {
+    const std::string digits = ToHex(reader.Next());
+    const std::string data = digits.size() < 4 ? "" : digits.substr(4);
+    shown.push_back(digits.substr(0, 4) + " " +
+                    (data.size() > 2 * kShort ? "+" + std::to_string(data.size() / 2) : data));
+  }
+  return shown;
+}
+
+struct BatchCase {
+  const char* name;
+  std::string file;
+  std::vector<std::string> batches;
+};
+void PrintTo(const BatchCase& c, std::ostream* out) { *out << c.name; }
+
+class Batch : public testing::TestWithParam<BatchCase> {};
+
+TEST_P(Batch, HoldsLinesWhoseAddressesRunOn) { EXPECT_EQ(Batches(GetParam().file), GetParam().batches); }
+
+// clang-format off
+const BatchCase kBatchCases[] = {
+    {"EmptyFile", "", {}},
+    {"InTheOrderOfTheFile", ":030010000102030000\n:02001300040500\n", {"0010 0102030405"}},
+    {"EightLinesOf16", Lines(0, 9, 16) + kEndOfFile, {"0000 +128", "0080 +16"}},
+    {"FourLinesOf32", Lines(0, 5, 32) + kEndOfFile, {"0000 +128", "0080 +32"}},
+    {"At112OneMoreLine", Line(0, 112) + Line(112, 1) + Line(113, 1), {"0000 +113", "0071 11"}},
+    {"At113NoMore", Line(0, 113) + Line(113, 1), {"0000 +113", "0071 11"}},
+    {"GapBehindTheThirdLine", Lines(0, 3, 4) + Line(0x10, 4) + kEndOfFile, {"0000 +12", "0010 11111111"}},
+    {"AddressesFall", Line(0x20, 2) + Line(0x10, 2, 0x22) + kEndOfFile, {"0020 1111", "0010 2222"}},
+    {"SameAddressAgain", Line(0x10, 1) + Line(0x10, 1, 0x22) + kEndOfFile, {"0010 11", "0010 22"}},
+    {"AddressesDoNotWrapAround", Line(0xFFFF, 1) + Line(0, 1, 0x22) + kEndOfFile, {"FFFF 11", "0000 22"}},
+    {"EndOfFileRecordStaysBehind", Line(0x10, 1) + kEndOfFile, {"0010 11"}},
+    {"EndOfFileRecordBehindAFullBatch", Line(0, 113) + kEndOfFile, {"0000 +113", "0000 "}},
+    {"EndOfFileRecordAlone", kEndOfFile, {"0000 "}},
+    {"NoEndOfFileRecord", Line(0x10, 1) + Line(0x11, 1, 0x22), {"0010 1122"}},
+    {"LastLineThatDoesNotRunOnIsLost", Line(0x10, 1) + Line(0x20, 1), {"0010 11"}},
+    {"NoEndOfTheLastLine", Line(0x10, 1) + ":0100110022CC", {"0010 1122"}},
+    {"EmptyLineEndsABatchAndVanishes", Line(0x10, 1) + "\r\n" + Line(0x11, 1, 0x22), {"0010 11", "0011 22"}},
+    {"FirstSegmentInFront", kFirstSegment + Line(0x10, 1), {"0010 11"}},
+    {"FirstSegmentTwiceInFront", kFirstSegment + kFirstSegment + Line(0x10, 1), {"0000 0000"}},
+    {"FirstSegmentInMidBatch", Line(0x10, 1) + kFirstSegment + Line(0x11, 1) + kEndOfFile, {"0010 11", "0000 0000", "0011 11"}},
+    {"FirstSegmentBehindAFullBatch", Line(0, 113) + kFirstSegment + Line(0x71, 1) + kEndOfFile, {"0000 +113", "0071 11"}},
+    {"TypeAndCheckByteAreNotRead", ":010010773300\r\n" + kEndOfFile, {"0010 33"}},
+    {"LowerCase", ":02001000abcd00\r\n:00000001ff\r\n", {"0010 ABCD"}},
+    {"CutLineGivesWhatItHas", ":040010001122\r\n" + kEndOfFile, {"0010 1122"}},
+    {"LoneLastDigitIsAByte", ":04001000112\r\n" + kEndOfFile, {"0010 1102"}},
+    {"CutLineCountsInFull", ":0400100011\r\n" + Line(0x14, 1, 0x22), {"0010 1122"}},
+    {"LineFeedsAlone", ":010010001100\n:010011002200\n:00000001FF\n", {"0010 1122"}},
+};
+// clang-format on
+INSTANTIATE_TEST_SUITE_P(Files, Batch, testing::ValuesIn(kBatchCases), testing::PrintToStringParamName());
+
+TEST(Batch, TakesOneMoreLineUpTo112BytesAndNoneAbove) {
+  for (unsigned size = 1; size < 256; ++size) {
+    const std::size_t batches = Batches(Line(0, size) + Line(size, 1)).size();
+    EXPECT_EQ(batches, size <= 112 ? 1u : 2u) << size << " bytes in the first line";
+  }
+}
+
+TEST(Batch, AFileThatEndsBehindTheFirstSegmentIsToldApart) {
+  BatchReader reader(kFirstSegment);
+  try {
+    reader.Next();
+    FAIL() << "a batch out of nothing";
+  } catch (const RunError& error) {
+    EXPECT_EQ(error.number, 62);
+  }
+  EXPECT_TRUE(reader.AtEnd());
+}
+
+}  // namespace
+}  // namespace quillon::test

@@ -1,0 +1,169 @@
+#include <gtest/gtest.h>
+
+#include "support/bench.h"
+
+namespace quillon::test {
+namespace {
+
+using Log = std::vector<std::string>;
+using Replies = std::vector<std::vector<Reply>>;
+
+const Bytes kFrame = FromHex("40050173F8A904");
+const Bytes kGood = FromHex("40050161CADA04");
+const Bytes kBad = FromHex("40050161CADB04");
+const Bytes kHead = FromHex("40050161");  // the good answer in two pieces
+const Bytes kTail = FromHex("CADA04");
+const char* const kGoodRead = "Recu en String : 40 05 01 61 CA DA 04 ";
+const char* const kBadRead = "Recu en String : 40 05 01 61 CA DB 04 ";
+const char* const kJoinedRead = "Recu en String : 40 05 01 73 F8 A9 04 40 05 01 61 CA DA 04 ";
+const char* const kOk = "Communication OK  - CRC checked";
+const char* const kNone = "No Answer";
+const char* const kFalse = "Communication Error - CRC false 3 time";
+
+Replies Thrice(const std::vector<Reply>& replies) { return {replies, replies, replies}; }
+Log BadLog(const std::string& read) {
+  return {"Recu en String : " + read, "Recu en String : " + read, "Recu en String : " + read, kFalse};
+}
+
+struct ExchangeCase {
+  const char* name;
+  int timeOut;      // ms
+  Replies replies;  // to each sending in turn, timed from it
+  int result;
+  std::size_t sends;
+  Nanoseconds endsAt;
+  Log log;
+  std::string answer = "before";
+  Nanoseconds cancelAt = 0ms;  // 0: not at all
+  bool acceptShort = false;
+};
+void PrintTo(const ExchangeCase& row, std::ostream* out) { *out << row.name; }
+
+/// A program whose port is open.
+class OpenLine : public Bench {
+ public:
+  OpenLine() { tool.MSComm1.SetPortOpen(true); }
+
+  std::string answer = "before";
+
+  int Send(bool acceptShort = false) { return tool.SendFrame(kFrame, answer, acceptShort); }
+};
+
+class ExchangeOutcome : public testing::TestWithParam<ExchangeCase> {};
+
+TEST_P(ExchangeOutcome, HasResultSendsEndAndLog) {
+  const ExchangeCase& row = GetParam();
+  OpenLine line;
+  line.tool.Text1.SetText(std::to_string(row.timeOut));
+  line.world.script.assign(row.replies.begin(), row.replies.end());
+  if (row.cancelAt > 0ms) line.CancelAt(row.cancelAt);
+
+  EXPECT_EQ(line.Send(row.acceptShort), row.result);
+
+  EXPECT_EQ(line.answer, row.answer);
+  EXPECT_EQ(line.Sent(), std::vector<std::string>(row.sends, "9600 40050173F8A904"));
+  EXPECT_GE(line.world.Time(), row.endsAt);
+  EXPECT_LE(line.world.Time(), row.endsAt + 6ms);  // each time-out is noticed up to 1 ms late
+  EXPECT_EQ(line.EndAndReadLog(), row.log);
+}
+
+const char* const kTaken = "40050161CADA04";
+
+const ExchangeCase kExchanges[] = {
+    // clang-format off
+    // name                       time-out, replies                                    result, sends, ends at, log, answer
+    {"Prompt",                    500, {{{10ms, kGood}}},                              0, 1, 510ms, {kGoodRead, kOk}, kTaken},
+    {"InPieces",                  500, {{{10ms, kHead}, {509ms, kTail}}},              0, 1, 510ms, {kGoodRead, kOk}, kTaken},
+    {"LateButInThePause",         500, {{{990ms, kGood}}},                             0, 1, 1000ms, {kGoodRead, kOk}, kTaken},
+    {"LateTakenForTheSecondSend", 500, {{{1200ms, kGood}}},                            0, 2, 1700ms, {kGoodRead, kOk}, kTaken},
+    {"BadBadGood",                500, {{{10ms, kBad}}, {{10ms, kBad}}, {{10ms, kGood}}}, 0, 3, 1530ms, {kBadRead, kBadRead, kGoodRead, kOk}, kTaken},
+    {"EchoThenLateAnswer",        2000, {{{2ms, kFrame}, {2400ms, kGood}}},            0, 1, 2900ms, {kGoodRead, kOk}, kTaken},
+    {"TwoEchoesThenAnswer",       1000, {{{2ms, kFrame}, {600ms, kFrame}, {1900ms, kGood}}}, 0, 1, 2400ms, {kGoodRead, kOk}, kTaken},
+    {"EchoOnlyThenGood",          500, {{{2ms, kFrame}}, {{10ms, kGood}}},             0, 2, 1012ms, {kGoodRead, kOk}, kTaken},
+    {"CancelAtTheFirstByte",      500, {{{10ms, kGood}}},                              0, 1, 510ms, {kGoodRead, kOk}, kTaken, 10ms},
+    {"CheckedWhereShortIsTaken",  500, {{{10ms, kGood}}},                              0, 1, 510ms, {kGoodRead, kOk}, kTaken, 0ms, true},
+    {"ShortTaken",                500, {{{10ms, {0x68, 0x2F}}}},                       0, 1, 510ms, {"Recu en String : 68 2F ", kOk}, "before", 0ms, true},
+
+    {"Silence",                   500, {},                                             1, 3, 3000ms, {kNone}},
+    {"SilenceWithoutTimeOut",     0, {},                                               1, 3, 1500ms, {kNone}},
+    {"OnlyEcho",                  500, Thrice({{2ms, kFrame}}),                        1, 3, 1506ms, {kNone}},
+    {"OnlyEchoLongTimeOut",       1000, Thrice({{2ms, kFrame}}),                       1, 3, 6006ms, {kNone}},
+    {"BadThenSilence",            500, {{{10ms, kBad}}},                               1, 3, 2510ms, {kBadRead, kNone}},
+    {"CancelInTheFirstWait",      500, {},                                             1, 1, 100ms, {}, "before", 100ms},
+    {"CancelInTheSecondWait",     500, {},                                             1, 2, 1200ms, {}, "before", 1200ms},
+    {"CancelInTheThirdWait",      500, {},                                             1, 3, 2300ms, {}, "before", 2300ms},
+    {"CancelInTheWaitAfterEcho",  2000, {{{2ms, kFrame}}},                             1, 1, 1000ms, {}, "before", 1000ms},
+    {"CancelInABadAnswersPause",  500, {{{10ms, kBad}}},                               1, 2, 510ms, {kBadRead}, "before", 200ms},
+
+    {"FalseCrc",                  500, Thrice({{10ms, kBad}}),                         2, 3, 1530ms, BadLog("40 05 01 61 CA DB 04 ")},
+    {"SilenceSilenceBad",         500, {{}, {}, {{10ms, kBad}}},                       2, 3, 2510ms, {kBadRead, kFalse}},
+    {"OneByte",                   500, Thrice({{10ms, {0x61}}}),                       2, 3, 1530ms, BadLog("61 ")},
+    {"ShortNotTaken",             500, Thrice({{10ms, {0x68, 0x2F}}}),                 2, 3, 1530ms, BadLog("68 2F ")},
+    {"OtherTwoBytes",             500, Thrice({{10ms, {0x68, 0x2E}}}),                 2, 3, 1530ms, BadLog("68 2E "), "before", 0ms, true},
+    {"ShortAndAByteBehind",       500, Thrice({{10ms, {0x68, 0x2F, 0x04}}}),           2, 3, 1530ms, BadLog("68 2F 04 "), "before", 0ms, true},
+    {"GoodAndAByteBehind",        500, Thrice({{10ms, kGood}, {10ms, {0}}}),           2, 3, 1530ms, BadLog("40 05 01 61 CA DA 04 00 ")},
+    {"ShorterThanItSays",         500, Thrice({{10ms, FromHex("40050961437304")}}),    2, 3, 1530ms, BadLog("40 05 09 61 43 73 04 ")},
+    {"LongerThanItSays",          500, Thrice({{10ms, FromHex("40050061F9EB04")}}),    2, 3, 1530ms, BadLog("40 05 00 61 F9 EB 04 ")},
+    {"EchoAndAnswerInOneRead",    500, Thrice({{2ms, kFrame}, {20ms, kGood}}),         2, 3, 1506ms, {kJoinedRead, kJoinedRead, kJoinedRead, kFalse}},
+    {"TornByThePause",            500, {{{10ms, kHead}, {515ms, kTail}}, {}, {{10ms, kBad}}}, 2, 3, 1525ms,
+                                  {"Recu en String : 40 05 01 61 ", "Recu en String : CA DA 04 ", kBadRead, kFalse}},
+    {"WhatWaitsJoinsTheNextRead", 500, {{{1100ms, kFrame}}, {{150ms, kGood}}, {{10ms, kBad}}}, 2, 3, 2110ms, {kJoinedRead, kBadRead, kFalse}},
+    // clang-format on
+};
+INSTANTIATE_TEST_SUITE_P(Link, ExchangeOutcome, testing::ValuesIn(kExchanges),
+                         [](const auto& row) { return row.param.name; });
+
+TEST(Exchange, RefusesEverySingleWrongBitButThoseOfTheLastByte) {
+  const Bytes good = FromHex("40050761120307011E02D08004");
+  OpenLine line;
+  for (std::size_t bit = 0; bit < 8 * good.size(); ++bit) {
+    Bytes answer = good;
+    answer[bit / 8] ^= static_cast<std::uint8_t>(1 << bit % 8);
+    line.answer = "before";
+    line.world.script.assign(3, {{1ms, answer}});
+    const bool inLastByte = bit / 8 == 12;
+    EXPECT_EQ(line.Send(), inLastByte ? 0 : 2) << "bit " << bit;
+    EXPECT_EQ(line.answer, inLastByte ? ToHex(answer) : "before") << "bit " << bit;
+  }
+}
+
+TEST(Exchange, DoesNotLookWhoAnswered) {
+  OpenLine line;
+  line.world.script = {{{10ms, FromHex("1F1F0161EFADFF")}}};
+  EXPECT_EQ(line.Send(), 0);
+  EXPECT_EQ(line.answer, "1F1F0161EFADFF");
+}
+
+TEST(Exchange, SendsOnceAndGivesUpWhileAnEarlierCancelStands) {
+  OpenLine line;
+  line.tool.AbortRequested = true;
+  EXPECT_EQ(line.Send(), 1);
+  EXPECT_EQ(line.Sent().size(), 1u);
+  EXPECT_LE(line.world.Time(), 1ms);
+  EXPECT_TRUE(line.tool.AbortRequested);
+  EXPECT_EQ(line.EndAndReadLog(), Log());
+}
+
+TEST(Exchange, ReadsTheTimeOutOncePerCall) {
+  OpenLine line;
+  line.world.At(50ms, [&] { line.tool.Text1.SetText("nonsense"); });
+  EXPECT_EQ(line.Send(), 1);
+  EXPECT_GE(line.world.Time(), 3000ms);
+}
+
+TEST(Exchange, RaisesAndSendsNothingWithoutATimeOutOrAPort) {
+  OpenLine line;
+  for (const auto& [timeOut, number] : {std::pair("", 13), {"soon", 13}, {"2147483648", 6}}) {
+    line.tool.Text1.SetText(timeOut);
+    EXPECT_EQ(FailureNumber([&] { line.Send(); }), number) << timeOut;
+  }
+  line.tool.Text1.SetText("500");
+  line.tool.MSComm1.SetPortOpen(false);
+  EXPECT_EQ(FailureNumber([&] { line.Send(); }), 8018);
+  EXPECT_EQ(line.answer, "before");
+  EXPECT_TRUE(line.world.sent.empty());
+  EXPECT_EQ(line.EndAndReadLog(), Log());
+}
+
+}  // namespace
+}  // namespace quillon::test

@@ -1,0 +1,73 @@
+#include "platform/serial_control.h"
+
+#include <gmock/gmock.h>
+
+#include "support/bench.h"
+
+namespace quillon::test {
+namespace {
+
+using testing::ElementsAre;
+
+class SerialControlTest : public testing::Test {
+ protected:
+  World world;
+  SerialControl line{world};
+
+  void FailWith(RunError::Number number) {
+    world.beforeOperation = [number] { throw RunError(number, "as scripted"); };
+  }
+};
+
+TEST_F(SerialControlTest, OpensAPortFrom1To99OnceAndClosesItAsOftenAsAsked) {
+  for (const int port : {-1, 0, 100}) EXPECT_EQ(FailureNumber([&] { line.SetCommPort(port); }), 8002) << port;
+  line.SetPortOpen(false);
+  for (const int port : {1, 99}) {
+    line.SetCommPort(port);
+    line.SetPortOpen(true);
+    EXPECT_EQ(FailureNumber([&] { line.SetPortOpen(true); }), 8005);
+    line.SetPortOpen(false);
+    line.SetPortOpen(false);
+    EXPECT_FALSE(world.open);
+  }
+  EXPECT_THAT(world.openedPorts, ElementsAre(1, 99));
+}
+
+TEST_F(SerialControlTest, StaysClosedWhenOpeningFails) {
+  FailWith(RunError::kPermissionDenied);
+  EXPECT_EQ(FailureNumber([&] { line.SetPortOpen(true); }), 70);
+  EXPECT_EQ(FailureNumber([&] { line.Output(FromHex("40")); }), 8018);
+  EXPECT_EQ(FailureNumber([&] { line.InBufferCount(); }), 8018);
+  EXPECT_EQ(FailureNumber([&] { line.Input(); }), 8018);
+}
+
+TEST_F(SerialControlTest, ChangesTheSpeedOnTheOpenPortAtOnceAndKeepsItWhenAnotherIsRefused) {
+  line.SetSettings("19200,N,8,2");
+  line.SetPortOpen(true);
+  line.SetSettings("4800,N,8,2");
+  for (const char* text : {"", "9600", ",N,8,2", "9600,N,8,1", "9600,E,8,2", "9600,n,8,2", "fast,N,8,2",
+                           "0,N,8,2", "-9600,N,8,2", "9600,N,8,2 "}) {
+    EXPECT_EQ(FailureNumber([&] { line.SetSettings(text); }), 380) << text;
+  }
+  FailWith(RunError::kInvalidPropertyValue);
+  EXPECT_EQ(FailureNumber([&] { line.SetSettings("38400,N,8,2"); }), 380);
+  EXPECT_EQ(line.Settings(), "4800,N,8,2");
+  EXPECT_THAT(world.speeds, ElementsAre(19200, 4800));
+}
+
+TEST_F(SerialControlTest, HandsBytesOverUntouched) {
+  Bytes all(256);
+  for (std::size_t i = 0; i < all.size(); ++i) all[i] = static_cast<std::uint8_t>(i);
+  line.SetPortOpen(true);
+  world.script = {{{1ms, all}}};
+  line.Output(all);
+  EXPECT_EQ(world.sent.front().bytes, all);
+  EXPECT_THAT(line.Input(), ElementsAre());
+  world.SleepUntil(0.002);
+  EXPECT_EQ(line.InBufferCount(), 256u);
+  EXPECT_EQ(line.Input(), all);
+  EXPECT_EQ(line.InBufferCount(), 0u);
+}
+
+}  // namespace
+}  // namespace quillon::test

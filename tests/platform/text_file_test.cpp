@@ -1,0 +1,102 @@
+#include "platform/text_file.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "support/bench.h"
+
+namespace quillon::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(LinesOf, ATextEndAtAnyLineEnd) {
+  const std::string bytes("\xE9\0\x1A \t", 5);
+  const std::pair<std::string, std::vector<std::string>> kTexts[] = {
+      {"", {}},
+      {"a\r\nb", {"a", "b"}},
+      {"a\r\nb\r\n", {"a", "b"}},
+      {"a\rb\r", {"a", "b"}},
+      {"a\nb\n", {"a", "b"}},
+      {"\r\n\n\ra", {"", "", "", "a"}},
+      {bytes + "\r\n", {bytes}},
+  };
+  for (const auto& [text, expected] : kTexts) {
+    LineReader reader(text);
+    std::vector<std::string> lines;
+    while (!reader.AtEnd()) lines.emplace_back(reader.Next());
+    EXPECT_EQ(lines, expected);
+    EXPECT_EQ(FailureNumber([&] { reader.Next(); }), 62);
+  }
+}
+
+class FileTest : public testing::Test {
+ protected:
+  Bench bench;
+  const std::string folder = bench.world.folder;
+};
+
+TEST_F(FileTest, IsReadByteForByteOrFailsWithANumberOfItsOwn) {
+  for (const std::size_t size : {0, 1, 4096, 200000}) {
+    const std::string contents(size, '\xE9');
+    EXPECT_EQ(ReadFile(bench.Write("plain", contents)), contents) << size;
+  }
+  const std::pair<std::string, int> kFailures[] = {
+      {"absent", 53}, {"plain/inner", 76}, {"", 75}, {std::string(300, 'n'), 52}};
+  for (const auto& [name, number] : kFailures) {
+    EXPECT_EQ(FailureNumber([&] { ReadFile(folder + name); }), number) << name;
+  }
+}
+
+TEST_F(FileTest, IsFoundWhateverTheCaseOfItsName) {
+  EXPECT_EQ(PathInFolder(folder, "Boot.ini"), folder + "Boot.ini");
+  EXPECT_FALSE(FileExists(folder + "BOOT.INI"));
+  bench.Write("BOOT.INI", "");
+  EXPECT_TRUE(FileExists(folder + "BOOT.INI"));
+  EXPECT_EQ(PathInFolder(folder, "Boot.ini"), folder + "BOOT.INI");
+  bench.Write("Boot.ini", "");
+  EXPECT_EQ(PathInFolder(folder, "Boot.ini"), folder + "Boot.ini");
+  EXPECT_EQ(PathInFolder("/nowhere/", "Boot.ini"), "/nowhere/Boot.ini");
+}
+
+TEST_F(FileTest, IsReplacedWholeOrNotAtAll) {
+  bench.Write("a.cfg", "old and longer");
+  ReplaceFile(folder + "a.cfg", "new");
+  EXPECT_EQ(bench.Read("a.cfg"), "new");
+  EXPECT_FALSE(fs::exists(folder + "a.cfg.new"));
+
+  fs::create_symlink("/dev/full", folder + "a.cfg.new");
+  EXPECT_EQ(FailureNumber([&] { ReplaceFile(folder + "a.cfg", "newest"); }), 61);
+  EXPECT_EQ(bench.Read("a.cfg"), "new");
+
+  fs::create_directory(folder + "b.cfg");  // the new file can't take its place
+  EXPECT_EQ(FailureNumber([&] { ReplaceFile(folder + "b.cfg", "new"); }), 75);
+  EXPECT_FALSE(fs::exists(folder + "b.cfg.new"));
+}
+
+TEST_F(FileTest, IsWrittenLineByLine) {
+  bench.Write("a.txt", "what was there before");
+  TextWriter writer;
+  writer.WriteLine("nothing is open yet");
+  writer.Open(folder + "a.txt");
+  for (const char* line : {"one", "", "two"}) writer.WriteLine(line);
+  writer.Close();
+  writer.Close();
+  EXPECT_EQ(bench.Read("a.txt"), "one\r\n\r\ntwo\r\n");
+  EXPECT_EQ(FailureNumber([&] { writer.Open(folder); }), 75);
+  EXPECT_FALSE(writer.IsOpen());
+}
+
+TEST_F(FileTest, TellsOnceOfAFullDisk) {
+  TextWriter writer;
+  writer.Open("/dev/full");
+  int failures = 0;
+  for (int i = 0; i < 3000; ++i)
+    failures += FailureNumber([&] { writer.WriteLine("twenty bytes a line"); }) == 61;
+  EXPECT_EQ(failures, 1);
+  EXPECT_FALSE(writer.IsOpen());
+}
+
+}  // namespace
+}  // namespace quillon::test
