@@ -65,6 +65,12 @@ QWidget* Window(const QString& name) {
   return nullptr;
 }
 
+QList<int> Numbers(const QString& list) {
+  QList<int> numbers;
+  for (const QString& part : list.split(',', Qt::SkipEmptyParts)) numbers.push_back(part.toInt());
+  return numbers;
+}
+
 class Operator final : public QObject {
  public:
   explicit Operator(Task task) : task_(std::move(task)) {
@@ -79,9 +85,7 @@ class Operator final : public QObject {
     Settle();
     SetUp();
     for (const QString& step : task_.steps) Run(step);
-    KeepPicture("Quillon");
-    KeepPicture("Info");
-    Report();
+    Say(failed_ ? "it did not go well" : "all went well");
     watch_.stop();
     Press("Exit");
   }
@@ -102,17 +106,19 @@ class Operator final : public QObject {
     Type("Protocol", task_.protocol);
     Select("Com Port", task_.port.isEmpty() ? "" : "COM " + task_.port);
     Select("Speed", task_.speed);
-    if (task_.controllers) {
-      for (int i = 0; i < kControllerCount; ++i) Tick(ControllerName(i), task_.controllers->contains(i));
-    }
+    if (task_.controllers) TickOnly(*task_.controllers);
     if (!task_.hex.isEmpty()) Press("Browse ...");
   }
 
   void Run(const QString& step) {
     Say("step " + step);
-    Press(kButtons.at(step));
+    if (step.contains(':')) TickOnly(Numbers(step.section(':', 1)));
+    Press(kButtons.at(step.section(':', 0, 0)));
     Settle();
     Say("step " + step + " is over");
+    KeepPicture("Quillon");
+    KeepPicture("Info");
+    Report();
   }
 
   // What the operator's hand does.
@@ -129,6 +135,10 @@ class Operator final : public QObject {
   void Tick(const QString& name, bool ticked) {
     auto* box = Find<QCheckBox>("Quillon", name);
     if (box != nullptr && box->isChecked() != ticked) box->click();
+  }
+
+  void TickOnly(const QList<int>& controllers) {
+    for (int i = 0; i < kControllerCount; ++i) Tick(ControllerName(i), controllers.contains(i));
   }
 
   void Type(const QString& name, const QString& text) {
@@ -219,7 +229,6 @@ class Operator final : public QObject {
     for (int i = 0; i < kControllerCount; ++i) {
       if (Find<QCheckBox>("Quillon", ControllerName(i))->isChecked()) ReportRow(i, checksum);
     }
-    Say(failed_ ? "it did not go well" : "all went well");
   }
 
   void ReportRow(int number, const QString& checksum) {
@@ -245,18 +254,12 @@ class Operator final : public QObject {
   bool failed_ = false;
 };
 
-QList<int> Numbers(const QString& list) {
-  QList<int> numbers;
-  for (const QString& part : list.split(',', Qt::SkipEmptyParts)) numbers.push_back(part.toInt());
-  return numbers;
-}
-
 /// Reads the command line; ends the program with a word about what it can't understand.
 Task ReadCommandLine(const QCoreApplication& application) {
   QCommandLineParser parser;
   parser.setApplicationDescription(
       "Runs Quillon's windows with no operator.\nSteps, in order: parallel, serial, flash-info, boot-info, "
-      "auto.\n"
+      "auto;\neach with controllers of its own where they follow it: serial:1,3.\n"
       "Ends with 0 when every ticked controller holds version and checksum, equal to the file's.");
   parser.addHelpOption();
   parser.addOptions({{"hex", "HEX file to choose by Browse.", "FILE"},
@@ -276,7 +279,7 @@ Task ReadCommandLine(const QCoreApplication& application) {
   if (parser.isSet("controllers")) task.controllers = Numbers(parser.value("controllers"));
   if (!task.hex.isEmpty()) task.hex = QFileInfo(task.hex).absoluteFilePath();
   for (const QString& step : task.steps) {
-    if (kButtons.contains(step)) continue;
+    if (kButtons.contains(step.section(':', 0, 0))) continue;
     std::fprintf(stderr, "There is no step \"%s\". Ask with --help.\n", qUtf8Printable(step));
     std::exit(2);
   }
