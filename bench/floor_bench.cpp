@@ -1,5 +1,5 @@
-// Both downloads against their floor: the waits that are prescribed and the time that the bytes need on the line.
-// The clock is virtual and the line paced, so the figures are exact.
+// Both downloads against their floor: the waits that are prescribed and the time that the bytes need on the
+// line. The clock is virtual and the line paced, so the figures are exact.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -13,14 +13,15 @@ namespace {
 
 using std::chrono::duration;
 
-constexpr double kAnswerDelay = 0.5;   // seconds
-constexpr double kBitsPerByte = 11;    // start, eight data, two stop
-constexpr int kBatchDelay = 170;       // milliseconds; a batch needs 160 at 9600
+constexpr double kAnswerDelay = 0.5;  // seconds
+constexpr double kBitsPerByte = 11;   // start, eight data, two stop
+constexpr int kBatchDelay = 170;      // milliseconds; a batch needs 160 at 9600
 constexpr double kMostOverFloor = 1.02;
 
 std::vector<std::string> SmallImage() {
   std::vector<std::string> lines{":020000040000FA"};
-  for (unsigned address = 0; address < 6144; address += 16) lines.push_back(HexRecord(address, Bytes(16, 0x5A)));
+  for (unsigned address = 0; address < 6144; address += 16)
+    lines.push_back(HexRecord(address, Bytes(16, 0x5A)));
   lines.push_back(HexRecord(0x2020, {0xF0, 0x00, 0x40, 0x02}));
   lines.push_back(HexRecord(0, {}, 1));
   return lines;

@@ -62,7 +62,8 @@ void TableCrcOfText(benchmark::State& state) {
       crc = ((crc << 8) ^ table[(crc >> 8 ^ byte) & 0xFF]) & 0xFFFF;
     }
     std::string result(4, '0');
-    for (int i = 3; i >= 0; --i, crc >>= 4) result[static_cast<std::size_t>(i)] = "0123456789ABCDEF"[crc & 0xF];
+    for (int i = 3; i >= 0; --i, crc >>= 4)
+      result[static_cast<std::size_t>(i)] = "0123456789ABCDEF"[crc & 0xF];
     benchmark::DoNotOptimize(result);
   }
 }

@@ -53,7 +53,6 @@ class Bus {
   Bytes Receive(const LineFormat& listening, Time now);
 
   /// Every frame the tool put on the line, in order: what was sent, when, at which speed.
-  using Heard = bus::Heard;
   const std::vector<Heard>& Traffic() const { return traffic_; }
 
   /// Every answer a controller put on the line, in order of the frames that they answer.

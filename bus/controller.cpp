@@ -9,7 +9,6 @@
 namespace bus {
 namespace {
 
-constexpr int kHighestNumber = 31;
 constexpr std::size_t kAddresses = 0x10000;
 constexpr std::size_t kFlashSize = 57342;  // bytes
 constexpr std::uint8_t kErased = 0xFF;
@@ -82,7 +81,7 @@ Controller::Controller(ControllerSetup setup, int downloadBaud)
       flash_(setup_.flash),
       inProtocol4_(!setup_.protocol3) {
   const std::string name = "controller " + std::to_string(setup_.number);
-  if (setup_.number < 0 || setup_.number > kHighestNumber)
+  if (setup_.number < 0 || setup_.number >= kControllerNumbers)
     throw std::invalid_argument(name + ": numbers run from 0 to 31");
   if (baud_ < 1 || downloadBaud_ < 1) throw std::invalid_argument(name + ": a speed has to be above 0");
   if (flash_.size() > kAddresses) throw std::invalid_argument(name + ": flash ends at address 0xFFFF");
@@ -91,10 +90,10 @@ Controller::Controller(ControllerSetup setup, int downloadBaud)
 }
 
 void Controller::AddFault(Fault fault) {
-  const bool tooShort =
-      (fault.kind == Fault::Kind::Length && fault.value <= static_cast<int>(kFrameOverhead)) ||
+  const bool outOfRange =
+      (fault.kind == Fault::Kind::Length && (fault.value < kShortestFrame || fault.value > kLongestFrame)) ||
       (fault.kind == Fault::Kind::Short && fault.value < 1);
-  if (tooShort) throw std::invalid_argument("a fault's answer has to have a length: see Fault::value");
+  if (outOfRange) throw std::invalid_argument("a fault's answer has to have a length: see Fault::value");
   faults_.push_back({fault, 0});
 }
 

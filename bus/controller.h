@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <random>
@@ -99,13 +98,11 @@ class Controller {
   std::optional<Answer> Hear(const Heard& frame, Random& random);
 
   int Number() const { return setup_.number; }
-  int Baud() const { return baud_; }                       // at which it listens now
-  std::uint8_t Protocol() const { return protocol_; }      // its own protocol byte
-  bool InDownloadMode() const { return inDownloadMode_; }  // erased, programming not ended
-  bool InProtocol4() const { return inProtocol4_; }
-  int BatchesTaken() const { return batchesTaken_; }  // since the last erase
-  const Bytes& Flash() const { return flash_; }       // all 65,536 addresses
-  std::array<std::uint8_t, 3> Version() const;        // as $73 shows it
+  int Baud() const { return baud_; }                   // at which it listens now
+  std::uint8_t Protocol() const { return protocol_; }  // its own protocol byte
+  int BatchesTaken() const { return batchesTaken_; }   // since the last erase
+  const Bytes& Flash() const { return flash_; }        // all 65,536 addresses
+  std::array<std::uint8_t, 3> Version() const;         // as $73 shows it
 
   /// Sum of the 57,342 bytes of flash, wherever in the 16-bit address space they lie: what was programmed
   /// counts with its value, all the rest with 255. $73 shows the low 16 bits.

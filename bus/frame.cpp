@@ -9,7 +9,6 @@ namespace bus {
 namespace {
 
 constexpr std::uint8_t kEndByte = 0x04;
-constexpr int kControllerNumbers = 32;
 constexpr std::array<std::uint8_t, 7> kText = {'p', '4', '0', '0', ':', '4', '/'};
 
 /// True when `bytes` are a text frame or its beginning.

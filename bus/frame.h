@@ -13,6 +13,9 @@ namespace bus {
 /// end byte 0x04. The one exception is the text frame: 0x40, controller number + 30, "p400:4/".
 constexpr std::uint8_t kBroadcastAddress = 0x5F;
 constexpr std::uint8_t kFixedProtocol = 0x40;
+constexpr int kControllerNumbers = 32;     // 0 to 31
+constexpr int kShortestFrame = 7;          // bytes
+constexpr int kLongestFrame = 261;         // bytes
 constexpr std::size_t kFrameOverhead = 6;  // bytes of a frame beside its payload
 constexpr std::size_t kTextFrameLength = 9;
 constexpr int kTextFrameOffset = 30;  // added to the controller's number in a text frame

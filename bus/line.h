@@ -20,9 +20,10 @@ struct LineFormat {
   bool operator==(const LineFormat&) const = default;
 };
 
+constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
+
 /// How long `count` bytes take, one behind the other: 11 bit times each at 8N2.
 inline Time TimeOf(std::size_t count, const LineFormat& format) {
-  constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
   const int bits = 1 + format.dataBits + (format.parity == 'N' ? 0 : 1) + format.stopBits;
   return Time(static_cast<std::int64_t>(count) * bits * kNanosecondsPerSecond / format.baud);
 }

@@ -10,7 +10,6 @@
 namespace bus {
 namespace {
 
-constexpr int kControllerNumbers = 32;
 constexpr int kHighestSpeed = 10'000'000;  // bits per second
 constexpr int kLongestWait = 3'600'000;    // ms
 
@@ -165,10 +164,10 @@ void ReadFaultKind(const Source& source, std::string_view kind, std::optional<st
       fault.value = ReadNumber(source, text, "code=XX", 0, 0xFF, 16);
       break;
     case Fault::Kind::Length:
-      fault.value = ReadNumber(source, text, "length=BYTES", 7, 261);
+      fault.value = ReadNumber(source, text, "length=BYTES", kShortestFrame, kLongestFrame);
       break;
     case Fault::Kind::Short:
-      fault.value = value ? ReadNumber(source, text, "short=BYTES", 1, 261) : 1;
+      fault.value = value ? ReadNumber(source, text, "short=BYTES", 1, kLongestFrame) : 1;
       break;
     default:
       if (value) source.Fail(std::string(kind) + " takes no value");

@@ -92,7 +92,6 @@ void Server::WaitForSomething(Time now) {
   std::optional<Time> due = plugInAt_ ? plugInAt_ : bus_.NextArrival();
   timespec timeout{};
   if (due) {
-    constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
     const std::int64_t wait = std::max<std::int64_t>((*due - now).count(), 0);
     timeout = {wait / kNanosecondsPerSecond, wait % kNanosecondsPerSecond};
   }

@@ -6,11 +6,6 @@
 #include "shell/quillon.h"
 
 namespace quillon {
-namespace {
-
-constexpr int kRawBytes = 1;
-
-}  // namespace
 
 void Quillon::FlashProg() {
   Log("Programming 5F without answer");
@@ -36,7 +31,7 @@ void Quillon::FlashProg() {
 void Quillon::BroadcastBatch() {
   Log(ByteArrayToHex(FrameBuffer, false));
   Try([&] {
-    MSComm1.SetInputMode(kRawBytes);
+    MSComm1.SetInputMode(SerialControl::kRawBytes);
     MSComm1.Output(FrameBuffer);
   });
   Try([&] {

@@ -14,9 +14,6 @@
 namespace quillon {
 namespace {
 
-constexpr Aspect kAspects[] = {Aspect::kText,   Aspect::kToolTip, Aspect::kEnabled, Aspect::kVisible,
-                               Aspect::kColour, Aspect::kFont,    Aspect::kItems,   Aspect::kValue};
-
 /// The forms hold bytes; what is no UTF-8 in them shows as a replacement character and stays as it is.
 QString Shown(const std::string& text) { return QString::fromUtf8(text); }
 
@@ -29,7 +26,7 @@ QRect RectOf(const Place& place) {
 }
 
 /// What all kinds have in common. While a view brings its widget up to date, what the widget reports is no
-/// doing of the operator's: `Refreshing`.
+/// doing of the operator's; `Refreshing` tells so.
 template <class Kind, class Widget>
 class ViewOf : public ControlView {
  public:
@@ -53,7 +50,7 @@ class ViewOf : public ControlView {
   void TakeFocus() final { widget_.setFocus(); }
 
  protected:
-  virtual void RefreshKind(Aspect aspect) = 0;
+  virtual void RefreshKind(Aspect) {}
   bool Refreshing() const { return refreshing_; }
 
   void NameByCaption() {
@@ -160,15 +157,12 @@ class TextBoxView final : public ViewOf<TextBox, QLineEdit> {
 class ButtonView final : public ViewOf<CommandButton, PictureButton> {
  public:
   ButtonView(CommandButton& button, QWidget* parent)
-      : ViewOf(button, new PictureButton(button.Picture(), parent)) {
+      : ViewOf(button, new PictureButton(button.PictureName(), parent)) {
     NameByCaption();
     widget_.setText(Shown(button.Caption()));
     widget_.setAutoDefault(true);  // Enter presses the button that has the focus
     QObject::connect(&widget_, &QPushButton::clicked, &widget_, [this] { control_.Press(); });
   }
-
- private:
-  void RefreshKind(Aspect) override {}
 };
 
 class CheckBoxView final : public ViewOf<CheckBox, TickBox> {
@@ -222,9 +216,6 @@ class PictureView final : public ViewOf<Picture, PictureWidget> {
  public:
   PictureView(Picture& picture, QWidget* parent)
       : ViewOf(picture, new PictureWidget(picture.PictureName(), parent)) {}
-
- private:
-  void RefreshKind(Aspect) override {}
 };
 
 class FrameView final : public ViewOf<Frame, LineFrame> {
@@ -236,8 +227,6 @@ class FrameView final : public ViewOf<Frame, LineFrame> {
   }
 
  private:
-  void RefreshKind(Aspect) override {}
-
   ControlViews contents_;
 };
 
@@ -259,7 +248,7 @@ class Drawing final : public ControlVisitor {
   template <class View, class Kind>
   void Add(Kind& control) {
     views.push_back(std::make_unique<View>(control, parent_));
-    for (const Aspect aspect : kAspects) views.back()->Refresh(aspect);
+    for (const Aspect aspect : kAllAspects) views.back()->Refresh(aspect);
     control.AttachView(views.back().get());
   }
 

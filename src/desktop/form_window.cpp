@@ -55,8 +55,8 @@ FormWindow::FormWindow(Form& form, FormWindow* owner)
 
 void FormWindow::FixSize() {
   if (form_.BorderStyle() == Form::Border::kSizable) {
-    setMinimumSize(childrenRect().united(QRect(0, 0, 1, 1)).bottomRight().x() + 1,
-                   childrenRect().bottom() + 1);
+    const QRect drawn = childrenRect();
+    setMinimumSize(drawn.right() + 1, drawn.bottom() + 1);
   } else {
     setFixedSize(SizeOf(form_));
   }
@@ -132,6 +132,7 @@ bool FormWindow::eventFilter(QObject* watched, QEvent* event) {
 }
 
 DesktopScreen::~DesktopScreen() {
+  // From the last: the window of a dialog goes ahead of its owner's.
   while (!windows_.empty()) windows_.pop_back();
 }
 

@@ -15,6 +15,8 @@ constexpr int kMargin = 5;           // pixels between a button's edge and what 
 constexpr int kGap = 3;              // pixels between picture and caption
 constexpr int kCaptionIndent = 9;    // pixels from a frame's corner to its caption
 constexpr double kCornerRadius = 3;  // pixels
+constexpr double kDisabledOpacity = 0.35;
+constexpr int kCaptionFlags = Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextWordWrap | Qt::TextShowMnemonic;
 const QColor kFrameLine(176, 176, 176);
 
 void DrawCentred(QPainter& painter, const QPixmap& pixmap, const QRect& room) {
@@ -27,15 +29,20 @@ void DrawCentred(QPainter& painter, const QPixmap& pixmap, const QRect& room) {
 PictureButton::PictureButton(std::string picture, QWidget* parent)
     : QPushButton(parent), picture_(std::move(picture)) {}
 
+/// Where the caption stands that has no picture above it.
+QRect PictureButton::CaptionRect() const {
+  return fontMetrics().boundingRect(rect().adjusted(kMargin, kMargin, -kMargin, -kMargin), kCaptionFlags,
+                                    text());
+}
+
 void PictureButton::LoadPicture() {
-  const int captionHeight = fontMetrics().height() * (text().size() > 16 ? 2 : 1);
-  const QSize room(width() - 2 * kMargin, height() - 2 * kMargin - kGap - captionHeight);
+  const QSize room(width() - 2 * kMargin, height() - 2 * kMargin - kGap - CaptionRect().height());
   pixmap_ = DrawnPicture(picture_, room, devicePixelRatioF());
   update();
 }
 
 void PictureButton::paintEvent(QPaintEvent*) {
-  if (!picture_.empty() && !std::exchange(asked_, true))
+  if (!picture_.empty() && !std::exchange(pictureAsked_, true))
     QTimer::singleShot(0, this, [this] { LoadPicture(); });
   QPainter painter(this);
   QStyleOptionButton option;
@@ -44,16 +51,15 @@ void PictureButton::paintEvent(QPaintEvent*) {
   style()->drawControl(QStyle::CE_PushButton, &option, &painter, this);
 
   QRect room = rect().adjusted(kMargin, kMargin, -kMargin, -kMargin);
-  int flags = Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextWordWrap | Qt::TextShowMnemonic;
-  const QRect caption = fontMetrics().boundingRect(room, flags, text());
+  const QRect caption = CaptionRect();
   if (!pixmap_.isNull()) {
     const QRect above = room.adjusted(0, 0, 0, -caption.height() - kGap);
-    painter.setOpacity(isEnabled() ? 1.0 : 0.35);
+    painter.setOpacity(isEnabled() ? 1.0 : kDisabledOpacity);
     DrawCentred(painter, pixmap_, above);
     painter.setOpacity(1.0);
   }
   if (!picture_.empty()) room.setTop(room.bottom() + 1 - caption.height());
-  style()->drawItemText(&painter, room, flags, palette(), isEnabled(), text(), QPalette::ButtonText);
+  style()->drawItemText(&painter, room, kCaptionFlags, palette(), isEnabled(), text(), QPalette::ButtonText);
 }
 
 void LineFrame::paintEvent(QPaintEvent*) {

@@ -19,10 +19,11 @@ class PictureButton final : public QPushButton {
   void paintEvent(QPaintEvent* event) override;
 
  private:
+  QRect CaptionRect() const;
   void LoadPicture();
 
   std::string picture_;
-  bool asked_ = false;
+  bool pictureAsked_ = false;
   QPixmap pixmap_;
 };
 

@@ -41,7 +41,7 @@ RunError NoRight(const std::string& port, const std::string& device) {
   const std::string group = OwningGroup(device);
   return RunError(RunError::kPermissionDenied,
                   "Permission denied: " + port + " (" + device + ") belongs to the group " + group +
-                      ". Join it with \"sudo adduser $USER " + group + "\" and log in again.");
+                      ". Join it with \"sudo usermod -a -G " + group + " $USER\" and log in again.");
 }
 
 RunError InUse(const std::string& port, const std::string& device) {

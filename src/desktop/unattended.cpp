@@ -45,22 +45,20 @@ struct Task {
   QStringList steps;
 };
 
-/// The widget of the named window that screen readers know as `name`; nullptr when there is none.
-template <class Widget>
-Widget* Find(const QString& window, const QString& name) {
+QWidget* Window(const QString& name) {
   for (QWidget* top : QApplication::topLevelWidgets()) {
-    if (top->objectName() != window) continue;
-    for (QWidget* child : top->findChildren<QWidget*>()) {
-      auto* found = qobject_cast<Widget*>(child);
-      if (found != nullptr && child->accessibleName() == name) return found;
-    }
+    if (top->objectName() == name) return top;
   }
   return nullptr;
 }
 
-QWidget* Window(const QString& name) {
-  for (QWidget* top : QApplication::topLevelWidgets()) {
-    if (top->objectName() == name) return top;
+/// The widget of the named window that screen readers know as `name`; nullptr when there is none.
+template <class Widget>
+Widget* Find(const QString& window, const QString& name) {
+  const QWidget* top = Window(window);
+  if (top == nullptr) return nullptr;
+  for (Widget* child : top->findChildren<Widget*>()) {
+    if (child->accessibleName() == name) return child;
   }
   return nullptr;
 }

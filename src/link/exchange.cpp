@@ -11,7 +11,6 @@ namespace quillon {
 namespace {
 
 constexpr int kSends = 3;  // the first one and two retries
-constexpr int kRawBytes = 1;
 constexpr std::string_view kShortAnswer = "682F";
 
 std::string WithoutBlanks(std::string text) {
@@ -28,25 +27,10 @@ bool CrcMatches(const Bytes& received, const std::string& digits) {
 
 }  // namespace
 
-std::string ExchangeResultText(int code) {
-  switch (code) {
-    case kAnswered:
-      return "Communication OK  - CRC checked";
-    case kNoAnswer:
-      return "No Answer";
-    case kBadAnswer:
-      return "Communication Error - CRC false 3 time";
-    case kCommunicationFailure:
-      return "Communication Failure - 3 * E1";
-    default:
-      return "";
-  }
-}
-
 int Quillon::SendFrame(const Bytes& frame, std::string& answer, bool acceptShort) {
   const double timeout = ToLong(Text1.Text(), "Time Out") / 1000.0;
   for (int send = 1;; ++send) {
-    MSComm1.SetInputMode(kRawBytes);
+    MSComm1.SetInputMode(SerialControl::kRawBytes);
     MSComm1.Output(frame);
     MSComm1.SetInputLen(0);
     Bytes received;
@@ -61,19 +45,24 @@ int Quillon::SendFrame(const Bytes& frame, std::string& answer, bool acceptShort
 /// Waits up to `timeout` seconds for a first byte, pauses, and reads what came by then into `received`.
 /// False: the operator cancelled.
 bool Quillon::AwaitAnswer(const Bytes& frame, double timeout, Bytes& received) {
-  double begin;
-  do {
-    begin = clock_.Now();
-    do {
-      Yield();
-      if (AbortRequested) return false;
-    } while (MSComm1.InBufferCount() == 0 && clock_.Now() <= begin + timeout);
-    const double firstByte = clock_.Now();
+  for (;;) {
+    const double deadline = clock_.Now() + timeout;
+    if (!AwaitFirstByte(deadline)) return false;
+    const double waited = clock_.Now();
     Yield();
-    clock_.SleepUntil(firstByte + AnswerDelay);
+    clock_.SleepUntil(waited + AnswerDelay);
     received = MSComm1.Input();
     // A line that echoes has shown only that the frame left; its answer gets the whole wait from here.
-  } while (received == frame && clock_.Now() < begin + timeout);
+    if (received != frame || clock_.Now() >= deadline) return true;
+  }
+}
+
+/// Until a byte came or the clock is past the deadline, in seconds. False: the operator cancelled.
+bool Quillon::AwaitFirstByte(double deadline) {
+  do {
+    Yield();
+    if (AbortRequested) return false;
+  } while (MSComm1.InBufferCount() == 0 && clock_.Now() <= deadline);
   return true;
 }
 

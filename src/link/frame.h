@@ -2,11 +2,10 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
+
+#include "platform/computer.h"
 
 namespace quillon {
-
-using Bytes = std::vector<std::uint8_t>;
 
 /// A frame on the line:
 ///

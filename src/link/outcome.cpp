@@ -27,6 +27,21 @@ constexpr int kLastCode = static_cast<int>(std::size(kWordings));
 
 }  // namespace
 
+std::string ExchangeResultText(int code) {
+  switch (code) {
+    case kAnswered:
+      return "Communication OK  - CRC checked";
+    case kNoAnswer:
+      return "No Answer";
+    case kBadAnswer:
+      return "Communication Error - CRC false 3 time";
+    case kRefused:
+      return "Communication Failure - 3 * E1";
+    default:
+      return "";
+  }
+}
+
 std::string ControllerText(int y) { return "Controller " + std::to_string(y); }
 
 void Quillon::ReportFailure(int y, int code) {
@@ -37,18 +52,17 @@ void Quillon::ReportFailure(int y, int code) {
   }
   const Wording& wording = kWordings[code - 1];
   ShowProgressPaused(ControllerText(y) + wording.status);
-  for (TextBox* box : {&info.Ver(y), &info.CkSum(y)}) {
-    box->SetForeColor(colour::kRed);
-    box->SetFontBold(true);
-  }
+  PaintRow(y, colour::kRed, true);
   info.Ver(y).SetText(wording.version);
   info.CkSum(y).SetText(wording.checksum);
 }
 
-void Quillon::MarkController(int y) {
+void Quillon::MarkController(int y) { PaintRow(y, colour::kBlack, false); }
+
+void Quillon::PaintRow(int y, int foreColor, bool bold) {
   for (TextBox* box : {&info.Ver(y), &info.CkSum(y)}) {
-    box->SetForeColor(colour::kBlack);
-    box->SetFontBold(false);
+    box->SetForeColor(foreColor);
+    box->SetFontBold(bold);
   }
 }
 

@@ -7,6 +7,8 @@
 
 namespace quillon {
 
+using Bytes = std::vector<std::uint8_t>;
+
 class Form;
 
 /// What the program asks of the computer it runs on. Each face is virtual for one reason: the tests put a
@@ -65,7 +67,7 @@ class SerialDevice {
  public:
   virtual ~SerialDevice() = default;
   /// Opens port `number` (1 to 99). Raises RunError 8002 (no such port), 8005 (in use), 70 (no right to it),
-  /// 380 (the device refuses the speed). After a failure nothing is open.
+  /// 380 (the device refuses the speed), 8020 (it went away meanwhile). After a failure nothing is open.
   virtual void Open(int number, const LineSettings& settings) = 0;
   /// Lets out what is still leaving, then closes.
   virtual void Close() = 0;
@@ -76,7 +78,7 @@ class SerialDevice {
   /// Number of received bytes that wait.
   virtual std::size_t Waiting() = 0;
   /// Gives and removes all that wait.
-  virtual std::vector<std::uint8_t> Read() = 0;
+  virtual Bytes Read() = 0;
 };
 
 /// All of it, handed to the program once.

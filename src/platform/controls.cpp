@@ -20,16 +20,14 @@ Control::Control(Container& parent, std::string name, Place place, const Design&
       centred_(design.centred),
       fontPoints_(design.fontPoints),
       accessibleName_(design.accessibleName),
+      pictureName_(design.picture),
       atStart_(state_) {
   parent.controls_.push_back(this);
 }
 
 void Control::Reset() {
   state_ = atStart_;
-  for (const Aspect aspect : {Aspect::kText, Aspect::kToolTip, Aspect::kEnabled, Aspect::kVisible,
-                              Aspect::kColour, Aspect::kFont, Aspect::kValue}) {
-    Tell(aspect);
-  }
+  for (const Aspect aspect : kAllAspects) Tell(aspect);
 }
 
 void Label::Accept(ControlVisitor& visitor) { visitor.Visit(*this); }

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <functional>
-#include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/computer.h"
@@ -44,11 +44,14 @@ struct Design {
   bool centred = false;
   double fontPoints = 8.25;
   std::string_view accessibleName = "";  ///< for screen readers, where no caption tells what the control is
-  std::string_view picture = "";         ///< name of a picture, drawn above a button's caption
+  std::string_view picture = "";  ///< name in the resources: a Picture's own, or above a button's caption
 };
 
 /// What of a control changed, so that a view repaints that and nothing else.
-enum class Aspect { kText, kToolTip, kEnabled, kVisible, kColour, kFont, kValue, kItems };
+enum class Aspect { kItems, kText, kToolTip, kEnabled, kVisible, kColour, kFont, kValue };
+inline constexpr Aspect kAllAspects[] = {Aspect::kItems,   Aspect::kText,    Aspect::kToolTip,
+                                         Aspect::kEnabled, Aspect::kVisible, Aspect::kColour,
+                                         Aspect::kFont,    Aspect::kValue};
 
 /// A realisation's view of one control.
 class ControlView {
@@ -74,6 +77,7 @@ class Control {
   bool Centred() const { return centred_; }
   double FontPoints() const { return fontPoints_; }
   const std::string& AccessibleName() const { return accessibleName_; }
+  const std::string& PictureName() const { return pictureName_; }
 
   bool Enabled() const { return state_.enabled; }
   void SetEnabled(bool enabled) { Put(state_.enabled, enabled, Aspect::kEnabled); }
@@ -127,6 +131,7 @@ class Control {
   bool centred_;
   double fontPoints_;
   std::string accessibleName_;
+  std::string pictureName_;
   State atStart_;
   ControlView* view_ = nullptr;
 };
@@ -160,10 +165,8 @@ class TextBox : public Control {
 
 class CommandButton : public Control {
  public:
-  CommandButton(Container& parent, std::string name, Place place, const Design& design)
-      : Control(parent, std::move(name), place, design), picture_(design.picture) {}
+  using Control::Control;
   const std::string& Caption() const { return state_.text; }
-  const std::string& Picture() const { return picture_; }
   /// The operator's click. A button that is disabled or hidden takes none.
   void Press() {
     if (Enabled() && Visible() && Click) Click();
@@ -171,9 +174,6 @@ class CommandButton : public Control {
   void Accept(ControlVisitor& visitor) override;
 
   std::function<void()> Click;
-
- private:
-  std::string picture_;
 };
 
 class CheckBox : public Control {
@@ -211,13 +211,8 @@ class ComboBox : public Control {
 
 class Picture : public Control {
  public:
-  Picture(Container& parent, std::string name, Place place, const Design& design)
-      : Control(parent, std::move(name), place, design), picture_(design.picture) {}
-  const std::string& PictureName() const { return picture_; }
+  using Control::Control;
   void Accept(ControlVisitor& visitor) override;
-
- private:
-  std::string picture_;
 };
 
 /// What holds controls, in the order of the Tab key.

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::string_view kBlanks = " \t\r\n";
 
-std::string_view WithoutBlanks(std::string_view text) {
+std::string_view Trimmed(std::string_view text) {
   const auto first = text.find_first_not_of(kBlanks);
   if (first == text.npos) return {};
   return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
@@ -28,7 +28,7 @@ bool IsPlainDecimal(std::string_view digits) {
 
 std::int64_t ToWholeNumber(std::string_view text, std::int64_t low, std::int64_t high,
                            std::string_view what) {
-  std::string_view digits = WithoutBlanks(text);
+  std::string_view digits = Trimmed(text);
   const bool negative = digits.starts_with('-');
   if (negative || digits.starts_with('+')) digits.remove_prefix(1);
   if (!IsPlainDecimal(digits)) {
@@ -49,7 +49,8 @@ std::int64_t ToWholeNumber(std::string_view text, std::int64_t low, std::int64_t
 }
 
 int ToInteger(std::string_view text, std::string_view what) {
-  return static_cast<int>(ToWholeNumber(text, -32768, 32767, what));
+  return static_cast<int>(ToWholeNumber(text, std::numeric_limits<std::int16_t>::min(),
+                                        std::numeric_limits<std::int16_t>::max(), what));
 }
 
 std::int32_t ToLong(std::string_view text, std::string_view what) {

@@ -57,10 +57,9 @@ void SerialControl::SetSettings(const std::string& text) {
 }
 
 void SerialControl::SetInputMode(int mode) {
-  if (mode != 0 && mode != 1) {
+  if (mode != kText && mode != kRawBytes) {
     throw RunError(RunError::kInvalidPropertyValue, "Invalid property value: an input mode is 0 or 1.");
   }
-  inputMode_ = mode;
 }
 
 void SerialControl::SetInputLen(int count) {
@@ -79,7 +78,7 @@ std::size_t SerialControl::InBufferCount() {
   return device_.Waiting();
 }
 
-std::vector<std::uint8_t> SerialControl::Input() {
+Bytes SerialControl::Input() {
   RequireOpen();
   return device_.Read();
 }

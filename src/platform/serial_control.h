@@ -21,16 +21,17 @@ class SerialControl {
   /// Opens or closes the port. Opening an open port raises RunError 8005; closing a closed one does nothing.
   /// Opening raises what SerialDevice::Open does.
   void SetPortOpen(bool open);
-  bool PortOpen() const { return open_; }
 
   /// "9600,N,8,2": speed, no parity, 8 data bits, 2 stop bits, the only form there is. Acts at once on an
   /// open port, else at the next opening. Any other text raises RunError 380 and changes nothing.
   void SetSettings(const std::string& text);
   const std::string& Settings() const { return settings_; }
 
-  /// 1: reads give raw bytes; 0: text, the setting at start. Bytes are handed over untouched in both.
+  /// Reads give raw bytes, or text, the setting at start; bytes are handed over untouched in both. Any other
+  /// mode raises RunError 380.
+  static constexpr int kText = 0;
+  static constexpr int kRawBytes = 1;
   void SetInputMode(int mode);
-  int InputMode() const { return inputMode_; }
 
   /// How many bytes a read takes: 0, all that wait, is the only choice; any other raises RunError 380.
   void SetInputLen(int count);
@@ -41,7 +42,7 @@ class SerialControl {
   /// Number of received bytes that wait.
   std::size_t InBufferCount();
   /// Gives and removes received bytes; none wait: an empty array.
-  std::vector<std::uint8_t> Input();
+  Bytes Input();
 
  private:
   void RequireOpen() const;
@@ -51,7 +52,6 @@ class SerialControl {
   bool open_ = false;
   std::string settings_ = "9600,N,8,2";
   LineSettings line_;
-  int inputMode_ = 0;
 };
 
 }  // namespace quillon

@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <memory>
 #include <system_error>
 #include <utility>
 
@@ -44,10 +43,8 @@ RunError FileError(const std::string& path, int error) {
   }
 }
 
-using FileHandle = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
-
 FileHandle OpenFile(const std::string& path, const char* mode) {
-  FileHandle file(std::fopen(path.c_str(), mode), &std::fclose);
+  FileHandle file(std::fopen(path.c_str(), mode));
   if (!file) throw FileError(path, errno);
   return file;
 }
@@ -118,28 +115,24 @@ std::size_t LineReader::Find(char end, std::size_t& next) const {
   return next;
 }
 
-TextWriter::~TextWriter() {
-  if (file_) std::fclose(file_);
-}
-
 void TextWriter::Open(const std::string& path) {
-  file_ = OpenFile(path, "wb").release();
+  file_ = OpenFile(path, "wb");
   path_ = path;
 }
 
 void TextWriter::WriteLine(std::string_view line) {
   if (!file_) return;
-  std::fwrite(line.data(), 1, line.size(), file_);
-  std::fwrite("\r\n", 1, 2, file_);
-  if (!std::ferror(file_)) return;
+  std::fwrite(line.data(), 1, line.size(), file_.get());
+  std::fwrite("\r\n", 1, 2, file_.get());
+  if (!std::ferror(file_.get())) return;
   const int error = errno;
-  std::fclose(std::exchange(file_, nullptr));
+  file_.reset();
   throw FileError(path_, error);
 }
 
 void TextWriter::Close() {
   if (!file_) return;
-  if (std::fclose(std::exchange(file_, nullptr)) != 0) throw FileError(path_, errno);
+  if (std::fclose(file_.release()) != 0) throw FileError(path_, errno);
 }
 
 }  // namespace quillon

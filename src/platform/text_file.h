@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -8,8 +9,13 @@ namespace quillon {
 
 /// Files are bytes: nothing here recodes a character, in names or in contents. Every failure is a RunError
 /// that names the file: 52 a name that the system refuses, 53 no such file, 57 a device that fails, 61 disk
-/// full, 62 a line asked for behind the end, 70 no permission, 75 no file (a folder, a read-only place), 76 no
-/// such folder.
+/// full, 62 a line asked for behind the end, 70 no permission, 75 no file (a folder, a read-only place), 76
+/// no such folder.
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using FileHandle = std::unique_ptr<std::FILE, CloseFile>;
 
 /// Whether a file of that name exists (a folder does not count).
 bool FileExists(const std::string& path);
@@ -29,7 +35,8 @@ void ReplaceFile(const std::string& path, std::string_view contents);
 /// or at a line feed alone; the last line needs no end.
 class LineReader {
  public:
-  explicit LineReader(std::string_view text) : text_(text), return_(text.find('\r')), feed_(text.find('\n')) {}
+  explicit LineReader(std::string_view text)
+      : text_(text), return_(text.find('\r')), feed_(text.find('\n')) {}
 
   bool AtEnd() const { return position_ >= text_.size(); }
 
@@ -41,7 +48,8 @@ class LineReader {
 
   std::string_view text_;
   std::size_t position_ = 0;
-  // The next carriage return and line feed at or behind the position: each is searched once, in large strides.
+  // The next carriage return and line feed at or behind the position: each is searched once, in large
+  // strides.
   std::size_t return_;
   std::size_t feed_;
 };
@@ -50,15 +58,8 @@ class LineReader {
 /// through a buffer: the file is complete after Close.
 class TextWriter {
  public:
-  TextWriter() = default;
-  TextWriter(const TextWriter&) = delete;
-  TextWriter& operator=(const TextWriter&) = delete;
-  ~TextWriter();
-
   /// Opens the file, empty. Raises RunError when it can't be created; then nothing is open.
   void Open(const std::string& path);
-
-  bool IsOpen() const { return file_ != nullptr; }
 
   /// Writes a line; with no file open it does nothing. A write that fails raises RunError once and closes
   /// the file, so that a full disk does not stop a run at each of its lines.
@@ -68,7 +69,7 @@ class TextWriter {
   void Close();
 
  private:
-  std::FILE* file_ = nullptr;
+  FileHandle file_;
   std::string path_;
 };
 

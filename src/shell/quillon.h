@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -16,8 +17,6 @@
 namespace quillon {
 
 inline constexpr int kControllers = 32;  ///< numbers 0 to 31
-
-using Bytes = std::vector<std::uint8_t>;
 
 /// What a run-error box says beside the failure itself.
 struct BoxWording {
@@ -140,6 +139,10 @@ class Quillon final : public Form {
   void ComClose_Click();
   void MessageCommand1_Click();
 
+  /// One pass through the windows' events. Every wait comes through here: when the main window was closed
+  /// meanwhile, it unwinds the run in hand.
+  void Yield();
+
   // Link: the exchange (exchange.cpp).
 
   /// Sends one closed frame and waits for its answer, up to three times.
@@ -147,6 +150,8 @@ class Quillon final : public Form {
   /// The time-out is read from `Text1` (milliseconds) once per call. Yields while it waits for the first
   /// byte, then pauses `AnswerDelay` and reads all that came: that pause is the end of an answer. A full echo
   /// of the frame restarts the wait.
+  ///
+  /// A send costs the time to the first byte, or the time-out, and the pause.
   ///
   /// Returns 0, a checked answer: `answer` holds its hex digits (the short answer 68 2F, taken only with
   /// `acceptShort`, leaves it alone); 1, silence or the frame's own echo on the third send, or Cancel; 2, a
@@ -181,11 +186,7 @@ class Quillon final : public Form {
   /// without one.
   void Log(const std::string& line);
 
-  /// One pass through the windows' events. Every wait comes through here: when the main window was closed
-  /// meanwhile, it unwinds the run in hand.
-  void Yield();
-
-  // Image (file_name.cpp).
+  // Image (hex_file.cpp).
 
   /// Reads the file named in `FileName` and fills `image`. Gives its checksum, upper-case hex
   /// digits without leading zeros, or "" behind a box when there is no such file or it can't be read.
@@ -250,9 +251,11 @@ class Quillon final : public Form {
 
   // Link.
   bool AwaitAnswer(const Bytes& frame, double timeout, Bytes& received);
+  bool AwaitFirstByte(double deadline);
   int JudgeAnswer(const Bytes& frame, const Bytes& received, std::string& answer, bool acceptShort);
   void ShowStatus(const Picture& picture, const std::string& line);
   void ClearRow(int y);
+  void PaintRow(int y, int foreColor, bool bold);
 
   // Commands.
 
@@ -320,6 +323,7 @@ class Quillon final : public Form {
   void MoveTicked(bool (Quillon::*command)(int& y), const char* errorTitle);
 
   ControlArray<Label> numbers_;
+  const std::array<CheckBox*, 4> speedBoxes_{&V4800, &V9600, &V19200, &V38400};  // from the lowest speed up
 
   Clock& clock_;
   Events& events_;

@@ -10,7 +10,9 @@ namespace {
 constexpr const char* kFile = "Quillon.cfg";
 constexpr std::string_view kLineEnd = "\r\n";
 
-std::string BoxLine(const CheckBox& box) { return std::string(" ").append(std::to_string(box.Value())).append(" "); }
+std::string BoxLine(const CheckBox& box) {
+  return std::string(" ").append(std::to_string(box.Value())).append(" ");
+}
 
 void SetBox(CheckBox& box, const std::string& line) { box.SetValue(ToInteger(line, box.Name())); }
 

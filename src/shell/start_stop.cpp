@@ -8,17 +8,19 @@ namespace {
 
 constexpr double kAnswerDelay = 0.5;  // seconds
 constexpr int kPorts = 99;
+constexpr const char* kStandardSpeed = "9600";  // bits per second
 
-/// The first line of "Boot.ini", or `standard` when there is no such file, or an empty or unreadable one.
-std::string DownloadSpeed(const std::string& folder, const std::string& standard) {
+/// The first line of "Boot.ini" as it stands, or the standard speed when there is no such file, or an empty
+/// or unreadable one.
+std::string DownloadSpeed(const std::string& folder) {
   const std::string path = PathInFolder(folder, "Boot.ini");
-  if (!FileExists(path)) return standard;
+  if (!FileExists(path)) return kStandardSpeed;
   try {
     const std::string text = ReadFile(path);
     LineReader lines(text);
-    return lines.AtEnd() ? standard : std::string(lines.Next());
+    return lines.AtEnd() ? kStandardSpeed : std::string(lines.Next());
   } catch (const RunError&) {
-    return standard;
+    return kStandardSpeed;
   }
 }
 
@@ -30,7 +32,7 @@ void Quillon::Start() {
 }
 
 void Quillon::Form_Load() {
-  DownloadSettings = DownloadSpeed(AppFolder, "9600") + ",N,8,2";
+  DownloadSettings = DownloadSpeed(AppFolder) + ",N,8,2";
   SetCaption(" Quillon version " QUILLON_VERSION);
   for (int port = 1; port <= kPorts; ++port) ComPort.AddItem("COM " + std::to_string(port));
   for (const char* speed : {"4800", "9600", "19200", "38400"}) Vitesse.AddItem(speed);
@@ -38,7 +40,7 @@ void Quillon::Form_Load() {
   ReadConfig();
   AnswerDelay = kAnswerDelay;
   Check1.SetValue(CheckBox::kTicked);
-  MSComm1.SetInputMode(0);
+  MSComm1.SetInputMode(SerialControl::kText);
 }
 
 void Quillon::Form_Unload() {

@@ -5,6 +5,7 @@
 namespace quillon {
 namespace {
 
+constexpr std::uint8_t kBootCheck = 0x50;  // sub-code of the message $75
 constexpr std::size_t kAnswerDigits = 26;  // the one form of answer
 constexpr std::size_t kVersionByte = 5;
 
@@ -31,7 +32,7 @@ bool Quillon::AskForBoot(int i) {
   ApplySpeed();
   if (!TakesPart(i)) return false;
   const std::uint8_t protocol = BootProtocolFallback ? kFixedProtocol : ProtocolNumber();
-  FrameBuffer = CloseFrame({protocol, static_cast<std::uint8_t>(i), 4, 0x75, 0xAA, 0x55, 0x50});
+  FrameBuffer = CloseFrame({protocol, static_cast<std::uint8_t>(i), 4, 0x75, 0xAA, 0x55, kBootCheck});
   ShowProgress(ControllerText(i) + " : Checking Boot ", false);
   LogMessage("Message Checking BOOT");
   const int result = SendFrame(FrameBuffer, AnswerText, false);
@@ -42,7 +43,8 @@ bool Quillon::AskForBoot(int i) {
   return false;
 }
 
-/// After a failed exchange: first the fixed protocol byte, then the other speeds. False: nothing is left.
+/// After a failed exchange: with the fixed protocol byte in `Protocol`, the other speeds; with any other, the
+/// fixed one from now on, at this speed, until an answer or Cancel. False: nothing is left.
 bool Quillon::TryBootOtherwise(int i) {
   if (ProtocolNumber() != kFixedProtocol) {
     BootProtocolFallback = true;

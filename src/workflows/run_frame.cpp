@@ -1,6 +1,5 @@
 // What runs share: their opening, the search for a controller's speed, and the compare at their end.
 #include <string>
-#include <utility>
 
 #include "link/outcome.h"
 #include "link/text_arithmetic.h"
@@ -11,6 +10,9 @@ namespace quillon {
 namespace {
 
 constexpr std::size_t kPortNumberDigit = 4;  // "COM 7": where the number begins
+
+/// The speed that a tried-speed box stands for: "V9600" is "9600".
+std::string SpeedOf(const CheckBox& box) { return box.Caption().substr(1); }
 
 }  // namespace
 
@@ -51,22 +53,22 @@ void Quillon::EndRun() {
 }
 
 void Quillon::ResetTriedSpeeds() {
-  for (CheckBox* box : {&V4800, &V9600, &V19200, &V38400}) box->SetValue(CheckBox::kUnticked);
+  for (CheckBox* box : speedBoxes_) box->SetValue(CheckBox::kUnticked);
 }
 
 void Quillon::ApplySpeed() {
   const std::string& speed = Vitesse.Text();
   // Ticked first: a search on a line that fails must come to its end too.
-  for (CheckBox* box : {&V4800, &V9600, &V19200, &V38400}) {
-    if (box->Caption() == "V" + speed) box->SetValue(CheckBox::kTicked);
+  for (CheckBox* box : speedBoxes_) {
+    if (SpeedOf(*box) == speed) box->SetValue(CheckBox::kTicked);
   }
   MSComm1.SetSettings(speed + ",N,8,2");
 }
 
 bool Quillon::NextUntriedSpeed() {
-  for (const CheckBox* box : {&V4800, &V9600, &V19200, &V38400}) {
+  for (const CheckBox* box : speedBoxes_) {
     if (box->Ticked()) continue;
-    Vitesse.SetText(box->Caption().substr(1));
+    Vitesse.SetText(SpeedOf(*box));
     return true;
   }
   return false;

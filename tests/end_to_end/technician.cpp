@@ -1,7 +1,5 @@
 #include "end_to_end/technician.h"
 
-#include <gtest/gtest.h>
-
 #include <QCheckBox>
 #include <QFileDialog>
 #include <QLabel>
@@ -164,11 +162,3 @@ std::vector<std::string> Technician::EndAndReadLog() {
 }
 
 }  // namespace quillon::test
-
-int main(int argc, char** argv) {
-  qputenv("QT_QPA_PLATFORM", "offscreen");
-  testing::InitGoogleTest(&argc, argv);
-  QApplication application(argc, argv);
-  QApplication::setQuitOnLastWindowClosed(false);
-  return RUN_ALL_TESTS();
-}

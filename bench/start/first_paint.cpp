@@ -11,7 +11,7 @@
 
 class FirstPaintPlugin : public QGenericPlugin {
   Q_OBJECT
-  Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "bench_first_paint.json")
+  Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "first_paint.json")
 
  public:
   QObject* create(const QString&, const QString&) override {
@@ -27,4 +27,4 @@ class FirstPaintPlugin : public QGenericPlugin {
   }
 };
 
-#include "bench_first_paint.moc"
+#include "first_paint.moc"

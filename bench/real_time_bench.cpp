@@ -1,0 +1,98 @@
+// What only the real clock, the real windows and a real pseudo-terminal can show.
+#include <benchmark/benchmark.h>
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <algorithm>
+#include <chrono>
+#include <vector>
+
+#include "desktop/desktop_clock.h"
+#include "end_to_end/image.h"
+#include "end_to_end/technician.h"
+
+namespace quillon::test {
+namespace {
+
+constexpr double kMostOverFloor = 1.02;
+
+/// A pause is never short, and its median overshoot is at most 0.2 ms.
+void Pause(benchmark::State& state) {
+  constexpr double kPause = 0.010;  // seconds
+  constexpr double kMostOvershoot = 200e-6;
+  DesktopClock clock;
+  std::vector<double> overshoots;
+  for (auto _ : state) {
+    const double end = clock.Now() + kPause;
+    clock.SleepUntil(end);
+    overshoots.push_back(clock.Now() - end);
+  }
+  std::sort(overshoots.begin(), overshoots.end());
+  const double median = overshoots[overshoots.size() / 2];
+  state.counters["least_us"] = overshoots.front() * 1e6;
+  state.counters["median_us"] = median * 1e6;
+  if (overshoots.front() < 0 || median > kMostOvershoot) state.SkipWithError("a pause is short or too long");
+}
+BENCHMARK(Pause)->Iterations(300)->Unit(benchmark::kMillisecond);
+
+/// Seconds from the press of a button to the end of its run.
+double TimeOf(Technician& technician, const QString& button) {
+  QElapsedTimer timer;
+  timer.start();
+  technician.Press("Quillon", button);
+  return static_cast<double>(timer.nsecsElapsed()) / 1e9;
+}
+
+void Report(benchmark::State& state, double floor, double seconds) {
+  state.counters["floor_s"] = floor;
+  state.counters["of_floor"] = seconds / floor;
+  if (seconds <= floor * kMostOverFloor) return;
+  state.SkipWithError((std::to_string(seconds / floor) + " of the floor; at most 1.02 is allowed").c_str());
+}
+
+/// A full image of 448 batches, nobody ticked, a line with no pace: nothing but the delays is left.
+void ParallelStream(benchmark::State& state) {
+  constexpr int kBatches = 448;
+  constexpr double kDelay = 0.010;  // seconds
+  // The last batch has room for the end-of-file record, so that makes none of its own.
+  const Firmware firmware(0x2000 - 128, (kBatches - 63) * 128 - 16);
+  for (auto _ : state) {
+    Technician technician({"--count", "0", "--quick"}, {.delay = "10", .controllers = {}});
+    technician.ChooseHex(firmware.HexLines());
+    const double seconds = TimeOf(technician, "Download (Parallel)");
+    Report(state, static_cast<double>(technician.Frames().size()) * kDelay, seconds);
+    state.counters["batches"] = static_cast<double>(technician.Frames().size());
+  }
+}
+BENCHMARK(ParallelStream)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+/// A serial download to one controller on a paced line: each exchange its frame, the first byte of its answer
+/// and the pause behind that.
+void SerialOnThePacedLine(benchmark::State& state) {
+  constexpr double kAnswerDelay = 0.5;       // seconds
+  constexpr double kByteTime = 11.0 / 9600;  // seconds
+  const Firmware firmware(0x400, 0x200 - 16);
+  for (auto _ : state) {
+    Technician technician({"--count", "1", "--delay", "0"}, {.timeout = "500", .controllers = {0}});
+    technician.ChooseHex(firmware.HexLines());
+    const double seconds = TimeOf(technician, "Download (Serial)");
+    double floor = 0;
+    for (const std::string& frame : technician.Frames()) {
+      const auto bytes = static_cast<double>(frame.size() - frame.rfind(' ') - 1) / 2;
+      floor += (bytes + 1) * kByteTime + kAnswerDelay;
+    }
+    Report(state, floor, seconds);
+  }
+}
+BENCHMARK(SerialOnThePacedLine)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace quillon::test
+
+int main(int argc, char** argv) {
+  qputenv("QT_QPA_PLATFORM", "offscreen");
+  QApplication application(argc, argv);
+  QApplication::setQuitOnLastWindowClosed(false);
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+}
