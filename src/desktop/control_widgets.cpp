@@ -97,8 +97,10 @@ class LabelView final : public ViewOf<Label, QLabel> {
       fitted.setWidth(needed);
       if (control_.Centred()) fitted.moveCenter(place.center());
     }
-    widget_.setWordWrap(needed > room);
-    widget_.setContentsMargins(0, 0, needed > room ? std::max(0, place.width() - room) : 0, 0);
+    if (widget_.wordWrap() != (needed > room)) {
+      widget_.setWordWrap(needed > room);
+      widget_.setContentsMargins(0, 0, needed > room ? std::max(0, place.width() - room) : 0, 0);
+    }
     widget_.setGeometry(fitted);
   }
 };

@@ -165,6 +165,7 @@ void SerialPort::Drain() {
 
 /// Hands on what the device takes now; false when the device failed.
 bool SerialPort::SendPending() {
+  if (pending_.empty()) return true;
   const std::ptrdiff_t sent = serial_line::Send(descriptor_, pending_);
   if (sent < 0) return false;
   pending_.erase(pending_.begin(), pending_.begin() + sent);

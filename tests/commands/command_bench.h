@@ -1,28 +1,25 @@
 #pragma once
 
 #include "support/bench.h"
+#include "support/image.h"
 
 namespace quillon::test {
 
-/// A bench with the port open, so that a single command can be tried: 64 in byte 0, 9600, time-out 500 ms.
+/// A bench with a file chosen and the port open, so that a single command can be tried.
 class CommandBench : public Bench {
  public:
-  CommandBench() { tool.MSComm1.SetPortOpen(true); }
-
-  /// The answers to the sendings in turn, in hex; "" is silence.
-  void Answer(const std::vector<std::string>& answers) {
-    for (const std::string& answer : answers) {
-      world.script.push_back(answer.empty() ? std::vector<Reply>{}
-                                            : std::vector<Reply>{{10ms, FromHex(answer)}});
-    }
-    world.script.resize(kEnough);
+  CommandBench() {
+    ChooseHex(kImage);
+    tool.MSComm1.SetPortOpen(true);
   }
 
-  /// From here on every exchange gives up behind its first send.
-  void Cancel() { tool.AbortRequested = true; }
-
- private:
-  static constexpr std::size_t kEnough = 100;  // sendings: silence behind the answers
+  /// The answers to the sendings in turn, in hex; "" is silence, as is all behind them.
+  void Answer(const std::vector<std::string>& answers) {
+    for (const std::string& answer : answers) {
+      world.script.push_back({});
+      if (!answer.empty()) world.script.back().push_back({10ms, FromHex(answer)});
+    }
+  }
 };
 
 /// An answer of controller 5 with this payload, closed.

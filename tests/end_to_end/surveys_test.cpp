@@ -58,6 +58,16 @@ TEST(BootInfo, FallsBackToTheFixedProtocolByte) {
   EXPECT_EQ(technician.RowOf(4).checksum, "B007");
 }
 
+TEST(AutoDetection, TicksWhoAnswersAtEitherOfTwoSpeeds) {
+  Technician technician({"--controller", "0-15", "--controller", "16-30,baud=19200"},
+                        {.controllers = {0, 31}});
+  technician.Press("Quillon", "Auto");
+  for (int y = 0; y < 31; ++y) EXPECT_TRUE(technician.Ticked(y)) << y;
+  EXPECT_FALSE(technician.Ticked(31));
+  EXPECT_EQ(technician.Text("Quillon", "Time Out"), "150");
+  EXPECT_EQ(technician.Text("Quillon", "Speed"), "9600");
+}
+
 TEST(AutoDetection, TicksWhoAnswersUpToTheCancel) {
   Technician technician({"--controller", "0", "--controller", "2,baud=19200"}, {.controllers = {1, 5}});
   technician.When([&] { return technician.Ticked(2); }, [&] { technician.Press("Message", "Cancel"); });

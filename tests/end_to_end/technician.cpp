@@ -11,7 +11,7 @@
 namespace quillon::test {
 namespace {
 
-constexpr int kLookEvery = 10;      // milliseconds
+constexpr int kLookEvery = 25;      // milliseconds
 constexpr int kBusStarts = 10'000;  // milliseconds at most
 constexpr int kBusEnds = 5'000;
 

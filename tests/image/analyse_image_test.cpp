@@ -1,8 +1,11 @@
+// What a HEX file says about itself, and what the main window shows of it.
 #include "image/analyse_image.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-namespace quillon {
+#include "support/bench.h"
+
+namespace quillon::test {
 namespace {
 
 std::string Repeated(int count, const std::string& text) {
@@ -36,29 +39,14 @@ const std::string k2020 = ":042020001500400900\r\n";
 // clang-format off
 const FileCase kFileCases[] = {
     {"EmptyFile",                       "", "DF1E02"},
-    {"EmptyLines",                      "\r\n\r\n\r\n", "DF1E02"},
-    {"FirstSegmentAlone",               ":020000040000FA\r\n", "DF1E02"},
     {"FirstSegmentInTheMiddle",         ":0100000005FA\r\n:020000040000FA\r\n:0100010005F9\r\n", "DF1C0E"},
-    {"FirstSegmentInLowerCaseCounts",   ":020000040000fa\r\n", "DF1C04"},
     {"FirstSegmentWithABlankCounts",    ":020000040000FA \r\n", "DF1C04"},
-    {"OtherTypesCountLikeData",         ":020000021000EC\r\n", "DF1C14"},
-    {"EndOfFileRecordAddsNothing",      ":00000001FF\r\n", "DF1E02"},
     {"HundredBytesOfTen",               ":64000000" + Repeated(100, "0A") + "00\r\n", "DEBE4E"},
-    {"CarriageReturnEndsALine",         ":0100000005FA\r:0100010005F9\r", "DF1C0E"},
-    {"LineFeedEndsALine",               ":0100000005FA\n:0100010005F9\n", "DF1C0E"},
-    {"LastLineNeedsNoEnd",              ":0100000005FA\r\n:0100010005F9", "DF1C0E"},
     {"SameAddressCountsTwice",          ":0100000005FA\r\n:0100000005FA\r\n", "DF1C0E"},
     {"WrongColonTypeAndCheckByte",      "?01000099057F\r\n", "DF1D08"},
     {"LowerCaseDigits",                 ":01000000fb04\r\n", "DF1DFE"},
-    {"OtherCharactersCountAsZero",      ":01000000G1\r\n", "DF1D04"},
     {"LengthWithoutData",               ":FF\r\n", "DE2001"},
-    {"LengthOfOneDigit",                ":5\r\n", "DF1907"},
     {"DataEndsEarly",                   ":0300000001\r\n", "DF1B06"},
-    {"DataEndsInMidPair",               ":020000005", "DF1C09"},
-    {"CheckByteIsNoData",               ":0100000001FF\r\n", "DF1D04"},
-    {"FullOfErasedBytes",               Repeated(224, ":FF000000" + Repeated(255, "FF") + "\n") +
-                                            ":DE000000" + Repeated(222, "FF"), "DF1E02"},
-    {"FullOfZeros",                     Repeated(224, ":FF\r\n") + ":DE\r\n", "0"},
     {"BelowZeroShowsItsLow32Bits",      Repeated(225, ":FF\r\n"), "FFFFDF21"},
     {"LowDigitsAt2010",                 k2010, "DF1A02", "   12-05-31 "},
     {"AllAt2020",                       k2020, "DF1A64", "ORVA 40 9600  Baud Rate Fix 9600"},
@@ -66,17 +54,9 @@ const FileCase kFileCases[] = {
                                         "WORBY 41 9600 12-05-31 Baud Rate Fix 9600"},
     {"NothingBefore008B",               ":06008B0005317041040000\r\n", "DF18F3",
                                         "QUORL 41  -05-31 Baud Rate Programmable"},
-    {"LaterRecordOverwrites",           k2020 + ":042020002000410300\r\n", "DF16CC",
-                                        "VEX 41 19200  Baud Rate Fix 19200"},
-    {"UnknownCodesWipeNothing",         k2020 + ":04202000E000420600\r\n", "DF1790",
-                                        "ORVA 42 9600  Baud Rate Fix 9600"},
     {"ProgrammableLeavesTheRate",       ":042020002000400900\r\n:042020007000400900\r\n", "DF172C",
                                         "ORVA 40 19200  Baud Rate Programmable"},
     {"ShortLineTakesTheProtocolAway",   k2020 + ":04202000\r\n", "DF1668", "ORVA  9600  Baud Rate Fix 9600"},
-    {"ShortVersionRecord",              ":10201000AAAAAAAAAAF1F2\r\n", "DF1347", "   12-- "},
-    {"LowerCaseAddressIsAnother",       ":02007b00AAAA\r\n", "DF1D58"},
-    {"LowerCaseProtocolStandsAsItIs",   ":042020001500fe0900\r\n", "DF1B22", "ORVA fe 9600  Baud Rate Fix 9600"},
-    {"LongLineFromAnotherAddress",      ":20200000" + Repeated(32, "09") + "00\r\n", "DEFF42"},
 };
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(Files, Analysis, testing::ValuesIn(kFileCases), testing::PrintToStringParamName());
@@ -99,5 +79,67 @@ TEST(Analysis, ThreeBitsOfTheFlagsTellTheRateAndFiveProductCodesHaveAName) {
   }
 }
 
+TEST(ChosenFile, ShowsWhatItIs) {
+  const struct {
+    std::vector<std::string> lines;
+    const char* checksum;
+    const char* toolTip;
+    bool keepsSpeed;
+  } kFiles[] = {
+      {{":00000001FF"}, "1E02", "    []", false},
+      {{":042020001500400900"}, "1A64", "ORVA  Baud Rate Fix 9600  [40]", true},
+      {{":042020007000410500"}, "1ABC", "WORBY  Baud Rate Programmable  [41]", false},
+  };
+  for (const auto& file : kFiles) {
+    Bench bench;
+    auto during = Form::MousePointer::kDefault;
+    bench.world.At(0s, [&] { during = bench.tool.Pointer(); });
+    bench.ChooseHex(file.lines);
+    EXPECT_EQ(bench.tool.FileCheksum.Text(), file.checksum);
+    EXPECT_EQ(bench.tool.FileName.ToolTip(), file.toolTip);
+    EXPECT_EQ(bench.tool.useBB.Enabled(), file.keepsSpeed);
+    EXPECT_EQ(bench.tool.useBB.Ticked(), file.keepsSpeed);
+    EXPECT_EQ(during, Form::MousePointer::kHourglass);
+    EXPECT_EQ(bench.tool.Pointer(), Form::MousePointer::kDefault);
+  }
+}
+
+TEST(ChosenFile, ForgetsTheFormerOneButForItsRate) {
+  Bench bench;
+  bench.ChooseHex({":042020002000400900"});
+  bench.ChooseHex({":042020007000FF0600"}, "other.hex");
+  EXPECT_EQ(bench.tool.FileName.ToolTip(), "  Baud Rate Programmable  [FF]");
+  EXPECT_EQ(bench.tool.image.ImageBaudRate, "19200");
+  EXPECT_FALSE(bench.tool.useBB.Enabled() || bench.tool.useBB.Ticked());
+}
+
+TEST(ChosenFile, EmptiedTakesTheDownloadsAway) {
+  Bench bench;
+  bench.ChooseHex({":042020001500400900"});
+  bench.tool.FileName.SetText("");
+  EXPECT_FALSE(bench.tool.ComLoad.Enabled() || bench.tool.ComLoad00.Enabled());
+  EXPECT_EQ(bench.tool.FileCheksum.Text() + bench.tool.FileName.ToolTip(), "");
+  EXPECT_FALSE(bench.tool.useBB.Ticked() || bench.tool.useBB.Visible());
+}
+
+TEST(ChosenFile, ThatCanNotBeHadLeavesTheButtonsOfAGoodOneBefore) {
+  for (const std::string& name : {std::string("nowhere.hex"), std::string(300, 'a')}) {
+    Bench bench;
+    bench.ChooseHex({":042020001500400900"});
+    bench.world.fileToChoose = bench.world.folder + name;
+    bench.tool.Command1.Press();
+    ASSERT_EQ(bench.world.boxes.size(), 1u);
+    const ShownBox& box = bench.world.boxes[0];
+    const bool absent = name == "nowhere.hex";
+    EXPECT_THAT(box.text, testing::StartsWith(absent ? "File not Found!" : "Error #  52\rBad file name"));
+    EXPECT_THAT(box.text, testing::EndsWith(absent ? "!" : "\rPlease, Check your HEX file !"));
+    EXPECT_EQ(box.title, absent ? "Quillon" : "Quillon Error");
+    EXPECT_EQ(bench.tool.FileCheksum.Text() + bench.tool.FileName.ToolTip(), "    []");
+    EXPECT_FALSE(bench.tool.useBB.Enabled());
+    EXPECT_TRUE(bench.tool.ComLoad.Enabled());
+    EXPECT_EQ(bench.tool.Pointer(), Form::MousePointer::kDefault);
+  }
+}
+
 }  // namespace
-}  // namespace quillon
+}  // namespace quillon::test

@@ -13,10 +13,6 @@ class SerialControlTest : public testing::Test {
  protected:
   World world;
   SerialControl line{world};
-
-  void FailWith(RunError::Number number) {
-    world.beforeOperation = [number] { throw RunError(number, "as scripted"); };
-  }
 };
 
 TEST_F(SerialControlTest, OpensAPortFrom1To99OnceAndClosesItAsOftenAsAsked) {
@@ -34,7 +30,7 @@ TEST_F(SerialControlTest, OpensAPortFrom1To99OnceAndClosesItAsOftenAsAsked) {
 }
 
 TEST_F(SerialControlTest, StaysClosedWhenOpeningFails) {
-  FailWith(RunError::kPermissionDenied);
+  world.beforeOperation = [] { throw RunError(RunError::kPermissionDenied, "as scripted"); };
   EXPECT_EQ(FailureNumber([&] { line.SetPortOpen(true); }), 70);
   EXPECT_EQ(FailureNumber([&] { line.Output(FromHex("40")); }), 8018);
   EXPECT_EQ(FailureNumber([&] { line.InBufferCount(); }), 8018);
@@ -49,24 +45,10 @@ TEST_F(SerialControlTest, ChangesTheSpeedOnTheOpenPortAtOnceAndKeepsItWhenAnothe
                            "0,N,8,2", "-9600,N,8,2", "9600,N,8,2 "}) {
     EXPECT_EQ(FailureNumber([&] { line.SetSettings(text); }), 380) << text;
   }
-  FailWith(RunError::kInvalidPropertyValue);
+  world.beforeOperation = [] { throw RunError(RunError::kInvalidPropertyValue, "as scripted"); };
   EXPECT_EQ(FailureNumber([&] { line.SetSettings("38400,N,8,2"); }), 380);
   EXPECT_EQ(line.Settings(), "4800,N,8,2");
   EXPECT_THAT(world.speeds, ElementsAre(19200, 4800));
-}
-
-TEST_F(SerialControlTest, HandsBytesOverUntouched) {
-  Bytes all(256);
-  for (std::size_t i = 0; i < all.size(); ++i) all[i] = static_cast<std::uint8_t>(i);
-  line.SetPortOpen(true);
-  world.script = {{{1ms, all}}};
-  line.Output(all);
-  EXPECT_EQ(world.sent.front().bytes, all);
-  EXPECT_THAT(line.Input(), ElementsAre());
-  world.SleepUntil(0.002);
-  EXPECT_EQ(line.InBufferCount(), 256u);
-  EXPECT_EQ(line.Input(), all);
-  EXPECT_EQ(line.InBufferCount(), 0u);
 }
 
 }  // namespace

@@ -43,8 +43,11 @@ void Bench::CancelAt(Nanoseconds time) {
 }
 
 void Bench::CancelWhen(const std::string& statusPart) {
-  world.When([this, statusPart] { return tool.message.Visible() && tool.message.Label1.Text().find(statusPart) != std::string::npos; },
-             [this] { tool.message.Command1.Press(); });
+  world.When(
+      [this, statusPart] {
+        return tool.message.Visible() && tool.message.Label1.Text().find(statusPart) != std::string::npos;
+      },
+      [this] { tool.message.Command1.Press(); });
 }
 
 std::string Bench::Row(int y) {
@@ -75,7 +78,8 @@ std::vector<std::string> Bench::EndAndReadLog() {
 
 std::vector<std::string> Bench::Sent() const {
   std::vector<std::string> frames;
-  for (const SentBytes& frame : world.sent) frames.push_back(std::to_string(frame.baud) + " " + ToHex(frame.bytes));
+  for (const SentBytes& frame : world.sent)
+    frames.push_back(std::to_string(frame.baud) + " " + ToHex(frame.bytes));
   return frames;
 }
 

@@ -16,7 +16,8 @@ constexpr Nanoseconds kTick = 1ms;  // the longest that one yield takes
 
 World::World() {
   std::string name = (std::filesystem::temp_directory_path() / "quillon-XXXXXX").string();
-  if (!mkdtemp(name.data())) throw std::filesystem::filesystem_error("no folder for a test", std::error_code());
+  if (!mkdtemp(name.data()))
+    throw std::filesystem::filesystem_error("no folder for a test", std::error_code());
   folder = name + "/";
 }
 
@@ -24,7 +25,9 @@ World::~World() { std::filesystem::remove_all(folder); }
 
 double World::Now() { return std::chrono::duration<double>(now_).count(); }
 
-void World::SleepUntil(double time) { Advance(Nanoseconds(static_cast<std::int64_t>(std::ceil(time * 1e9)))); }
+void World::SleepUntil(double time) {
+  Advance(Nanoseconds(static_cast<std::int64_t>(std::ceil(time * 1e9))));
+}
 
 void World::When(std::function<bool()> condition, std::function<void()> action) {
   watches_.push_back({std::move(condition), std::move(action)});

@@ -55,21 +55,21 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
   /// Runs while a box stands, ahead of the operator's OK.
   std::function<void(const ShownBox&)> onBox;
 
-  std::string fileToChoose;         ///< what the operator picks in the next file dialogs; empty: Cancel
-  std::vector<ShownBox> boxes;      ///< all boxes so far
+  std::string fileToChoose;     ///< what the operator picks in the next file dialogs; empty: Cancel
+  std::vector<ShownBox> boxes;  ///< all boxes so far
   int beeps = 0;
   bool ended = false;
 
   // The line.
 
-  bus::Bus* bus = nullptr;                      ///< where it leads to, when there is no script
-  std::deque<std::vector<Reply>> script;        ///< the replies to each sending in turn; with none left: silence
-  std::vector<SentBytes> sent;                  ///< all that the tool sent
-  std::vector<int> openedPorts;                 ///< each opening, by number
+  bus::Bus* bus = nullptr;                ///< where it leads to, when there is no script
+  std::deque<std::vector<Reply>> script;  ///< the replies to each sending in turn; with none left: silence
+  std::vector<SentBytes> sent;            ///< all that the tool sent
+  std::vector<int> openedPorts;           ///< each opening, by number
   bool open = false;
   int baud = 0;
-  std::vector<int> speeds;                      ///< each speed that the open line was set to, the opening's first
-  std::function<void()> beforeOperation;        ///< raises what a failing device raises
+  std::vector<int> speeds;                ///< each speed that the open line was set to, the opening's first
+  std::function<void()> beforeOperation;  ///< raises what a failing device raises
 
   std::string folder;  ///< the program's, with a separator behind it; it goes with the world
 

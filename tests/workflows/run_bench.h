@@ -8,6 +8,17 @@
 
 namespace quillon::test {
 
+using Texts = std::vector<std::string>;
+using Button = CommandButton Quillon::*;
+
+inline constexpr Button kParallel = &Quillon::ComLoad;
+inline constexpr Button kSerial = &Quillon::ComLoad00;
+inline constexpr Button kInfo = &Quillon::ComInfo;
+inline constexpr Button kBoot = &Quillon::ComBoot;
+inline constexpr Button kTo3 = &Quillon::Cmd4to3;
+inline constexpr Button kTo4 = &Quillon::Cmd3to4;
+inline constexpr Button kAuto = &Quillon::Auto;
+
 /// A bench whose line leads to simulated controllers. They go to 38400 for programming.
 class RunBench : public Bench {
  public:
@@ -18,6 +29,12 @@ class RunBench : public Bench {
   }
 
   bus::Bus bus{{.downloadBaud = 38400}};
+
+  /// Presses a button; the two that move controllers to another protocol show only while "Prot 3" is ticked.
+  void Press(Button button) {
+    if (button == kTo3 || button == kTo4) tool.RUD3.SetValue(CheckBox::kTicked);
+    (tool.*button).Press();
+  }
 
   /// All that was sent, in short: "9600 E3 E5x3 38400 B B S3 19200 C3". A number alone is a new speed; the
   /// letters are C flash check, E erase, B batch (to all, or to the number behind it), S full checksum, T
@@ -38,22 +55,18 @@ class RunBench : public Bench {
     return talk;
   }
 
-  std::vector<std::string> statuses;  ///< all status lines that stood on `Message` at a yield
+  Texts Rows() { return {Row(3), Row(5)}; }
 
-  /// Begins to collect the status lines.
-  void WatchStatus() {
-    world.When(
-        [this] {
-          const std::string& shown = tool.message.Label1.Text();
-          return tool.message.Visible() && (statuses.empty() || shown != statuses.back());
-        },
-        [this] {
-          statuses.push_back(tool.message.Label1.Text());
-          WatchStatus();
-        });
+  /// Whether a run has put away what it needs: the port and the status window.
+  bool Over() const { return !world.open && !tool.message.Visible(); }
+
+  /// The numbers of the ticked controllers: "3 5 ".
+  std::string Ticked() const {
+    std::string numbers;
+    for (int i = 0; i < kControllers; ++i) numbers += tool.C(i).Ticked() ? std::to_string(i) + " " : "";
+    return numbers;
   }
 
-  /// Ticks numbers 0 to `count`-1.
   void TickFirst(int count) {
     for (int i = 0; i < kControllers; ++i) tool.C(i).SetValue(i < count ? 1 : 0);
   }
@@ -62,33 +75,11 @@ class RunBench : public Bench {
   static std::string Token(const Bytes& frame) {
     if (frame[2] == 'p') return "P" + std::to_string(frame[1] - 30);
     const std::string number = frame[1] == 0x5F ? "" : std::to_string(frame[1]);
-    switch (frame[3]) {
-      case 0x73:
-        return "C" + number;
-      case 0x74:
-        return "E" + number;
-      case 0x55:
-        return "Q" + number;
-      default:
-        return (frame[6] == 0x10 ? "B" : frame[6] == 0x0F ? "S" : "T") + number;
-    }
+    if (frame[3] == 0x73) return "C" + number;
+    if (frame[3] == 0x74) return "E" + number;
+    if (frame[3] == 0x55) return "Q" + number;
+    return (frame[6] == 0x10 ? "B" : frame[6] == 0x0F ? "S" : "T") + number;
   }
 };
-
-using Button = CommandButton Quillon::*;
-
-inline const char* NameOf(Button button) {
-  const struct {
-    Button button;
-    const char* name;
-  } kNames[] = {{&Quillon::ComLoad, "Parallel"},  {&Quillon::ComLoad00, "Serial"},
-                {&Quillon::ComInfo, "FlashInfo"}, {&Quillon::ComBoot, "BootInfo"},
-                {&Quillon::Auto, "Auto"},         {&Quillon::Cmd3to4, "To4"},
-                {&Quillon::Cmd4to3, "To3"}};
-  for (const auto& entry : kNames) {
-    if (entry.button == button) return entry.name;
-  }
-  return "?";
-}
 
 }  // namespace quillon::test

@@ -1,0 +1,159 @@
+// What each command sends, and what it makes of the answers: the row of the table, the sendings, the log.
+#include <gtest/gtest.h>
+
+#include "commands/command_bench.h"
+
+namespace quillon::test {
+namespace {
+
+TEST(CommandFrame, GoesOutToTheByteBehindItsLineInTheLog) {
+  const struct {
+    bool (Quillon::*command)(int&);
+    int number;
+    const char* protocol;  // the text of the box
+    bool keepSpeed;
+    const char* frame;
+    const char* log;
+  } kCases[] = {
+      {&Quillon::FlashCheck, 0, "63", false, "40000173135904", "Message : $73  - Checking Flash"},
+      {&Quillon::FlashCheck, 5, "4", false, "050501732A7004", "Message : $73  - Checking Flash"},
+      {&Quillon::FlashCheck, 5, "255", false, "00050173963504", "Message : $73  - Checking Flash"},
+      {&Quillon::FlashErase, 2, "63", false, "4002047455AAF0FFBA04", "Message : $74"},
+      {&Quillon::FlashErase, 2, "63", true, "4002047455BBF0CFF804", "Message : $74"},
+      {&Quillon::FlashErase, 5, "4", false, "0505047455AAF093B004", "Message : $74"},
+      {&Quillon::SendP4, 0, "63", false, "401E703430303A342F", "Message : p4 => RUD3"},
+      {&Quillon::SendP4, 31, "4", false, "403D703430303A342F", "Message : p4 => RUD3"},
+      {&Quillon::Send55, 5, "4", false, "40050155BC0D04", "Message : Cmd 55 to return to RUD3"},
+  };
+  for (const auto& c : kCases) {
+    CommandBench bench;
+    bench.tool.Protocol.SetText(c.protocol);
+    bench.tool.useBB.SetValue(c.keepSpeed);
+    bench.tool.AbortRequested = true;  // so that each goes out once
+    int y = c.number;
+    (bench.tool.*c.command)(y);
+    EXPECT_EQ(bench.Sent(), std::vector{std::string("9600 ") + c.frame});
+    EXPECT_EQ(bench.EndAndReadLog().front(), c.log);
+  }
+}
+
+using Command = void (*)(Quillon&, int);
+using Answers = std::vector<std::string>;
+
+struct OutcomeCase {
+  const char* name;
+  Command command;
+  Answers answers;
+  const char* row;
+  std::size_t sends;
+  const char* lastLog;
+};
+void PrintTo(const OutcomeCase& c, std::ostream* out) { *out << c.name; }
+
+class Outcome : public testing::TestWithParam<OutcomeCase> {};
+
+TEST_P(Outcome, FillsTheRowAndTheLog) {
+  CommandBench bench;
+  bench.Tick({5});
+  bench.tool.info.Ver(5).SetText("former");
+  bench.Answer(GetParam().answers);
+  GetParam().command(bench.tool, 5);
+  EXPECT_EQ(bench.Row(5), GetParam().row);
+  EXPECT_EQ(bench.world.sent.size(), GetParam().sends);
+  EXPECT_FALSE(bench.tool.message.Visible());
+  EXPECT_EQ(bench.EndAndReadLog().back(), GetParam().lastLog);
+}
+
+constexpr Command kErase = [](Quillon& tool, int y) { tool.FlashErase(y); };
+constexpr Command kTo3 = [](Quillon& tool, int y) { tool.Send55(y); };
+constexpr Command kTo4 = [](Quillon& tool, int y) { tool.SendP4(y); };
+constexpr Command kCheck = [](Quillon& tool, int y) { tool.FlashCheck(y); };
+constexpr Command kAll = [](Quillon& tool, int) { tool.FlashProg(); };
+constexpr Command kOwn = [](Quillon& tool, int y) { tool.FlashProg00(y); };
+const char* const k61 = "Answer : 61";
+const char* const kOk = "Communication OK  - CRC checked";
+const char* const kFalse = "Communication Error - CRC false 3 time";
+const char* const kE1 = "Answer : Failure 3*E1";
+const std::string k13 = Reply5("6100010203ABCD");
+const std::string k14 = Reply5("610000010203ABCD");
+const std::string k12 = Reply5("610001020304");
+const std::string kOther = "40060161938A04";  // of another controller
+const Answers kRefusals = {kRefuses, kRefuses, kRefuses};
+const Answers kShort = {"682F", "682F", "682F"};
+
+// clang-format off
+const OutcomeCase kTable[] = {
+    {"Erase", kErase, {Reply5("6111223344556677")}, " ", 1, k61},
+    {"EraseAnswerOfAnother", kErase, {kOther}, " ", 1, k61},
+    {"EraseNineSends", kErase,
+     {kBadCrc, kSilence, kRefuses, kSilence, kBadCrc, kRefuses, kBadCrc, kBadCrc, kAccepts}, " ", 9, k61},
+    {"EraseRefused", kErase, kRefusals, "Erasing Failure red", 3, kE1},
+    {"To3Refused", kTo3, kRefusals, "Erasing Failure red", 3, "Answer : Failure Sending p4 "},
+    {"To3ShortAnswerIsNone", kTo3, kShort, "Communication ERROR red", 3, kFalse},
+    // The move to protocol 4 touches no row, and what looks like a refusal is an answer.
+    {"To4ShortAnswer", kTo4, {"682F"}, "former ", 1, kOk},
+    {"To4FrameCounts", kTo4, {kRefuses}, "former ", 1, kOk},
+    {"To4Silence", kTo4, {}, "former ", 3, "No Answer"},
+    {"CheckThirteenBytes", kCheck, {k13}, "01/02/03 ABCD", 1, kOk},
+    {"CheckFourteenBytes", kCheck, {k14}, "01/02/03 ABCD", 1, kOk},
+    {"CheckAnyCode", kCheck, {Reply5("E100010203ABCD")}, "01/02/03 ABCD", 1, kOk},
+    {"CheckOtherLengthsAskAgain", kCheck, {k12, kAccepts, k13}, "01/02/03 ABCD", 3, kOk},
+    {"CheckOtherLengthThenSilence", kCheck, {k12}, "No Answer red", 4, "No Answer"},
+    // Two batches and the checksum; nobody is to answer a batch to all.
+    {"AllOnTheThirdTry", kAll, {"FF", "FF", kRefuses, kRefuses, kAccepts}, " ", 5, k61},
+    {"AllRefused", kAll, {"", "", kRefuses, kRefuses, kRefuses}, "communication Failure red", 5, kE1},
+    {"OwnThirdTries", kOwn,
+     {kRefuses, kRefuses, kAccepts, kRefuses, kRefuses, kAccepts, kRefuses, kRefuses, kAccepts}, " ", 9, k61},
+    {"OwnSilentBatch", kOwn, {kAccepts}, "former ", 4, "No Answer"},
+    {"OwnRefusedBatch", kOwn, {kAccepts, kRefuses, kRefuses, kRefuses}, "communication Failure red", 4, kE1},
+    {"OwnRefusedChecksum", kOwn, {kAccepts, kAccepts, kRefuses, kRefuses, kRefuses},
+     "communication Failure red", 5, "Communication Failure - 3 * E1"},
+};
+// clang-format on
+INSTANTIATE_TEST_SUITE_P(Commands, Outcome, testing::ValuesIn(kTable), testing::PrintToStringParamName());
+
+TEST(MoveToProtocol4, ShowsABoxOnlyWhenItWorked) {
+  CommandBench bench;
+  bench.Answer({"682F"});
+  for (int i = 0; i < 2; ++i) kTo4(bench.tool, 5);
+  EXPECT_EQ(bench.world.boxes, (std::vector<ShownBox>{{"send p4 OK!!!", "Quillon"}}));
+}
+
+TEST(FlashCheck, MarksAnotherTextOfTheChecksumAndTheRedBackgroundStays) {
+  CommandBench bench;
+  const std::string answer = Reply5("61001205310F3A");
+  bench.Answer({answer, answer});
+  bench.tool.info.FileCheksum.SetText("F3A");
+  kCheck(bench.tool, 5);
+  EXPECT_EQ(bench.Row(5), "12/05/31 0F3A marked");
+  bench.tool.info.FileCheksum.SetText("0F3A");
+  kCheck(bench.tool, 5);
+  EXPECT_EQ(bench.Row(5), "12/05/31 0F3A");
+  EXPECT_EQ(bench.tool.info.CkSum(5).BackColor(), colour::kRed);
+  EXPECT_EQ(bench.world.beeps, 1);
+}
+
+TEST(FlashCheck, CancelEndsTheRepetition) {
+  CommandBench bench;
+  bench.Answer(Answers(1000, k12));
+  bench.CancelAt(60s);
+  kCheck(bench.tool, 5);
+  EXPECT_LT(bench.world.Time(), 63s);
+}
+
+TEST(Commands, FailBehindOneBoxAndReadNoFormerAnswer) {
+  const std::pair<Command, const char*> kCommands[] = {
+      {kCheck, "Quillon Error"}, {kErase, "Quillon Error"}, {kTo3, "Send55"}, {kTo4, "SendP4"}};
+  for (const auto& [command, title] : kCommands) {
+    CommandBench bench;
+    bench.tool.AnswerText = k13;
+    bench.world.beforeOperation = [] { throw RunError(RunError::kDeviceFailed, "gone"); };
+    command(bench.tool, 5);
+    EXPECT_EQ(bench.world.boxes, (std::vector<ShownBox>{{"Error #  8020\rgone", title}}));
+    EXPECT_EQ(bench.Row(5), " ");
+    EXPECT_FALSE(bench.tool.message.Visible());
+  }
+}
+
+}  // namespace
+}  // namespace quillon::test

@@ -1,0 +1,280 @@
+// Whole runs: what goes over the line, and what the table shows behind them.
+#include <gmock/gmock.h>
+
+#include "workflows/run_bench.h"
+
+namespace quillon::test {
+namespace {
+
+using bus::BootProtocol;
+using bus::Command;
+using bus::ControllerSetup;
+using bus::Fault;
+
+TEST(Download, SendsFromEraseOverProgrammingToTheCheck) {
+  const std::pair<Button, Texts> kFrames[] = {
+      {kParallel,
+       {"9600 4003047455AAF0BA1A04", "9600 4005047455AAF037FB04", "38400 405F0A75AA5510000001020304F29B04",
+        "38400 405F1A75AA55102010000000000031320030350033310000002000410579DF04",
+        "38400 40030775AA550FDF07B6F70E04", "38400 40050775AA550FDF07B6AD8604", "19200 410301733CBD04",
+        "19200 410501738E1D04"}},
+      {kSerial,
+       {"9600 4003047455AAF0BA1A04", "38400 40030A75AA55100000010203040EF704",
+        "38400 40031A75AA551020100000000000313200303500333100000020004105022504",
+        "38400 40030775AA550FDF07B6F70E04", "19200 410301733CBD04"}}};
+  for (const auto& [button, frames] : kFrames) {
+    RunBench bench({{.number = 3}, {.number = 5}});
+    bench.ChooseHex(kImage);
+    bench.Tick({3});
+    bench.tool.C(5).SetValue(button == kParallel);
+    bench.Press(button);
+    EXPECT_EQ(bench.Sent(), frames);
+    EXPECT_TRUE(bench.tool.info.Visible());
+    EXPECT_EQ(bench.tool.info.FileCheksum.Text(), "07B6");
+    EXPECT_EQ(bench.tool.Protocol.Text() + " " + bench.tool.Vitesse.Text(), "64 19200");
+  }
+}
+
+/// What is not usual in a run, and what is left of it beside the rows.
+struct Extra {
+  const char* protocol = "63";
+  bool prot3 = false;      // "Prot 3" is ticked
+  bool keepSpeed = false;  // the speed is kept for programming
+  std::vector<int> boxes = {};
+  int beeps = 0;
+};
+struct RunCase {
+  const char* name;
+  Button button;
+  Texts file;
+  std::vector<ControllerSetup> controllers;  // of numbers 3 and 5, which are ticked
+  const char* talk;
+  Texts rows;
+  Extra extra = {};
+};
+void PrintTo(const RunCase& c, std::ostream* out) { *out << c.name; }
+
+class Run : public testing::TestWithParam<RunCase> {};
+
+TEST_P(Run, TakesItsCourse) {
+  const RunCase& c = GetParam();
+  RunBench bench(c.controllers);
+  bench.ChooseHex(c.file);
+  bench.Tick({3, 5});
+  bench.tool.Protocol.SetText(c.extra.protocol);
+  bench.tool.RUD3.SetValue(c.extra.prot3);
+  bench.tool.useBB.SetValue(c.extra.keepSpeed);
+  bench.Press(c.button);
+  EXPECT_EQ(bench.Talk(), c.talk);
+  EXPECT_EQ(bench.Rows(), c.rows);
+  EXPECT_EQ(bench.BoxNumbers(), c.extra.boxes);
+  EXPECT_EQ(bench.world.beeps, c.extra.beeps);
+  EXPECT_FALSE(bench.tool.message.Visible());
+  const bool endedByAFailure = c.button == kParallel && c.extra.boxes == std::vector{383};
+  EXPECT_EQ(bench.world.open, endedByAFailure);
+}
+
+/// The usual image with another record in the place of the one that tells the rate.
+Texts ImageWith(const char* record) {
+  Texts lines = kImage;
+  lines[3] = record;
+  return lines;
+}
+
+const Texts kNoRate = ImageWith(":042020007F004105F7");
+const Texts k57600 = ImageWith(":042020004000410536");  // which the list of speeds lacks
+const Texts kErased = {":00000001FF"};                  // checksum 1E02
+const Texts kBothGood = {"12/05/31 07B6", "12/05/31 07B6"};
+const Texts kSecondGood = {"No Answer red", "12/05/31 07B6"};
+const Texts kBothBoot = {"01/00/00 B007", "01/00/00 B007"};
+const Texts kEmpty = {" ", " "};
+
+const std::vector<ControllerSetup> kBoth = {{.number = 3}, {.number = 5}};
+const std::vector<ControllerSetup> kOfProtocol3 = {{.number = 3, .protocol3 = true},
+                                                   {.number = 5, .protocol3 = true}};
+/// Controller 3 as told, and 5 as the image makes it and at the speed of programming.
+std::vector<ControllerSetup> ThreeWith(Fault fault) {
+  return {{.number = 3, .faults = {fault}}, {.number = 5, .baud = 38400, .protocol = 0x41}};
+}
+std::vector<ControllerSetup> BootBy(BootProtocol protocol) {
+  return {{.number = 3, .protocol = 5, .bootProtocol = protocol},
+          {.number = 5, .protocol = 5, .bootProtocol = protocol}};
+}
+const Fault kDead{.kind = Fault::Kind::Dead};
+const Fault kLosesBatch1{.kind = Fault::Kind::Silent, .first = 1, .last = 1, .command = Command::Batch};
+const Fault kNoCheck{.kind = Fault::Kind::Silent, .command = Command::Check};
+const Fault kRefusesBatch{.kind = Fault::Kind::Code, .value = 0xE1, .command = Command::Batch};
+const Fault kNotMoved{.kind = Fault::Kind::Code, .value = 0xE1, .command = Command::ToProtocol3};
+const Fault kLongBoot{
+    .kind = Fault::Kind::Length, .first = 1, .last = 2, .value = 14, .command = Command::Boot};
+
+// clang-format off
+const RunCase kTable[] = {
+    {"SearchesEachSpeed", kParallel, kImage, {{.number = 3, .baud = 19200}, {.number = 5, .baud = 4800}},
+     "9600 E3x3 4800 E3x3 19200 E3 E5x3 4800 E5 38400 B B S3 S5 19200 C3 C5", kBothGood},
+    {"KeepsTheSpeed", kParallel, kImage, kBoth,
+     "9600 E3 E5 B B S3 S5 19200 C3 C5", kBothGood, {.keepSpeed = true}},
+    {"NoRateInTheImage", kParallel, kNoRate, kBoth,
+     "9600 E3 E5 38400 B B S3 S5 9600 C3 C5", {"12/05/31 0815", "12/05/31 0815"}},
+    {"RateThatTheListLacks", kParallel, k57600, kBoth,
+     "9600 E3 E5 38400 B B S3 S5", kEmpty, {.boxes = {383}}},
+    {"FromProtocol3", kParallel, kImage, kOfProtocol3,
+     "9600 E3 E5 38400 B B S3 S5 19200 P3 C3 P5 C5", kBothGood, {.prot3 = true, .boxes = {0, 0}}},
+    {"OneDead", kParallel, kImage, {{.number = 3}},
+     "9600 E3 E5x3 4800 E5x3 19200 E5x3 38400 E5x3", {" ", "No Answer red"}},
+    {"OneLosesABatch", kParallel, kImage, {{.number = 3}, {.number = 5, .faults = {kLosesBatch1}}},
+     "9600 E3 E5 38400 B B S3 S5x3 19200 C3 C5", {"12/05/31 07B6", "Programmation ERROR red marked"},
+     {.beeps = 1}},
+    {"FirstSilentAtTheCheck", kParallel, kImage, {{.number = 3, .faults = {kNoCheck}}, {.number = 5}},
+     "9600 E3 E5 38400 B B S3 S5 19200 C3x3 4800 C3x3 9600 C3x3 38400 C3x3 C5x3 4800 C5x3 9600 C5x3 19200 C5",
+     kSecondGood},
+    // From the second controller on with the protocol and the speed of the image.
+    {"Serial", kSerial, kImage, {{.number = 3}, {.number = 5, .protocol = 0x41}},
+     "9600 E3 38400 B3 B3 S3 19200 C3 E5x3 4800 E5x3 9600 E5 38400 B5 B5 S5 19200 C5", kBothGood},
+    {"SerialFromProtocol3", kSerial, kImage, kOfProtocol3,
+     "9600 E3 38400 B3 B3 S3 19200 P3 C3 E5x3 4800 E5x3 9600 E5x3 38400 E5x3",
+     {"12/05/31 07B6", "No Answer red"}, {.prot3 = true, .boxes = {0}}},
+    {"SerialFirstDead", kSerial, kImage, ThreeWith(kDead),
+     "9600 E3x3 4800 E3x3 19200 E3x3 38400 E3x3", {"No Answer red", " "}},
+    {"SerialFirstSilentAtTheCheck", kSerial, kImage, ThreeWith(kNoCheck),
+     "9600 E3 38400 B3 B3 S3 19200 C3x3 4800 C3x3 9600 C3x3 38400 C3x3 E5 B5 B5 S5 19200 C5", kSecondGood},
+    {"SerialRefusesABatch", kSerial, kImage, ThreeWith(kRefusesBatch),
+     "9600 E3 38400 B3x3 19200 C3x3 4800 C3x3 9600 C3x3 38400 C3x3 E5 B5 B5 S5 19200 C5", kSecondGood},
+
+    {"InfoOtherChecksum", kInfo, kErased, {{.number = 3}, {.number = 5, .flash = {0xFE}}},
+     "9600 C3 C5", {"01/02/03 1E02", "01/02/03 1E01 marked"}, {.beeps = 1}},
+    {"BootAsksAgainForTheOneLength", kBoot, kErased, {{.number = 3, .faults = {kLongBoot}}, {.number = 5}},
+     "9600 T3x3 T5", kBothBoot},
+    {"BootByTheOwnProtocol", kBoot, kErased, BootBy(BootProtocol::Own),
+     "9600 T3 T5", kBothBoot, {.protocol = "4"}},
+    {"BootFallsBackForAllThatFollow", kBoot, kErased, BootBy(BootProtocol::Fixed),
+     "9600 T3x3 T3 T5", kBothBoot, {.protocol = "4"}},
+    {"To4GoesOnBehindASilentOne", kTo4, kErased, {{.number = 5, .protocol3 = true}},
+     "9600 P3x3 4800 P3x3 19200 P3x3 38400 P3x3 P5x3 4800 P5x3 9600 P5",
+     kEmpty, {.prot3 = true, .boxes = {0}}},
+    {"To3Refused", kTo3, kErased, {{.number = 3, .faults = {kNotMoved}}, {.number = 5, .baud = 38400}},
+     "9600 Q3x3 4800 Q3x3 19200 Q3x3 38400 Q3x3 Q5", {"No Answer red", " "}, {.prot3 = true}},
+};
+// clang-format on
+INSTANTIATE_TEST_SUITE_P(Buttons, Run, testing::ValuesIn(kTable), testing::PrintToStringParamName());
+
+TEST(Download, GoesToEachTickedControllerAndNoOther) {
+  for (const std::size_t count : {0, 1, 2, 31, 32}) {
+    for (const Button button : {kParallel, kSerial}) {
+      RunBench bench;
+      SCOPED_TRACE((bench.tool.*button).Name() + std::to_string(count));
+      for (int i = 0; i < kControllers; ++i) bench.bus.Add({.number = i});
+      // No rate of its own and protocol byte $40: the image leaves the line as it is.
+      bench.ChooseHex({":0400000001020304F2", ":042020007F004005F8", ":00000001FF"});
+      bench.TickFirst(static_cast<int>(count));
+      bench.Press(button);
+      for (std::size_t i = 0; i < kControllers; ++i) {
+        EXPECT_EQ(bench.Row(static_cast<int>(i)), i < count ? "FF/FF/FF 16D8" : " ") << i;
+      }
+      const std::size_t batches = button == kParallel ? 2 : 2 * count;
+      EXPECT_EQ(bench.world.sent.size(), batches + 3 * count);
+      EXPECT_EQ(bench.world.openedPorts, std::vector<int>{1});
+      EXPECT_TRUE(bench.Over());
+    }
+  }
+}
+
+TEST(ParallelDownload, DropsWhatComesBetweenTwoErases) {
+  Bench bench;
+  bench.ChooseHex(kImage);
+  bench.Tick({3, 5});
+  const Reply accepts{10ms, Closed(FromHex("40050161"))};
+  bench.world.script = {{accepts, {510500us, {0xFF}}}, {accepts}};
+  bench.tool.ComLoad.Press();
+  EXPECT_THAT(bench.Sent()[2], testing::StartsWith("9600 405F")) << "each erase took one sending";
+}
+
+TEST(SpeedSearch, BeginsWhereTheLastOneEndedAndGoesOnFromTheLowest) {
+  const Texts kOrders[] = {{"4800", "9600", "19200", "38400"},
+                           {"9600", "4800", "19200", "38400"},
+                           {"19200", "4800", "9600", "38400"},
+                           {"38400", "4800", "9600", "19200"}};
+  const std::pair<Button, const char*> kAskings[] = {{kInfo, " C5x3"},     {kBoot, " T5x3"},
+                                                     {kTo4, " P5x3"},      {kTo3, " Q5x3"},
+                                                     {kParallel, " E5x3"}, {kSerial, " E5x3"}};
+  for (const auto& [button, asking] : kAskings) {
+    for (const Texts& order : kOrders) {
+      RunBench bench;
+      bench.ChooseHex(kImage);
+      bench.Tick({5});
+      bench.tool.Vitesse.SetText(order.front());
+      bench.Press(button);
+      std::string expected;
+      for (const std::string& speed : order) expected += " " + speed + asking;
+      EXPECT_EQ(" " + bench.Talk(), expected);
+      EXPECT_EQ(bench.tool.Vitesse.Text(), order.back());
+      EXPECT_EQ(bench.Row(5), button == kTo4 ? " " : "No Answer red");
+      EXPECT_TRUE(bench.Over());
+    }
+  }
+}
+
+TEST(BootInfo, PreparesTheTableForItself) {
+  RunBench bench;
+  bench.ChooseHex(kImage);
+  for (const Button button : {kBoot, kInfo}) {
+    bench.Press(button);
+    const std::string title = button == kBoot ? "Boot Info" : "Flash Info";
+    EXPECT_EQ(bench.tool.info.Caption() + ", " + bench.tool.info.Titre.Text(), title + ", " + title);
+    EXPECT_EQ(bench.tool.info.Label41.Visible(), button == kInfo);
+    EXPECT_EQ(bench.tool.info.FileCheksum.Visible(), button == kInfo);
+    EXPECT_EQ(bench.tool.info.FileCheksum.Text(), "07B6");
+  }
+}
+
+TEST(BootInfo, SendsTheFixedProtocolUntilTheProgramEnds) {
+  RunBench bench({{.number = 3, .protocol = 5, .bootProtocol = BootProtocol::Own},
+                  {.number = 5, .protocol = 5, .bootProtocol = BootProtocol::Fixed}});
+  bench.tool.Protocol.SetText("4");
+  bench.Tick({5});
+  bench.tool.ComBoot.Press();
+  EXPECT_EQ(bench.Sent().front(), "9600 05050475AA55509C7204");
+  EXPECT_EQ(bench.Sent().back(), "9600 40050475AA5550383904");
+  bench.Tick({3});
+  bench.CancelAt(bench.world.Time() + 300s);  // nothing else ends a survey of a controller that keeps silent
+  bench.tool.ComBoot.Press();
+  EXPECT_EQ(bench.world.speeds, std::vector<int>(bench.world.speeds.size(), 9600));
+  EXPECT_EQ(bench.Row(3), "No Answer red");
+  EXPECT_EQ(bench.EndAndReadLog().front(), "Message Checking BOOT");
+}
+
+TEST(Auto, TicksWhoAnswersAtAnySpeedAndPutsTheSettingsBack) {
+  RunBench bench({{.number = 0, .baud = 38400},
+                  {.number = 7},
+                  {.number = 8, .faults = {{.kind = Fault::Kind::Length, .value = 7}}},
+                  {.number = 31}});
+  bench.Tick({7, 9, 30});
+  bench.world.At(1s, [&] {
+    EXPECT_EQ(bench.tool.Text1.Text(), "50");
+    EXPECT_EQ(bench.tool.message.Label1.Text(), "Auto Detection in Progress  ...");
+    EXPECT_TRUE(bench.tool.message.Jumelle.Visible());
+    EXPECT_FALSE(bench.tool.Auto.Enabled());
+  });
+  bench.tool.Auto.Press();
+  EXPECT_EQ(bench.Ticked(), "0 7 8 31 ");
+  EXPECT_THAT(bench.Talk(), testing::StartsWith("9600 C0x3 4800 C0x3 19200 C0x3 38400 C0 C1x3 4800 C1x3"));
+  EXPECT_EQ(bench.tool.Text1.Text() + " " + bench.tool.Vitesse.Text(), "500 9600");
+  EXPECT_TRUE(bench.tool.Auto.Enabled());
+  EXPECT_TRUE(bench.Over());
+}
+
+TEST(Auto, CancelAtNumber7KeepsTheBoxesFromThereOnAndPutsTheSettingsBack) {
+  RunBench bench;
+  bench.bus.Add({.number = 2});
+  bench.Tick({1, 7, 20});
+  bench.world.When([&] { return bench.tool.CurrentController == 7 && bench.world.open; },
+                   [&] { bench.tool.message.Command1.Press(); });
+  bench.tool.Auto.Press();
+  EXPECT_EQ(bench.Ticked(), "2 7 20 ");
+  EXPECT_EQ(bench.tool.Text1.Text() + " " + bench.tool.Vitesse.Text(), "500 9600");
+  EXPECT_TRUE(bench.tool.Auto.Enabled());
+  EXPECT_FALSE(bench.world.open);
+}
+
+}  // namespace
+}  // namespace quillon::test
