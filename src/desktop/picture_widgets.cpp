@@ -68,7 +68,7 @@ void LineFrame::paintEvent(QPaintEvent*) {
   painter.setRenderHint(QPainter::Antialiasing);
   painter.setPen(kFrameLine);
   painter.setClipRegion(QRegion(rect()) - caption);
-  const QRectF line = QRectF(rect()).adjusted(0.5, caption.height() / 2 + 0.5, -0.5, -0.5);
+  const QRectF line = QRectF(rect()).adjusted(0.5, caption.height() / 2.0 + 0.5, -0.5, -0.5);
   painter.drawRoundedRect(line, kCornerRadius, kCornerRadius);
   painter.setClipping(false);
   style()->drawItemText(&painter, caption, Qt::AlignLeft | Qt::AlignVCenter, palette(), isEnabled(), title(),
