@@ -185,9 +185,14 @@ class CheckBoxView final : public ViewOf<CheckBox, TickBox> {
   }
 };
 
-class ComboBoxView final : public ViewOf<ComboBox, QComboBox> {
+class ComboBoxView final : public ViewOf<ComboBox, DropList> {
  public:
-  ComboBoxView(ComboBox& list, QWidget* parent) : ViewOf(list, new QComboBox(parent)) {
+  ComboBoxView(ComboBox& list, QWidget* parent) : ViewOf(list, new DropList(parent)) {
+    if (list.ItemToolTip) {
+      widget_.toolTipOf = [&list](int index) {
+        return Shown(list.ItemToolTip(static_cast<std::size_t>(index)));
+      };
+    }
     widget_.setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     QObject::connect(&widget_, &QComboBox::currentIndexChanged, &widget_, [this](int index) {
       if (!Refreshing() && index >= 0) control_.SetText(control_.Items()[static_cast<std::size_t>(index)]);

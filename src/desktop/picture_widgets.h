@@ -1,10 +1,12 @@
 #pragma once
 
 #include <QCheckBox>
+#include <QComboBox>
 #include <QGroupBox>
 #include <QPixmap>
 #include <QPushButton>
 #include <QWidget>
+#include <functional>
 #include <string>
 
 namespace quillon {
@@ -25,6 +27,19 @@ class PictureButton final : public QPushButton {
   std::string picture_;
   bool pictureAsked_ = false;
   QPixmap pixmap_;
+};
+
+/// A drop-down list that asks for the tool tips of its items when it drops down, and not before.
+class DropList final : public QComboBox {
+ public:
+  using QComboBox::QComboBox;
+
+  void showPopup() override {
+    for (int i = 0; toolTipOf && i < count(); ++i) setItemData(i, toolTipOf(i), Qt::ToolTipRole);
+    QComboBox::showPopup();
+  }
+
+  std::function<QString(int index)> toolTipOf;
 };
 
 /// A check box whose click leads from unticked to ticked and from any other state to unticked.

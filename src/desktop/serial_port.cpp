@@ -148,6 +148,15 @@ std::vector<std::uint8_t> SerialPort::Read() {
   return std::exchange(received_, {});
 }
 
+std::string SerialPort::Describe(int number) const {
+  const std::string device = PortDevice(programFolder_, number);
+  if (device.empty()) return "No device. Link COM" + std::to_string(number) + " to one beside the program.";
+  std::error_code unknown;
+  if (!std::filesystem::exists(device, unknown)) return device + " (not there)";
+  const std::filesystem::path target = std::filesystem::canonical(device, unknown);
+  return unknown ? device : target.string();
+}
+
 /// A line that stands still must not hold the program: there is an end to waiting.
 void SerialPort::Drain() {
   const double bytes = static_cast<double>(pending_.size() + serial_line::Leaving(descriptor_));

@@ -35,6 +35,7 @@ class SerialPort final : public SerialDevice {
   void Write(std::span<const std::uint8_t> bytes) override;
   std::size_t Waiting() override;
   std::vector<std::uint8_t> Read() override;
+  std::string Describe(int number) const override;
 
  private:
   void OpenDevice(const std::string& device);

@@ -79,6 +79,8 @@ class SerialDevice {
   virtual std::size_t Waiting() = 0;
   /// Gives and removes all that wait.
   virtual Bytes Read() = 0;
+  /// What stands behind port `number`, in words for the operator. Asks the system; opens nothing.
+  virtual std::string Describe(int number) const = 0;
 };
 
 /// All of it, handed to the program once.

@@ -205,6 +205,9 @@ class ComboBox : public Control {
   void SetText(const std::string& text);
   void Accept(ControlVisitor& visitor) override;
 
+  /// Gives the tool tip of the item at an index; asked when the list drops down. None: the items have none.
+  std::function<std::string(std::size_t index)> ItemToolTip;
+
  private:
   std::vector<std::string> items_;
 };

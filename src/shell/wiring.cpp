@@ -11,6 +11,8 @@ void Quillon::Wire() {
   Protocol.Change = [this] { Protocol_Change(); };
   RUD3.Click = [this] { RUD3_Click(); };
 
+  ComPort.ItemToolTip = [this](std::size_t index) { return MSComm1.Describe(static_cast<int>(index) + 1); };
+
   Command1.Click = Handler(&Quillon::Command1_Click);
   ALL.Click = Handler(&Quillon::ALL_Click);
   NONE.Click = Handler(&Quillon::NONE_Click);

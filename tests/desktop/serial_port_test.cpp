@@ -188,5 +188,12 @@ TEST(PortNames, NumbersStandForTheDevicesOfTheirKind) {
   EXPECT_EQ(PortDevice("/nowhere/", 97), "");
 }
 
+TEST_F(SerialPortTest, TellsTheDeviceBehindAPort) {
+  EXPECT_EQ(port.Describe(kPort), line.Device());
+  LinkTo("/dev/pulled-out", 9);
+  EXPECT_EQ(port.Describe(9), home + "COM9 (not there)");
+  EXPECT_EQ(port.Describe(98), "No device. Link COM98 to one beside the program.");
+}
+
 }  // namespace
 }  // namespace quillon
