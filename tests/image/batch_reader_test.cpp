@@ -22,8 +22,9 @@ std::vector<std::string> Batches(const std::string& file) {
   for (BatchReader reader(file); !reader.AtEnd();) {
     const std::string digits = ToHex(reader.Next());
     const std::string data = digits.size() < 4 ? "" : digits.substr(4);
-    shown.push_back(digits.substr(0, 4) + " " +
-                    (data.size() > 2 * kShort ? "+" + std::to_string(data.size() / 2) : data));
+    const bool isLong = data.size() > 2 * kShort;
+    shown.push_back(digits.substr(0, 4) + (isLong ? " +" : " ") +
+                    (isLong ? std::to_string(data.size() / 2) : data));
   }
   return shown;
 }

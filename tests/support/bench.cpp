@@ -120,7 +120,7 @@ std::string HexRecord(unsigned address, const Bytes& data, unsigned type) {
   unsigned sum = 0;
   for (const std::uint8_t byte : record) sum += byte;
   record.push_back(static_cast<std::uint8_t>(-sum));
-  return ":" + ToHex(record);
+  return std::string(":").append(ToHex(record));
 }
 
 }  // namespace quillon::test
