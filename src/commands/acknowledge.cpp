@@ -26,25 +26,20 @@ int Quillon::SendForAcknowledge(const std::function<void(int result)>& onResult)
 }
 
 bool Quillon::RequestAcknowledge(int y, const RequestTexts& texts) {
-  bool acknowledged = false;
-  Try(
-      [&] {
-        const int outcome = SendForAcknowledge();
-        if (outcome == kAnswered) {
-          Log(texts.acknowledgedLog);
-          acknowledged = true;
-          ClearRow(y);
-          ShowProgress(ControllerText(y) + texts.acknowledgedStatus, false);
-        } else if (outcome == kRefused) {
-          Log(texts.refusedLog);
-          ReportFailure(y, kErasingFailure);
-        } else {
-          ReportFailure(y, outcome);
-        }
-      },
-      {.title = texts.errorTitle});
+  int outcome = kNoAnswer;  // which a run-time failure of the exchange counts as
+  Try([&] { outcome = SendForAcknowledge(); }, {.title = texts.errorTitle});
+  if (outcome == kAnswered) {
+    Log(texts.acknowledgedLog);
+    ClearRow(y);
+    ShowProgress(ControllerText(y) + texts.acknowledgedStatus, false);
+  } else if (outcome == kRefused) {
+    Log(texts.refusedLog);
+    ReportFailure(y, kErasingFailure);
+  } else {
+    ReportFailure(y, outcome);
+  }
   message.Unload();
-  return acknowledged;
+  return outcome == kAnswered;
 }
 
 }  // namespace quillon

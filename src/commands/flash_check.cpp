@@ -23,18 +23,14 @@ Bytes FlashCheckFrame(std::uint8_t protocol, int y) {
 }
 
 bool Quillon::FlashCheck(int& y) {
-  bool checked = false;
-  Try([&] {
-    if (!ReadFlash(y)) return;
-    const std::string& fileChecksum = info.FileCheksum.Text();
-    if (!fileChecksum.empty() && fileChecksum != info.CkSum(y).Text()) {
-      desk_.Beep();
-      info.CkSum(y).SetBackColor(colour::kRed);
-      info.CkSum(y).SetForeColor(colour::kWhite);
-      info.CkSum(y).SetFontBold(true);
-    }
-    checked = true;
-  });
+  const bool checked = ReadFlash(y);
+  const std::string& fileChecksum = info.FileCheksum.Text();
+  if (checked && !fileChecksum.empty() && fileChecksum != info.CkSum(y).Text()) {
+    desk_.Beep();
+    info.CkSum(y).SetBackColor(colour::kRed);
+    info.CkSum(y).SetForeColor(colour::kWhite);
+    info.CkSum(y).SetFontBold(true);
+  }
   message.Unload();
   return checked;
 }
@@ -45,7 +41,8 @@ bool Quillon::ReadFlash(int y) {
     FrameBuffer = FlashCheckFrame(ProtocolByteOrBox(), y);
     ShowProgress(ControllerText(y) + " : Checking Flash ", false);
     LogMessage("Message : $73  - Checking Flash");
-    const int result = SendFrame(FrameBuffer, AnswerText, false);
+    int result = kNoAnswer;  // which a run-time failure of the exchange counts as
+    Try([&] { result = SendFrame(FrameBuffer, AnswerText, false); });
     ReportFailure(y, result);
     if (result != kAnswered) return false;
     const bool longForm = AnswerText.size() == kLongForm;

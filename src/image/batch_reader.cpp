@@ -27,9 +27,7 @@ HexLine BatchReader::FirstLine() {
 
 Bytes BatchReader::Next() {
   const HexLine first = FirstLine();
-  Bytes payload;
-  AppendPair(payload, first.Columns(4, 5));
-  AppendPair(payload, first.Columns(6, 7));
+  Bytes payload{static_cast<std::uint8_t>(first.Address() >> 8), static_cast<std::uint8_t>(first.Address())};
   AppendData(payload, first);
   unsigned count = first.DataLength();
   while (count <= kGrowsUpTo && !lines_.AtEnd()) {

@@ -22,9 +22,9 @@ class BatchReader {
   /// Whether the file is read to its end; a line read ahead may then be left behind.
   bool AtEnd() const { return lines_.AtEnd(); }
 
-  /// The payload of the next batch: load address, high byte first, then the data in file order. Columns that
-  /// a short line lacks give nothing. Raises RunError 62 when the file ends behind the record that selects
-  /// the first segment.
+  /// The payload of the next batch: load address, always two bytes, high byte first, then the data in file
+  /// order. Data that a short line lacks adds nothing. Raises RunError 62 when the file ends behind the
+  /// record that selects the first segment.
   Bytes Next();
 
  private:

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <string_view>
-#include <vector>
 
 #include "link/text_arithmetic.h"
 
@@ -36,8 +35,11 @@ class HexLine {
 
   /// LL, 0 to 255.
   unsigned DataLength() const { return Value(Columns(2, 3)); }
-  /// The load address, 0 to 0xFFFF.
-  unsigned Address() const { return Value(Columns(4, 7)); }
+  /// The load address, 0 to 0xFFFF. It is always four digits: those that a cut line lacks count as 0.
+  unsigned Address() const {
+    const std::string_view digits = AddressText();
+    return Value(digits) << 4 * (kAddressDigits - digits.size());
+  }
   std::string_view AddressText() const { return Columns(4, 7); }
   /// Data pair `k`, from 0: two digits, one where the line ends in its middle, or none.
   std::string_view DataPair(std::size_t k) const {
@@ -45,6 +47,8 @@ class HexLine {
   }
 
  private:
+  static constexpr std::size_t kAddressDigits = 4;
+
   static unsigned Value(std::string_view digits) { return static_cast<unsigned>(HexToNumber(digits)); }
 
   std::string_view text_;

@@ -97,7 +97,9 @@ bool Quillon::Try(const std::function<void()>& step, const BoxWording& wording) 
     desk_.ShowBox("Error #  " + std::to_string(error.number) + "\r" + error.description + wording.addition,
                   wording.title);
   }
-  Yield();  // so that Cancel works between the boxes of a run that goes on
+  // Cancel works between the boxes of a run that goes on. A box of any other click does not yield: a second
+  // choice of a file must not run inside the first.
+  if (runUnderWay_ && yieldDepth_ == runYieldDepth_) Yield();
   return false;
 }
 

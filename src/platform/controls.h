@@ -145,12 +145,15 @@ class Label : public Control {
   void Accept(ControlVisitor& visitor) override;
 };
 
+/// A box of one line. Of what it is given it takes the text up to the first line end, since a pasted line end
+/// would break the lines of the settings file.
 class TextBox : public Control {
  public:
   using Control::Control;
   const std::string& Text() const { return state_.text; }
   void SetText(const std::string& text) {
-    if (Put(state_.text, text, Aspect::kText) && Change) Change();
+    const std::string line = text.substr(0, text.find_first_of("\r\n"));
+    if (Put(state_.text, line, Aspect::kText) && Change) Change();
   }
   int ForeColor() const { return state_.foreColor; }
   void SetForeColor(int number) { Put(state_.foreColor, number, Aspect::kColour); }

@@ -14,6 +14,7 @@ class RunError : public std::exception {
  public:
   enum Number {
     kOverflow = 6,
+    kOutOfMemory = 7,
     kSubscriptOutOfRange = 9,
     kTypeMismatch = 13,
     kBadFileName = 52,

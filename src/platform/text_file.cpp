@@ -1,15 +1,16 @@
 #include "platform/text_file.h"
 
-#include <strings.h>
-
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
+#include <new>
+#include <stdexcept>
 #include <system_error>
 #include <utility>
 
 #include "platform/run_error.h"
+#include "platform/system_files.h"
 
 namespace quillon {
 namespace {
@@ -17,15 +18,16 @@ namespace {
 namespace fs = std::filesystem;
 
 RunError FileError(const std::string& path, int error) {
-  const std::string why = "\"" + path + "\": " + std::generic_category().message(error);
+  const std::string name = "\"" + path + "\"";
+  const std::string why = name + ": " + std::generic_category().message(error);
   switch (error) {
     case ENOENT:
-      return {RunError::kFileNotFound, "File not found: " + why + ". Check the name and the folder."};
+      return {RunError::kFileNotFound, "File not found: " + name + ". Check the name and the folder."};
     case ENOTDIR:
       return {RunError::kPathNotFound, "Path not found: " + why + ". Check the folder."};
     case EACCES:
     case EPERM:
-      return {RunError::kPermissionDenied, "Permission denied: " + why + ". Ask for the right to it."};
+      return {RunError::kPermissionDenied, "Permission denied: " + name + ". Ask for the right to it."};
     case ENAMETOOLONG:
     case EINVAL:
     case EILSEQ:
@@ -49,6 +51,36 @@ FileHandle OpenFile(const std::string& path, const char* mode) {
   return file;
 }
 
+/// Whether two file names differ at most in the case of their letters A to Z.
+bool SameName(std::string_view a, std::string_view b) {
+  const auto lower = [](char c) { return std::tolower(static_cast<unsigned char>(c)); };
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [&](char one, char other) { return lower(one) == lower(other); });
+}
+
+std::string Contents(const std::string& path) {
+  const FileHandle file = OpenFile(path, "rb");
+  std::setvbuf(file.get(), nullptr, _IONBF, 0);  // one copy: from the system straight into the text
+  std::error_code unknown;
+  const std::uintmax_t size = fs::file_size(path, unknown);
+  std::string contents(unknown ? 4096 : static_cast<std::size_t>(size) + 1, '\0');
+  std::size_t filled = 0;
+  errno = 0;
+  while (const std::size_t count =
+             std::fread(contents.data() + filled, 1, contents.size() - filled, file.get())) {
+    filled += count;
+    if (filled == contents.size()) contents.resize(2 * contents.size());
+  }
+  if (std::ferror(file.get())) throw FileError(path, errno);
+  contents.resize(filled);
+  return contents;
+}
+
+RunError OutOfMemory(const std::string& path) {
+  return {RunError::kOutOfMemory,
+          "Out of memory: \"" + path + "\" is too large to be read. Choose a smaller file."};
+}
+
 }  // namespace
 
 bool FileExists(const std::string& path) {
@@ -66,27 +98,26 @@ std::string PathInFolder(const std::string& folder, const std::string& name) {
   if (fs::exists(path, error)) return path;
   for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
     const std::string other = entry->path().filename().string();
-    if (strcasecmp(other.c_str(), name.c_str()) == 0) return folder + other;
+    if (SameName(other, name)) return folder + other;
   }
   return path;
 }
 
 std::string ReadFile(const std::string& path) {
-  const FileHandle file = OpenFile(path, "rb");
-  std::setvbuf(file.get(), nullptr, _IONBF, 0);  // one copy: from the system straight into the text
   std::error_code unknown;
-  const std::uintmax_t size = fs::file_size(path, unknown);
-  std::string contents(unknown ? 4096 : static_cast<std::size_t>(size) + 1, '\0');
-  std::size_t filled = 0;
-  errno = 0;
-  while (const std::size_t count =
-             std::fread(contents.data() + filled, 1, contents.size() - filled, file.get())) {
-    filled += count;
-    if (filled == contents.size()) contents.resize(2 * contents.size());
+  const fs::file_type type = fs::status(path, unknown).type();
+  // A pipe or a device may keep the reader waiting for ever.
+  if (type == fs::file_type::fifo || type == fs::file_type::character || type == fs::file_type::block) {
+    throw RunError(RunError::kFileAccess,
+                   "Path/File access error: \"" + path + "\" is a pipe or a device. Choose a file.");
   }
-  if (std::ferror(file.get())) throw FileError(path, errno);
-  contents.resize(filled);
-  return contents;
+  try {
+    return Contents(path);
+  } catch (const std::bad_alloc&) {
+    throw OutOfMemory(path);
+  } catch (const std::length_error&) {
+    throw OutOfMemory(path);
+  }
 }
 
 void ReplaceFile(const std::string& path, std::string_view contents) {
@@ -116,7 +147,13 @@ std::size_t LineReader::Find(char end, std::size_t& next) const {
 }
 
 void TextWriter::Open(const std::string& path) {
-  file_ = OpenFile(path, "wb");
+  file_.reset(system_files::OpenForOneWriter(path));
+  if (!file_ && errno == EWOULDBLOCK) {
+    throw RunError(RunError::kPermissionDenied,
+                   "Permission denied: another copy of the program, started from the same folder, writes \"" +
+                       path + "\". End that copy first, or go on without a log.");
+  }
+  if (!file_) throw FileError(path, errno);
   path_ = path;
 }
 

@@ -8,9 +8,9 @@
 namespace quillon {
 
 /// Files are bytes: nothing here recodes a character, in names or in contents. Every failure is a RunError
-/// that names the file: 52 a name that the system refuses, 53 no such file, 57 a device that fails, 61 disk
-/// full, 62 a line asked for behind the end, 70 no permission, 75 no file (a folder, a read-only place), 76
-/// no such folder.
+/// that names the file: 7 too large for the memory, 52 a name that the system refuses, 53 no such file, 57 a
+/// device that fails, 61 disk full, 62 a line asked for after the end, 70 no permission, 75 no file (a
+/// folder, a pipe, a read-only place), 76 no such folder.
 
 struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
@@ -58,7 +58,8 @@ class LineReader {
 /// through a buffer: the file is complete after Close.
 class TextWriter {
  public:
-  /// Opens the file, empty. Raises RunError when it can't be created; then nothing is open.
+  /// Opens the file, empty. Raises RunError when it can't be created, 70 too when another writer has it; then
+  /// nothing is open, and what another one writes is left alone.
   void Open(const std::string& path);
 
   /// Writes a line; with no file open it does nothing. A write that fails raises RunError once and closes

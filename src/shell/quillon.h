@@ -194,7 +194,7 @@ class Quillon final : public Form {
   void FileName_Change();
 
   // Commands: one message to one controller `y`, or to all. A run-time failure inside one shows the run-error
-  // box; after one of its own exchange the command has failed and reads no answer.
+  // box; one of its own exchange then counts as no answer.
 
   /// Reads version and checksum of `y` into its row. True: they stand there, marked when the checksum is not
   /// the file's. False: the row tells the failure. Closes `Message`.

@@ -34,7 +34,8 @@ void Quillon::Auto_Click() {
   message.Unload();
 }
 
-/// Ticks `i` when it answers at any speed, and unticks it when it answers at none.
+/// Ticks `i` when it answers at any speed, and unticks it when it answers at none. After Cancel it keeps its
+/// state: nobody knows.
 void Quillon::Detect(int i) {
   ResetTriedSpeeds();
   do {
@@ -47,7 +48,7 @@ void Quillon::Detect(int i) {
       return;
     }
   } while (NextUntriedSpeed());
-  C(i).SetValue(CheckBox::kUnticked);
+  if (!AbortRequested) C(i).SetValue(CheckBox::kUnticked);
 }
 
 }  // namespace quillon

@@ -36,8 +36,11 @@ void Quillon::RequireProtocol() const { ProtocolNumber(); }
 void Quillon::SelectPort() {
   MSComm1.SetPortOpen(false);  // an earlier run that failed may have left it open
   const std::string& name = ComPort.Text();
-  const std::string number = name.size() > kPortNumberDigit ? name.substr(kPortNumberDigit) : "";
-  MSComm1.SetCommPort(ToInteger(number, "Com Port"));
+  if (name.empty()) {
+    throw RunError(RunError::kTypeMismatch,
+                   "Type mismatch: no port is selected. Select one in \"Com Port\".");
+  }
+  MSComm1.SetCommPort(ToInteger(name.substr(kPortNumberDigit), "Com Port"));
 }
 
 void Quillon::OpenRun() {

@@ -141,16 +141,19 @@ TEST(FlashCheck, CancelEndsTheRepetition) {
   EXPECT_LT(bench.world.Time(), 63s);
 }
 
-TEST(Commands, FailBehindOneBoxAndReadNoFormerAnswer) {
-  const std::pair<Command, const char*> kCommands[] = {
-      {kCheck, "Quillon Error"}, {kErase, "Quillon Error"}, {kTo3, "Send55"}, {kTo4, "SendP4"}};
-  for (const auto& [command, title] : kCommands) {
+TEST(Commands, CountAFailureOfTheExchangeAsNoAnswerAfterItsBox) {
+  const char* const kNone = "No Answer red";
+  const std::tuple<Command, const char*, const char*> kCommands[] = {{kCheck, "Quillon Error", kNone},
+                                                                     {kErase, "Quillon Error", kNone},
+                                                                     {kTo3, "Send55", kNone},
+                                                                     {kTo4, "SendP4", " "}};
+  for (const auto& [command, title, row] : kCommands) {
     CommandBench bench;
     bench.tool.AnswerText = k13;
     bench.world.beforeOperation = [] { throw RunError(RunError::kDeviceFailed, "gone"); };
     command(bench.tool, 5);
     EXPECT_EQ(bench.world.boxes, (std::vector<ShownBox>{{"Error #  8020\rgone", title}}));
-    EXPECT_EQ(bench.Row(5), " ");
+    EXPECT_EQ(bench.Row(5), row);
     EXPECT_FALSE(bench.tool.message.Visible());
   }
 }

@@ -41,7 +41,7 @@ TEST(FlashProg, PausesBehindEachBatch) {
     const char* delay;
     Nanoseconds between;  // one batch and the next; each yield takes a millisecond of it
     std::size_t boxes;
-  } kCases[] = {{"10", 11ms, 0}, {"0", 1ms, 0}, {"-5", 1ms, 0}, {"32767", 32768ms, 0}, {"32768", 2ms, 2}};
+  } kCases[] = {{"10", 11ms, 0}, {"0", 1ms, 0}, {"-5", 1ms, 0}, {"32767", 32768ms, 0}, {"32768", 1ms, 2}};
   for (const auto& c : kCases) {
     CommandBench bench;
     bench.tool.Text2.SetText(c.delay);

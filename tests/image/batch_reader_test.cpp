@@ -21,7 +21,7 @@ std::vector<std::string> Batches(const std::string& file) {
   std::vector<std::string> shown;
   for (BatchReader reader(file); !reader.AtEnd();) {
     const std::string digits = ToHex(reader.Next());
-    const std::string data = digits.size() < 4 ? "" : digits.substr(4);
+    const std::string data = digits.substr(4);
     const bool isLong = data.size() > 2 * kShort;
     shown.push_back(digits.substr(0, 4) + (isLong ? " +" : " ") +
                     (isLong ? std::to_string(data.size() / 2) : data));
@@ -58,6 +58,11 @@ const BatchCase kBatchCases[] = {
      {"0010 11", "0000 0000", "0011 11"}},
     {"FirstSegmentBehindAFullBatch", Line(0, 113) + kFirstSegment + Line(0x71, 1),
      {"0000 +113", "0071 11"}},
+    {"BlankFirstLine", "\r\n" + Line(0x10, 1) + kEndOfFile, {"0000 ", "0010 11"}},
+    {"ReturnReturnFeed", kFirstSegment.substr(0, 15) + "\r\r\n:0100100011DE\r\r\n:0100110022CC\r\r\n",
+     {"0000 ", "0010 11", "0011 22"}},
+    {"CutAddressHasFourDigits", ":04001\r\n" + kEndOfFile, {"0010 "}},
+    {"NoAddressAtAll", ":04\r\n" + kEndOfFile, {"0000 "}},
     {"CutLineGivesWhatItHas", ":040010001122\r\n" + kEndOfFile, {"0010 1122"}},
     {"LoneLastDigitIsAByte", ":04001000112\r\n" + kEndOfFile, {"0010 1102"}},
     {"CutLineCountsInFull", ":0400100011\r\n" + Line(0x14, 1, 0x22), {"0010 1122"}},

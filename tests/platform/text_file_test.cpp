@@ -44,6 +44,9 @@ TEST_F(FileTest, IsReadByteForByteOrFailsWithANumberOfItsOwn) {
   for (const auto& [name, number] : kFailures) {
     EXPECT_EQ(FailureNumber([&] { ReadFile(folder + name); }), number) << name;
   }
+  fs::resize_file(folder + "plain", std::uintmax_t{1} << 42);  // more than any memory; takes no room on disk
+  EXPECT_EQ(FailureNumber([&] { ReadFile(folder + "plain"); }), 7);
+  EXPECT_EQ(FailureNumber([&] { ReadFile("/dev/zero"); }), 75) << "reading it would never end";
 }
 
 TEST_F(FileTest, IsFoundWhateverTheCaseOfItsName) {
@@ -67,6 +70,19 @@ TEST_F(FileTest, IsReplacedWholeOrNotAtAll) {
   fs::create_directory(folder + "b.cfg");  // the new file can't take its place
   EXPECT_EQ(FailureNumber([&] { ReplaceFile(folder + "b.cfg", "new"); }), 75);
   EXPECT_FALSE(fs::exists(folder + "b.cfg.new"));
+}
+
+TEST_F(FileTest, HasOneWriterAndTheSecondLeavesItAlone) {
+  TextWriter first;
+  first.Open(folder + "mine.txt");
+  first.WriteLine("of the first");
+  TextWriter second;
+  EXPECT_EQ(FailureNumber([&] { second.Open(folder + "mine.txt"); }), 70);
+  second.WriteLine("of the second");
+  first.Close();
+  EXPECT_EQ(bench.Read("mine.txt"), "of the first\r\n");
+  second.Open(folder + "mine.txt");
+  EXPECT_EQ(bench.Read("mine.txt"), "");
 }
 
 TEST_F(FileTest, TellsOnceOfAFullDisk) {

@@ -156,6 +156,21 @@ TEST(Settings, AreSavedByPlaceWhenTheOperatorWantsIt) {
   }
 }
 
+TEST(Settings, KeepTheirPlacesWhateverIsPasted) {
+  FreshStart start;
+  start.Write("Quillon.cfg", Lines(Usual()));
+  Quillon& tool = start.Start();
+  tool.Text1.SetText("3000\n");
+  tool.Text2.SetText("30\r\n00");
+  tool.Protocol.SetText("\r63");
+  tool.ComClose.Press();
+  std::vector<std::string> lines = Usual();
+  lines[0] = "3000";
+  lines[35] = "30";
+  lines[36] = "";
+  EXPECT_EQ(start.Read("Quillon.cfg"), Lines(lines));
+}
+
 TEST(Settings, ThatCannotBeSavedLeaveTheOldFileAndShowABoxBeforeTheEnd) {
   FreshStart start;
   start.Write("Quillon.cfg", "500\r\n");

@@ -54,6 +54,22 @@ TEST(Browse, TakesTheChosenFileAndKeepsTheLastWhenCancelled) {
   EXPECT_EQ(bench.tool.FileName.Text(), bench.world.folder + "image.hex");
 }
 
+TEST(Browse, NeverChoosesASecondFileInsideAFirstThatFails) {
+  Bench bench;
+  const std::string good = bench.Write("good.hex", ":00000001FF\r\n");
+  bench.world.fileToChoose = "/dev/zero";
+  bench.world.When([&] { return !bench.world.boxes.empty(); },
+                   [&] {
+                     bench.world.fileToChoose = good;
+                     bench.tool.Command1.Press();
+                   });
+  bench.tool.Command1.Press();
+  EXPECT_EQ(bench.BoxNumbers(), std::vector<int>{75});
+  EXPECT_EQ(bench.tool.FileName.Text(), good)
+      << "the click came when the first choice was over but for a yield";
+  EXPECT_EQ(bench.tool.FileCheksum.Text(), "1E02");
+}
+
 TEST(MessageWindow, TakesAnyWayOfClosingItAsCancel) {
   Bench bench;
   for (const bool byButton : {true, false}) {

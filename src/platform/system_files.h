@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+namespace quillon {
+
+/// What files need of the operating system beyond the standard library: one source file for each system.
+namespace system_files {
+
+/// Opens a file for writing, empty, for one writer at a time: while it is open nobody else gets it this way.
+///
+/// Returns nullptr on failure and leaves the file as it was; `errno` says why, EWOULDBLOCK when another
+/// writer has it.
+std::FILE* OpenForOneWriter(const std::string& path);
+
+}  // namespace system_files
+}  // namespace quillon
