@@ -1,10 +1,24 @@
 #include "desktop/desktop_events.h"
 
 #include <QCoreApplication>
+#include <QTimer>
+#include <cmath>
 
 namespace quillon {
 
 void DesktopEvents::Yield() { QCoreApplication::processEvents(); }
+
+// An open serial port wakes the sleeper when it receives, since Qt watches its device among the events.
+void DesktopEvents::YieldUntil(double time) {
+  constexpr double kMillisecond = 0.001;  // seconds; the finest that a timer knows
+  const double wait = time - clock_.Now();
+  if (wait < kMillisecond) return Yield();
+  QTimer timeIsUp;
+  timeIsUp.setTimerType(Qt::PreciseTimer);
+  timeIsUp.setSingleShot(true);
+  timeIsUp.start(static_cast<int>(std::floor(wait / kMillisecond)));
+  QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+}
 
 void DesktopEvents::End() {
   ended_ = true;

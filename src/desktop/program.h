@@ -30,7 +30,7 @@ class Program {
 
  private:
   DesktopClock clock_;
-  DesktopEvents events_;
+  DesktopEvents events_{clock_};
   DesktopScreen screen_;
   DesktopDesk desk_{screen_};
   SerialPort serialPort_;

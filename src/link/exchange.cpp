@@ -59,11 +59,10 @@ bool Quillon::AwaitAnswer(const Bytes& frame, double timeout, Bytes& received) {
 
 /// Until a byte came or the clock is past the deadline, in seconds. False: the operator cancelled.
 bool Quillon::AwaitFirstByte(double deadline) {
-  do {
-    Yield();
-    if (AbortRequested) return false;
-  } while (MSComm1.InBufferCount() == 0 && clock_.Now() <= deadline);
-  return true;
+  for (Yield(); !AbortRequested; YieldUntil(deadline)) {
+    if (MSComm1.InBufferCount() != 0 || clock_.Now() > deadline) return true;
+  }
+  return false;
 }
 
 int Quillon::JudgeAnswer(const Bytes& frame, const Bytes& received, std::string& answer, bool acceptShort) {

@@ -78,8 +78,8 @@ void Quillon::ShowProgress(const std::string& text, bool brief) {
 
 void Quillon::ShowProgressPaused(const std::string& text) {
   ShowStatus(message.Stop, text + "   (Speed : " + Vitesse.Text() + " Bds) ");
-  const double begin = clock_.Now();
-  while (clock_.Now() < begin + kFailurePause) Yield();
+  const double end = clock_.Now() + kFailurePause;
+  while (clock_.Now() < end) YieldUntil(end);
 }
 
 void Quillon::ShowStatus(const Picture& picture, const std::string& line) {

@@ -30,6 +30,9 @@ class Events {
   virtual ~Events() = default;
   /// One pass through them: a click that waits runs now, inside this call.
   virtual void Yield() = 0;
+  /// The same, but first sleeps until there is something to look at: an event, a byte that the open serial
+  /// device received, or `time` of the clock. May return earlier; returns at most a millisecond or two later.
+  virtual void YieldUntil(double time) = 0;
   /// The program ends: after the handler in hand nothing runs any more.
   virtual void End() = 0;
 };

@@ -140,8 +140,10 @@ class Quillon final : public Form {
   void MessageCommand1_Click();
 
   /// One pass through the windows' events. Every wait comes through here: when the main window was closed
-  /// meanwhile, it unwinds the run in hand.
+  /// meanwhile, it unwinds the current run.
   void Yield();
+  /// The same, after a sleep until there is something to look at: an event, a received byte, or `time`.
+  void YieldUntil(double time);
 
   // Link: the exchange (exchange.cpp).
 
@@ -245,6 +247,7 @@ class Quillon final : public Form {
   void AddControllerBoxes();
   void Wire();
   void RequestEnd();
+  void ServeEvents(const std::function<void()>& onePass);
   std::function<void()> Handler(void (Quillon::*handler)());
   std::function<void()> Workflow(void (Quillon::*handler)());
   void EnableDownloads(bool enabled);

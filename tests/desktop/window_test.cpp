@@ -47,7 +47,7 @@ class WindowTest : public testing::Test {
 
   QTemporaryDir folder;
   DesktopClock clock;
-  DesktopEvents events;
+  DesktopEvents events{clock};
   DesktopScreen screen;
   DesktopDesk desk{screen};
   const std::string home = folder.path().toStdString() + "/";

@@ -10,7 +10,11 @@
 namespace quillon::test {
 namespace {
 
-constexpr Nanoseconds kTick = 1ms;  // the longest that one yield takes
+constexpr Nanoseconds kYieldTakes = 1ms;  // at most, where nothing is waited for
+
+Nanoseconds ToNanoseconds(double time) {
+  return Nanoseconds(static_cast<std::int64_t>(std::ceil(time * 1e9)));
+}
 
 }  // namespace
 
@@ -26,7 +30,7 @@ World::~World() { std::filesystem::remove_all(folder); }
 double World::Now() { return std::chrono::duration<double>(now_).count(); }
 
 void World::SleepUntil(double time) {
-  Advance(Nanoseconds(static_cast<std::int64_t>(std::ceil(time * 1e9))));
+  Advance(ToNanoseconds(time));
 }
 
 void World::When(std::function<bool()> condition, std::function<void()> action) {
@@ -35,7 +39,18 @@ void World::When(std::function<bool()> condition, std::function<void()> action) 
 
 void World::Yield() {
   Act();
-  Nanoseconds next = now_ + kTick;
+  Pass(now_ + kYieldTakes);
+}
+
+void World::YieldUntil(double time) {
+  Pass(ToNanoseconds(time));
+  Act();
+}
+
+/// Lets time pass up to a moment, or to the first thing that happens before.
+void World::Pass(Nanoseconds to) {
+  Nanoseconds next = to;
+  if (!actions_.empty()) next = std::min(next, actions_.begin()->first);
   if (!arriving_.empty()) next = std::min(next, arriving_.begin()->first);
   if (bus && bus->NextArrival()) next = std::min(next, *bus->NextArrival());
   Advance(std::max(next, now_ + 1us));

@@ -79,6 +79,7 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
   double Now() override;
   void SleepUntil(double time) override;
   void Yield() override;
+  void YieldUntil(double time) override;
   void End() override { ended = true; }
   void ShowBox(const std::string& text, const std::string& title) override;
   void Beep() override { ++beeps; }
@@ -94,6 +95,7 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
 
  private:
   void Act();
+  void Pass(Nanoseconds to);
   void Advance(Nanoseconds to);
   void LetOut();
   void Collect();
