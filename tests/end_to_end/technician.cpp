@@ -1,10 +1,12 @@
 #include "end_to_end/technician.h"
 
 #include <QCheckBox>
+#include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QPushButton>
 #include <fstream>
 #include <sstream>
 
@@ -98,16 +100,21 @@ void Technician::Look() {
     boxes.push_back(box->text());
     box->button(QMessageBox::Ok)->click();
   }
-  if (auto* dialog = VisibleDialog<QFileDialog>()) {
-    dialog->selectFile(fileToChoose_);
-    QMetaObject::invokeMethod(dialog, "accept");
-  }
+  if (auto* dialog = VisibleDialog<QFileDialog>()) OpenFile(*dialog);
   for (std::size_t i = 0; i < plans_.size(); ++i) {
     if (!plans_[i].first()) continue;
     const auto action = std::move(plans_[i].second);
     plans_.erase(plans_.begin() + static_cast<std::ptrdiff_t>(i--));
     action();
   }
+}
+
+void Technician::OpenFile(QFileDialog& dialog) {
+  if (fileToChoose_.isEmpty()) return;
+  dialog.findChild<QLineEdit*>("fileNameEdit")->setText(std::exchange(fileToChoose_, ""));
+  auto* open = dialog.findChild<QDialogButtonBox*>("buttonBox")->button(QDialogButtonBox::Open);
+  // Not from within this look: while its nested event loop ran, there would be no look at what it opens.
+  QMetaObject::invokeMethod(open, "click", Qt::QueuedConnection);
 }
 
 QString Technician::Text(const QString& window, const QString& name) const {

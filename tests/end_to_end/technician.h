@@ -2,6 +2,7 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QFileDialog>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -73,6 +74,8 @@ class Technician {
   void StartBus(const QStringList& options);
   void WriteSettings(const Settings& settings) const;
   void Look();
+  /// Types the whole path of the file to choose and presses Open, once.
+  void OpenFile(QFileDialog& dialog);
   std::string Path(const std::string& name) const { return (folder_.path() + "/").toStdString() + name; }
 
   QTemporaryDir folder_;
