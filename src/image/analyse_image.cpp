@@ -77,20 +77,18 @@ void TakeMetadata(const HexLine& line, ImageFacts& facts) {
 
 /// The sum of the line's data bytes. Whole pairs go the short way: this runs over every byte of every file.
 std::int64_t DataSum(const HexLine& line, unsigned length) {
-  const std::string_view data = line.Columns(HexLine::kDataColumn, HexLine::kDataColumn + 2 * length - 1);
+  std::string_view data = line.Columns(HexLine::kDataColumn, HexLine::kDataColumn + 2 * length - 1);
   unsigned sum = 0;
-  std::size_t i = 0;
-  for (; i + 1 < data.size(); i += 2) sum += HexDigit(data[i]) << 4 | HexDigit(data[i + 1]);
-  if (i < data.size()) sum += HexDigit(data[i]);  // half a pair at the end of a file cut short
+  for (; data.size() >= 2; data.remove_prefix(2)) sum += HexDigit(data[0]) << 4 | HexDigit(data[1]);
+  if (!data.empty()) sum += HexDigit(data[0]);  // half a pair at the end of a file cut short
   return sum;
 }
 
 }  // namespace
 
-std::int64_t AnalyseImage(std::string_view file, ImageFacts& facts) {
+std::int64_t AnalyseImage(LineReader lines, ImageFacts& facts) {
   std::int64_t lengthSum = 0;
   std::int64_t dataSum = 0;
-  LineReader lines(file);
   while (!lines.AtEnd()) {
     const HexLine line(lines.Next());
     if (line.IsFirstSegment()) continue;

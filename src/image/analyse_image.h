@@ -2,19 +2,19 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 
+#include "platform/text_file.h"
 #include "shell/image_facts.h"
 
 namespace quillon {
 
-/// Reads a whole firmware file (Intel HEX, by columns). Takes over into `facts` what the records at the line
-/// addresses 2010, 2020, 007B and 008B say about it, later ones over earlier ones.
+/// Reads a whole firmware file (Intel HEX, by columns) line by line. Takes over into `facts` what the records
+/// at the line addresses 2010, 2020, 007B and 008B say about it, later ones over earlier ones.
 ///
-/// Gives the image's checksum: the sum of all bytes of a flash of 57342 bytes in which each byte that the
+/// Returns the image's checksum: the sum of all bytes of a flash of 57342 bytes in which each byte that the
 /// file does not fill holds 255. Lengths and data count as written, wherever they lie; a file that holds too
-/// much gives a number below zero.
-std::int64_t AnalyseImage(std::string_view file, ImageFacts& facts);
+/// much gives a number below zero. Raises what reading the lines raises.
+std::int64_t AnalyseImage(LineReader lines, ImageFacts& facts);
 
 /// A checksum as upper-case hex digits without leading zeros; below zero, its low 32 bits.
 std::string ChecksumText(std::int64_t checksum);

@@ -24,7 +24,7 @@ std::string Quillon::AnalyseHexFile() {
     return "";
   }
   std::string checksum;
-  Try([&] { checksum = ChecksumText(AnalyseImage(ReadFile(FileName.Text()), image)); },
+  Try([&] { checksum = ChecksumText(AnalyseImage(LineReader::OfFile(FileName.Text()), image)); },
       {.addition = "\rPlease, Check your HEX file !"});
   return checksum;
 }

@@ -49,7 +49,11 @@ class HexLine {
  private:
   static constexpr std::size_t kAddressDigits = 4;
 
-  static unsigned Value(std::string_view digits) { return static_cast<unsigned>(HexToNumber(digits)); }
+  static unsigned Value(std::string_view digits) {
+    unsigned value = 0;
+    for (const char digit : digits) value = value << 4 | HexDigit(digit);
+    return value;
+  }
 
   std::string_view text_;
 };

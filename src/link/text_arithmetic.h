@@ -13,9 +13,9 @@ namespace quillon {
 
 /// The value of each character as a hex digit, in either case; any other character counts as the digit 0.
 inline constexpr auto kHexDigitValues = [] {
-  std::array<std::uint8_t, 256> values{};
-  for (unsigned i = 0; i < 10; ++i) values['0' + i] = static_cast<std::uint8_t>(i);
-  for (unsigned i = 0; i < 6; ++i) values['A' + i] = values['a' + i] = static_cast<std::uint8_t>(10 + i);
+  std::array<unsigned, 256> values{};
+  for (unsigned i = 0; i < 10; ++i) values['0' + i] = i;
+  for (unsigned i = 0; i < 6; ++i) values['A' + i] = values['a' + i] = 10 + i;
   return values;
 }();
 

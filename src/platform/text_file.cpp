@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <filesystem>
 #include <new>
-#include <stdexcept>
 #include <system_error>
 #include <utility>
 
@@ -16,6 +15,10 @@ namespace quillon {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr std::size_t kPiece = 1 << 15;           // bytes read at a time: they stay in the nearest cache
+constexpr std::size_t kLongestLine = 1 << 24;     // bytes
+constexpr std::uintmax_t kLargestFile = 1 << 30;  // bytes
 
 RunError FileError(const std::string& path, int error) {
   const std::string name = "\"" + path + "\"";
@@ -58,27 +61,38 @@ bool SameName(std::string_view a, std::string_view b) {
                     [&](char one, char other) { return lower(one) == lower(other); });
 }
 
-std::string Contents(const std::string& path) {
-  const FileHandle file = OpenFile(path, "rb");
-  std::setvbuf(file.get(), nullptr, _IONBF, 0);  // one copy: from the system straight into the text
+RunError OutOfMemory(const std::string& path, const char* what) {
+  return {RunError::kOutOfMemory, "Out of memory: \"" + path + "\" " + what + ". Choose a smaller file."};
+}
+
+/// Opens a file to be read in large pieces that are not copied on the way.
+FileHandle OpenForReading(const std::string& path) {
+  std::error_code unknown;
+  const fs::file_type type = fs::status(path, unknown).type();
+  // A pipe or a device may keep the reader waiting for ever.
+  if (type == fs::file_type::fifo || type == fs::file_type::character || type == fs::file_type::block) {
+    throw RunError(RunError::kFileAccess,
+                   "Path/File access error: \"" + path + "\" is a pipe or a device. Choose a file.");
+  }
+  FileHandle file = OpenFile(path, "rb");
+  if (fs::file_size(path, unknown) > kLargestFile && !unknown) throw OutOfMemory(path, "has more than 1 GiB");
+  std::setvbuf(file.get(), nullptr, _IONBF, 0);
+  errno = 0;
+  return file;
+}
+
+std::string Contents(std::FILE* file, const std::string& path) {
   std::error_code unknown;
   const std::uintmax_t size = fs::file_size(path, unknown);
-  std::string contents(unknown ? 4096 : static_cast<std::size_t>(size) + 1, '\0');
+  std::string contents(unknown ? kPiece : static_cast<std::size_t>(size) + 1, '\0');
   std::size_t filled = 0;
-  errno = 0;
-  while (const std::size_t count =
-             std::fread(contents.data() + filled, 1, contents.size() - filled, file.get())) {
+  while (const std::size_t count = std::fread(contents.data() + filled, 1, contents.size() - filled, file)) {
     filled += count;
     if (filled == contents.size()) contents.resize(2 * contents.size());
   }
-  if (std::ferror(file.get())) throw FileError(path, errno);
+  if (std::ferror(file)) throw FileError(path, errno);
   contents.resize(filled);
   return contents;
-}
-
-RunError OutOfMemory(const std::string& path) {
-  return {RunError::kOutOfMemory,
-          "Out of memory: \"" + path + "\" is too large to be read. Choose a smaller file."};
 }
 
 }  // namespace
@@ -104,19 +118,11 @@ std::string PathInFolder(const std::string& folder, const std::string& name) {
 }
 
 std::string ReadFile(const std::string& path) {
-  std::error_code unknown;
-  const fs::file_type type = fs::status(path, unknown).type();
-  // A pipe or a device may keep the reader waiting for ever.
-  if (type == fs::file_type::fifo || type == fs::file_type::character || type == fs::file_type::block) {
-    throw RunError(RunError::kFileAccess,
-                   "Path/File access error: \"" + path + "\" is a pipe or a device. Choose a file.");
-  }
+  const FileHandle file = OpenForReading(path);
   try {
-    return Contents(path);
+    return Contents(file.get(), path);
   } catch (const std::bad_alloc&) {
-    throw OutOfMemory(path);
-  } catch (const std::length_error&) {
-    throw OutOfMemory(path);
+    throw OutOfMemory(path, "is larger than the memory");
   }
 }
 
@@ -132,18 +138,31 @@ void ReplaceFile(const std::string& path, std::string_view contents) {
   throw FileError(path, error);
 }
 
-std::string_view LineReader::Next() {
-  if (AtEnd())
-    throw RunError(RunError::kInputPastEnd, "Input past end of file: the file ends too early. Check it.");
-  const std::size_t stop = std::min({Find('\r', return_), Find('\n', feed_), text_.size()});
-  const std::string_view line = text_.substr(position_, stop - position_);
-  position_ = stop + (text_.substr(stop).starts_with("\r\n") ? 2 : 1);
-  return line;
+LineReader LineReader::OfFile(const std::string& path) {
+  LineReader reader{std::string_view()};
+  reader.file_ = OpenForReading(path);
+  reader.path_ = path;
+  reader.piece_.resize(kPiece);
+  reader.ReadOn();
+  return reader;
 }
 
-std::size_t LineReader::Find(char end, std::size_t& next) const {
-  if (next < position_) next = text_.find(end, position_);
-  return next;
+void LineReader::RaisePastEnd() {
+  throw RunError(RunError::kInputPastEnd, "Input past end of file: the file ends too early. Check it.");
+}
+
+/// Drops the lines given out and reads a further piece of the file; at its end, closes it.
+void LineReader::ReadOn() {
+  const std::size_t kept = text_.size() - position_;
+  if (kept > kLongestLine) throw OutOfMemory(path_, "holds a line of more than 16 MB");
+  std::copy(text_.begin() + static_cast<std::ptrdiff_t>(position_), text_.end(), piece_.begin());
+  if (kept > piece_.size() / 2) piece_.resize(2 * piece_.size());
+  const std::size_t room = piece_.size() - kept;
+  const std::size_t count = std::fread(piece_.data() + kept, 1, room, file_.get());
+  if (std::ferror(file_.get())) throw FileError(path_, errno);
+  if (count < room) file_.reset();
+  text_ = {piece_.data(), kept + count};
+  position_ = 0;
 }
 
 void TextWriter::Open(const std::string& path) {

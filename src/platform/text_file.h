@@ -1,9 +1,12 @@
 #pragma once
 
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace quillon {
 
@@ -24,34 +27,66 @@ bool FileExists(const std::string& path);
 /// names apart: an entry that differs only in case is the file; with none, the name as it stands.
 std::string PathInFolder(const std::string& folder, const std::string& name);
 
-/// All bytes of a file, read in one go.
+/// All bytes of a file, read in one go. A file of more than 1 GiB is a mistake and counts as too large.
 std::string ReadFile(const std::string& path);
 
 /// Puts `contents` in the place of the file, or leaves the old file whole when that fails: the new file is
 /// written beside it and renamed over it.
 void ReplaceFile(const std::string& path, std::string_view contents);
 
-/// Walks over the lines of a text. A line ends at a carriage return, with or without a line feed behind it,
-/// or at a line feed alone; the last line needs no end.
+/// Walks over the lines of a text or of a file. A line ends at a carriage return, with or without a line feed
+/// after it, or at a line feed alone; the last line needs no end.
 class LineReader {
  public:
-  explicit LineReader(std::string_view text)
-      : text_(text), return_(text.find('\r')), feed_(text.find('\n')) {}
+  /// The text must outlive the reader.
+  explicit LineReader(std::string_view text) : text_(text) {}
+
+  /// Opens a file, which is then read piece by piece: a large one takes no more memory than a small one.
+  /// Raises what ReadFile does.
+  static LineReader OfFile(const std::string& path);
 
   bool AtEnd() const { return position_ >= text_.size(); }
 
-  /// The next line without its end. Raises RunError 62 at the end of the text.
-  std::string_view Next();
+  /// The next line without its end; it is good until the next call. Raises RunError 62 at the end, and what
+  /// reading the file raises; 7 for a line of more than 16 MB.
+  std::string_view Next() {
+    if (AtEnd()) RaisePastEnd();
+    std::size_t stop = LineEnd();
+    // A return at the end of a piece may have its feed in the next one.
+    while (stop + 2 >= text_.size() && file_) {
+      ReadOn();
+      stop = LineEnd();
+    }
+    const std::string_view line = text_.substr(position_, stop - position_);
+    position_ = stop + (text_.substr(stop).starts_with("\r\n") ? 2 : 1);
+    return line;
+  }
 
  private:
-  std::size_t Find(char end, std::size_t& next) const;
+  /// Where the next line ends, as far as is read. Only a control character ends a line, and few files hold
+  /// any other: eight bytes are passed at a time while none is among them.
+  std::size_t LineEnd() const {
+    std::size_t end = position_;
+    while (end + 8 <= text_.size() && !HoldsControl(text_.data() + end)) end += 8;
+    while (end < text_.size() && text_[end] != '\r' && text_[end] != '\n') ++end;
+    return end;
+  }
+  /// Whether one of the eight bytes may be below 32: subtracting 32 from such a byte borrows into its top
+  /// bit.
+  static bool HoldsControl(const char* eight) {
+    std::uint64_t bytes;
+    std::memcpy(&bytes, eight, sizeof bytes);
+    return ((bytes - 0x2020202020202020) & ~bytes & 0x8080808080808080) != 0;
+  }
+  [[noreturn]] static void RaisePastEnd();
+  void ReadOn();
 
-  std::string_view text_;
+  std::string_view text_;  // the whole text, or the piece of the file that is read
   std::size_t position_ = 0;
-  // The next carriage return and line feed at or behind the position: each is searched once, in large
-  // strides.
-  std::size_t return_;
-  std::size_t feed_;
+
+  FileHandle file_;  // none for a text, and at the end of a file
+  std::string path_;
+  std::vector<char> piece_;
 };
 
 /// A text file that is written line by line, each ended by carriage return and line feed. The lines go

@@ -26,7 +26,7 @@ class Analysis : public testing::TestWithParam<FileCase> {};
 
 TEST_P(Analysis, SumsTheFlashAndTellsWhatTheFileSaysAboutItself) {
   ImageFacts facts;
-  EXPECT_EQ(ChecksumText(AnalyseImage(GetParam().file, facts)), GetParam().checksum);
+  EXPECT_EQ(ChecksumText(AnalyseImage(LineReader(GetParam().file), facts)), GetParam().checksum);
   EXPECT_EQ(facts.ImageProduct + " " + facts.ImageProtocol + " " + facts.ImageBaudRate + " " +
                 facts.ImageVersion + " " + facts.ImageBaudText,
             GetParam().facts);
@@ -68,7 +68,7 @@ TEST(Analysis, ThreeBitsOfTheFlagsTellTheRateAndFiveProductCodesHaveAName) {
     char line[40];
     std::snprintf(line, sizeof line, ":04202000%02X0040%02X00\r\n", byte, byte);
     ImageFacts facts;
-    AnalyseImage(line, facts);
+    AnalyseImage(LineReader(line), facts);
     const int code = byte / 16 % 8;
     EXPECT_EQ(facts.ImageBaudRate, kRates[code]) << byte;
     EXPECT_EQ(facts.ImageBaudText, code == 7   ? "Baud Rate Programmable"

@@ -34,6 +34,21 @@ class FileTest : public testing::Test {
   const std::string folder = bench.world.folder;
 };
 
+TEST_F(FileTest, IsReadLineByLineWhereverAPieceOfItEnds) {
+  for (const std::size_t length : {1, 32765, 32766, 32767, 32768, 32769, 100'000}) {
+    const std::string line(length, 'x');
+    LineReader reader = LineReader::OfFile(bench.Write("lines", line + "\r\n\t" + line + "\n" + line));
+    std::vector<std::string> lines;
+    while (!reader.AtEnd()) lines.emplace_back(reader.Next());
+    EXPECT_EQ(lines, (std::vector<std::string>{line, "\t" + line, line})) << length;
+  }
+  fs::resize_file(folder + "lines", 40'000'000);  // a last line that never ends, for what memory is worth
+  LineReader endless = LineReader::OfFile(folder + "lines");
+  endless.Next();
+  endless.Next();
+  EXPECT_EQ(FailureNumber([&] { endless.Next(); }), 7);
+}
+
 TEST_F(FileTest, IsReadByteForByteOrFailsWithANumberOfItsOwn) {
   for (const std::size_t size : {0, 1, 4096, 200000}) {
     const std::string contents(size, '\xE9');
