@@ -120,7 +120,7 @@ Bytes LongFrame() {
 }
 
 void FrameCrcOfText(benchmark::State& state) {
-  const std::string text = ByteArrayToHex(LongFrame(), false);
+  const std::string text = ByteArrayToHex(LongFrame());
   for (auto _ : state) benchmark::DoNotOptimize(FrameCrc(text));
 }
 BENCHMARK(FrameCrcOfText);
@@ -134,7 +134,7 @@ void TableCrcOfText(benchmark::State& state) {
     table[byte] = static_cast<std::uint16_t>(crc);
   }
   const auto digit = [](char c) { return static_cast<unsigned>(c <= '9' ? c - '0' : c - 'A' + 10); };
-  const std::string text = ByteArrayToHex(LongFrame(), false);
+  const std::string text = ByteArrayToHex(LongFrame());
   for (auto _ : state) {
     unsigned crc = 0;
     for (std::size_t i = 0; i + 1 < text.size(); i += 3) {

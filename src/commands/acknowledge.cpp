@@ -1,14 +1,17 @@
+// Messages that a controller acknowledges. The code of its answer is 61 when it did what was asked; any other
+// code is a refusal. A refused message is worth repeating, since the controller may have been busy with its
+// flash: three refusals in a row are final. Silence and damaged answers end the tries at once, because the
+// exchange has already sent that frame three times.
 #include "link/frame.h"
 #include "link/outcome.h"
-#include "link/text_arithmetic.h"
 #include "shell/quillon.h"
 
 namespace quillon {
+namespace {
 
-void Quillon::LogMessage(const std::string& line) {
-  Log(line);
-  Log(ByteArrayToHex(FrameBuffer, false));
-}
+constexpr int kTries = 3;
+
+}  // namespace
 
 std::uint8_t Quillon::ProtocolByteOrBox() {
   std::uint8_t protocol = 0;
@@ -16,30 +19,31 @@ std::uint8_t Quillon::ProtocolByteOrBox() {
   return protocol;
 }
 
-int Quillon::SendForAcknowledge(const std::function<void(int result)>& onResult) {
+ExchangeResult Quillon::SendForAcknowledge(const Bytes& frame,
+                                           const std::function<void(ExchangeResult result)>& onResult) {
   for (int tries = 1; tries <= kTries; ++tries) {
-    const int result = SendFrame(FrameBuffer, AnswerText, false);
+    const ExchangeResult result = SendFrame(frame, AnswerText, ShortAnswer::kIsBad);
     if (onResult) onResult(result);
-    if (result != kAnswered || IsAcknowledge(AnswerText)) return result;
+    if (result != ExchangeResult::kAnswered || IsAcknowledge(AnswerText)) return result;
   }
-  return kRefused;
+  return ExchangeResult::kRefused;
 }
 
-bool Quillon::RequestAcknowledge(int y, const RequestTexts& texts) {
-  int outcome = kNoAnswer;  // which a run-time failure of the exchange counts as
-  Try([&] { outcome = SendForAcknowledge(); }, {.title = texts.errorTitle});
-  if (outcome == kAnswered) {
+bool Quillon::RequestAcknowledge(int y, const Bytes& frame, const RequestTexts& texts) {
+  ExchangeResult result = ExchangeResult::kNoAnswer;  // which a run-time failure of the exchange counts as
+  Try([&] { result = SendForAcknowledge(frame); }, {.title = texts.errorTitle});
+  if (result == ExchangeResult::kAnswered) {
     Log(texts.acknowledgedLog);
     ClearRow(y);
-    ShowProgress(ControllerText(y) + texts.acknowledgedStatus, false);
-  } else if (outcome == kRefused) {
+    ShowProgress(ControllerText(y) + texts.acknowledgedStatus, StatusForm::kWithSpeed);
+  } else if (result == ExchangeResult::kRefused) {
     Log(texts.refusedLog);
-    ReportFailure(y, kErasingFailure);
+    ReportFailure(y, FailureCode::kErasingFailure);
   } else {
-    ReportFailure(y, outcome);
+    ReportFailure(y, FailureOf(result));
   }
   message.Unload();
-  return outcome == kAnswered;
+  return result == ExchangeResult::kAnswered;
 }
 
 }  // namespace quillon

@@ -1,26 +1,27 @@
-#include "commands/flash_check.h"
-
+// The message $73: what do you hold? Its answer has one of two forms, known by their length:
+//
+//     byte    0  1  2  3  4  5  6  7  8  9 10 11 12 13
+//     short  pp yy 07 .. .. V1 V2 V3 S1 S2 CC CC 04
+//     long   pp yy 08 .. .. .. V1 V2 V3 S1 S2 CC CC 04
+//
+// V1 to V3 are the version, shown as "02/10/31"; S1 and S2 the last 16 bits of the sum of all flash bytes,
+// shown as "58C3"; CC the CRC. An answer of any other length, though its CRC is right, belongs to another
+// question: this one is then asked again.
 #include <string>
 
+#include "commands/frames.h"
 #include "link/outcome.h"
 #include "shell/quillon.h"
 
 namespace quillon {
 namespace {
 
-constexpr std::uint8_t kFlashCheck = 0x73;
-
-// An answer has one of two lengths; the longer one has one byte more ahead of the version.
 constexpr std::size_t kShortForm = 26;  // hex digits
 constexpr std::size_t kLongForm = 28;
 constexpr std::size_t kShortFormVersion = 5;  // byte at which the version begins
 constexpr std::size_t kLongFormVersion = 6;
 
 }  // namespace
-
-Bytes FlashCheckFrame(std::uint8_t protocol, int y) {
-  return CloseFrame({protocol, static_cast<std::uint8_t>(y), 1, kFlashCheck});
-}
 
 bool Quillon::FlashCheck(int& y) {
   const bool checked = ReadFlash(y);
@@ -39,12 +40,12 @@ bool Quillon::FlashCheck(int& y) {
 bool Quillon::ReadFlash(int y) {
   for (;;) {
     FrameBuffer = FlashCheckFrame(ProtocolByteOrBox(), y);
-    ShowProgress(ControllerText(y) + " : Checking Flash ", false);
-    LogMessage("Message : $73  - Checking Flash");
-    int result = kNoAnswer;  // which a run-time failure of the exchange counts as
-    Try([&] { result = SendFrame(FrameBuffer, AnswerText, false); });
-    ReportFailure(y, result);
-    if (result != kAnswered) return false;
+    ShowProgress(ControllerText(y) + " : Checking Flash ", StatusForm::kWithSpeed);
+    LogFrame("Message : $73  - Checking Flash", FrameBuffer);
+    ExchangeResult result = ExchangeResult::kNoAnswer;  // which a run-time failure of the exchange counts as
+    Try([&] { result = SendFrame(FrameBuffer, AnswerText, ShortAnswer::kIsBad); });
+    ReportFailure(y, FailureOf(result));
+    if (result != ExchangeResult::kAnswered) return false;
     const bool longForm = AnswerText.size() == kLongForm;
     if (longForm || AnswerText.size() == kShortForm) {
       FillRow(y, longForm ? kLongFormVersion : kShortFormVersion);

@@ -1,4 +1,6 @@
-#include "commands/programming.h"
+// The programming pass of a serial download: one controller, each batch answered before the next one leaves.
+// The answers are the flow control, so no delay is needed; the price is an answer's pause for every batch.
+#include "commands/frames.h"
 #include "image/batch_reader.h"
 #include "link/outcome.h"
 #include "shell/quillon.h"
@@ -12,34 +14,36 @@ void Quillon::FlashProg00(int& y) {
     BatchReader batches(file);
     for (int batchNumber = 1; !batches.AtEnd(); ++batchNumber) {
       const std::string number = std::to_string(batchNumber);
-      ShowProgress(ControllerText(y) + " : Programming Batch " + number + "   ", true);
+      ShowProgress(ControllerText(y) + " : Programming Batch " + number + "   ", StatusForm::kBrief);
       Yield();
       if (AbortRequested) return;
       FrameBuffer = BatchFrame(y, batches.Next());
-      LogMessage("Message : $75 - Programmation Batch " + number);
-      if (!BatchTaken(y)) {
+      LogFrame("Message : $75 - Programmation Batch " + number, FrameBuffer);
+      if (!SendBatch(y, FrameBuffer)) {
         message.Unload();
         return;
       }
     }
     FlushInput();
-    if (SendFullChecksum(y, " : Sending full CheckSum ", "Message : $75 Sending Full Checksum") == kRefused) {
-      Log(ExchangeResultText(kRefused));
-      ReportFailure(y, kCommunicationFailure);
+    const auto result =
+        SendFullChecksum(y, " : Sending full CheckSum ", "Message : $75 Sending Full Checksum");
+    if (result == ExchangeResult::kRefused) {
+      Log(ExchangeResultText(result));
+      ReportFailure(y, FailureCode::kCommunicationFailure);
     }
     message.Unload();
   });
 }
 
-/// Sends the batch in hand. A silent controller is not reported here: the closing check will tell.
-bool Quillon::BatchTaken(int y) {
-  const int outcome = SendForAcknowledge();
-  if (outcome == kAnswered) Log("Answer : 61");
-  if (outcome == kRefused) {
+/// True: `y` took the batch. A silent controller is not reported here: the closing check will tell.
+bool Quillon::SendBatch(int y, const Bytes& frame) {
+  const ExchangeResult result = SendForAcknowledge(frame);
+  if (result == ExchangeResult::kAnswered) Log("Answer : 61");
+  if (result == ExchangeResult::kRefused) {
     Log("Answer : Failure 3*E1");
-    ReportFailure(y, kCommunicationFailure);
+    ReportFailure(y, FailureCode::kCommunicationFailure);
   }
-  return outcome == kAnswered;
+  return result == ExchangeResult::kAnswered;
 }
 
 }  // namespace quillon

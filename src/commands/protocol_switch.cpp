@@ -1,35 +1,18 @@
-#include "link/frame.h"
+// The bus has two protocols. A controller on protocol 3 reads text; on protocol 4 it reads frames. SendP4
+// moves one to protocol 4 by the text "p400:4/", Send55 moves it back by a frame.
+#include "commands/frames.h"
 #include "link/outcome.h"
 #include "shell/quillon.h"
 
 namespace quillon {
-namespace {
-
-constexpr std::uint8_t kBackToProtocol3 = 0x55;
-constexpr int kTextFrameAddressOffset = 30;
-
-/// The one frame outside the usual layout: no length, no CRC, no end byte.
-Bytes ToProtocol4Frame(int y) {
-  return {kFixedProtocol,
-          static_cast<std::uint8_t>(y + kTextFrameAddressOffset),
-          'p',
-          '4',
-          '0',
-          '0',
-          ':',
-          '4',
-          '/'};
-}
-
-}  // namespace
 
 bool Quillon::SendP4(int& y) {
   bool moved = false;
   Try(
       [&] {
         FrameBuffer = ToProtocol4Frame(y);
-        LogMessage("Message : p4 => RUD3");
-        moved = SendFrame(FrameBuffer, AnswerText, true) == kAnswered;
+        LogFrame("Message : p4 => RUD3", FrameBuffer);
+        moved = SendFrame(FrameBuffer, AnswerText, ShortAnswer::kIsGood) == ExchangeResult::kAnswered;
       },
       {.title = "SendP4"});
   if (moved) desk_.ShowBox("send p4 OK!!!", "Quillon");
@@ -37,12 +20,13 @@ bool Quillon::SendP4(int& y) {
 }
 
 bool Quillon::Send55(int& y) {
-  FrameBuffer = CloseFrame({kFixedProtocol, static_cast<std::uint8_t>(y), 1, kBackToProtocol3});
-  LogMessage("Message : Cmd 55 to return to RUD3");
-  return RequestAcknowledge(y, {.acknowledgedLog = "Answer : Ok",
-                                .acknowledgedStatus = " : Sending p4 OK",
-                                .refusedLog = "Answer : Failure Sending p4 ",
-                                .errorTitle = "Send55"});
+  FrameBuffer = ToProtocol3Frame(y);
+  LogFrame("Message : Cmd 55 to return to RUD3", FrameBuffer);
+  return RequestAcknowledge(y, FrameBuffer,
+                            {.acknowledgedLog = "Answer : Ok",
+                             .acknowledgedStatus = " : Sending p4 OK",
+                             .refusedLog = "Answer : Failure Sending p4 ",
+                             .errorTitle = "Send55"});
 }
 
 }  // namespace quillon

@@ -1,8 +1,7 @@
-#include <algorithm>
-#include <string>
+#include "link/exchange.h"
 
-#include "link/frame.h"
-#include "link/outcome.h"
+#include <algorithm>
+
 #include "link/text_arithmetic.h"
 #include "platform/conversions.h"
 #include "shell/quillon.h"
@@ -18,25 +17,44 @@ std::string WithoutBlanks(std::string text) {
   return text;
 }
 
-/// Whether the two bytes ahead of the last one are the CRC of the bytes that a frame's CRC covers.
+/// Whether the two bytes before the last one are the CRC of what a frame's CRC covers.
 bool CrcMatches(const Bytes& received, const std::string& digits) {
   constexpr std::size_t kCrcAndEndDigits = 6;
   return digits.size() >= kCrcAndEndDigits &&
-         digits.substr(digits.size() - kCrcAndEndDigits, 4) == FrameCrc(ByteArrayToHex(received, true));
+         digits.substr(digits.size() - kCrcAndEndDigits, 4) == FrameCrc(ByteArrayToHex(CrcPart(received)));
 }
 
 }  // namespace
 
-int Quillon::SendFrame(const Bytes& frame, std::string& answer, bool acceptShort) {
+std::string ExchangeResultText(ExchangeResult result) {
+  switch (result) {
+    case ExchangeResult::kAnswered:
+      return "Communication OK  - CRC checked";
+    case ExchangeResult::kNoAnswer:
+      return "No Answer";
+    case ExchangeResult::kBadAnswer:
+      return "Communication Error - CRC false 3 time";
+    case ExchangeResult::kRefused:
+      return "Communication Failure - 3 * E1";
+  }
+  return "";
+}
+
+void Quillon::StartLink() {
+  AnswerDelay = kAnswerPause;
+  MSComm1.SetInputMode(SerialControl::kText);
+}
+
+ExchangeResult Quillon::SendFrame(const Bytes& frame, std::string& answer, ShortAnswer shortAnswer) {
   const double timeout = ToLong(Text1.Text(), "Time Out") / 1000.0;
   for (int send = 1;; ++send) {
     MSComm1.SetInputMode(SerialControl::kRawBytes);
     MSComm1.Output(frame);
     MSComm1.SetInputLen(0);
     Bytes received;
-    if (!AwaitAnswer(frame, timeout, received)) return kNoAnswer;
-    const int result = JudgeAnswer(frame, received, answer, acceptShort);
-    if (result != kAnswered && send < kSends) continue;
+    if (!AwaitAnswer(frame, timeout, received)) return ExchangeResult::kNoAnswer;
+    const ExchangeResult result = JudgeAnswer(frame, received, answer, shortAnswer);
+    if (result != ExchangeResult::kAnswered && send < kSends) continue;
     Log(ExchangeResultText(result));
     return result;
   }
@@ -52,7 +70,7 @@ bool Quillon::AwaitAnswer(const Bytes& frame, double timeout, Bytes& received) {
     Yield();
     clock_.SleepUntil(waited + AnswerDelay);
     received = MSComm1.Input();
-    // A line that echoes has shown only that the frame left; its answer gets the whole wait from here.
+    // After an echo the answer gets the whole wait from here; an echo past the deadline is no answer.
     if (received != frame || clock_.Now() >= deadline) return true;
   }
 }
@@ -65,16 +83,19 @@ bool Quillon::AwaitFirstByte(double deadline) {
   return false;
 }
 
-int Quillon::JudgeAnswer(const Bytes& frame, const Bytes& received, std::string& answer, bool acceptShort) {
-  if (received.empty() || received == frame) return kNoAnswer;
-  const std::string text = ByteArrayToHex(received, false);
+/// One send's result. A checked answer goes into `answer` as hex digits; the short one leaves it as it was.
+ExchangeResult Quillon::JudgeAnswer(const Bytes& frame, const Bytes& received, std::string& answer,
+                                    ShortAnswer shortAnswer) {
+  if (received.empty() || received == frame) return ExchangeResult::kNoAnswer;
+  const std::string text = ByteArrayToHex(received);
   Log("Recu en String : " + text);
   const std::string digits = WithoutBlanks(text);
   if (CrcMatches(received, digits)) {
     answer = digits;
-    return kAnswered;
+    return ExchangeResult::kAnswered;
   }
-  return acceptShort && digits == kShortAnswer ? kAnswered : kBadAnswer;
+  const bool good = shortAnswer == ShortAnswer::kIsGood && digits == kShortAnswer;
+  return good ? ExchangeResult::kAnswered : ExchangeResult::kBadAnswer;
 }
 
 void Quillon::FlushInput() { MSComm1.Input(); }

@@ -7,7 +7,7 @@
 namespace quillon {
 
 Bytes CloseFrame(Bytes frame) {
-  const std::string crc = FrameCrc(ByteArrayToHex(frame, true));
+  const std::string crc = FrameCrc(ByteArrayToHex(CrcPart(frame)));
   const std::string_view digits = crc;
   frame.push_back(static_cast<std::uint8_t>(HexToNumber(digits.substr(0, 2))));
   frame.push_back(static_cast<std::uint8_t>(HexToNumber(digits.substr(2, 2))));

@@ -2,25 +2,24 @@
 
 #include <string>
 
+#include "link/exchange.h"
+
 namespace quillon {
 
-/// How an exchange ended; ReportFailure takes these and the refusals as failure codes.
-enum ExchangeResult {
-  kAnswered = 0,   ///< a checked answer came
-  kNoAnswer = 1,   ///< silence or echo on the last of three sends, or the operator cancelled
-  kBadAnswer = 2,  ///< a false CRC or too few bytes on the last of three sends
-};
-enum Refusal {
-  kRefused = 3,               ///< three answers came, none with the accepting code
-  kCommunicationFailure = 3,  ///< reported of a controller that refused while being programmed
-  kErasingFailure = 4,        ///< reported of a controller that refused to be erased or moved
+/// What ReportFailure tells of a controller. The first three are the results of an exchange.
+enum class FailureCode {
+  kNone = 0,
+  kNoAnswer = 1,
+  kCommunicationError = 2,
+  kCommunicationFailure = 3,  ///< it refused while being programmed
+  kErasingFailure = 4,        ///< it refused to be erased or moved
 };
 
-/// Exchanges that a command tries where the code of the answer matters.
-inline constexpr int kTries = 3;
+/// A status line tells the line's speed, or is brief.
+enum class StatusForm { kWithSpeed, kBrief };
 
-/// The log's line for a result of an exchange, or for 3, three refused answers; empty for any other code.
-std::string ExchangeResultText(int code);
+/// How a failed exchange is told; kNone for one that was answered.
+inline FailureCode FailureOf(ExchangeResult result) { return static_cast<FailureCode>(result); }
 
 /// "Controller 5": how all texts name a controller.
 std::string ControllerText(int y);

@@ -19,11 +19,13 @@ constexpr auto kCrcTable = [] {
 
 }  // namespace
 
-std::string ByteArrayToHex(std::span<const std::uint8_t> bytes, bool crcPart) {
+std::span<const std::uint8_t> CrcPart(std::span<const std::uint8_t> frame) {
   constexpr std::size_t kLengthIndex = 2;
-  if (crcPart && bytes.size() > kLengthIndex) {
-    bytes = bytes.first(std::min<std::size_t>(bytes.size(), bytes[kLengthIndex] + kLengthIndex + 1));
-  }
+  if (frame.size() <= kLengthIndex) return frame;
+  return frame.first(std::min<std::size_t>(frame.size(), frame[kLengthIndex] + kLengthIndex + 1));
+}
+
+std::string ByteArrayToHex(std::span<const std::uint8_t> bytes) {
   std::string text(3 * bytes.size(), ' ');
   char* out = text.data();
   for (const std::uint8_t byte : bytes) {

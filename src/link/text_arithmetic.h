@@ -21,9 +21,12 @@ inline constexpr auto kHexDigitValues = [] {
 
 inline unsigned HexDigit(char digit) { return kHexDigitValues[static_cast<unsigned char>(digit)]; }
 
-/// The byte text of all bytes; with `crcPart` of the bytes that a frame's CRC covers: 0 to N+2, where N is
-/// byte 2, or to the end where the array is shorter.
-std::string ByteArrayToHex(std::span<const std::uint8_t> bytes, bool crcPart);
+/// The byte text of all bytes.
+std::string ByteArrayToHex(std::span<const std::uint8_t> bytes);
+
+/// The bytes of a frame that its CRC covers: 0 to N+2, where N is byte 2, the length; all of them where the
+/// array is shorter.
+std::span<const std::uint8_t> CrcPart(std::span<const std::uint8_t> frame);
 
 /// The value of a hex text; empty text gives 0.
 double HexToNumber(std::string_view digits);

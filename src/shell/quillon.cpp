@@ -27,6 +27,7 @@ Quillon::Quillon(const Computer& computer)
       clock_(computer.clock),
       events_(computer.events),
       desk_(computer.desk) {
+  AddTriedSpeedBoxes();
   AddFrameLabels();
   AddControllerBoxes();
   Wire();

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <string>
 #include <vector>
@@ -17,6 +17,28 @@
 namespace quillon {
 
 inline constexpr int kControllers = 32;  ///< numbers 0 to 31
+
+/// The speeds of the line in bits per second, from the lowest up. The list of `Vitesse`, the boxes of the
+/// tried speeds and the speed search all follow this one.
+inline constexpr const char* kSpeeds[] = {"4800", "9600", "19200", "38400"};
+
+enum class ExchangeResult;  // link/exchange.h
+enum class ShortAnswer;
+enum class FailureCode;  // link/outcome.h
+enum class StatusForm;
+
+/// What a run does when one of its steps fails at run time.
+enum class OnFailure {
+  kEndRun,  ///< the failure ends the run, which shows it
+  kGoOn,    ///< the box shows the failure, and the next step is taken
+};
+
+/// How the speed search goes about a controller.
+struct Search {
+  OnFailure onFailure = OnFailure::kEndRun;                      ///< of the change of speed
+  enum class Takers { kTicked, kAny } takers = Takers::kTicked;  ///< kTicked: nobody after Cancel
+  enum class Row { kMarked, kKept } rowBetweenSpeeds = Row::kMarked;
+};
 
 /// What a run-error box says beside the failure itself.
 struct BoxWording {
@@ -69,12 +91,6 @@ class Quillon final : public Form {
                         {.text = "&Boot Info", .enabled = false, .picture = "boot-info"}};
   CommandButton ComClose{*this, "ComClose", {8040, 4320, 1095, 855}, {.text = "&Exit", .picture = "exit"}};
 
-  // Controls: which speeds the search has tried on the controller in hand; never shown.
-  CheckBox V4800{*this, "V4800", {6285, 840, 855, 195}, {.text = "V4800", .visible = false}};
-  CheckBox V9600{*this, "V9600", {6285, 1020, 855, 195}, {.text = "V9600", .visible = false}};
-  CheckBox V19200{*this, "V19200", {6285, 1200, 855, 195}, {.text = "V19200", .visible = false}};
-  CheckBox V38400{*this, "V38400", {6285, 1380, 855, 195}, {.text = "V38400", .visible = false}};
-
   // Controls: the line and the controllers, in their frame.
   Frame Frame1{*this, "Frame1", {120, 2280, 7815, 2655}, {.text = "  Controllers Selection  "}};
   ControlArray<Label> Label39;
@@ -110,12 +126,12 @@ class Quillon final : public Form {
   Message message;
 
   // Shared variables.
-  bool AbortRequested = false;  ///< the operator cancelled the run
-  double AnswerDelay = 0;  ///< seconds from the first byte of an answer to its reading; 0.5 from start on
-  std::string AppFolder;   ///< the program's folder, with a separator behind it
+  bool AbortRequested = false;        ///< the operator cancelled the run
+  double AnswerDelay = 0;             ///< seconds from the first byte of an answer to its reading
+  std::string AppFolder;              ///< the program's folder, with a separator behind it
   std::string DownloadSettings;       ///< line settings of the programming phase
   int CurrentController = 0;          ///< loop variable of the workflows
-  Bytes FrameBuffer;                  ///< the frame in hand
+  Bytes FrameBuffer;                  ///< the current message's frame
   std::string AnswerText;             ///< the last checked answer, as hex digits
   bool BootProtocolFallback = false;  ///< Boot Info sends protocol byte 0x40 from now on
 
@@ -145,6 +161,10 @@ class Quillon final : public Form {
   /// The same, after a sleep until there is something to look at: an event, a received byte, or `time`.
   void YieldUntil(double time);
 
+  /// Takes a step. When it fails at run time the run-error box shows the failure, and the caller goes on with
+  /// its next step; a whole workflow taken as one step thus ends at its first failure. True: it did not fail.
+  bool Try(const std::function<void()>& step, const BoxWording& wording = {});
+
   // Link: the exchange (exchange.cpp).
 
   /// Sends one closed frame and waits for its answer, up to three times.
@@ -155,24 +175,23 @@ class Quillon final : public Form {
   ///
   /// A send costs the time to the first byte, or the time-out, and the pause.
   ///
-  /// Returns 0, a checked answer: `answer` holds its hex digits (the short answer 68 2F, taken only with
-  /// `acceptShort`, leaves it alone); 1, silence or the frame's own echo on the third send, or Cancel; 2, a
-  /// bad answer on the third send. Logs each answer and the result, but nothing on Cancel.
-  /// Raises RunError when the port fails or `Text1` is no number; `answer` is then unchanged.
-  int SendFrame(const Bytes& frame, std::string& answer, bool acceptShort);
+  /// kAnswered: `answer` holds the answer's hex digits; the short answer 68 2F leaves it as it was.
+  /// kNoAnswer, kBadAnswer: the third send failed so, or the operator cancelled. Logs each answer and the
+  /// result, but nothing on Cancel. Raises RunError when the port fails or `Text1` is no number; `answer` is
+  /// then as it was.
+  ExchangeResult SendFrame(const Bytes& frame, std::string& answer, ShortAnswer shortAnswer);
 
   /// Drops all received bytes that wait.
   void FlushInput();
 
   // Link: outcome reporting (outcome.cpp).
 
-  /// Shows how an exchange with controller `y` ended: 0 empties its row; 1 no answer, 2 communication error,
-  /// 3 communication failure, 4 erasing failure show a status line for two seconds, then red words in the
-  /// row. Other codes do nothing. Raises RunError 9 for a `y` outside 0 to 31.
-  void ReportFailure(int y, int code);
+  /// Shows how an exchange with controller `y` ended. kNone empties its row. The others show a status line
+  /// for two seconds, then red words in the row. Raises RunError 9 for a `y` outside 0 to 31.
+  void ReportFailure(int y, FailureCode code);
 
-  /// Shows a status line on `Message` and goes on; with `brief` it tells no speed.
-  void ShowProgress(const std::string& text, bool brief);
+  /// Shows a status line on `Message` and goes on.
+  void ShowProgress(const std::string& text, StatusForm form);
 
   /// Shows a failure on `Message` and holds for two seconds, yielding; a cancel does not cut them short.
   void ShowProgressPaused(const std::string& text);
@@ -180,13 +199,13 @@ class Quillon final : public Form {
   /// Row `y` goes back to black, not bold. Its texts and backgrounds stay.
   void MarkController(int y);
 
-  /// Takes a step. When it fails at run time the run-error box shows the failure, and the caller goes on with
-  /// its next step; a whole workflow taken as one step thus ends at its first failure. True: it did not fail.
-  bool Try(const std::function<void()>& step, const BoxWording& wording = {});
+  // Link: the log (log.cpp).
 
   /// Writes a line to the log. A log that can't be written shows the run-error box, once: the tool then works
   /// without one.
   void Log(const std::string& line);
+  /// The same for a message: what it is for, then its frame.
+  void LogFrame(const std::string& line, const Bytes& frame);
 
   // Image (hex_file.cpp).
 
@@ -229,7 +248,7 @@ class Quillon final : public Form {
   void Cmd3to4_Click();
   void Cmd4to3_Click();
 
-  // Workflows: the speed search (run_frame.cpp). A controller gets at most one attempt at each of the four
+  // Workflows: the speed search (speed_search.cpp). A controller gets at most one attempt at each of the four
   // speeds: first the one that stands in `Vitesse`, then the others from the lowest up.
 
   void ResetTriedSpeeds();
@@ -253,58 +272,60 @@ class Quillon final : public Form {
   void EnableDownloads(bool enabled);
 
   // Link.
+  void StartLink();
   bool AwaitAnswer(const Bytes& frame, double timeout, Bytes& received);
   bool AwaitFirstByte(double deadline);
-  int JudgeAnswer(const Bytes& frame, const Bytes& received, std::string& answer, bool acceptShort);
+  ExchangeResult JudgeAnswer(const Bytes& frame, const Bytes& received, std::string& answer,
+                             ShortAnswer shortAnswer);
+  void OpenLog();
+  void CloseLog();
   void ShowStatus(const Picture& picture, const std::string& line);
   void ClearRow(int y);
   void PaintRow(int y, int foreColor, bool bold);
 
   // Commands.
 
-  /// A log line of a message, and behind it the frame in hand.
-  void LogMessage(const std::string& line);
-  /// ProtocolNumber, or 0 behind the run-error box when the box `Protocol` holds no usable number.
+  /// ProtocolNumber, or 0 after the run-error box when the box `Protocol` holds no usable number.
   std::uint8_t ProtocolByteOrBox();
-  /// Sends the frame in hand until an answer carries the accepting code, in up to three exchanges. Gives 0
-  /// for it, 1 or 2 for an exchange that failed, 3 for three other answers. `onResult` gets the result of
-  /// each exchange. Raises RunError like SendFrame.
-  int SendForAcknowledge(const std::function<void(int result)>& onResult = {});
+  /// Sends a frame until an answer carries the accepting code, in up to three exchanges. kAnswered: it was
+  /// accepted. kRefused: three answers came, none with that code. Others: an exchange failed so. `onResult`
+  /// gets the result of each exchange. Raises RunError like SendFrame.
+  ExchangeResult SendForAcknowledge(const Bytes& frame,
+                                    const std::function<void(ExchangeResult result)>& onResult = {});
 
   struct RequestTexts {
     const char* acknowledgedLog;
-    const char* acknowledgedStatus;  ///< behind the controller's name
+    const char* acknowledgedStatus;  ///< after the controller's name
     const char* refusedLog;
     std::string errorTitle = BoxWording().title;
   };
-  /// Has `y` acknowledge the frame in hand, and shows how that went in its row. Closes `Message`.
-  bool RequestAcknowledge(int y, const RequestTexts& texts);
+  /// Has `y` acknowledge a frame, and shows how that went in its row. Closes `Message`.
+  bool RequestAcknowledge(int y, const Bytes& frame, const RequestTexts& texts);
   bool ReadFlash(int y);
   void FillRow(int y, std::size_t versionByte);
-  void BroadcastBatch();
-  bool BatchTaken(int y);
-  /// Has `y` confirm the image's checksum; the result is that of SendForAcknowledge.
-  int SendFullChecksum(int y, const char* status, const char* logLine);
+  void BroadcastBatch(const Bytes& frame);
+  bool SendBatch(int y, const Bytes& frame);
+  ExchangeResult SendFullChecksum(int y, const char* status, const char* logLine);
   void ConfirmImage(int y);
 
-  // Workflows: what runs share (run_frame.cpp).
+  // Workflows: the frame of a run (run_frame.cpp).
 
-  /// Rows marked, an earlier Cancel forgotten, `Info` prepared under its title and shown.
-  void PrepareRun(const std::string& title, bool withFileChecksum);
-  void MarkAllControllers();
-  /// Raises RunError when `Protocol` holds no number from 0 to 254.
-  void RequireProtocol() const;
+  void TakeStep(OnFailure onFailure, const std::function<void()>& step);
+
+  /// What `Info` shows of a run.
+  enum class Table { kNone, kFlashInfo, kBootInfo };
+  /// The opening of a run: rows marked, an earlier Cancel forgotten, `Info` shown, the port selected and
+  /// open.
+  void OpenRun(Table table, OnFailure onFailure = OnFailure::kEndRun);
+  void ShowTable(Table table);
   /// Selects the port of `ComPort`. Raises RunError 13 when none is selected.
   void SelectPort();
-  /// The opening of a run that ends at its first failure.
-  void OpenRun();
-  void EndRun();
 
-  enum class Turn { kDone, kSkipped, kNoSpeedLeft };
-  /// Tries `command` on controller `i` at the speeds of the search until it succeeds. Skips a controller that
-  /// is not ticked, and all of them after Cancel.
-  Turn TakeTurn(int i, const std::function<bool()>& command, bool markBetweenSpeeds = true);
-  bool TakesPart(int i) const;
+  enum class Next { kController, kEnd };
+  /// Takes a step for each controller in the order of their numbers. `i` is `CurrentController`. Returns kEnd
+  /// when a step did.
+  Next ForEachController(const std::function<Next(int& i)>& step);
+  void EndRun();
 
   /// The image's protocol takes effect: from here on `Protocol` speaks to the new firmware.
   void TakeImageProtocol();
@@ -313,20 +334,31 @@ class Quillon final : public Form {
   /// Holds the row of `y` against the file's checksum: tells that the programming is OK, or marks the row.
   void CompareWithFile(int y);
 
+  // Workflows: the speed search (speed_search.cpp).
+
+  void AddTriedSpeedBoxes();
+  /// Whether controller `i` is ticked, and no Cancel came.
+  bool TakesPart(int i) const;
+
+  enum class Turn { kDone, kSkipped, kNoSpeedLeft };
+  /// Tries `command` on controller `i` at one speed after the other until it succeeds.
+  Turn SearchSpeed(int i, const std::function<bool()>& command, const Search& search = {});
+
   // Workflows: steps of their own.
   bool EraseTicked();
   bool ProgramAll();
   void CheckTicked();
-  bool DownloadTo(int i);
-  Turn EraseForDownload(int i);
-  bool CheckDownload(int i);
-  bool AskForBoot(int i);
-  bool TryBootOtherwise(int i);
+  Next DownloadTo(int& i);
+  Turn EraseForDownload(int& i);
+  Turn CheckDownload(int& i);
+  enum class Attempt { kDone, kAgain };
+  Attempt AskForBoot(int i);
+  Attempt TryBootOtherwise(int i);
   void Detect(int i);
   void MoveTicked(bool (Quillon::*command)(int& y), const char* errorTitle);
 
   ControlArray<Label> numbers_;
-  const std::array<CheckBox*, 4> speedBoxes_{&V4800, &V9600, &V19200, &V38400};  // from the lowest speed up
+  std::deque<CheckBox> triedSpeeds_;  // one for each speed of the list; never shown
 
   Clock& clock_;
   Events& events_;
@@ -337,7 +369,7 @@ class Quillon final : public Form {
   bool ending_ = false;
   bool ended_ = false;
   int yieldDepth_ = 0;     // handlers run inside yields, and yield in turn
-  int runYieldDepth_ = 0;  // the depth at which the run in hand began
+  int runYieldDepth_ = 0;  // the depth at which the current run began
 };
 
 }  // namespace quillon

@@ -6,7 +6,6 @@
 namespace quillon {
 namespace {
 
-constexpr double kAnswerDelay = 0.5;  // seconds
 constexpr int kPorts = 99;
 constexpr const char* kStandardSpeed = "9600";  // bits per second
 
@@ -35,17 +34,16 @@ void Quillon::Form_Load() {
   DownloadSettings = DownloadSpeed(AppFolder) + ",N,8,2";
   SetCaption(" Quillon version " QUILLON_VERSION);
   for (int port = 1; port <= kPorts; ++port) ComPort.AddItem("COM " + std::to_string(port));
-  for (const char* speed : {"4800", "9600", "19200", "38400"}) Vitesse.AddItem(speed);
-  Try([this] { log_.Open(PathInFolder(AppFolder, "Log.txt")); });
+  for (const char* speed : kSpeeds) Vitesse.AddItem(speed);
+  OpenLog();
   ReadConfig();
-  AnswerDelay = kAnswerDelay;
   Check1.SetValue(CheckBox::kTicked);
-  MSComm1.SetInputMode(SerialControl::kText);
+  StartLink();
 }
 
 void Quillon::Form_Unload() {
   if (std::exchange(ended_, true)) return;
-  Try([this] { log_.Close(); });
+  CloseLog();
   if (Check1.Ticked()) Try([this] { SaveConfig(); });
   MSComm1.SetPortOpen(false);
   message.Hide();

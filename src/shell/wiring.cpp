@@ -62,22 +62,4 @@ void Quillon::RequestEnd() {
   if (!runUnderWay_) Form_Unload();
 }
 
-void Quillon::Yield() {
-  ServeEvents([this] { events_.Yield(); });
-}
-
-void Quillon::YieldUntil(double time) {
-  ServeEvents([this, time] { events_.YieldUntil(time); });
-}
-
-void Quillon::ServeEvents(const std::function<void()>& onePass) {
-  ++yieldDepth_;
-  {
-    const Finally back([this] { --yieldDepth_; });
-    onePass();
-  }
-  // A handler that runs inside a yield of the run must return through the windows first.
-  if (ending_ && runUnderWay_ && yieldDepth_ == runYieldDepth_) throw RunUnwound{};
-}
-
 }  // namespace quillon

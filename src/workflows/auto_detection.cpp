@@ -1,19 +1,22 @@
-#include "commands/flash_check.h"
-#include "link/outcome.h"
+// Auto: who is on the line? Every number is asked at every speed, and its box ticked when it answers. A
+// station that is there answers at once, so the wait for each is short; on an empty line the run still takes
+// minutes.
+#include "commands/frames.h"
+#include "link/exchange.h"
 #include "platform/finally.h"
 #include "shell/quillon.h"
 
 namespace quillon {
 namespace {
 
-constexpr const char* kTimeOut = "50";  // milliseconds: who is there answers at once
+constexpr const char* kTimeOut = "50";  // milliseconds
 
 }  // namespace
 
 void Quillon::Auto_Click() {
   const std::string timeOut = Text1.Text();
   const std::string speed = Vitesse.Text();
-  // By whatever way the run ends: the settings are the operator's.
+  // However the run ends: the settings are the operator's.
   const Finally putBack([&] {
     Auto.SetEnabled(true);
     Text1.SetText(timeOut);
@@ -27,8 +30,10 @@ void Quillon::Auto_Click() {
   Try([this] {
     SelectPort();
     MSComm1.SetPortOpen(true);
-    for (CurrentController = 0; CurrentController < kControllers; ++CurrentController)
-      Detect(CurrentController);
+    ForEachController([this](int& i) {
+      Detect(i);
+      return Next::kController;
+    });
   });
   MSComm1.SetPortOpen(false);
   message.Unload();
@@ -43,7 +48,7 @@ void Quillon::Detect(int i) {
     if (AbortRequested) return;
     FrameBuffer = FlashCheckFrame(ProtocolNumber(), i);
     Log("Message : AutoDetection $73");
-    if (SendFrame(FrameBuffer, AnswerText, false) == kAnswered) {
+    if (SendFrame(FrameBuffer, AnswerText, ShortAnswer::kIsBad) == ExchangeResult::kAnswered) {
       C(i).SetValue(CheckBox::kTicked);
       return;
     }

@@ -1,3 +1,9 @@
+// Boot Info: version and checksum of each controller's boot code.
+//
+// The boot code of some controllers knows the fixed protocol byte alone, whatever their firmware speaks.
+// After the first silence the whole run, and each later one, therefore asks with that byte; only then do the
+// other speeds get their turn.
+#include "commands/frames.h"
 #include "link/frame.h"
 #include "link/outcome.h"
 #include "shell/quillon.h"
@@ -5,8 +11,7 @@
 namespace quillon {
 namespace {
 
-constexpr std::uint8_t kBootCheck = 0x50;  // sub-code of the message $75
-constexpr std::size_t kAnswerDigits = 26;  // the one form of answer
+constexpr std::size_t kAnswerDigits = 26;  // the short form of the answer to $73 is the only one here
 constexpr std::size_t kVersionByte = 5;
 
 }  // namespace
@@ -14,45 +19,43 @@ constexpr std::size_t kVersionByte = 5;
 void Quillon::ComBoot_Click() {
   Try(
       [this] {
-        PrepareRun("Boot Info", false);
-        SelectPort();
-        MSComm1.SetPortOpen(true);
-        for (CurrentController = 0; CurrentController < kControllers; ++CurrentController) {
+        OpenRun(Table::kBootInfo);
+        ForEachController([this](int& i) {
           ResetTriedSpeeds();
-          while (AskForBoot(CurrentController)) {
+          while (AskForBoot(i) == Attempt::kAgain) {
           }
-        }
+          return Next::kController;
+        });
         EndRun();
       },
       {.addition = "\r\n comBoot_Click"});
 }
 
-/// Asks controller `i` once. True: it is to be asked again, at the speed and protocol byte that stand now.
-bool Quillon::AskForBoot(int i) {
+/// Asks controller `i` once, at the speed and protocol byte that stand now.
+Quillon::Attempt Quillon::AskForBoot(int i) {
   ApplySpeed();
-  if (!TakesPart(i)) return false;
-  const std::uint8_t protocol = BootProtocolFallback ? kFixedProtocol : ProtocolNumber();
-  FrameBuffer = CloseFrame({protocol, static_cast<std::uint8_t>(i), 4, 0x75, 0xAA, 0x55, kBootCheck});
-  ShowProgress(ControllerText(i) + " : Checking Boot ", false);
-  LogMessage("Message Checking BOOT");
-  const int result = SendFrame(FrameBuffer, AnswerText, false);
-  ReportFailure(i, result);
-  if (result != kAnswered) return TryBootOtherwise(i);
-  if (AnswerText.size() != kAnswerDigits) return true;
+  if (!TakesPart(i)) return Attempt::kDone;
+  FrameBuffer = BootCheckFrame(BootProtocolFallback ? kFixedProtocol : ProtocolNumber(), i);
+  ShowProgress(ControllerText(i) + " : Checking Boot ", StatusForm::kWithSpeed);
+  LogFrame("Message Checking BOOT", FrameBuffer);
+  const ExchangeResult result = SendFrame(FrameBuffer, AnswerText, ShortAnswer::kIsBad);
+  ReportFailure(i, FailureOf(result));
+  if (result != ExchangeResult::kAnswered) return TryBootOtherwise(i);
+  if (AnswerText.size() != kAnswerDigits) return Attempt::kAgain;
   FillRow(i, kVersionByte);
-  return false;
+  return Attempt::kDone;
 }
 
 /// After a failed exchange: with the fixed protocol byte in `Protocol`, the other speeds; with any other, the
-/// fixed one from now on, at this speed, until an answer or Cancel. False: nothing is left.
-bool Quillon::TryBootOtherwise(int i) {
+/// fixed one from now on, at this speed, until an answer or Cancel.
+Quillon::Attempt Quillon::TryBootOtherwise(int i) {
   if (ProtocolNumber() != kFixedProtocol) {
     BootProtocolFallback = true;
-    return true;
+    return Attempt::kAgain;
   }
-  if (!NextUntriedSpeed()) return false;
+  if (!NextUntriedSpeed()) return Attempt::kDone;
   MarkController(i);
-  return true;
+  return Attempt::kAgain;
 }
 
 }  // namespace quillon

@@ -1,13 +1,15 @@
+// Flash Info: version and checksum of each ticked controller's flash.
 #include "shell/quillon.h"
 
 namespace quillon {
 
 void Quillon::ComInfo_Click() {
   Try([this] {
-    OpenRun();
-    for (CurrentController = 0; CurrentController < kControllers; ++CurrentController) {
-      TakeTurn(CurrentController, [this] { return FlashCheck(CurrentController); });
-    }
+    OpenRun(Table::kFlashInfo);
+    ForEachController([this](int& i) {
+      SearchSpeed(i, [&] { return FlashCheck(i); });
+      return Next::kController;
+    });
     EndRun();
   });
 }

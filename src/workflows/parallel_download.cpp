@@ -1,3 +1,7 @@
+// Download (Parallel): erase each ticked controller, stream the image once to all of them, check each.
+//
+// One controller that can't be erased ends the run before the first batch. The batches are heard by all: it
+// would take them into a flash that still holds the old image.
 #include "link/outcome.h"
 #include "shell/quillon.h"
 
@@ -5,7 +9,7 @@ namespace quillon {
 
 void Quillon::ComLoad_Click() {
   Try([this] {
-    OpenRun();
+    OpenRun(Table::kFlashInfo);
     if (EraseTicked() && ProgramAll()) {
       TakeImageProtocol();
       TakeImageSpeed();
@@ -17,18 +21,17 @@ void Quillon::ComLoad_Click() {
 
 /// False: the run is over, cancelled or stopped by a controller that acknowledges at no speed.
 bool Quillon::EraseTicked() {
-  for (CurrentController = 0; CurrentController < kControllers; ++CurrentController) {
-    const int i = CurrentController;
-    const auto erase = [this, i] {
-      ShowProgress(ControllerText(i) + " : Erasing ", false);
+  const Next next = ForEachController([this](int& i) {
+    const Turn turn = SearchSpeed(i, [&] {
+      ShowProgress(ControllerText(i) + " : Erasing ", StatusForm::kWithSpeed);
       Yield();
       FlushInput();
-      return FlashErase(CurrentController);
-    };
-    const Turn turn = TakeTurn(i, erase);
+      return FlashErase(i);
+    });
     if (turn == Turn::kDone) MarkController(i);
-    if (turn == Turn::kNoSpeedLeft) return false;
-  }
+    return turn == Turn::kNoSpeedLeft ? Next::kEnd : Next::kController;
+  });
+  if (next == Next::kEnd) return false;
   FlushInput();
   return !AbortRequested;
 }
@@ -42,13 +45,14 @@ bool Quillon::ProgramAll() {
 }
 
 void Quillon::CheckTicked() {
-  for (CurrentController = 0; CurrentController < kControllers; ++CurrentController) {
-    const auto check = [this] {
-      if (RUD3.Ticked()) SendP4(CurrentController);
-      return FlashCheck(CurrentController);
+  ForEachController([this](int& i) {
+    const auto check = [&] {
+      if (RUD3.Ticked()) SendP4(i);
+      return FlashCheck(i);
     };
-    if (TakeTurn(CurrentController, check, false) == Turn::kDone) CompareWithFile(CurrentController);
-  }
+    if (SearchSpeed(i, check, {.rowBetweenSpeeds = Search::Row::kKept}) == Turn::kDone) CompareWithFile(i);
+    return Next::kController;
+  });
 }
 
 }  // namespace quillon

@@ -1,4 +1,5 @@
-// What runs share: their opening, the search for a controller's speed, and the compare at their end.
+// The frame of a run: its opening, its loop over the controllers, what the image changes on the way, and its
+// end.
 #include <string>
 
 #include "link/outcome.h"
@@ -11,27 +12,37 @@ namespace {
 
 constexpr std::size_t kPortNumberDigit = 4;  // "COM 7": where the number begins
 
-/// The speed that a tried-speed box stands for: "V9600" is "9600".
-std::string SpeedOf(const CheckBox& box) { return box.Caption().substr(1); }
-
 }  // namespace
 
-void Quillon::PrepareRun(const std::string& title, bool withFileChecksum) {
-  MarkAllControllers();
+void Quillon::TakeStep(OnFailure onFailure, const std::function<void()>& step) {
+  if (onFailure == OnFailure::kGoOn) {
+    Try(step);
+  } else {
+    step();
+  }
+}
+
+void Quillon::OpenRun(Table table, OnFailure onFailure) {
+  for (int i = 0; i < kControllers; ++i) MarkController(i);
   AbortRequested = false;
+  if (table != Table::kNone) ShowTable(table);
+  // Boot Info can do without: it looks at `Protocol` when it asks.
+  if (table != Table::kBootInfo) TakeStep(onFailure, [this] { ProtocolNumber(); });
+  TakeStep(onFailure, [this] { SelectPort(); });
+  TakeStep(onFailure, [this] { MSComm1.SetPortOpen(true); });
+}
+
+/// Prepares `Info` and shows it. Boot Info holds its rows against nothing.
+void Quillon::ShowTable(Table table) {
+  const bool flash = table == Table::kFlashInfo;
+  const char* title = flash ? "Flash Info" : "Boot Info";
   info.FileCheksum.SetText(FileCheksum.Text());
   info.SetCaption(title);
   info.Titre.SetText(title);
-  info.Label41.SetVisible(withFileChecksum);
-  info.FileCheksum.SetVisible(withFileChecksum);
+  info.Label41.SetVisible(flash);
+  info.FileCheksum.SetVisible(flash);
   info.Show();
 }
-
-void Quillon::MarkAllControllers() {
-  for (int i = 0; i < kControllers; ++i) MarkController(i);
-}
-
-void Quillon::RequireProtocol() const { ProtocolNumber(); }
 
 void Quillon::SelectPort() {
   MSComm1.SetPortOpen(false);  // an earlier run that failed may have left it open
@@ -43,50 +54,16 @@ void Quillon::SelectPort() {
   MSComm1.SetCommPort(ToInteger(name.substr(kPortNumberDigit), "Com Port"));
 }
 
-void Quillon::OpenRun() {
-  PrepareRun("Flash Info", true);
-  RequireProtocol();
-  SelectPort();
-  MSComm1.SetPortOpen(true);
+Quillon::Next Quillon::ForEachController(const std::function<Next(int& i)>& step) {
+  for (CurrentController = 0; CurrentController < kControllers; ++CurrentController) {
+    if (step(CurrentController) == Next::kEnd) return Next::kEnd;
+  }
+  return Next::kController;
 }
 
 void Quillon::EndRun() {
   message.Unload();
   MSComm1.SetPortOpen(false);
-}
-
-void Quillon::ResetTriedSpeeds() {
-  for (CheckBox* box : speedBoxes_) box->SetValue(CheckBox::kUnticked);
-}
-
-void Quillon::ApplySpeed() {
-  const std::string& speed = Vitesse.Text();
-  // Ticked first: a search on a line that fails must come to its end too.
-  for (CheckBox* box : speedBoxes_) {
-    if (SpeedOf(*box) == speed) box->SetValue(CheckBox::kTicked);
-  }
-  MSComm1.SetSettings(speed + ",N,8,2");
-}
-
-bool Quillon::NextUntriedSpeed() {
-  for (const CheckBox* box : speedBoxes_) {
-    if (box->Ticked()) continue;
-    Vitesse.SetText(SpeedOf(*box));
-    return true;
-  }
-  return false;
-}
-
-bool Quillon::TakesPart(int i) const { return C(i).Ticked() && !AbortRequested; }
-
-Quillon::Turn Quillon::TakeTurn(int i, const std::function<bool()>& command, bool markBetweenSpeeds) {
-  for (ResetTriedSpeeds();;) {
-    ApplySpeed();
-    if (!TakesPart(i)) return Turn::kSkipped;
-    if (command()) return Turn::kDone;
-    if (!NextUntriedSpeed()) return Turn::kNoSpeedLeft;
-    if (markBetweenSpeeds) MarkController(i);
-  }
 }
 
 void Quillon::TakeImageProtocol() {
@@ -101,7 +78,7 @@ void Quillon::CompareWithFile(int y) {
   TextBox& version = info.Ver(y);
   TextBox& checksum = info.CkSum(y);
   if (checksum.Text() == info.FileCheksum.Text()) {
-    ShowProgress(ControllerText(y) + " : Programming OK", false);
+    ShowProgress(ControllerText(y) + " : Programming OK", StatusForm::kWithSpeed);
     return;
   }
   version.SetForeColor(colour::kRed);

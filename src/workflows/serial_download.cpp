@@ -1,61 +1,55 @@
+// Download (Serial): each ticked controller erased, programmed batch by batch and checked before the next
+// one.
+//
+// A step that fails at run time shows its box, and the next step is taken: the controller that was erased a
+// moment ago shall not be left empty because the status of the port could not be read once.
 #include "link/outcome.h"
 #include "shell/quillon.h"
 
 namespace quillon {
 
-// Each step here is taken on its own: one that fails at run time shows its box, and the next one is taken.
-
 void Quillon::ComLoad00_Click() {
-  PrepareRun("Flash Info", true);
-  Try([this] { RequireProtocol(); });
-  Try([this] { SelectPort(); });
-  Try([this] { MSComm1.SetPortOpen(true); });
-  bool goOn = true;
-  for (CurrentController = 0; goOn && CurrentController < kControllers; ++CurrentController) {
-    if (C(CurrentController).Ticked()) goOn = DownloadTo(CurrentController);
-  }
+  OpenRun(Table::kFlashInfo, OnFailure::kGoOn);
+  ForEachController([this](int& i) { return C(i).Ticked() ? DownloadTo(i) : Next::kController; });
   Try([this] { EndRun(); });
 }
 
-/// False: the run is over, cancelled or stopped by a controller that acknowledges at no speed.
-bool Quillon::DownloadTo(int i) {
+/// kEnd: the run is over, cancelled or stopped by a controller that acknowledges at no speed.
+Quillon::Next Quillon::DownloadTo(int& i) {
   const Turn erased = EraseForDownload(i);
-  if (erased == Turn::kSkipped) return true;
-  if (erased == Turn::kNoSpeedLeft) return false;
+  if (erased == Turn::kSkipped) return Next::kController;
+  if (erased == Turn::kNoSpeedLeft) return Next::kEnd;
   MarkController(i);
   Try([this] { FlushInput(); });
-  if (AbortRequested) return false;
+  if (AbortRequested) return Next::kEnd;
   if (!useBB.Ticked()) Try([this] { MSComm1.SetSettings(DownloadSettings); });
   int y = i;
   FlashProg00(y);
   Try([this] { FlushInput(); });
-  if (AbortRequested) return false;
+  if (AbortRequested) return Next::kEnd;
   TakeImageProtocol();
   Try([this] { TakeImageSpeed(); });
-  if (CheckDownload(i)) CompareWithFile(i);
-  return true;
+  if (CheckDownload(i) == Turn::kDone) CompareWithFile(i);
+  return Next::kController;
 }
 
-Quillon::Turn Quillon::EraseForDownload(int i) {
-  for (ResetTriedSpeeds();; MarkController(i)) {
-    Try([this] { ApplySpeed(); });
-    if (!TakesPart(i)) return Turn::kSkipped;
-    ShowProgress(ControllerText(i) + " : Erasing ", false);
+Quillon::Turn Quillon::EraseForDownload(int& i) {
+  const auto erase = [&] {
+    ShowProgress(ControllerText(i) + " : Erasing ", StatusForm::kWithSpeed);
     Yield();
     Try([this] { FlushInput(); });
-    if (FlashErase(CurrentController)) return Turn::kDone;
-    if (!NextUntriedSpeed()) return Turn::kNoSpeedLeft;
-  }
+    return FlashErase(i);
+  };
+  return SearchSpeed(i, erase, {.onFailure = OnFailure::kGoOn});
 }
 
-/// What was programmed is read back whatever the operator does meanwhile; false: at no speed.
-bool Quillon::CheckDownload(int i) {
-  for (ResetTriedSpeeds();; MarkController(i)) {
-    Try([this] { ApplySpeed(); });
-    if (RUD3.Ticked()) SendP4(CurrentController);
-    if (FlashCheck(CurrentController)) return true;
-    if (!NextUntriedSpeed()) return false;
-  }
+/// What was programmed is read back, whatever the operator cancels or unticks meanwhile.
+Quillon::Turn Quillon::CheckDownload(int& i) {
+  const auto check = [&] {
+    if (RUD3.Ticked()) SendP4(i);
+    return FlashCheck(i);
+  };
+  return SearchSpeed(i, check, {.onFailure = OnFailure::kGoOn, .takers = Search::Takers::kAny});
 }
 
 }  // namespace quillon

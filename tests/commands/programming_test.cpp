@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "commands/command_bench.h"
-#include "commands/programming.h"
+#include "commands/frames.h"
 
 namespace quillon::test {
 namespace {

@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
+#include "link/exchange.h"
 #include "support/bench.h"
 
 namespace quillon::test {
 namespace {
+
+using enum ExchangeResult;
 
 using Log = std::vector<std::string>;
 using Replies = std::vector<std::vector<Reply>>;
@@ -30,13 +33,13 @@ struct ExchangeCase {
   const char* name;
   int timeOut;      // ms
   Replies replies;  // to each sending in turn, timed from it
-  int result;
+  ExchangeResult result;
   std::size_t sends;
   Nanoseconds endsAt;
   Log log;
   std::string answer = "before";
   Nanoseconds cancelAt = 0ms;  // 0: not at all
-  bool acceptShort = false;
+  ShortAnswer shortAnswer = ShortAnswer::kIsBad;
 };
 void PrintTo(const ExchangeCase& row, std::ostream* out) { *out << row.name; }
 
@@ -47,7 +50,9 @@ class OpenLine : public Bench {
 
   std::string answer = "before";
 
-  int Send(bool acceptShort = false) { return tool.SendFrame(kFrame, answer, acceptShort); }
+  ExchangeResult Send(ShortAnswer shortAnswer = ShortAnswer::kIsBad) {
+    return tool.SendFrame(kFrame, answer, shortAnswer);
+  }
 };
 
 class ExchangeOutcome : public testing::TestWithParam<ExchangeCase> {};
@@ -59,7 +64,7 @@ TEST_P(ExchangeOutcome, HasResultSendsEndAndLog) {
   line.world.script.assign(row.replies.begin(), row.replies.end());
   if (row.cancelAt > 0ms) line.CancelAt(row.cancelAt);
 
-  EXPECT_EQ(line.Send(row.acceptShort), row.result);
+  EXPECT_EQ(line.Send(row.shortAnswer), row.result);
 
   EXPECT_EQ(line.answer, row.answer);
   EXPECT_EQ(line.Sent(), std::vector<std::string>(row.sends, "9600 40050173F8A904"));
@@ -73,35 +78,35 @@ const char* const kTaken = "40050161CADA04";
 // clang-format off
 const ExchangeCase kTable[] = {
     // name, time-out, replies, result, sends, ends at, log, answer
-    {"Prompt", 500, {{{10ms, kGood}}}, 0, 1, 510ms, kGoodLog, kTaken},
-    {"InPieces", 500, {{{10ms, kHead}, {509ms, kTail}}}, 0, 1, 510ms, kGoodLog, kTaken},
-    {"LateTakenForTheSecondSend", 500, {{{1200ms, kGood}}}, 0, 2, 1700ms, kGoodLog, kTaken},
-    {"BadBadGood", 500, {{{10ms, kBad}}, {{10ms, kBad}}, {{10ms, kGood}}}, 0, 3, 1530ms,
+    {"Prompt", 500, {{{10ms, kGood}}}, kAnswered, 1, 510ms, kGoodLog, kTaken},
+    {"InPieces", 500, {{{10ms, kHead}, {509ms, kTail}}}, kAnswered, 1, 510ms, kGoodLog, kTaken},
+    {"LateTakenForTheSecondSend", 500, {{{1200ms, kGood}}}, kAnswered, 2, 1700ms, kGoodLog, kTaken},
+    {"BadBadGood", 500, {{{10ms, kBad}}, {{10ms, kBad}}, {{10ms, kGood}}}, kAnswered, 3, 1530ms,
      {kBadRead, kBadRead, kGoodRead, kOk}, kTaken},
-    {"TwoEchoesThenAnswer", 1000, {{{2ms, kFrame}, {600ms, kFrame}, {1900ms, kGood}}}, 0, 1, 2400ms,
+    {"TwoEchoesThenAnswer", 1000, {{{2ms, kFrame}, {600ms, kFrame}, {1900ms, kGood}}}, kAnswered, 1, 2400ms,
      kGoodLog, kTaken},
-    {"EchoOnlyThenGood", 500, {{{2ms, kFrame}}, {{10ms, kGood}}}, 0, 2, 1012ms, kGoodLog, kTaken},
-    {"ShortTaken", 500, {{{10ms, {0x68, 0x2F}}}}, 0, 1, 510ms,
-     {"Recu en String : 68 2F ", kOk}, "before", 0ms, true},
+    {"EchoOnlyThenGood", 500, {{{2ms, kFrame}}, {{10ms, kGood}}}, kAnswered, 2, 1012ms, kGoodLog, kTaken},
+    {"ShortTaken", 500, {{{10ms, {0x68, 0x2F}}}}, kAnswered, 1, 510ms,
+     {"Recu en String : 68 2F ", kOk}, "before", 0ms, ShortAnswer::kIsGood},
 
-    {"Silence", 500, {}, 1, 3, 3000ms, {kNone}},
-    {"OnlyEcho", 500, Thrice({{2ms, kFrame}}), 1, 3, 1506ms, {kNone}},
-    {"CancelInTheFirstWait", 500, {}, 1, 1, 100ms, {}, "before", 100ms},
-    {"CancelInTheWaitAfterEcho", 2000, {{{2ms, kFrame}}}, 1, 1, 1000ms, {}, "before", 1000ms},
-    {"CancelInABadAnswersPause", 500, {{{10ms, kBad}}}, 1, 2, 510ms, {kBadRead}, "before", 200ms},
+    {"Silence", 500, {}, kNoAnswer, 3, 3000ms, {kNone}},
+    {"OnlyEcho", 500, Thrice({{2ms, kFrame}}), kNoAnswer, 3, 1506ms, {kNone}},
+    {"CancelInTheFirstWait", 500, {}, kNoAnswer, 1, 100ms, {}, "before", 100ms},
+    {"CancelInTheWaitAfterEcho", 2000, {{{2ms, kFrame}}}, kNoAnswer, 1, 1000ms, {}, "before", 1000ms},
+    {"CancelInABadAnswersPause", 500, {{{10ms, kBad}}}, kNoAnswer, 2, 510ms, {kBadRead}, "before", 200ms},
 
-    {"FalseCrc", 500, Thrice({{10ms, kBad}}), 2, 3, 1530ms, BadLog("40 05 01 61 CA DB 04 ")},
-    {"SilenceSilenceBad", 500, {{}, {}, {{10ms, kBad}}}, 2, 3, 2510ms, {kBadRead, kFalse}},
-    {"OtherTwoBytes", 500, Thrice({{10ms, {0x68, 0x2E}}}), 2, 3, 1530ms, BadLog("68 2E "), "before",
-     0ms, true},
-    {"GoodAndAByteBehind", 500, Thrice({{10ms, kGood}, {10ms, {0}}}), 2, 3, 1530ms,
+    {"FalseCrc", 500, Thrice({{10ms, kBad}}), kBadAnswer, 3, 1530ms, BadLog("40 05 01 61 CA DB 04 ")},
+    {"SilenceSilenceBad", 500, {{}, {}, {{10ms, kBad}}}, kBadAnswer, 3, 2510ms, {kBadRead, kFalse}},
+    {"OtherTwoBytes", 500, Thrice({{10ms, {0x68, 0x2E}}}), kBadAnswer, 3, 1530ms, BadLog("68 2E "), "before",
+     0ms, ShortAnswer::kIsGood},
+    {"GoodAndAByteBehind", 500, Thrice({{10ms, kGood}, {10ms, {0}}}), kBadAnswer, 3, 1530ms,
      BadLog("40 05 01 61 CA DA 04 00 ")},
-    {"ShorterThanItSays", 500, Thrice({{10ms, FromHex("40050961437304")}}), 2, 3, 1530ms,
+    {"ShorterThanItSays", 500, Thrice({{10ms, FromHex("40050961437304")}}), kBadAnswer, 3, 1530ms,
      BadLog("40 05 09 61 43 73 04 ")},
-    {"EchoAndAnswerInOneRead", 500, Thrice({{2ms, kFrame}, {20ms, kGood}}), 2, 3, 1506ms, BadLog(kJoined)},
-    {"TornByThePause", 500, {{{10ms, kHead}, {515ms, kTail}}, {}, {{10ms, kBad}}}, 2, 3, 1525ms,
+    {"EchoAndAnswerInOneRead", 500, Thrice({{2ms, kFrame}, {20ms, kGood}}), kBadAnswer, 3, 1506ms, BadLog(kJoined)},
+    {"TornByThePause", 500, {{{10ms, kHead}, {515ms, kTail}}, {}, {{10ms, kBad}}}, kBadAnswer, 3, 1525ms,
      {"Recu en String : 40 05 01 61 ", "Recu en String : CA DA 04 ", kBadRead, kFalse}},
-    {"WhatWaitsJoinsTheNextRead", 500, {{{1100ms, kFrame}}, {{150ms, kGood}}, {{10ms, kBad}}}, 2, 3, 2110ms,
+    {"WhatWaitsJoinsTheNextRead", 500, {{{1100ms, kFrame}}, {{150ms, kGood}}, {{10ms, kBad}}}, kBadAnswer, 3, 2110ms,
      {"Recu en String : " + kJoined, kBadRead, kFalse}},
 };
 // clang-format on
@@ -116,7 +121,7 @@ TEST(Exchange, RefusesEverySingleWrongBitButThoseOfTheLastByte) {
     line.answer = "before";
     line.world.script.assign(3, {{1ms, answer}});
     const bool inLastByte = bit / 8 == 12;
-    EXPECT_EQ(line.Send(), inLastByte ? 0 : 2) << "bit " << bit;
+    EXPECT_EQ(line.Send(), inLastByte ? kAnswered : kBadAnswer) << "bit " << bit;
     EXPECT_EQ(line.answer, inLastByte ? ToHex(answer) : "before") << "bit " << bit;
   }
 }
@@ -124,7 +129,7 @@ TEST(Exchange, RefusesEverySingleWrongBitButThoseOfTheLastByte) {
 TEST(Exchange, ReadsTheTimeOutOncePerCall) {
   OpenLine line;
   line.world.At(50ms, [&] { line.tool.Text1.SetText("nonsense"); });
-  EXPECT_EQ(line.Send(), 1);
+  EXPECT_EQ(line.Send(), kNoAnswer);
   EXPECT_GE(line.world.Time(), 3000ms);
 }
 

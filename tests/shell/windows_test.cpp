@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "link/outcome.h"
 #include "support/bench.h"
 
 namespace quillon::test {
@@ -93,7 +94,7 @@ TEST(InfoWindow, ClosedLosesItsContents) {
     EXPECT_FALSE(bench.tool.info.Visible());
     EXPECT_EQ(bench.tool.info.Caption(), "Flash Info");
     EXPECT_EQ(bench.Row(31), " ");
-    bench.tool.ReportFailure(31, 1);
+    bench.tool.ReportFailure(31, FailureCode::kNoAnswer);
     EXPECT_FALSE(bench.tool.info.Visible()) << "writing to a row does not open it again";
     EXPECT_EQ(bench.tool.info.CkSum(31).BackColor(), colour::kWhite);
   }

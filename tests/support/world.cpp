@@ -29,9 +29,7 @@ World::~World() { std::filesystem::remove_all(folder); }
 
 double World::Now() { return std::chrono::duration<double>(now_).count(); }
 
-void World::SleepUntil(double time) {
-  Advance(ToNanoseconds(time));
-}
+void World::SleepUntil(double time) { Advance(ToNanoseconds(time)); }
 
 void World::When(std::function<bool()> condition, std::function<void()> action) {
   watches_.push_back({std::move(condition), std::move(action)});

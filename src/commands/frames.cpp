@@ -1,0 +1,74 @@
+#include "commands/frames.h"
+
+#include "link/text_arithmetic.h"
+#include "platform/run_error.h"
+
+namespace quillon {
+namespace {
+
+constexpr std::uint8_t kFlashCheck = 0x73;
+constexpr std::uint8_t kFlashErase = 0x74;
+constexpr std::uint8_t kProgramming = 0x75;
+constexpr std::uint8_t kToProtocol3 = 0x55;
+
+// What the boot code is to do, after kProgramming AA 55.
+constexpr std::uint8_t kBatch = 0x10;
+constexpr std::uint8_t kFullChecksum = 0x0F;
+constexpr std::uint8_t kBootCheck = 0x50;
+
+constexpr std::uint8_t kKeepSpeed = 0xBB;
+constexpr std::uint8_t kGoToDownloadSpeed = 0xAA;
+
+constexpr std::size_t kBatchHead = 4;  // payload bytes before a batch
+constexpr std::size_t kLongestPayload = 255;
+constexpr std::size_t kFewestDigits = 5;  // of a checksum on its way
+constexpr int kTextFrameAddressOffset = 30;
+
+Bytes FrameTo(int address, std::uint8_t protocol, const Bytes& payload) {
+  Bytes frame{protocol, static_cast<std::uint8_t>(address), static_cast<std::uint8_t>(payload.size())};
+  frame.insert(frame.end(), payload.begin(), payload.end());
+  return CloseFrame(std::move(frame));
+}
+
+}  // namespace
+
+Bytes FlashCheckFrame(std::uint8_t protocol, int y) { return FrameTo(y, protocol, {kFlashCheck}); }
+
+Bytes FlashEraseFrame(std::uint8_t protocol, int y, SpeedWhileProgramming speed) {
+  const bool kept = speed == SpeedWhileProgramming::kKept;
+  return FrameTo(y, protocol, {kFlashErase, 0x55, kept ? kKeepSpeed : kGoToDownloadSpeed, 0xF0});
+}
+
+Bytes BatchFrame(int address, const Bytes& payload) {
+  if (payload.size() + kBatchHead > kLongestPayload) {
+    throw RunError(RunError::kOverflow,
+                   "Overflow: a batch of " + std::to_string(payload.size()) +
+                       " bytes does not fit into a frame. Make the HEX file anew with lines "
+                       "of at most 128 data bytes.");
+  }
+  Bytes batch{kProgramming, 0xAA, 0x55, kBatch};
+  batch.insert(batch.end(), payload.begin(), payload.end());
+  return FrameTo(address, kFixedProtocol, batch);
+}
+
+Bytes FullChecksumFrame(int y, const std::string& checksum) {
+  const std::string padding(checksum.size() < kFewestDigits ? kFewestDigits - checksum.size() : 0, '0');
+  const std::string digits = padding + checksum;
+  const auto pair = [&](std::size_t n) {
+    return static_cast<std::uint8_t>(HexToNumber(std::string_view(digits).substr(2 * n, 2)));
+  };
+  return FrameTo(y, kFixedProtocol, {kProgramming, 0xAA, 0x55, kFullChecksum, pair(0), pair(1), pair(2)});
+}
+
+Bytes BootCheckFrame(std::uint8_t protocol, int y) {
+  return FrameTo(y, protocol, {kProgramming, 0xAA, 0x55, kBootCheck});
+}
+
+Bytes ToProtocol4Frame(int y) {
+  const auto address = static_cast<std::uint8_t>(y + kTextFrameAddressOffset);
+  return {kFixedProtocol, address, 'p', '4', '0', '0', ':', '4', '/'};
+}
+
+Bytes ToProtocol3Frame(int y) { return FrameTo(y, kFixedProtocol, {kToProtocol3}); }
+
+}  // namespace quillon
