@@ -1,3 +1,15 @@
+// What a firmware file says about itself stands in four of its lines, known by their load address. The
+// columns of a line are those of hex_line.h: the data begins in column 10.
+//
+//     2010  the version, in the low digits of six data bytes: 21 23, 27 29, 33 35
+//     2020  10 11 flags, 14 15 protocol, 16 17 product
+//     007B  40 41 the version's first part
+//     008B  10 11 and 12 13 its other parts, 14 15 flags, 16 17 protocol, 18 19 product
+//
+// Bits 6 to 4 of the flags are the rate code.
+//
+// The checksum is that of the whole flash, not of the file: an erased byte holds 255, so each byte that the
+// file leaves alone counts 255. A controller adds up its flash the same way.
 #include "image/analyse_image.h"
 
 #include <cstdio>

@@ -20,7 +20,7 @@ void AppendData(Bytes& payload, const HexLine& line) {
 }  // namespace
 
 HexLine BatchReader::FirstLine() {
-  if (!held_.Empty()) return std::exchange(held_, HexLine({}));
+  if (!kept_.Empty()) return std::exchange(kept_, HexLine({}));
   const HexLine line(lines_.Next());
   return line.IsFirstSegment() ? HexLine(lines_.Next()) : line;
 }
@@ -33,7 +33,7 @@ Bytes BatchReader::Next() {
   while (count <= kGrowsUpTo && !lines_.AtEnd()) {
     const HexLine line(lines_.Next());
     if (first.Address() + count != line.Address()) {
-      held_ = line;
+      kept_ = line;
       break;
     }
     count += line.DataLength();

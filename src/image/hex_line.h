@@ -24,8 +24,8 @@ class HexLine {
 
   bool Empty() const { return text_.empty(); }
 
-  /// The record that selects the first 64 K, the one line told apart by content: the files begin with it,
-  /// and it says nothing about a controller's flash.
+  /// The record that selects the first 64 K. The files begin with it, and it says nothing about a
+  /// controller's flash. It is the only line that is known by its text.
   bool IsFirstSegment() const { return text_ == ":020000040000FA"; }
 
   /// Columns `first` to `last`, as far as the line has them.

@@ -18,7 +18,7 @@ namespace quillon {
 ///
 /// An answer has the same form; the code of an answer is its byte 3.
 
-inline constexpr std::uint8_t kFixedProtocol = 0x40;  ///< of the frames that pay no heed to `Protocol`
+inline constexpr std::uint8_t kFixedProtocol = 0x40;  ///< of the frames for which `Protocol` does not count
 inline constexpr std::uint8_t kBroadcast = 0x5F;
 inline constexpr std::uint8_t kEndByte = 0x04;
 

@@ -28,7 +28,7 @@ std::string ByteArrayToHex(std::span<const std::uint8_t> bytes);
 /// array is shorter.
 std::span<const std::uint8_t> CrcPart(std::span<const std::uint8_t> frame);
 
-/// The value of a hex text; empty text gives 0.
+/// The value of a hex text, 0 for an empty one.
 double HexToNumber(std::string_view digits);
 
 /// Four characters 0 and 1 for each hex digit, the most significant bit first.
@@ -36,7 +36,7 @@ std::string HexToBits(std::string_view digits);
 
 /// CRC-16/XMODEM (polynomial 0x1021, initial value 0, not reflected, no final exclusive or) of the bytes that
 /// a hex text spells; blanks are passed over, and an odd last digit is left out. Four hex digits, high byte
-/// first: "123456789" in ASCII gives 31C3.
+/// first: "123456789" in ASCII has 31C3.
 std::string FrameCrc(std::string_view digits);
 
 }  // namespace quillon

@@ -20,7 +20,7 @@ class Clock {
  public:
   virtual ~Clock() = default;
   virtual double Now() = 0;
-  /// Returns at `time` or just behind it, never before. Serves no event of any window meanwhile.
+  /// Returns at `time` or just after it, never before. Serves no event of any window until then.
   virtual void SleepUntil(double time) = 0;
 };
 
@@ -33,7 +33,7 @@ class Events {
   /// The same, but first sleeps until there is something to look at: an event, a byte that the open serial
   /// device received, or `time` of the clock. May return earlier; returns at most a millisecond or two later.
   virtual void YieldUntil(double time) = 0;
-  /// The program ends: after the handler in hand nothing runs any more.
+  /// The program ends: after the current handler nothing runs any more.
   virtual void End() = 0;
 };
 
@@ -44,7 +44,7 @@ class Desk {
   /// A modal box with one OK button; holds until it is answered.
   virtual void ShowBox(const std::string& text, const std::string& title) = 0;
   virtual void Beep() = 0;
-  /// The dialog for opening an existing file; gives its path, or nothing when it was cancelled.
+  /// The dialog for opening an existing file. Returns its path, or nothing when it was cancelled.
   /// `filter` is a text of the form "Description (*.ext)|*.ext".
   virtual std::string ChooseFile(const std::string& title, const std::string& filter) = 0;
 };
@@ -63,14 +63,15 @@ struct LineSettings {
   int baud = 9600;
 };
 
-/// The device behind a serial port. All operations but Open ask for an open device.
+/// The device behind a serial port. All operations but Open need an open device.
 ///
 /// A device that went away or fails raises RunError 8020 at the next operation on it, but for Close.
 class SerialDevice {
  public:
   virtual ~SerialDevice() = default;
   /// Opens port `number` (1 to 99). Raises RunError 8002 (no such port), 8005 (in use), 70 (no right to it),
-  /// 380 (the device refuses the speed), 8020 (it went away meanwhile). After a failure nothing is open.
+  /// 380 (the device refuses the speed), 8020 (it went away while being opened). After a failure nothing is
+  /// open.
   virtual void Open(int number, const LineSettings& settings) = 0;
   /// Lets out what is still leaving, then closes.
   virtual void Close() = 0;
@@ -80,9 +81,9 @@ class SerialDevice {
   virtual void Write(std::span<const std::uint8_t> bytes) = 0;
   /// Number of received bytes that wait.
   virtual std::size_t Waiting() = 0;
-  /// Gives and removes all that wait.
+  /// Returns and removes all that wait.
   virtual Bytes Read() = 0;
-  /// What stands behind port `number`, in words for the operator. Asks the system; opens nothing.
+  /// Which device port `number` is, in words for the operator. Asks the system; opens nothing.
   virtual std::string Describe(int number) const = 0;
 };
 
@@ -93,7 +94,7 @@ struct Computer {
   Desk& desk;
   Screen& screen;
   SerialDevice& serialDevice;
-  std::string programFolder;  ///< with a separator behind it
+  std::string programFolder;  ///< ends with a separator
 };
 
 }  // namespace quillon

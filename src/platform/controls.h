@@ -208,7 +208,7 @@ class ComboBox : public Control {
   void SetText(const std::string& text);
   void Accept(ControlVisitor& visitor) override;
 
-  /// Gives the tool tip of the item at an index; asked when the list drops down. None: the items have none.
+  /// Returns the tool tip of the item at an index; asked when the list drops down. Not set: there are none.
   std::function<std::string(std::size_t index)> ItemToolTip;
 
  private:
@@ -254,11 +254,11 @@ class ControlVisitor {
   virtual void Visit(Frame& frame) = 0;
 };
 
-/// Controls of one kind under one name, told apart by an index from 0.
+/// Controls of one kind under one name, each with an index from 0.
 template <class T>
 class ControlArray {
  public:
-  /// Adds the next control; its name is the array's with the index behind it, such as "C(5)".
+  /// Adds the next control; its name is the array's and the index, such as "C(5)".
   T& Add(Container& parent, const std::string& name, Place place, const Design& design) {
     const std::string element = name + "(" + std::to_string(controls_.size()) + ")";
     controls_.push_back(std::make_unique<T>(parent, element, place, design));
@@ -328,7 +328,7 @@ class Form : public Container {
   void Close() {
     if (CloseRequest) CloseRequest();
   }
-  /// A key was released; forms see keys ahead of their controls.
+  /// A key was released; forms see keys before their controls do.
   void ReleaseKey(Key key, bool shiftHeld) {
     if (KeyUp) KeyUp(key, shiftHeld);
   }

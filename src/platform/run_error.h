@@ -8,8 +8,8 @@ namespace quillon {
 
 /// A failure at run time: what a step of the program could not do, told as the operator will read it.
 ///
-/// Numbers follow the custom of the trade, so that a technician can look them up or quote them on the phone.
-/// The description names the thing and the way out.
+/// Each kind of failure has a number that never changes, so that a technician can look it up in the manual or
+/// quote it on the phone. The description names the thing and the way out.
 class RunError : public std::exception {
  public:
   enum Number {

@@ -18,7 +18,7 @@ class SerialControl {
   /// Selects the port that the next opening takes: 1 to 99, else RunError 8002.
   void SetCommPort(int number);
 
-  /// What stands behind port `number`, in words for the operator.
+  /// Which device port `number` is, in words for the operator.
   std::string Describe(int number) const { return device_.Describe(number); }
 
   /// Opens or closes the port. Opening an open port raises RunError 8005; closing a closed one does nothing.
@@ -30,8 +30,8 @@ class SerialControl {
   void SetSettings(const std::string& text);
   const std::string& Settings() const { return settings_; }
 
-  /// Reads give raw bytes, or text, the setting at start; bytes are handed over untouched in both. Any other
-  /// mode raises RunError 380.
+  /// What a read returns: raw bytes, or text, which is the setting at start. Bytes come untouched in both.
+  /// Any other mode raises RunError 380.
   static constexpr int kText = 0;
   static constexpr int kRawBytes = 1;
   void SetInputMode(int mode);
@@ -44,7 +44,7 @@ class SerialControl {
   void Output(std::span<const std::uint8_t> bytes);
   /// Number of received bytes that wait.
   std::size_t InBufferCount();
-  /// Gives and removes received bytes; none wait: an empty array.
+  /// Returns and removes the received bytes; an empty array when none wait.
   Bytes Input();
 
  private:

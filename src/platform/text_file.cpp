@@ -100,8 +100,7 @@ std::string Contents(std::FILE* file, const std::string& path) {
 bool FileExists(const std::string& path) {
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
-  // A file behind a folder that may not be entered can't be told from one that exists: opening it will say
-  // so.
+  // Nobody can say what a folder holds that may not be entered. Opening the file will name the reason.
   if (status.type() == fs::file_type::not_found) return false;
   return status.type() != fs::file_type::directory;
 }

@@ -23,8 +23,8 @@ using FileHandle = std::unique_ptr<std::FILE, CloseFile>;
 /// Whether a file of that name exists (a folder does not count).
 bool FileExists(const std::string& path);
 
-/// The path of the program's file `name` in `folder`, which ends with a separator. Case does not tell such
-/// names apart: an entry that differs only in case is the file; with none, the name as it stands.
+/// The path of the program's file `name` in `folder`, which ends with a separator. The case of such names
+/// does not matter: an entry that differs only in case is the file. Without one, the name as it stands.
 std::string PathInFolder(const std::string& folder, const std::string& name);
 
 /// All bytes of a file, read in one go. A file of more than 1 GiB is a mistake and counts as too large.

@@ -43,7 +43,7 @@ struct Search {
 /// What a run-error box says beside the failure itself.
 struct BoxWording {
   std::string title = "Quillon Error";
-  std::string addition = "";  ///< behind the description
+  std::string addition = "";  ///< follows the description
 };
 
 /// The main window, and with it the whole program: its controls are the settings, its methods the commands
@@ -96,7 +96,7 @@ class Quillon final : public Form {
   ControlArray<Label> Label39;
   /// Time-out of an exchange, in milliseconds.
   TextBox Text1{Frame1, "Text1", {300, 495, 615, 285}, {.centred = true, .accessibleName = "Time Out"}};
-  /// Delay behind each batch of a parallel download, in milliseconds.
+  /// Delay after each batch of a parallel download, in milliseconds.
   TextBox Text2{
       Frame1, "Text2", {1575, 495, 615, 285}, {.centred = true, .accessibleName = "Parallel Waiting Delay"}};
   Label Label5{Frame1, "Label5", {3240, 240, 1215, 195}, {.text = "Com Port:"}};
@@ -128,7 +128,7 @@ class Quillon final : public Form {
   // Shared variables.
   bool AbortRequested = false;        ///< the operator cancelled the run
   double AnswerDelay = 0;             ///< seconds from the first byte of an answer to its reading
-  std::string AppFolder;              ///< the program's folder, with a separator behind it
+  std::string AppFolder;              ///< the program's folder; ends with a separator
   std::string DownloadSettings;       ///< line settings of the programming phase
   int CurrentController = 0;          ///< loop variable of the workflows
   Bytes FrameBuffer;                  ///< the current message's frame
@@ -209,8 +209,8 @@ class Quillon final : public Form {
 
   // Image (hex_file.cpp).
 
-  /// Reads the file named in `FileName` and fills `image`. Gives its checksum, upper-case hex
-  /// digits without leading zeros, or "" behind a box when there is no such file or it can't be read.
+  /// Reads the file named in `FileName` and fills `image`. Returns its checksum, upper-case
+  /// hex digits without leading zeros; or "" after a box, when there is no such file or it can't be read.
   std::string AnalyseHexFile();
   void FileName_Change();
 

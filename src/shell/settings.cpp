@@ -16,7 +16,8 @@ std::string BoxLine(const CheckBox& box) {
 
 void SetBox(CheckBox& box, const std::string& line) { box.SetValue(ToInteger(line, box.Name())); }
 
-/// A damaged file gives what it can: a step that fails is skipped without a word, and the next one is taken.
+/// Of a damaged file all that is good is taken: a step that fails is skipped without a word, and the next one
+/// is taken.
 void TrySilently(const std::function<void()>& step) {
   try {
     step();

@@ -38,8 +38,8 @@ std::function<void()> Quillon::Handler(void (Quillon::*handler)()) {
   return [this, handler] { Try([this, handler] { (this->*handler)(); }); };
 }
 
-/// A click that starts a run. Runs share the port, the rows and the number of the controller in hand, so
-/// while one is under way another click only beeps.
+/// A click that starts a run. Runs share the port, the rows and `CurrentController`, so while one is under
+/// way another click only beeps.
 std::function<void()> Quillon::Workflow(void (Quillon::*handler)()) {
   return [this, handler] {
     if (std::exchange(runUnderWay_, true)) {
