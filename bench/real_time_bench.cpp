@@ -7,6 +7,7 @@
 #include <chrono>
 #include <vector>
 
+#include "bench_main.h"
 #include "desktop/desktop_clock.h"
 #include "end_to_end/image.h"
 #include "end_to_end/technician.h"
@@ -93,6 +94,5 @@ int main(int argc, char** argv) {
   qputenv("QT_QPA_PLATFORM", "offscreen");
   QApplication application(argc, argv);
   QApplication::setQuitOnLastWindowClosed(false);
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
+  return quillon::test::RunBenches(argc, argv);
 }

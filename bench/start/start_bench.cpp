@@ -1,5 +1,6 @@
-// Times the start of Qt programs, from exec to the first painting of a window, and their memory there:
-//   quillon-bench-start PLUGINS_FOLDER PROGRAM...
+// Times the start of two Qt programs, from exec to the first painting of a window, and their memory there.
+// Fails when the second one takes more than its bounds say:
+//   quillon-bench-start PLUGINS_FOLDER BARE_WINDOW PROGRAM
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -12,7 +13,9 @@
 
 namespace {
 
-constexpr int kRounds = 21;
+constexpr int kRounds = 41;
+constexpr double kMostTime = 1.10;  // of the bare window's
+constexpr double kMostMemory = 1.05;
 
 struct Start {
   double milliseconds;
@@ -38,25 +41,42 @@ Start StartOnce(const char* program) {
   return {time.count(), usage.ru_maxrss};
 }
 
+template <class Value>
+double Median(std::vector<Start> starts, Value Start::*value) {
+  const auto middle = starts.begin() + static_cast<std::ptrdiff_t>(starts.size() / 2);
+  std::nth_element(starts.begin(), middle, starts.end(),
+                   [value](const Start& a, const Start& b) { return a.*value < b.*value; });
+  return static_cast<double>((*middle).*value);
+}
+
+/// Prints the medians side by side. True: the program's is within `most` times the bare window's.
+template <class Value>
+bool Compare(const char* what, const std::vector<Start>& bare, const std::vector<Start>& program,
+             Value Start::*value, double most) {
+  const double measure = Median(bare, value);
+  const double own = Median(program, value);
+  const bool good = own <= most * measure;
+  std::printf("%-22s bare window %9.1f  program %9.1f  ratio %.3f, at most %.2f%s\n", what, measure, own,
+              own / measure, most, good ? "" : "  MISSED");
+  return good;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 3) {
-    std::fprintf(stderr, "quillon-bench-start PLUGINS_FOLDER PROGRAM...\n");
+  if (argc != 4) {
+    std::fprintf(stderr, "quillon-bench-start PLUGINS_FOLDER BARE_WINDOW PROGRAM\n");
     return 2;
   }
   setenv("QT_PLUGIN_PATH", argv[1], 1);
   setenv("QT_QPA_GENERIC_PLUGINS", "firstpaint", 1);
-  std::vector<std::vector<Start>> starts(static_cast<std::size_t>(argc));
-  for (int round = 0; round < kRounds; ++round) {  // in turns, so that the neighbours' load hits all alike
-    for (int i = 2; i < argc; ++i) starts[static_cast<std::size_t>(i)].push_back(StartOnce(argv[i]));
+  std::vector<Start> bare;
+  std::vector<Start> program;
+  for (int round = 0; round < kRounds; ++round) {  // in turns, so that other programs' load hits both alike
+    bare.push_back(StartOnce(argv[2]));
+    program.push_back(StartOnce(argv[3]));
   }
-  for (int i = 2; i < argc; ++i) {
-    auto& own = starts[static_cast<std::size_t>(i)];
-    std::sort(own.begin(), own.end(),
-              [](const Start& a, const Start& b) { return a.milliseconds < b.milliseconds; });
-    const Start& median = own[own.size() / 2];
-    std::printf("%-40s median %7.1f ms  least %7.1f ms  %6ld KiB\n", argv[i], median.milliseconds,
-                own.front().milliseconds, median.kilobytes);
-  }
+  const bool inTime = Compare("milliseconds", bare, program, &Start::milliseconds, kMostTime);
+  const bool small = Compare("kilobytes", bare, program, &Start::kilobytes, kMostMemory);
+  return inTime && small ? EXIT_SUCCESS : EXIT_FAILURE;
 }
