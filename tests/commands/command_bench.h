@@ -26,7 +26,7 @@ class CommandBench : public Bench {
 inline std::string Reply5(const std::string& payload) {
   Bytes frame{0x40, 5, static_cast<std::uint8_t>(payload.size() / 2)};
   for (const std::uint8_t byte : FromHex(payload)) frame.push_back(byte);
-  return ToHex(Closed(frame));
+  return ToHex(bus::CloseFrame(frame));
 }
 
 inline const std::string kAccepts = Reply5("61");

@@ -66,7 +66,7 @@ TEST(FlashProg, ABatchThatFitsNoFrameIsLeftOut) {
   bench.ChooseHex({HexRecord(0, Bytes(255, 1)), HexRecord(0x1000, Bytes(1, 2)), ":00000001FF"}, "long.hex");
   bench.tool.FlashProg();
   EXPECT_EQ(bench.BoxNumbers(), std::vector<int>{6});
-  EXPECT_EQ(bench.Sent(), Lines{"9600 " + ToHex(Closed(FromHex("405F0775AA5510100002")))});
+  EXPECT_EQ(bench.Sent(), Lines{"9600 " + ToHex(bus::CloseFrame(FromHex("405F0775AA5510100002")))});
 }
 
 TEST(FlashProg, AFileThatWentAwayConfirmsZeros) {

@@ -25,7 +25,7 @@ inline Bytes FromValues(std::initializer_list<int> values) {
 class Expected {
  public:
   Expected& Add(int baud, const Bytes& frame, int times = 1) {
-    return AddClosed(baud, ToHex(Closed(frame)), times);
+    return AddClosed(baud, ToHex(bus::CloseFrame(frame)), times);
   }
   Expected& AddClosed(int baud, const std::string& digits, int times = 1) {
     for (int i = 0; i < times; ++i) frames.push_back(std::to_string(baud) + " 8N2 " + digits);

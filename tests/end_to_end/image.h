@@ -65,7 +65,7 @@ struct Firmware {
                   static_cast<std::uint8_t>(load >> 8),
                   static_cast<std::uint8_t>(load)};
       frame.insert(frame.end(), data.begin(), data.end());
-      frames.push_back(ToHex(Closed(frame)));
+      frames.push_back(ToHex(bus::CloseFrame(frame)));
     };
     for (const Block& block : blocks) {
       for (unsigned i = 0; i < block.data.size(); i += kBatchBytes)

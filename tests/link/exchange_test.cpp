@@ -103,10 +103,12 @@ const ExchangeCase kTable[] = {
      BadLog("40 05 01 61 CA DA 04 00 ")},
     {"ShorterThanItSays", 500, Thrice({{10ms, FromHex("40050961437304")}}), kBadAnswer, 3, 1530ms,
      BadLog("40 05 09 61 43 73 04 ")},
-    {"EchoAndAnswerInOneRead", 500, Thrice({{2ms, kFrame}, {20ms, kGood}}), kBadAnswer, 3, 1506ms, BadLog(kJoined)},
+    {"EchoAndAnswerInOneRead", 500, Thrice({{2ms, kFrame}, {20ms, kGood}}), kBadAnswer, 3, 1506ms,
+     BadLog(kJoined)},
     {"TornByThePause", 500, {{{10ms, kHead}, {515ms, kTail}}, {}, {{10ms, kBad}}}, kBadAnswer, 3, 1525ms,
      {"Recu en String : 40 05 01 61 ", "Recu en String : CA DA 04 ", kBadRead, kFalse}},
-    {"WhatWaitsJoinsTheNextRead", 500, {{{1100ms, kFrame}}, {{150ms, kGood}}, {{10ms, kBad}}}, kBadAnswer, 3, 2110ms,
+    {"WhatWaitsJoinsTheNextRead", 500, {{{1100ms, kFrame}}, {{150ms, kGood}}, {{10ms, kBad}}}, kBadAnswer,
+     3, 2110ms,
      {"Recu en String : " + kJoined, kBadRead, kFalse}},
 };
 // clang-format on

@@ -27,7 +27,7 @@ TEST(CloseFrame, AppendsCrcAndEndByteToEveryLengthOfPayload) {
   for (int length = 1; length <= 255; ++length) {
     Bytes frame{0x40, 0x1F, static_cast<std::uint8_t>(length)};
     for (int i = 0; i < length; ++i) frame.push_back(static_cast<std::uint8_t>(37 * i + length));
-    EXPECT_EQ(ToHex(CloseFrame(frame)), ToHex(Closed(frame))) << length;
+    EXPECT_EQ(ToHex(CloseFrame(frame)), ToHex(bus::CloseFrame(frame))) << length;
   }
 }
 

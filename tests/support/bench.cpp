@@ -101,18 +101,6 @@ std::string ToHex(const Bytes& bytes) {
   return digits;
 }
 
-Bytes Closed(Bytes bytes) {
-  unsigned crc = 0;
-  for (const std::uint8_t byte : bytes) {
-    crc ^= static_cast<unsigned>(byte) << 8;
-    for (int bit = 0; bit < 8; ++bit) crc = (crc & 0x8000) ? (crc << 1) ^ 0x1021 : crc << 1;
-  }
-  bytes.push_back(static_cast<std::uint8_t>(crc >> 8));
-  bytes.push_back(static_cast<std::uint8_t>(crc));
-  bytes.push_back(4);
-  return bytes;
-}
-
 std::string HexRecord(unsigned address, const Bytes& data, unsigned type) {
   Bytes record{static_cast<std::uint8_t>(data.size()), static_cast<std::uint8_t>(address >> 8),
                static_cast<std::uint8_t>(address), static_cast<std::uint8_t>(type)};

@@ -62,9 +62,6 @@ int FailureNumber(Step step) {
 Bytes FromHex(const std::string& digits);
 std::string ToHex(const Bytes& bytes);
 
-/// The bytes closed by a CRC and an end byte, worked out apart from the tool.
-Bytes Closed(Bytes bytes);
-
 /// A HEX record with its check byte.
 std::string HexRecord(unsigned address, const Bytes& data, unsigned type = 0);
 

@@ -18,7 +18,7 @@ class InterruptedBench : public RunBench {
     Tick({3, 5});
   }
 
-  /// Runs the workflow; at the first yield behind frame `n` the operator acts.
+  /// Runs the workflow; at the first yield after frame `n` the operator acts.
   void Run(std::size_t n, const std::function<void()>& act) {
     world.When([this, n] { return world.sent.size() >= n; }, act);
     Press(button);
@@ -28,34 +28,50 @@ class InterruptedBench : public RunBench {
 };
 
 struct Phase {
-  Texts rows;  // of 3 and 5, when Cancel comes behind this frame
-  std::size_t sentBehind = 0;
+  const char* after;  // the last frame before Cancel
+  const char* row3;   // what then stands in the rows
+  const char* row5;
+  std::size_t stillSent = 0;  // frames that leave after Cancel
 };
 struct PhasesCase {
   const char* name;
   Button button;
-  std::vector<Phase> phases;
+  std::vector<Phase> phases;  // one for each frame that is sent
 };
 void PrintTo(const PhasesCase& c, std::ostream* out) { *out << c.name; }
 
+const char* const kEmpty = " ";
 const char* const kNo = "No Answer";  // readied for the next speed, which is not tried any more
 const char* const kRed = "No Answer red";
 const char* const kGood = "12/05/31 07B6";
 const char* const kRead = "01/02/03 1E02 marked";
+const char* const kBoot7 = "01/00/00 B007";
 // clang-format off
 const PhasesCase kPhasesCases[] = {
-    // Both erases, both batches, both checksums, both checks; a Cancel in the pause behind the last batch is
-    // taken note of only in the exchange that follows.
-    {"Parallel", kParallel, {{{kNo, " "}}, {{" ", kNo}}, {{" ", " "}}, {{kRed, " "}, 1},
-                             {{kRed, " "}}, {{" ", kRed}}, {{kRed, " "}}, {{kGood, kRed}}}},
-    // Erase, both batches, checksum and check of each; a check asks once at each speed that is left.
-    {"Serial", kSerial, {{{kNo, " "}}, {{" ", " "}}, {{" ", " "}}, {{kRed, " "}}, {{kRed, " "}, 3},
-                         {{kGood, kNo}}, {{kGood, " "}}, {{kGood, " "}}, {{kGood, kRed}},
-                         {{kGood, kRed}, 3}}},
-    {"FlashInfo", kInfo, {{{kNo, " "}}, {{kRead, kNo}}}},
-    {"BootInfo", kBoot, {{{kNo, " "}}, {{"01/00/00 B007", kNo}}}},
-    {"To3", kTo3, {{{kNo, " "}}, {{" ", kNo}}}},
-    {"Auto", kAuto, {{{" ", " "}}, {{" ", " "}}}},
+    {"Parallel", kParallel, {
+        {"Erase3", kNo, kEmpty},
+        {"Erase5", kEmpty, kNo},
+        {"Batch", kEmpty, kEmpty},
+        {"Batch, the last one: its pause sees no click", kRed, kEmpty, 1},
+        {"Sum3", kRed, kEmpty},
+        {"Sum5", kEmpty, kRed},
+        {"Check3", kRed, kEmpty},
+        {"Check5", kGood, kRed}}},
+    {"Serial", kSerial, {
+        {"Erase3", kNo, kEmpty},
+        {"Batch3", kEmpty, kEmpty},
+        {"Batch3, the last one", kEmpty, kEmpty},
+        {"Sum3", kRed, kEmpty},
+        {"Check3: asked once at each speed left", kRed, kEmpty, 3},
+        {"Erase5", kGood, kNo},
+        {"Batch5", kGood, kEmpty},
+        {"Batch5, the last one", kGood, kEmpty},
+        {"Sum5", kGood, kRed},
+        {"Check5: asked once at each speed left", kGood, kRed, 3}}},
+    {"FlashInfo", kInfo, {{"Check3", kNo, kEmpty}, {"Check5", kRead, kNo}}},
+    {"BootInfo", kBoot, {{"Boot3", kNo, kEmpty}, {"Boot5", kBoot7, kNo}}},
+    {"To3", kTo3, {{"To3:3", kNo, kEmpty}, {"To3:5", kEmpty, kNo}}},
+    {"Auto", kAuto, {{"Check0", kEmpty, kEmpty}, {"Check0", kEmpty, kEmpty}}},
 };
 // clang-format on
 
@@ -66,11 +82,11 @@ INSTANTIATE_TEST_SUITE_P(Runs, Interruption, testing::ValuesIn(kPhasesCases),
 TEST_P(Interruption, CancelEndsTheRunInEachPhase) {
   std::size_t n = 0;
   for (const Phase& phase : GetParam().phases) {
-    SCOPED_TRACE("behind frame " + std::to_string(++n));
+    SCOPED_TRACE(phase.after);
     InterruptedBench bench(GetParam().button);
-    bench.Run(n, [&] { bench.tool.message.Command1.Press(); });
-    EXPECT_EQ(bench.world.sent.size(), n + phase.sentBehind);
-    EXPECT_EQ(bench.Rows(), phase.rows);
+    bench.Run(++n, [&] { bench.tool.message.Command1.Press(); });
+    EXPECT_EQ(bench.world.sent.size(), n + phase.stillSent);
+    EXPECT_EQ(bench.Rows(), (Texts{phase.row3, phase.row5}));
     EXPECT_TRUE(bench.Over());
     EXPECT_EQ(bench.Ticked(), "3 5 ");
     const std::size_t sent = bench.world.sent.size();
@@ -81,7 +97,7 @@ TEST_P(Interruption, CancelEndsTheRunInEachPhase) {
 
 TEST_P(Interruption, ClosingTheMainWindowEndsTheProgramInEachPhase) {
   for (std::size_t n = 1; n <= GetParam().phases.size(); ++n) {
-    SCOPED_TRACE("behind frame " + std::to_string(n));
+    SCOPED_TRACE(GetParam().phases[n - 1].after);
     InterruptedBench bench(GetParam().button);
     std::size_t sent = 0;
     bench.Run(n, [&] {
@@ -112,13 +128,14 @@ TEST(Interruption, CancelWhileAFailureIsShownStillFillsTheRow) {
 
 TEST(Interruption, CancelAtAStatusLineSendsNoMoreThanWhatItTells) {
   const std::tuple<Button, const char*, const char*> kStatuses[] = {
-      {kParallel, "Controller 5 : Erasing  (Speed : 9600 Bds) ...", "9600 E3 E5"},
-      {kParallel, " Programming Batch 2    ...", "9600 E3 E5 38400 B"},
-      {kParallel, "Controller 5 : Sending Full CheckSum  ...", "9600 E3 E5 38400 B B S3 S5"},
+      {kParallel, "Controller 5 : Erasing  (Speed : 9600 Bds) ...", "9600 Erase3 Erase5"},
+      {kParallel, " Programming Batch 2    ...", "9600 Erase3 Erase5 38400 Batch"},
+      {kParallel, "Controller 5 : Sending Full CheckSum  ...",
+       "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5"},
       {kParallel, "Controller 3 : Checking Flash  (Speed : 19200 Bds) ...",
-       "9600 E3 E5 38400 B B S3 S5 19200 C3"},
-      {kSerial, "Controller 3 : Programming Batch 2    ...", "9600 E3 38400 B3"},
-      {kSerial, "Controller 3 : Sending full CheckSum  ...", "9600 E3 38400 B3 B3 S3"}};
+       "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5 19200 Check3"},
+      {kSerial, "Controller 3 : Programming Batch 2    ...", "9600 Erase3 38400 Batch3"},
+      {kSerial, "Controller 3 : Sending full CheckSum  ...", "9600 Erase3 38400 Batch3 Batch3 Sum3"}};
   for (const auto& [button, status, talk] : kStatuses) {
     InterruptedBench bench(button);
     bench.CancelWhen(status);
@@ -128,7 +145,6 @@ TEST(Interruption, CancelAtAStatusLineSendsNoMoreThanWhatItTells) {
 }
 
 TEST(SecondClick, OnlyBeeps) {
-  constexpr Button kRuns[] = {kParallel, kSerial, kInfo, kBoot, kTo3, kTo4, kAuto};
   const auto talkOf = [](InterruptedBench& bench, const std::function<void()>& act) {
     bench.tool.RUD3.SetValue(CheckBox::kTicked);
     bench.Run(2, act);
@@ -172,17 +188,17 @@ TEST_P(ChangeInARun, TakesEffectAtOnce) {
 // clang-format off
 const ChangeCase kChangeCases[] = {
     {"Untick", kParallel, 3, [](Quillon& tool) { tool.C(5).SetValue(0); },
-     "9600 E3 E5 38400 B B S3 19200 C3", {kGood, " "}},
+     "9600 Erase3 Erase5 38400 Batch Batch Sum3 19200 Check3", {kGood, " "}},
     {"UntickStillChecksWhatIsProgrammed", kSerial, 2, [](Quillon& tool) { tool.NONE.Press(); },
-     "9600 E3 38400 B3 B3 S3 19200 C3", {kGood, " "}},
+     "9600 Erase3 38400 Batch3 Batch3 Sum3 19200 Check3", {kGood, " "}},
     {"Protocol", kInfo, 1, [](Quillon& tool) { tool.Protocol.SetText("4"); },
-     "9600 C3 C5x3 4800 C5x3 19200 C5x3 38400 C5x3", {kRead, kRed}},
+     "9600 Check3 Check5x3 4800 Check5x3 19200 Check5x3 38400 Check5x3", {kRead, kRed}},
     {"ProtocolCleared", kParallel, 4, [](Quillon& tool) { tool.Protocol.SetText(""); },
-     "9600 E3 E5 38400 B B S3 S5 19200 C3 C5", {kGood, kGood}},
+     "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5 19200 Check3 Check5", {kGood, kGood}},
     {"Speed", kInfo, 1, [](Quillon& tool) { tool.Vitesse.SetText("4800"); },
-     "9600 C3 4800 C5x3 9600 C5", {kRead, kRead}},
+     "9600 Check3 4800 Check5x3 9600 Check5", {kRead, kRead}},
     {"InfoClosed", kInfo, 2, [](Quillon& tool) { tool.info.ComClose.Press(); },
-     "9600 C3 C5", {" ", "01/02/03 1E02"}},
+     "9600 Check3 Check5", {" ", "01/02/03 1E02"}},
 };
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(Changes, ChangeInARun, testing::ValuesIn(kChangeCases),

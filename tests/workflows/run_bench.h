@@ -18,6 +18,7 @@ inline constexpr Button kBoot = &Quillon::ComBoot;
 inline constexpr Button kTo3 = &Quillon::Cmd4to3;
 inline constexpr Button kTo4 = &Quillon::Cmd3to4;
 inline constexpr Button kAuto = &Quillon::Auto;
+inline constexpr Button kRuns[] = {kParallel, kSerial, kInfo, kBoot, kTo3, kTo4, kAuto};
 
 /// A bench whose line leads to simulated controllers. They go to 38400 for programming.
 class RunBench : public Bench {
@@ -36,9 +37,16 @@ class RunBench : public Bench {
     (tool.*button).Press();
   }
 
-  /// All that was sent, in short: "9600 E3 E5x3 38400 B B S3 19200 C3". A number alone is a new speed; the
-  /// letters are C flash check, E erase, B batch (to all, or to the number behind it), S full checksum, T
-  /// boot check, P to protocol 4, Q to protocol 3; x3 tells that the same bytes went out three times.
+  /// All that was sent, in words: "9600 Erase3 Erase5x3 38400 Batch Batch Sum3 19200 Check3".
+  ///
+  ///     9600     the line's speed from here on
+  ///     Check3   version and checksum of flash, asked of controller 3
+  ///     Erase3   erasing
+  ///     Batch    one batch to all; Batch3: to controller 3 alone
+  ///     Sum3     the full checksum, to be confirmed
+  ///     Boot3    version and checksum of boot code
+  ///     To4:3    to protocol 4; To3:3: back to protocol 3
+  ///     x3       the same bytes three times
   std::string Talk() const {
     std::string talk;
     int baud = 0;
@@ -73,12 +81,12 @@ class RunBench : public Bench {
 
  private:
   static std::string Token(const Bytes& frame) {
-    if (frame[2] == 'p') return "P" + std::to_string(frame[1] - 30);
+    if (frame[2] == 'p') return "To4:" + std::to_string(frame[1] - 30);
     const std::string number = frame[1] == 0x5F ? "" : std::to_string(frame[1]);
-    if (frame[3] == 0x73) return "C" + number;
-    if (frame[3] == 0x74) return "E" + number;
-    if (frame[3] == 0x55) return "Q" + number;
-    return (frame[6] == 0x10 ? "B" : frame[6] == 0x0F ? "S" : "T") + number;
+    if (frame[3] == 0x73) return "Check" + number;
+    if (frame[3] == 0x74) return "Erase" + number;
+    if (frame[3] == 0x55) return "To3:" + number;
+    return (frame[6] == 0x10 ? "Batch" : frame[6] == 0x0F ? "Sum" : "Boot") + number;
   }
 };
 

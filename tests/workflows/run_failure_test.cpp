@@ -55,7 +55,7 @@ const auto kGoesAway = [](Bench& bench) {
       [&] { return bench.world.sent.size() == 2; },
       [&] { bench.world.beforeOperation = [] { throw RunError(RunError::kDeviceFailed, "gone"); }; });
 };
-const char* const kErase = "9600 E5x3 4800 E5x3 19200 E5x3 38400 E5x3";
+const char* const kErase = "9600 Erase5x3 4800 Erase5x3 19200 Erase5x3 38400 Erase5x3";
 
 // clang-format off
 const FailureCase kTable[] = {
@@ -64,7 +64,7 @@ const FailureCase kTable[] = {
     {"NoSpeed", kNoSpeed, {kParallel, kInfo, kBoot, kTo4, kTo3}, {380}, true},
     {"NoSpeedInAuto", kNoSpeed, {kAuto}, {380}, false},
     {"NoSpeedInASerialDownload", kNoSpeed, {kSerial}, {380}, false,
-     "9600 E5x3 4800 E5x3 9600 E5x3 19200 E5x3 38400 E5x3"},
+     "9600 Erase5x3 4800 Erase5x3 9600 Erase5x3 19200 Erase5x3 38400 Erase5x3"},
     {"NoNumber", kNoNumber, {kParallel, kInfo, kAuto, kTo4, kTo3}, {13}, false},
     {"NoNumberInBootInfo", kNoNumber, {kBoot}, {13}, true},
     {"NoNumberInASerialDownload", kNoNumber, {kSerial}, {13, 13, 13, 13, 13}, false, kErase},
@@ -73,11 +73,11 @@ const FailureCase kTable[] = {
     {"RefusedInASerialDownload", kRefused, {kSerial},
      {8002, 8018, 8018, 8018, 8018, 8018, 8018, 8018, 8018}, false},
     // The command has a box of its own; the next speed can't be set either.
-    {"GoesAwayInADownload", kGoesAway, {kParallel}, {8020, 8020}, true, "9600 E5x2"},
-    {"GoesAwayInFlashInfo", kGoesAway, {kInfo}, {8020, 8020}, true, "9600 C5x2"},
-    {"GoesAwayInTheMoveTo3", kGoesAway, {kTo3}, {8020, 8020}, true, "9600 Q5x2"},
-    {"GoesAwayInBootInfo", kGoesAway, {kBoot}, {8020}, true, "9600 T5x2"},
-    {"GoesAwayInAuto", kGoesAway, {kAuto}, {8020}, false, "9600 C0x2"},
+    {"GoesAwayInADownload", kGoesAway, {kParallel}, {8020, 8020}, true, "9600 Erase5x2"},
+    {"GoesAwayInFlashInfo", kGoesAway, {kInfo}, {8020, 8020}, true, "9600 Check5x2"},
+    {"GoesAwayInTheMoveTo3", kGoesAway, {kTo3}, {8020, 8020}, true, "9600 To3:5x2"},
+    {"GoesAwayInBootInfo", kGoesAway, {kBoot}, {8020}, true, "9600 Boot5x2"},
+    {"GoesAwayInAuto", kGoesAway, {kAuto}, {8020}, false, "9600 Check0x2"},
 };
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(Troubles, RunFailure, testing::ValuesIn(kTable), testing::PrintToStringParamName());

@@ -111,49 +111,57 @@ const Fault kLongBoot{
 // clang-format off
 const RunCase kTable[] = {
     {"SearchesEachSpeed", kParallel, kImage, {{.number = 3, .baud = 19200}, {.number = 5, .baud = 4800}},
-     "9600 E3x3 4800 E3x3 19200 E3 E5x3 4800 E5 38400 B B S3 S5 19200 C3 C5", kBothGood},
+     "9600 Erase3x3 4800 Erase3x3 19200 Erase3 Erase5x3 4800 Erase5 38400 Batch Batch Sum3 Sum5 "
+     "19200 Check3 Check5", kBothGood},
     {"KeepsTheSpeed", kParallel, kImage, kBoth,
-     "9600 E3 E5 B B S3 S5 19200 C3 C5", kBothGood, {.keepSpeed = true}},
+     "9600 Erase3 Erase5 Batch Batch Sum3 Sum5 19200 Check3 Check5", kBothGood, {.keepSpeed = true}},
     {"NoRateInTheImage", kParallel, kNoRate, kBoth,
-     "9600 E3 E5 38400 B B S3 S5 9600 C3 C5", {"12/05/31 0815", "12/05/31 0815"}},
+     "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5 9600 Check3 Check5", {"12/05/31 0815", "12/05/31 0815"}},
     {"RateThatTheListLacks", kParallel, k57600, kBoth,
-     "9600 E3 E5 38400 B B S3 S5", kEmpty, {.boxes = {383}}},
+     "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5", kEmpty, {.boxes = {383}}},
     {"FromProtocol3", kParallel, kImage, kOfProtocol3,
-     "9600 E3 E5 38400 B B S3 S5 19200 P3 C3 P5 C5", kBothGood, {.prot3 = true, .boxes = {0, 0}}},
+     "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5 "
+     "19200 To4:3 Check3 To4:5 Check5", kBothGood, {.prot3 = true, .boxes = {0, 0}}},
     {"OneDead", kParallel, kImage, {{.number = 3}},
-     "9600 E3 E5x3 4800 E5x3 19200 E5x3 38400 E5x3", {" ", "No Answer red"}},
+     "9600 Erase3 Erase5x3 4800 Erase5x3 19200 Erase5x3 38400 Erase5x3", {" ", "No Answer red"}},
     {"OneLosesABatch", kParallel, kImage, {{.number = 3}, {.number = 5, .faults = {kLosesBatch1}}},
-     "9600 E3 E5 38400 B B S3 S5x3 19200 C3 C5", {"12/05/31 07B6", "Programmation ERROR red marked"},
+     "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5x3 "
+     "19200 Check3 Check5", {"12/05/31 07B6", "Programmation ERROR red marked"},
      {.beeps = 1}},
     {"FirstSilentAtTheCheck", kParallel, kImage, {{.number = 3, .faults = {kNoCheck}}, {.number = 5}},
-     "9600 E3 E5 38400 B B S3 S5 19200 C3x3 4800 C3x3 9600 C3x3 38400 C3x3 C5x3 4800 C5x3 9600 C5x3 19200 C5",
+     "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5 19200 Check3x3 4800 Check3x3 9600 Check3x3 "
+     "38400 Check3x3 Check5x3 4800 Check5x3 9600 Check5x3 19200 Check5",
      kSecondGood},
     // From the second controller on with the protocol and the speed of the image.
     {"Serial", kSerial, kImage, {{.number = 3}, {.number = 5, .protocol = 0x41}},
-     "9600 E3 38400 B3 B3 S3 19200 C3 E5x3 4800 E5x3 9600 E5 38400 B5 B5 S5 19200 C5", kBothGood},
+     "9600 Erase3 38400 Batch3 Batch3 Sum3 19200 Check3 Erase5x3 4800 Erase5x3 9600 Erase5 "
+     "38400 Batch5 Batch5 Sum5 19200 Check5", kBothGood},
     {"SerialFromProtocol3", kSerial, kImage, kOfProtocol3,
-     "9600 E3 38400 B3 B3 S3 19200 P3 C3 E5x3 4800 E5x3 9600 E5x3 38400 E5x3",
+     "9600 Erase3 38400 Batch3 Batch3 Sum3 19200 To4:3 Check3 Erase5x3 4800 Erase5x3 9600 Erase5x3 "
+     "38400 Erase5x3",
      {"12/05/31 07B6", "No Answer red"}, {.prot3 = true, .boxes = {0}}},
     {"SerialFirstDead", kSerial, kImage, ThreeWith(kDead),
-     "9600 E3x3 4800 E3x3 19200 E3x3 38400 E3x3", {"No Answer red", " "}},
+     "9600 Erase3x3 4800 Erase3x3 19200 Erase3x3 38400 Erase3x3", {"No Answer red", " "}},
     {"SerialFirstSilentAtTheCheck", kSerial, kImage, ThreeWith(kNoCheck),
-     "9600 E3 38400 B3 B3 S3 19200 C3x3 4800 C3x3 9600 C3x3 38400 C3x3 E5 B5 B5 S5 19200 C5", kSecondGood},
+     "9600 Erase3 38400 Batch3 Batch3 Sum3 19200 Check3x3 4800 Check3x3 9600 Check3x3 "
+     "38400 Check3x3 Erase5 Batch5 Batch5 Sum5 19200 Check5", kSecondGood},
     {"SerialRefusesABatch", kSerial, kImage, ThreeWith(kRefusesBatch),
-     "9600 E3 38400 B3x3 19200 C3x3 4800 C3x3 9600 C3x3 38400 C3x3 E5 B5 B5 S5 19200 C5", kSecondGood},
+     "9600 Erase3 38400 Batch3x3 19200 Check3x3 4800 Check3x3 9600 Check3x3 "
+     "38400 Check3x3 Erase5 Batch5 Batch5 Sum5 19200 Check5", kSecondGood},
 
     {"InfoOtherChecksum", kInfo, kErased, {{.number = 3}, {.number = 5, .flash = {0xFE}}},
-     "9600 C3 C5", {"01/02/03 1E02", "01/02/03 1E01 marked"}, {.beeps = 1}},
+     "9600 Check3 Check5", {"01/02/03 1E02", "01/02/03 1E01 marked"}, {.beeps = 1}},
     {"BootAsksAgainForTheOneLength", kBoot, kErased, {{.number = 3, .faults = {kLongBoot}}, {.number = 5}},
-     "9600 T3x3 T5", kBothBoot},
+     "9600 Boot3x3 Boot5", kBothBoot},
     {"BootByTheOwnProtocol", kBoot, kErased, BootBy(BootProtocol::Own),
-     "9600 T3 T5", kBothBoot, {.protocol = "4"}},
+     "9600 Boot3 Boot5", kBothBoot, {.protocol = "4"}},
     {"BootFallsBackForAllThatFollow", kBoot, kErased, BootBy(BootProtocol::Fixed),
-     "9600 T3x3 T3 T5", kBothBoot, {.protocol = "4"}},
+     "9600 Boot3x3 Boot3 Boot5", kBothBoot, {.protocol = "4"}},
     {"To4GoesOnBehindASilentOne", kTo4, kErased, {{.number = 5, .protocol3 = true}},
-     "9600 P3x3 4800 P3x3 19200 P3x3 38400 P3x3 P5x3 4800 P5x3 9600 P5",
+     "9600 To4:3x3 4800 To4:3x3 19200 To4:3x3 38400 To4:3x3 To4:5x3 4800 To4:5x3 9600 To4:5",
      kEmpty, {.prot3 = true, .boxes = {0}}},
     {"To3Refused", kTo3, kErased, {{.number = 3, .faults = {kNotMoved}}, {.number = 5, .baud = 38400}},
-     "9600 Q3x3 4800 Q3x3 19200 Q3x3 38400 Q3x3 Q5", {"No Answer red", " "}, {.prot3 = true}},
+     "9600 To3:3x3 4800 To3:3x3 19200 To3:3x3 38400 To3:3x3 To3:5", {"No Answer red", " "}, {.prot3 = true}},
 };
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(Buttons, Run, testing::ValuesIn(kTable), testing::PrintToStringParamName());
@@ -183,7 +191,7 @@ TEST(ParallelDownload, DropsWhatComesBetweenTwoErases) {
   Bench bench;
   bench.ChooseHex(kImage);
   bench.Tick({3, 5});
-  const Reply accepts{10ms, Closed(FromHex("40050161"))};
+  const Reply accepts{10ms, bus::CloseFrame(FromHex("40050161"))};
   bench.world.script = {{accepts, {510500us, {0xFF}}}, {accepts}};
   bench.tool.ComLoad.Press();
   EXPECT_THAT(bench.Sent()[2], testing::StartsWith("9600 405F")) << "each erase took one sending";
@@ -194,9 +202,9 @@ TEST(SpeedSearch, BeginsWhereTheLastOneEndedAndGoesOnFromTheLowest) {
                            {"9600", "4800", "19200", "38400"},
                            {"19200", "4800", "9600", "38400"},
                            {"38400", "4800", "9600", "19200"}};
-  const std::pair<Button, const char*> kAskings[] = {{kInfo, " C5x3"},     {kBoot, " T5x3"},
-                                                     {kTo4, " P5x3"},      {kTo3, " Q5x3"},
-                                                     {kParallel, " E5x3"}, {kSerial, " E5x3"}};
+  const std::pair<Button, const char*> kAskings[] = {{kInfo, " Check5x3"},     {kBoot, " Boot5x3"},
+                                                     {kTo4, " To4:5x3"},       {kTo3, " To3:5x3"},
+                                                     {kParallel, " Erase5x3"}, {kSerial, " Erase5x3"}};
   for (const auto& [button, asking] : kAskings) {
     for (const Texts& order : kOrders) {
       RunBench bench;
@@ -257,7 +265,9 @@ TEST(Auto, TicksWhoAnswersAtAnySpeedAndPutsTheSettingsBack) {
   });
   bench.tool.Auto.Press();
   EXPECT_EQ(bench.Ticked(), "0 7 8 31 ");
-  EXPECT_THAT(bench.Talk(), testing::StartsWith("9600 C0x3 4800 C0x3 19200 C0x3 38400 C0 C1x3 4800 C1x3"));
+  EXPECT_THAT(
+      bench.Talk(),
+      testing::StartsWith("9600 Check0x3 4800 Check0x3 19200 Check0x3 38400 Check0 Check1x3 4800 Check1x3"));
   EXPECT_EQ(bench.tool.Text1.Text() + " " + bench.tool.Vitesse.Text(), "500 9600");
   EXPECT_TRUE(bench.tool.Auto.Enabled());
   EXPECT_TRUE(bench.Over());
