@@ -69,6 +69,19 @@ TEST(FlashProg, ABatchThatFitsNoFrameIsLeftOut) {
   EXPECT_EQ(bench.Sent(), Lines{"9600 " + ToHex(bus::CloseFrame(FromHex("405F0775AA5510100002")))});
 }
 
+TEST(FlashProg, GoesOnWhereAStepFails) {
+  CommandBench bench;
+  bench.Tick({3, 4});
+  int failures = 3;
+  bench.world.beforeOperation = [&] {
+    if (bench.world.sent.size() == 1 && failures-- > 0) throw RunError(RunError::kDeviceFailed, "gone");
+  };
+  bench.tool.FlashProg();
+  EXPECT_EQ(bench.BoxNumbers(), (std::vector<int>{8020, 8020, 8020}))
+      << "the second batch, the flush, one sum";
+  EXPECT_EQ(bench.Sent().size(), 4u) << "the other sum goes out, three times";
+}
+
 TEST(FlashProg, AFileThatWentAwayConfirmsZeros) {
   CommandBench bench;
   bench.Tick({3});

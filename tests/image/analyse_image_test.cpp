@@ -56,6 +56,10 @@ const FileCase kFileCases[] = {
                                         "QUORL 41  -05-31 Baud Rate Programmable"},
     {"ProgrammableLeavesTheRate",       ":042020002000400900\r\n:042020007000400900\r\n", "DF172C",
                                         "ORVA 40 19200  Baud Rate Programmable"},
+    {"AddressInLowerCaseIsAnother",     ":10007b00AAAAAAAAAAAAAAAAAAAAAAAAAAAAAA1200\r\n", "DF181A"},
+    {"RateCode110KeepsTheFormer",       k2020 + ":042020006500400900\r\n", "DF1716", "ORVA 40 9600  Baud Rate Fix 9600"},
+    {"OneDigitOfTheLength",             ":1\r\n", "DF1D03"},
+    {"HalfAPair",                       ":0200000001A\r\n", "DF1C0F"},
     {"ShortLineTakesTheProtocolAway",   k2020 + ":04202000\r\n", "DF1668", "ORVA  9600  Baud Rate Fix 9600"},
 };
 // clang-format on

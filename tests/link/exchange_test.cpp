@@ -97,6 +97,9 @@ const ExchangeCase kTable[] = {
 
     {"FalseCrc", 500, Thrice({{10ms, kBad}}), kBadAnswer, 3, 1530ms, BadLog("40 05 01 61 CA DB 04 ")},
     {"SilenceSilenceBad", 500, {{}, {}, {{10ms, kBad}}}, kBadAnswer, 3, 2510ms, {kBadRead, kFalse}},
+    {"BadBadSilence", 500, {{{10ms, kBad}}, {{10ms, kBad}}}, kNoAnswer, 3, 2020ms, {kBadRead, kBadRead, kNone}},
+    {"ShortAnswerAndAnEndByte", 500, Thrice({{10ms, {0x68, 0x2F, 0x04}}}), kBadAnswer, 3, 1530ms,
+     BadLog("68 2F 04 "), "before", 0ms, ShortAnswer::kIsGood},
     {"OtherTwoBytes", 500, Thrice({{10ms, {0x68, 0x2E}}}), kBadAnswer, 3, 1530ms, BadLog("68 2E "), "before",
      0ms, ShortAnswer::kIsGood},
     {"GoodAndAByteBehind", 500, Thrice({{10ms, kGood}, {10ms, {0}}}), kBadAnswer, 3, 1530ms,
@@ -125,6 +128,16 @@ TEST(Exchange, RefusesEverySingleWrongBitButThoseOfTheLastByte) {
     const bool inLastByte = bit / 8 == 12;
     EXPECT_EQ(line.Send(), inLastByte ? kAnswered : kBadAnswer) << "bit " << bit;
     EXPECT_EQ(line.answer, inLastByte ? ToHex(answer) : "before") << "bit " << bit;
+  }
+}
+
+TEST(Exchange, TakesAnyWholeNumberOfMillisecondsAsTimeOut) {
+  for (const auto& [timeOut, wait] : {std::pair("0", 0ms), {"-5", 0ms}, {"40000", 40000ms}}) {
+    OpenLine line;
+    line.tool.Text1.SetText(timeOut);
+    EXPECT_EQ(line.Send(), kNoAnswer);
+    EXPECT_GE(line.world.Time(), 3 * (wait + 500ms)) << timeOut;
+    EXPECT_LE(line.world.Time(), 3 * (wait + 502ms)) << timeOut;
   }
 }
 

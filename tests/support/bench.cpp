@@ -54,8 +54,10 @@ std::string Bench::Row(int y) {
   const TextBox& version = tool.info.Ver(y);
   const TextBox& checksum = tool.info.CkSum(y);
   std::string row = version.Text() + " " + checksum.Text();
-  if (version.ForeColor() == colour::kRed) row += " red";
-  if (checksum.ForeColor() == colour::kWhite && checksum.BackColor() == colour::kRed) row += " marked";
+  if (version.ForeColor() == colour::kRed)
+    row += version.FontBold() && checksum.FontBold() ? " red" : " thin red";
+  if (checksum.ForeColor() == colour::kWhite && checksum.BackColor() == colour::kRed)
+    row += checksum.FontBold() ? " marked" : " thinly marked";
   return row;
 }
 

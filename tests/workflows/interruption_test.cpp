@@ -2,6 +2,7 @@
 // controls.
 #include <gtest/gtest.h>
 
+#include "link/outcome.h"
 #include "workflows/run_bench.h"
 
 namespace quillon::test {
@@ -109,6 +110,18 @@ TEST_P(Interruption, ClosingTheMainWindowEndsTheProgramInEachPhase) {
     EXPECT_FALSE(bench.world.open);
     EXPECT_EQ(bench.Read("Quillon.cfg").substr(0, 5), "500\r\n");
     EXPECT_NE(bench.Read("Log.txt"), "");
+  }
+}
+
+TEST(Interruption, OfAnEarlierRunIsForgottenWithItsRedRows) {
+  for (const Button button : kRuns) {
+    InterruptedBench bench(button);
+    SCOPED_TRACE((bench.tool.*button).Name());
+    bench.tool.ReportFailure(31, FailureCode::kNoAnswer);
+    bench.tool.AbortRequested = true;
+    bench.Press(button);
+    EXPECT_GT(bench.world.sent.size(), 1u);
+    EXPECT_EQ(bench.Row(31), button == kAuto ? "No Answer red" : "No Answer");
   }
 }
 

@@ -72,6 +72,9 @@ const FailureCase kTable[] = {
     // The run goes on over a closed port: each flush and each erase has its own box, at each speed.
     {"RefusedInASerialDownload", kRefused, {kSerial},
      {8002, 8018, 8018, 8018, 8018, 8018, 8018, 8018, 8018}, false},
+    // The search ends though no speed can be set: each one counts as tried.
+    {"GoesAwayInASerialDownload", kGoesAway, {kSerial},
+     {8020, 8020, 8020, 8020, 8020, 8020, 8020, 8020, 8020, 8020}, false, "9600 Erase5x2"},
     // The command has a box of its own; the next speed can't be set either.
     {"GoesAwayInADownload", kGoesAway, {kParallel}, {8020, 8020}, true, "9600 Erase5x2"},
     {"GoesAwayInFlashInfo", kGoesAway, {kInfo}, {8020, 8020}, true, "9600 Check5x2"},

@@ -140,6 +140,19 @@ const RunCase kTable[] = {
      "9600 Erase3 38400 Batch3 Batch3 Sum3 19200 To4:3 Check3 Erase5x3 4800 Erase5x3 9600 Erase5x3 "
      "38400 Erase5x3",
      {"12/05/31 07B6", "No Answer red"}, {.prot3 = true, .boxes = {0}}},
+    {"SerialKeepsTheSpeed", kSerial, kImage, {{.number = 3}, {.number = 5, .baud = 19200, .protocol = 0x41}},
+     "9600 Erase3 Batch3 Batch3 Sum3 19200 Check3 Erase5 Batch5 Batch5 Sum5 Check5", kBothGood,
+     {.keepSpeed = true}},
+    // Nobody answers at a speed of the list any more; the run still goes on.
+    {"SerialRateThatTheListLacks", kSerial, k57600, {{.number = 3}, {.number = 5, .protocol = 0x41}},
+     "9600 Erase3 38400 Batch3 Batch3 Sum3 9600 Check3x3 4800 Check3x3 19200 Check3x3 38400 Check3x3 "
+     "Erase5x3 4800 Erase5x3 9600 Erase5 38400 Batch5 Batch5 Sum5 9600 Check5x3 4800 Check5x3 "
+     "19200 Check5x3 38400 Check5x3", {"No Answer red", "No Answer red"}, {.boxes = {383, 383}}},
+    {"SerialMovesTo4AgainAtEachSpeed", kSerial, kImage,
+     {{.number = 3, .protocol3 = true, .faults = {kNoCheck}}},
+     "9600 Erase3 38400 Batch3 Batch3 Sum3 19200 To4:3 Check3x3 4800 To4:3x3 Check3x3 9600 To4:3x3 Check3x3 "
+     "38400 To4:3x3 Check3x3 Erase5x3 4800 Erase5x3 9600 Erase5x3 19200 Erase5x3",
+     {"No Answer red", "No Answer red"}, {.prot3 = true, .boxes = {0}}},
     {"SerialFirstDead", kSerial, kImage, ThreeWith(kDead),
      "9600 Erase3x3 4800 Erase3x3 19200 Erase3x3 38400 Erase3x3", {"No Answer red", " "}},
     {"SerialFirstSilentAtTheCheck", kSerial, kImage, ThreeWith(kNoCheck),
@@ -165,6 +178,33 @@ const RunCase kTable[] = {
 };
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(Buttons, Run, testing::ValuesIn(kTable), testing::PrintToStringParamName());
+
+TEST(Download, LogsWhatIsSentAndReceivedLineByLine) {
+  RunBench bench(std::vector<ControllerSetup>{{.number = 3}});
+  bench.ChooseHex(kImage);
+  bench.Tick({3});
+  bench.Press(kParallel);
+  const Texts kLog = {
+      "Message : $74",
+      "40 03 04 74 55 AA F0 BA 1A 04 ",
+      "Recu en String : 40 03 01 61 78 7A 04 ",
+      "Communication OK  - CRC checked",
+      "Answer : 61",
+      "Programming 5F without answer",
+      "40 5F 0A 75 AA 55 10 00 00 01 02 03 04 F2 9B 04 ",
+      "40 5F 1A 75 AA 55 10 20 10 00 00 00 00 00 31 32 00 30 35 00 33 31 00 00 00 20 00 41 05 "
+      "79 DF 04 ",
+      "Message : $75 Sending Full checksum",
+      "40 03 07 75 AA 55 0F DF 07 B6 F7 0E 04 ",
+      "Recu en String : 41 03 01 61 0E CE 04 ",
+      "Communication OK  - CRC checked",
+      "Answer : 61",
+      "Message : $73  - Checking Flash",
+      "41 03 01 73 3C BD 04 ",
+      "Recu en String : 41 03 07 61 00 12 05 31 07 B6 AC FB 04 ",
+      "Communication OK  - CRC checked"};
+  EXPECT_EQ(bench.EndAndReadLog(), kLog);
+}
 
 TEST(Download, GoesToEachTickedControllerAndNoOther) {
   for (const std::size_t count : {0, 1, 2, 31, 32}) {
