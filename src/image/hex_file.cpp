@@ -1,6 +1,7 @@
 #include <string>
 
 #include "image/analyse_image.h"
+#include "image/hex_faults.h"
 #include "platform/finally.h"
 #include "shell/quillon.h"
 
@@ -29,11 +30,24 @@ std::string Quillon::AnalyseHexFile() {
   return checksum;
 }
 
+/// The sign beside the checksum: shown while the chosen file contradicts itself, with the first fault in
+/// words.
+void Quillon::WarnOfFaults() {
+  FileWarning.SetVisible(false);
+  if (FileCheksum.Text().empty()) return;
+  Try([this] {
+    const auto fault = FirstHexFault(LineReader::OfFile(FileName.Text()));
+    FileWarning.SetToolTip(fault.value_or(""));
+    FileWarning.SetVisible(fault.has_value());
+  });
+}
+
 void Quillon::FileName_Change() {
   if (FileName.Text().empty()) {
     EnableDownloads(false);
     FileCheksum.SetText("");
     FileName.SetToolTip("");
+    FileWarning.SetVisible(false);
     useBB.SetValue(CheckBox::kUnticked);
     useBB.SetVisible(false);
     return;
@@ -50,6 +64,7 @@ void Quillon::FileName_Change() {
   }
   Yield();
   FileName.SetToolTip(ToolTipOf(image));
+  WarnOfFaults();
   const bool keepsSpeed = image.ImageProduct == kKeepsSpeed;
   useBB.SetEnabled(keepsSpeed);
   useBB.SetValue(keepsSpeed ? CheckBox::kTicked : CheckBox::kUnticked);

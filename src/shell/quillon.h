@@ -67,6 +67,10 @@ class Quillon final : public Form {
       "FileCheksum",
       {360, 1440, 1335, 300},
       {.enabled = false, .readOnly = true, .centred = true, .accessibleName = "File Cheksum"}};
+  Picture FileWarning{*this,
+                      "FileWarning",
+                      {1750, 1470, 240, 240},
+                      {.visible = false, .accessibleName = "Warning about the file", .picture = "warning"}};
   CheckBox useBB{*this,
                  "useBB",
                  {2040, 1493, 5295, 195},
@@ -270,6 +274,9 @@ class Quillon final : public Form {
   std::function<void()> Handler(void (Quillon::*handler)());
   std::function<void()> Workflow(void (Quillon::*handler)());
   void EnableDownloads(bool enabled);
+
+  // Image.
+  void WarnOfFaults();
 
   // Link.
   void StartLink();

@@ -108,6 +108,37 @@ TEST(ChosenFile, ShowsWhatItIs) {
   }
 }
 
+TEST(ChosenFile, IsWarnedOfWhereItContradictsItself) {
+  const std::string kData = ":0100000005FA\r\n";
+  const std::string kEnd = ":00000001FF\r\n";
+  const std::pair<std::string, const char*> kFiles[] = {
+      {kData + kEnd + "\r\n\r\n", ""},
+      {":020000040000FA\n:01000000fbFa\n:00000001FF", "line 2: check byte is FA, should be 04"},
+      {kData + "0100000005FA\r\n" + kEnd, "line 2: begins with \"0\" in the place of a colon"},
+      {":01000O0005FA\r\n" + kEnd, "line 1: \"O\" is no hex digit"},
+      {":0100000005FA \r\n" + kEnd, "line 1: \" \" is no hex digit"},
+      {":0100\t00005FA\r\n" + kEnd, "line 1: the character 09 is no hex digit"},
+      {":0200000005F9\r\n" + kEnd, "line 1: has 12 digits, should have 14 by its length"},
+      {":0100000005F\r\n" + kEnd, "line 1: has 11 digits, should have 12 by its length"},
+      {":\r\n" + kEnd, "line 1: has 0 digits, should have 10 by its length"},
+      {"\r\n" + kData + kEnd, "line 1: is empty"},
+      {kData + kEnd + kData, "line 3: stands after the end record"},
+      {kData, "the file has no end record; it may be cut"},
+      {kEnd, "the file holds no data"},
+      {"", "the file is empty"},
+  };
+  Bench bench;
+  int number = 0;
+  for (const auto& [text, warning] : kFiles) {
+    bench.world.fileToChoose = bench.Write(std::to_string(++number) + ".hex", text);
+    bench.tool.Command1.Press();
+    EXPECT_EQ(bench.tool.FileWarning.ToolTip(), warning) << number;
+    EXPECT_EQ(bench.tool.FileWarning.Visible(), *warning != 0) << number;
+  }
+  bench.tool.FileName.SetText("");
+  EXPECT_FALSE(bench.tool.FileWarning.Visible());
+}
+
 TEST(ChosenFile, ForgetsTheFormerOneButForItsRate) {
   Bench bench;
   bench.ChooseHex({":042020002000400900"});
