@@ -85,7 +85,6 @@ class Program : public testing::Test {
 };
 
 TEST_F(Program, AnswersAtItsSpeedEachTimeThePortIsOpenedAndTakesItsLinkAway) {
-  fs::create_symlink("/dev/pts/none", link_);  // left over from a run that was cut off
   Start("--controller 3,baud=19200");
   Open(B9600);
   EXPECT_TRUE(AskCheck().empty()) << "wrong speed";
@@ -97,6 +96,50 @@ TEST_F(Program, AnswersAtItsSpeedEachTimeThePortIsOpenedAndTakesItsLinkAway) {
   }
   EXPECT_EQ(End(SIGTERM), 0);
   EXPECT_FALSE(fs::is_symlink(fs::symlink_status(link_)));
+}
+
+TEST_F(Program, TwoBusesDoNotTakeEachOthersLink) {
+  const std::string log = (folder_ / "log").string();
+  Start("--count 4 --log " + log);
+  Open(B9600);
+  EXPECT_EQ(AskCheck().size(), kCheckAnswer);
+  const auto logged = fs::file_size(log);
+  const fs::path terminal = fs::read_symlink(link_);
+
+  const std::string second = "timeout 5 " QUILLON_BUS_PROGRAM " --count 4 --log " + log + " --link ";
+  const fs::path alias = folder_ / "COM8";
+  fs::create_symlink(link_, alias);
+  for (const fs::path& taken : {link_, alias}) {
+    std::FILE* refused = popen((second + taken.string() + " 2>&1").c_str(), "r");
+    char said[300] = "";
+    EXPECT_NE(std::fgets(said, sizeof said, refused), nullptr);
+    EXPECT_NE(std::string(said).find("--link " + taken.string() + ": another quillon-bus serves it. End"),
+              std::string::npos)
+        << said;
+    EXPECT_EQ(WEXITSTATUS(pclose(refused)), 1);
+  }
+  EXPECT_EQ(fs::read_symlink(link_), terminal);
+  EXPECT_EQ(fs::file_size(log), logged) << "the log of the living bus";
+  EXPECT_EQ(AskCheck().size(), kCheckAnswer);
+
+  fs::remove(link_);
+  fs::create_symlink("/dev/pts/other", link_);
+  EXPECT_EQ(End(SIGTERM), 0);
+  EXPECT_TRUE(fs::is_symlink(fs::symlink_status(link_))) << "by then the link was another bus's";
+}
+
+TEST_F(Program, ALinkLeftOverByABusThatWasKilledIsReplaced) {
+  Start("--count 4");
+  End(SIGKILL);
+  EXPECT_TRUE(fs::is_symlink(fs::symlink_status(link_)));
+  const int terminal = posix_openpt(O_RDWR | O_NOCTTY);  // most often it gets the number that became free
+  ASSERT_EQ(unlockpt(terminal), 0);
+  fs::remove(link_);
+  fs::create_symlink(ptsname(terminal), link_);
+  Start("--count 4");
+  Open(B9600);
+  EXPECT_EQ(AskCheck().size(), kCheckAnswer);
+  close(terminal);
 }
 
 TEST_F(Program, APulledCableTakesThePortAwayAndBringsItBack) {
