@@ -26,7 +26,8 @@ class Descriptor {
 /// master; the tool opens the slave by its path (/dev/pts/7) as it would open a real port, and the speed and
 /// format that it sets there can be read here. Three things are not as on a real port:
 ///   - It has no pace. A thousand bytes arrive at once, whatever the speed: pacing is the bus's task.
-///   - It edits lines and echoes until told otherwise. So it is made raw here, at 9600 8N2, and the bus
+///   - It edits lines and echoes unless its settings say otherwise. So it is made raw here, at 9600 8N2, and
+///   the bus
 ///     holds the slave open too, so that this outlasts the tool's closing.
 ///   - It keeps what nobody read. That is dropped when the tool opens the port, as on a real one.
 /// The tool may open and close it any number of times, and sees it vanish when the object ends.
@@ -55,7 +56,7 @@ class PseudoTerminal {
   /// What the tool has written and nobody has read yet; empty when there is nothing.
   Bytes Read();
 
-  /// Hands bytes to the tool. They are lost while the port is closed, and when the tool doesn't read.
+  /// Passes bytes to the tool. They are lost while the port is closed, and when the tool doesn't read.
   void Write(std::span<const std::uint8_t> bytes);
 
  private:
