@@ -82,6 +82,7 @@ struct Fault {
   Time delay{};
   std::optional<Command> command{};
   double chance = 1.0;  // 0 to 1: how often it strikes between `first` and `last`, by the bus's seed
+  bool operator==(const Fault&) const = default;
 };
 
 /// Length of the answer to $73.

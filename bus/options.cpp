@@ -83,7 +83,7 @@ Options ParseOptions(std::span<const std::string> arguments) {
     return app.add_option(name, target, help)->type_name(type);
   };
   const auto* counted = add("--count", count, "N", "controllers 0 to N-1 at 9600 (0: an empty line)")
-                            ->check(From(0, kControllerNumbers));
+                            ->transform(From(0, kControllerNumbers));
   add("--controller", controllers, "N,...", "a controller with settings of its own; see below")
       ->take_all()
       ->allow_extra_args(false)
@@ -93,16 +93,16 @@ Options ParseOptions(std::span<const std::string> arguments) {
       ->allow_extra_args(false)
       ->check(Checked(ReadFault));
   add("--seed", options.line.seed, "N", "of the faults by chance (printed at the start)")
-      ->check(From<std::uint64_t>(0, UINT64_MAX));
+      ->transform(From<std::uint64_t>(0, UINT64_MAX));
   const auto* unplugged =
       add("--unplug", unplug, "FRAMES,MS", "cable off after so many frames, back after MS")
           ->delimiter(',')
-          ->check(From(1, kLongestWait));
+          ->transform(From(1, kLongestWait));
   add("--link", options.link, "PATH", "lay a link, such as bin/COM7; removed at the end");
   add("--download-baud", options.line.downloadBaud, "BAUD",
       "where controllers listen after $74 with $AA (9600)")
-      ->check(From(1, kHighestSpeed));
-  add("--delay", delay, "MS", "from a frame to its answer (5)")->check(From(0, kLongestWait));
+      ->transform(From(1, kHighestSpeed));
+  add("--delay", delay, "MS", "from a frame to its answer (5)")->transform(From(0, kLongestWait));
   app.add_flag("--echo", options.line.echo, "the adapter echoes what the tool sends");
   app.add_flag("--quick", quick, "bytes take no time (the delay stays)");
   add("--log", options.logFile, "FILE", "every frame with time, speed and direction");
