@@ -29,16 +29,14 @@ struct LineOptions {
 /// A frame is acted on when its last byte has left the tool. The answer begins `answerDelay` later, at the
 /// speed of the frame. `At` shows a controller as it is after all that was sent so far.
 ///
-/// When two senders overlap:
-///   - Two controllers that begin to answer at the same moment stay in step, bit by bit. An idle line is 1,
-///   and
-///     a sender of 0 pulls it down, so the tool gets the AND of their bytes. Code and CRC:
-///         accepted 61 CA DA    refused E1 5B 52    together 61 4A 52: the code reads well, the CRC is wrong
-///   - All other overlaps, of the tool's bytes with an answer or of two answers that began at different
-///   moments,
-///     destroy the bytes concerned. The tool does not get them, and no controller hears a frame that lost
-///     one.
-///   - Unpaced bytes take no time and never overlap.
+/// Two controllers that begin to answer at the same moment stay in step, bit by bit. An idle line is 1, and a
+/// sender of 0 pulls it down, so the tool gets the AND of their bytes. Code and CRC of two such answers:
+///
+///     accepted 61 CA DA    refused E1 5B 52    together 61 4A 52: the code looks good, the CRC does not
+///
+/// All other overlaps, of the tool's bytes with an answer or of two answers that begin at different moments,
+/// destroy the bytes concerned: the tool does not get them, and no controller hears a frame that lost one.
+/// Unpaced bytes take no time and never overlap.
 class Bus {
  public:
   explicit Bus(LineOptions options = {});

@@ -11,34 +11,33 @@
 
 namespace bus {
 
-// What a controller is asked, and what it answers. Each line shows a payload (frame.h draws the frame around
-// it); PB is the controller's own protocol byte, 40 the fixed one.
+// What a controller is asked, and what it answers: the payloads, which frame.h puts into frames. The second
+// column is the protocol byte, 40 or the controller's own.
 //
-//     Command       Protocol   Payload of the question        Payload of the answer
-//     Check         PB         73                             version and checksum, drawn below
-//     Erase         PB         74 55 AA F0                    61; from then on it listens at the download
-//     speed
-//                              74 55 BB F0                    61; it keeps its speed
-//     Batch         40         75 AA 55 10 address data...    61, or E1 when it was not erased before; none
-//     to all Checksum      40         75 AA 55 0F sum (3 bytes)      61 when its flash has that sum, else E1
-//     Boot          PB or 40   75 AA 55 50                    the boot code's version and checksum, as in 13
-//     bytes ToProtocol3   40         55                             61 ToProtocol4   40         the text
-//     frame                 68 2F: two bytes, no frame, no CRC
+//     Command      Byte     Question                      Answer
+//     Check        own      73                            version and checksum, drawn below
+//     Erase        own      74 55 AA F0                   61; now it listens at the download speed
+//                           74 55 BB F0                   61; it keeps its speed
+//     Batch        40       75 AA 55 10 address data...   61, or E1 without an erase before; none to all
+//     Checksum     40       75 AA 55 0F sum (3 bytes)     61 when its flash has that sum, else E1
+//     Boot         either   75 AA 55 50                   those of the boot code, as in 13 bytes below
+//     ToProtocol3  40       55                            61
+//     ToProtocol4  40       the text frame                68 2F: two bytes, no frame, no CRC
 //
 // The answer to $73 comes in two forms. The longer has a second filler byte, so version and checksum stand
 // one byte further on. Only its length says which one it is:
 //
-//     13 bytes   PB 05 07 61 00    01 02 03  1E 02  D7 E2  04
-//     14 bytes   PB 05 08 61 00 00 01 02 03  1E 02  7B 66  04
+//     13 bytes   40 05 07 61 00    01 02 03  1E 02  D7 E2  04
+//     14 bytes   40 05 08 61 00 00 01 02 03  1E 02  7B 66  04
 //                |  |  |  |  |     |         |      |      end byte
-//                |  |  |  |  |     |         |      CRC (here with PB = 40)
+//                |  |  |  |  |     |         |      CRC
 //                |  |  |  |  |     |         checksum of the flash, its low 16 bits
 //                |  |  |  |  |     version 01/02/03
 //                |  |  |  |  filler
 //                |  |  |  code: accepted
 //                |  |  length of the payload
 //                |  number of the controller
-//                protocol byte
+//                protocol byte, its own
 //
 // How a controller is programmed. Only a whole new image makes sense in flash, so it goes in three steps:
 //   1. Erase. All bytes become 0xFF, and it waits in download mode for batches.

@@ -21,22 +21,23 @@ namespace bus {
 // together and damage what both send. Nothing in the wires prevents that. There is only a custom: the tool
 // asks one controller, that one answers, and the tool waits until the answer is over before it asks again.
 //
-//     tool         |== question ==|                              |== next question ==|
-//     controller                     |==== answer ====|
-//                                 ^                    ^
-//                           answer delay        the tool's pause
+//     tool         |== question ==|                                      |== next question ==|
+//     controller                     |== answer ==|
+//                                 |--|-------- pause of the tool --------|
+//                             answer delay
 //
-// A pause ends an answer. Answers differ in length (2, 7, 13 or 14 bytes) and no byte value is kept for the
+// A pause ends an answer. Answers differ in length (2, 7, 13 or 14 bytes), and no byte value is kept for the
 // end: 0x04 closes a frame, but may stand anywhere inside it too. A length byte can be damaged like any
-// other. What is certain is the silence after the last byte, so the tool reads until nothing has come for a
-// while.
+// other. What is certain is the silence after the last byte. So the tool waits, from the first byte on, for
+// much longer than any answer takes, and what came by then is the answer.
 //
 // Echo: many adapters keep listening while they send. The tool then gets its own question back first, and the
 // answer after it. It has to know its own words and throw them away.
 //
-// A broadcast has no answer. If it had one, all 32 controllers would give it at the same moment, and the tool
-// would read the damage. So the tool cannot know who heard it; it sends, waits as long as the slowest
-// controller needs to store the data, and asks each one for the checksum in the end.
+// A broadcast has no answer. If it had one, all controllers would answer at the same moment, and the tool
+// would read the damage. So it cannot know who heard a broadcast. It waits after each one, for as long as the
+// bytes are on the line and the slowest controller needs to store them, and asks every one for its checksum
+// in the end.
 
 using Bytes = std::vector<std::uint8_t>;
 

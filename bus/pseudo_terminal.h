@@ -24,12 +24,12 @@ class Descriptor {
 ///
 /// A pseudo-terminal is a pair of ends: what is written to the one is read from the other. The bus keeps the
 /// master; the tool opens the slave by its path (/dev/pts/7) as it would open a real port, and the speed and
-/// format that it sets there can be read here. Three things are not as on a real port:
-///   - It has no pace. A thousand bytes arrive at once, whatever the speed: pacing is the bus's task.
-///   - It edits lines and echoes unless its settings say otherwise. So it is made raw here, at 9600 8N2, and
-///   the bus
-///     holds the slave open too, so that this outlasts the tool's closing.
-///   - It keeps what nobody read. That is dropped when the tool opens the port, as on a real one.
+/// format that it sets there can be read here. Three things are not as on a real port. It has no pace: a
+/// thousand bytes arrive at once, whatever the speed, so the bus has to pace them. It edits lines and echoes
+/// unless its settings say otherwise; it is made raw here, at 9600 8N2, and the bus holds the slave open too,
+/// so that this outlasts the tool's closing. And it keeps what nobody read, which a real port does not; that
+/// is dropped when the tool opens it.
+///
 /// The tool may open and close it any number of times, and sees it vanish when the object ends.
 ///
 /// The system gives a number that became free to the next terminal that anybody opens. So a path that exists
