@@ -85,13 +85,14 @@ bool LeadsToLivingBus(const std::string& path) {
   return mark && connect(mark->socket.Number(), mark->Address(), mark->size) == 0;
 }
 
-/// Throws when the name of a link is taken by something that has to stay.
-void RefuseTaken(const std::string& path) {
+/// Throws when the name of a link to `target` is taken by something that has to stay.
+void RefuseTaken(const std::string& path, const std::string& target) {
   namespace fs = std::filesystem;
   std::error_code error;
   const fs::file_status present = fs::symlink_status(path, error);
   if (!fs::exists(present)) return;
-  if (LeadsToLivingBus(path))
+  const bool isOwn = fs::canonical(path, error) == target;  // left over, its number given to this bus anew
+  if (!isOwn && LeadsToLivingBus(path))
     throw std::runtime_error("--link " + path +
                              ": another quillon-bus serves it. End that one or choose another name.");
   const bool leftOver =
@@ -174,7 +175,7 @@ void PseudoTerminal::Write(std::span<const std::uint8_t> bytes) {
 PortLink::PortLink(std::string path, std::string target)
     : path_(std::move(path)), target_(std::move(target)) {
   namespace fs = std::filesystem;
-  RefuseTaken(path_);
+  RefuseTaken(path_, target_);
   std::error_code error;
   fs::remove(path_, error);
   fs::create_symlink(target_, path_, error);
