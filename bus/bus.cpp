@@ -1,11 +1,22 @@
 #include "bus/bus.h"
 
 #include <algorithm>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <utility>
 
 namespace bus {
+namespace {
+
+/// Adds a sender to a line: where it sends a 0 the line is 0. A line that is idle carries nothing but 1.
+void PullDown(Bytes& line, const Bytes& sent) {
+  constexpr std::uint8_t kIdle = 0xFF;
+  line.resize(std::max(line.size(), sent.size()), kIdle);
+  for (std::size_t i = 0; i < sent.size(); ++i) line[i] &= sent[i];
+}
+
+}  // namespace
 
 Bus::Bus(LineOptions options) : options_(options), random_(options.seed) {}
 
@@ -25,9 +36,9 @@ void Bus::Send(std::span<const std::uint8_t> bytes, const LineFormat& format, Ti
   for (std::size_t i = 0; i < bytes.size(); ++i) {
     const Time begins = ByteEnd(start, i, format);
     const Time ends = ByteEnd(start, i + 1, format);
-    const bool garbled = Collides(begins, ends);
-    if (options_.echo) PutByte({begins, ends, format, bytes[i], garbled});
-    for (Heard& frame : framer_.Add(bytes[i], begins, ends, format, garbled)) {
+    const Reception reception = DestroyOverlapped(begins, ends);
+    if (options_.echo) PutByte({begins, ends, format, bytes[i], reception});
+    for (Heard& frame : framer_.Add(bytes[i], begins, ends, format, reception)) {
       if (frame.intact) HearFrame(frame);
       traffic_.push_back(std::move(frame));
     }
@@ -37,7 +48,7 @@ void Bus::Send(std::span<const std::uint8_t> bytes, const LineFormat& format, Ti
 
 std::optional<Time> Bus::NextArrival() const {
   for (const Arriving& byte : arriving_)
-    if (!byte.lost) return byte.ends;
+    if (byte.reception == Reception::Clean) return byte.ends;
   return std::nullopt;
 }
 
@@ -45,7 +56,7 @@ Bytes Bus::Receive(const LineFormat& listening, Time now) {
   Bytes received;
   while (!arriving_.empty() && arriving_.front().ends <= now) {
     const Arriving& byte = arriving_.front();
-    if (!byte.lost && byte.format == listening) received.push_back(byte.value);
+    if (byte.reception == Reception::Clean && byte.format == listening) received.push_back(byte.value);
     arriving_.pop_front();
   }
   return received;
@@ -57,52 +68,46 @@ void Bus::ForgetTraffic() {
 }
 
 void Bus::HearFrame(const Heard& frame) {
-  std::vector<Answered> together;
+  std::map<Time, Bytes> onTheLine;  // what the line carries, by the moment at which it begins
   for (Controller& controller : controllers_) {
     const std::optional<Answer> answer = controller.Hear(frame, random_);
     if (!answer) continue;
     const Time begins = frame.ends + options_.answerDelay + answer->extraDelay;
-    answers_.push_back({controller.Number(), begins, ByteEnd(begins, answer->bytes.size(), frame.format),
-                        frame.format, answer->bytes});
-    const auto same = std::find_if(together.begin(), together.end(),
-                                   [&](const Answered& other) { return other.begins == begins; });
-    if (same == together.end()) {
-      together.push_back(answers_.back());
-      continue;
-    }
-    Bytes& joint = same->bytes;
-    joint.resize(std::max(joint.size(), answer->bytes.size()), 0xFF);
-    for (std::size_t i = 0; i < answer->bytes.size(); ++i) joint[i] &= answer->bytes[i];
+    const Time ends = ByteEnd(begins, answer->bytes.size(), frame.format);
+    answers_.push_back({controller.Number(), begins, ends, frame.format, answer->bytes});
+    PullDown(onTheLine[begins], answer->bytes);
   }
-  for (const Answered& answer : together) PutAnswer(answer);
+  for (const auto& [begins, bytes] : onTheLine) PutAnswer(bytes, begins, frame.format);
 }
 
-void Bus::PutAnswer(const Answered& answer) {
-  for (std::size_t i = 0; i < answer.bytes.size(); ++i) {
-    const Time begins = ByteEnd(answer.begins, i, answer.format);
-    const Time ends = ByteEnd(answer.begins, i + 1, answer.format);
-    const bool lost = Collides(begins, ends);
-    PutByte({begins, ends, answer.format, answer.bytes[i], lost});
+void Bus::PutAnswer(const Bytes& bytes, Time answerBegins, const LineFormat& format) {
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    const Time begins = ByteEnd(answerBegins, i, format);
+    const Time ends = ByteEnd(answerBegins, i + 1, format);
+    const Reception reception = DestroyOverlapped(begins, ends);
+    PutByte({begins, ends, format, bytes[i], reception});
   }
 }
 
 void Bus::PutByte(const Arriving& byte) {
-  const auto behind = std::upper_bound(arriving_.begin(), arriving_.end(), byte.ends,
-                                       [](Time ends, const Arriving& other) { return ends < other.ends; });
-  arriving_.insert(behind, byte);
+  const auto later = std::upper_bound(arriving_.begin(), arriving_.end(), byte.ends,
+                                      [](Time ends, const Arriving& other) { return ends < other.ends; });
+  arriving_.insert(later, byte);
 }
 
-/// Looks for bytes that arrive from the line at that time, and destroys them.
-bool Bus::Collides(Time begins, Time ends) {
-  bool collides = false;
+/// Destroys the bytes that are on their way to the tool at that time. Returns Garbled when there were any: a
+/// byte sent at that time is then destroyed as well.
+Reception Bus::DestroyOverlapped(Time begins, Time ends) {
+  Reception ownByte = Reception::Clean;
   for (Arriving& other : arriving_) {
     if (other.begins >= ends || begins >= other.ends) continue;
-    other.lost = true;
-    collides = true;
+    other.reception = Reception::Garbled;
+    ownByte = Reception::Garbled;
   }
-  return collides;
+  return ownByte;
 }
 
+/// When `count` bytes that begin at `begins` have left; unpaced bytes take no time.
 Time Bus::ByteEnd(Time begins, std::size_t count, const LineFormat& format) const {
   return options_.paced ? begins + TimeOf(count, format) : begins;
 }

@@ -13,21 +13,30 @@
 namespace bus {
 
 struct LineOptions {
-  bool echo = false;  // the adapter hands every byte back to the tool as it leaves
+  bool echo = false;                                // the adapter returns every byte to the tool as it leaves
   Time answerDelay = std::chrono::milliseconds(5);  // from the end of a frame to the first bit of its answer
   bool paced = true;                                // false: bytes take no time on the line
   int downloadBaud = 9600;                          // where controllers listen after $74 with $AA
   std::uint64_t seed = 1;                           // of the faults that strike by chance
 };
 
-/// A half-duplex line with simulated controllers. Passive: no threads, no clock; it moves by the `now` that
-/// it is given, which may jump forward by any amount.
+/// A half-duplex line with simulated controllers (line.h tells how such a line behaves).
 ///
-/// A frame is acted on when its last byte has left; the answer begins `answerDelay` later, at the speed of
-/// the frame. What a controller looks like (`At`) is its state after all that was sent so far. Two that
-/// answer at the same moment pull the line together: the tool gets the AND of their bytes. Any other overlap,
-/// of the tool's bytes with an answer or of two answers, destroys the bytes concerned: the tool doesn't get
-/// them, and a frame that lost one is heard by no controller. Unpaced bytes take no time and never overlap.
+/// It has no threads and no clock of its own. The caller says what time it is: `now` may jump forward by any
+/// amount, and what was due by then has happened. So a test runs an hour of traffic in a moment, and the
+/// server runs the same line in real time.
+///
+/// A frame is acted on when its last byte has left the tool. The answer begins `answerDelay` later, at the
+/// speed of the frame. `At` shows a controller as it is after all that was sent so far.
+///
+/// Two controllers that begin to answer at the same moment stay in step, bit by bit. An idle line is 1, and a
+/// sender of 0 pulls it down, so the tool gets the AND of their bytes. Code and CRC of two such answers:
+///
+///     accepted 61 CA DA    refused E1 5B 52    together 61 4A 52: the code looks good, the CRC does not
+///
+/// All other overlaps, of the tool's bytes with an answer or of two answers that begin at different moments,
+/// destroy the bytes concerned: the tool does not get them, and no controller hears a frame that lost one.
+/// Unpaced bytes take no time and never overlap.
 class Bus {
  public:
   explicit Bus(LineOptions options = {});
@@ -39,8 +48,8 @@ class Bus {
   /// The first controller with this number. Throws std::out_of_range when there is none.
   Controller& At(int number);
 
-  /// The tool puts bytes on the line now; they leave one behind the other, after any still leaving. Bytes of
-  /// one frame may come in several calls. Throws std::invalid_argument for a speed below 1.
+  /// The tool puts bytes on the line now; they leave one after the other, and after those still leaving.
+  /// Bytes of one frame may come in several calls. Throws std::invalid_argument for a speed below 1.
   void Send(std::span<const std::uint8_t> bytes, const LineFormat& format, Time now);
 
   /// When the bytes sent so far have left the line (<= now: the line is idle).
@@ -49,7 +58,7 @@ class Bus {
   /// The next moment at which a byte reaches the tool, if one is under way.
   std::optional<Time> NextArrival() const;
 
-  /// The bytes that reached the tool by now, at its present format (bytes sent at another one are lost).
+  /// The bytes that reached the tool by now, at its current format (bytes sent at another one are lost).
   Bytes Receive(const LineFormat& listening, Time now);
 
   /// Every frame the tool put on the line, in order: what was sent, when, at which speed.
@@ -69,18 +78,18 @@ class Bus {
   void ForgetTraffic();
 
  private:
-  struct Arriving {
+  struct Arriving {  // a byte on its way to the tool
     Time begins;
     Time ends;
     LineFormat format;
     std::uint8_t value;
-    bool lost;
+    Reception reception;
   };
 
   void HearFrame(const Heard& frame);
-  void PutAnswer(const Answered& answer);
+  void PutAnswer(const Bytes& bytes, Time answerBegins, const LineFormat& format);
   void PutByte(const Arriving& byte);
-  bool Collides(Time begins, Time ends);
+  Reception DestroyOverlapped(Time begins, Time ends);
   Time ByteEnd(Time begins, std::size_t count, const LineFormat& format) const;
 
   LineOptions options_;
@@ -88,7 +97,7 @@ class Bus {
   std::deque<Controller> controllers_;
   Framer framer_;
   Time sendingEnds_{};
-  std::deque<Arriving> arriving_;  // by the time of their arrival
+  std::deque<Arriving> arriving_;  // ordered by their ends
   std::vector<Heard> traffic_;
   std::vector<Answered> answers_;
 };

@@ -12,16 +12,21 @@ namespace {
 constexpr std::size_t kAddresses = 0x10000;
 constexpr std::size_t kFlashSize = 57342;  // bytes
 constexpr std::uint8_t kErased = 0xFF;
-constexpr std::uint8_t kAccepted = 0x61;
-constexpr std::uint8_t kRefused = 0xE1;
+constexpr std::uint8_t kAccepted = static_cast<std::uint8_t>(Code::Accepted);
 constexpr std::uint8_t kFiller = 0x00;
-constexpr std::size_t kBehindFrame = 3;  // CRC and end byte
 
-// A batch: 0x75 0xAA 0x55 0x10, then address high, address low, data.
-constexpr std::size_t kBatchAddress = 7;
-constexpr std::size_t kBatchData = 9;
+// Where the parts of a question stand in its frame.
+constexpr std::size_t kProtocolByte = 0;
+constexpr std::size_t kAddress = 1;
+constexpr std::size_t kLength = 2;
+constexpr std::size_t kCommand = 3;
+constexpr std::size_t kSpeedChoice = 5;   // of $74
+constexpr std::size_t kSubCode = 6;       // of $75
+constexpr std::size_t kSum = 7;           // of $75/$0F, three bytes
+constexpr std::size_t kBatchAddress = 7;  // of $75/$10, two bytes
+constexpr std::size_t kBatchData = 9;     // of $75/$10, up to the CRC
 
-// Where an image tells of itself.
+// Where an image describes itself.
 constexpr std::size_t kVersionAt2010 = 0x2010;
 constexpr std::size_t kFlagsAt2020 = 0x2020;
 constexpr std::size_t kProtocolAt2020 = 0x2022;
@@ -36,9 +41,9 @@ int FixedRate(std::uint8_t flags) {
 }
 
 std::optional<Command> Command75(const Bytes& message) {
-  const std::size_t payload = message[2];
+  const std::size_t payload = message[kLength];
   if (payload < 4 || message[4] != 0xAA || message[5] != 0x55) return std::nullopt;
-  const std::uint8_t subCode = message[6];
+  const std::uint8_t subCode = message[kSubCode];
   if (subCode == 0x10 && payload >= 6) return Command::Batch;
   if (subCode == 0x0F && payload == 7) return Command::Checksum;
   if (subCode == 0x50 && payload == 4) return Command::Boot;
@@ -47,8 +52,8 @@ std::optional<Command> Command75(const Bytes& message) {
 
 std::optional<Command> CommandOf(const Bytes& message) {
   if (IsTextFrame(message)) return Command::ToProtocol4;
-  const std::size_t payload = message[2];
-  switch (message[3]) {
+  const std::size_t payload = message[kLength];
+  switch (message[kCommand]) {
     case 0x73:
       return payload == 1 ? std::optional(Command::Check) : std::nullopt;
     case 0x55:
@@ -63,12 +68,22 @@ std::optional<Command> CommandOf(const Bytes& message) {
   }
 }
 
-void Close(Bytes& frame, std::size_t openLength) {
-  frame.resize(openLength);
-  frame = CloseFrame(std::move(frame));
+bool IsFrame(const Bytes& answer) { return answer.size() > kFrameOverhead; }
+
+/// The frame with `payload` bytes of payload, cut or filled with zeros, and with the CRC that is right for
+/// it.
+Bytes Resized(Bytes frame, std::size_t payload) {
+  frame.resize(frame.size() - kAfterPayload);
+  frame.resize(kBeforePayload + payload);
+  frame[kLength] = static_cast<std::uint8_t>(payload);
+  return CloseFrame(std::move(frame));
 }
 
-bool HasFrameLayout(const Bytes& bytes) { return bytes.size() > kFrameOverhead; }
+Bytes WithCode(Bytes frame, std::uint8_t code) {
+  frame[kCommand] = code;
+  frame.resize(frame.size() - kAfterPayload);
+  return CloseFrame(std::move(frame));
+}
 
 }  // namespace
 
@@ -98,13 +113,15 @@ void Controller::AddFault(Fault fault) {
 }
 
 std::optional<Answer> Controller::Hear(const Heard& frame, Random& random) {
+  if (dead_) return std::nullopt;
+  const std::optional<Command> command = CommandOf(frame.bytes);
+  if (!command || !IsForMe(*command, frame.bytes)) return std::nullopt;
   const bool atOwnSpeed = frame.format == LineFormat{baud_};
   const bool repeated =
       move_ && frame.format == LineFormat{move_->formerBaud} && frame.bytes == move_->message;
-  const std::optional<Command> command = CommandOf(frame.bytes);
-  if (dead_ || !command || !(atOwnSpeed || repeated) || !IsForMe(*command, frame.bytes)) return std::nullopt;
+  if (!atOwnSpeed && !repeated) return std::nullopt;
 
-  const std::vector<Fault> striking = Striking(*command, random);
+  const std::vector<Fault> striking = CountMessage(*command, random);
   for (const Fault& fault : striking) {
     if (fault.kind == Fault::Kind::Dead) dead_ = true;
     if (fault.kind == Fault::Kind::Dead || fault.kind == Fault::Kind::Silent) return std::nullopt;
@@ -114,11 +131,11 @@ std::optional<Answer> Controller::Hear(const Heard& frame, Random& random) {
   return Spoil({answer, {}}, frame.bytes, striking);
 }
 
-/// Whether address and protocol byte are ones that this controller takes for such a command now.
+/// True when address and protocol byte are ones that this controller takes for such a command now.
 bool Controller::IsForMe(Command command, const Bytes& message) const {
-  const std::uint8_t address = message[1];
-  const bool fixed = message[0] == kFixedProtocol;
-  const bool own = message[0] == protocol_;
+  const std::uint8_t address = message[kAddress];
+  const bool fixed = message[kProtocolByte] == kFixedProtocol;
+  const bool own = message[kProtocolByte] == protocol_;
   switch (command) {
     case Command::ToProtocol4:
       return address == setup_.number + kTextFrameOffset;
@@ -138,8 +155,8 @@ bool Controller::IsForMe(Command command, const Bytes& message) const {
   return false;
 }
 
-/// Counts the message and returns the faults that strike at it.
-std::vector<Fault> Controller::Striking(Command command, Random& random) {
+/// Counts the message for each fault that it concerns. Returns those that strike at it.
+std::vector<Fault> Controller::CountMessage(Command command, Random& random) {
   constexpr std::uint64_t kParts = 1'000'000;
   std::vector<Fault> striking;
   for (Counted& counted : faults_) {
@@ -160,7 +177,7 @@ Bytes Controller::TakeMessage(Command command, const Bytes& message) {
   const int formerBaud = baud_;
   const Bytes answer = Act(command, message);
   if (baud_ != formerBaud) move_ = Move{message, formerBaud, answer};
-  return message[1] == kBroadcastAddress ? Bytes{} : answer;
+  return message[kAddress] == kBroadcastAddress ? Bytes{} : answer;
 }
 
 Bytes Controller::Act(Command command, const Bytes& message) {
@@ -168,7 +185,7 @@ Bytes Controller::Act(Command command, const Bytes& message) {
     case Command::Check:
       return CheckAnswer();
     case Command::Erase:
-      return Acknowledge(Erase(message[5]));
+      return Acknowledge(Erase(message[kSpeedChoice]));
     case Command::Batch:
       return Acknowledge(TakeBatch(message));
     case Command::Checksum:
@@ -177,7 +194,7 @@ Bytes Controller::Act(Command command, const Bytes& message) {
       return BootAnswer();
     case Command::ToProtocol3:
       inProtocol4_ = !setup_.protocol3;
-      return Acknowledge(true);
+      return Acknowledge(Code::Accepted);
     case Command::ToProtocol4:
       inProtocol4_ = true;
       return {0x68, 0x2F};
@@ -192,7 +209,7 @@ Bytes Controller::AnswerFrame(const Bytes& payload) const {
   return CloseFrame(std::move(frame));
 }
 
-Bytes Controller::Acknowledge(bool accepted) const { return AnswerFrame({accepted ? kAccepted : kRefused}); }
+Bytes Controller::Acknowledge(Code code) const { return AnswerFrame({static_cast<std::uint8_t>(code)}); }
 
 Bytes Controller::CheckAnswer() const {
   const auto version = Version();
@@ -213,38 +230,37 @@ Bytes Controller::BootAnswer() const {
   return AnswerFrame(payload);
 }
 
-bool Controller::Erase(std::uint8_t speedChoice) {
+Code Controller::Erase(std::uint8_t speedChoice) {
   constexpr std::uint8_t kToDownloadSpeed = 0xAA;
   constexpr std::uint8_t kKeepSpeed = 0xBB;
-  if (speedChoice != kToDownloadSpeed && speedChoice != kKeepSpeed) return false;
+  if (speedChoice != kToDownloadSpeed && speedChoice != kKeepSpeed) return Code::Refused;
   std::fill(flash_.begin(), flash_.end(), kErased);
   wasErased_ = true;
   inDownloadMode_ = true;
   batchesTaken_ = 0;
   if (speedChoice == kToDownloadSpeed) baud_ = downloadBaud_;
-  return true;
+  return Code::Accepted;
 }
 
-bool Controller::TakeBatch(const Bytes& message) {
-  if (!inDownloadMode_) return false;
+Code Controller::TakeBatch(const Bytes& message) {
+  if (!inDownloadMode_) return Code::Refused;
   const std::size_t address =
       static_cast<std::size_t>(message[kBatchAddress] << 8 | message[kBatchAddress + 1]);
-  const std::size_t count = std::min(message.size() - kBehindFrame - kBatchData, kAddresses - address);
+  const std::size_t count = std::min(message.size() - kAfterPayload - kBatchData, kAddresses - address);
   std::copy_n(message.begin() + kBatchData, count, flash_.begin() + static_cast<std::ptrdiff_t>(address));
   ++batchesTaken_;
-  return true;
+  return Code::Accepted;
 }
 
-bool Controller::EndProgramming(const Bytes& message) {
-  constexpr std::size_t kSum = 7;
-  const std::uint32_t told =
+Code Controller::EndProgramming(const Bytes& message) {
+  const std::uint32_t sum =
       static_cast<std::uint32_t>(message[kSum] << 16 | message[kSum + 1] << 8 | message[kSum + 2]);
   if (inDownloadMode_) {
     inDownloadMode_ = false;
     inProtocol4_ = !setup_.protocol3;
     LiveByImage();
   }
-  return told == Checksum();
+  return sum == Checksum() ? Code::Accepted : Code::Refused;
 }
 
 void Controller::LiveByImage() {
@@ -297,27 +313,22 @@ std::uint32_t Controller::Checksum() const {
 Answer Controller::Spoil(Answer answer, const Bytes& message, const std::vector<Fault>& striking) const {
   Bytes& bytes = answer.bytes;
   for (const Fault& fault : striking) {
-    const auto count = static_cast<std::size_t>(fault.value);
+    const auto value = static_cast<std::size_t>(fault.value);
     switch (fault.kind) {
       case Fault::Kind::Late:
         answer.extraDelay += fault.delay;
         break;
       case Fault::Kind::Corrupt:
-        bytes[bytes.size() - (HasFrameLayout(bytes) ? 2 : 1)] ^= 0xFF;
+        bytes[bytes.size() - (IsFrame(bytes) ? 2 : 1)] ^= 0xFF;  // low byte of the CRC; of 68 2F the last
         break;
       case Fault::Kind::Code:
-        if (!HasFrameLayout(bytes)) break;
-        bytes[3] = static_cast<std::uint8_t>(fault.value);
-        Close(bytes, bytes.size() - kBehindFrame);
+        if (IsFrame(bytes)) bytes = WithCode(bytes, static_cast<std::uint8_t>(fault.value));
         break;
       case Fault::Kind::Length:
-        if (!HasFrameLayout(bytes)) break;
-        bytes.resize(bytes.size() - kBehindFrame);
-        bytes[2] = static_cast<std::uint8_t>(count - kFrameOverhead);
-        Close(bytes, count - kBehindFrame);
+        if (IsFrame(bytes)) bytes = Resized(bytes, value - kFrameOverhead);
         break;
       case Fault::Kind::Short:
-        bytes.resize(std::min(bytes.size(), count));
+        bytes.resize(std::min(bytes.size(), value));
         break;
       case Fault::Kind::Echo:
         bytes = message;

@@ -11,17 +11,60 @@
 
 namespace bus {
 
+// What a controller is asked, and what it answers: the payloads, which frame.h puts into frames. The second
+// column is the protocol byte, 40 or the controller's own.
+//
+//     Command      Byte     Question                      Answer
+//     Check        own      73                            version and checksum, drawn below
+//     Erase        own      74 55 AA F0                   61; now it listens at the download speed
+//                           74 55 BB F0                   61; it keeps its speed
+//     Batch        40       75 AA 55 10 address data...   61, or E1 without an erase before; none to all
+//     Checksum     40       75 AA 55 0F sum (3 bytes)     61 when its flash has that sum, else E1
+//     Boot         either   75 AA 55 50                   those of the boot code, as in 13 bytes below
+//     ToProtocol3  40       55                            61
+//     ToProtocol4  40       the text frame                68 2F: two bytes, no frame, no CRC
+//
+// The answer to $73 comes in two forms. The longer has a second filler byte, so version and checksum stand
+// one byte further on. Only its length says which one it is:
+//
+//     13 bytes   40 05 07 61 00    01 02 03  1E 02  D7 E2  04
+//     14 bytes   40 05 08 61 00 00 01 02 03  1E 02  7B 66  04
+//                |  |  |  |  |     |         |      |      end byte
+//                |  |  |  |  |     |         |      CRC
+//                |  |  |  |  |     |         checksum of the flash, its low 16 bits
+//                |  |  |  |  |     version 01/02/03
+//                |  |  |  |  filler
+//                |  |  |  code: accepted
+//                |  |  length of the payload
+//                |  number of the controller
+//                protocol byte, its own
+//
+// How a controller is programmed. Only a whole new image makes sense in flash, so it goes in three steps:
+//   1. Erase. All bytes become 0xFF, and it waits in download mode for batches.
+//   2. Batches, to one controller or to all in download mode at once (address 0x5F, no answer: see line.h).
+//   3. Checksum. It compares and leaves download mode. Then it lives by its new image, which names a protocol
+//      byte and a speed: from here on the next $73 finds it at those, not at the former ones. An image that
+//      names none leaves it as it was before the erase.
+//
+// Erase and Checksum thus change the speed at which the controller listens, and their answer still comes at
+// the former one. If that answer gets lost, the tool repeats its question at the former speed, where nobody
+// would listen any more. So the controller keeps the last message that moved it, and answers the same message
+// at the former speed again, until it has heard something at the new one.
+
 using Random = std::mt19937_64;
 
-/// What a controller can be asked. On the line: $73, $74, $75 with sub-code $10, $0F or $50, $55, text frame.
+/// What a controller can be asked; the table above shows the bytes.
 enum class Command { Check, Erase, Batch, Checksum, Boot, ToProtocol3, ToProtocol4 };
+
+/// First byte of an answer's payload.
+enum class Code : std::uint8_t { Accepted = 0x61, Refused = 0xE1 };
 
 /// One thing that goes wrong at one controller. It counts the messages that the controller takes as its own
 /// (or, with `command`, only those) and strikes at message `first` to `last`, counted from 1.
 struct Fault {
   enum class Kind {
-    Silent,   // takes no notice of the message and gives no answer; a batch is lost
-    Dead,     // from message `first` on takes no notice of anything any more
+    Silent,   // ignores the message and does not answer; a batch is lost
+    Dead,     // ignores everything from message `first` on
     Late,     // answers `delay` later than usual
     Corrupt,  // answers with a wrong CRC
     Code,     // does what it was asked and answers with the code `value`
@@ -38,21 +81,22 @@ struct Fault {
   Time delay{};
   std::optional<Command> command{};
   double chance = 1.0;  // 0 to 1: how often it strikes between `first` and `last`, by the bus's seed
+  bool operator==(const Fault&) const = default;
 };
 
-/// Length of the answer to $73: 13 bytes, or 14 with version and checksum one byte further on.
+/// Length of the answer to $73.
 enum class AnswerForm { Bytes13, Bytes14 };
 
 /// Which protocol byte $75/$50 has to carry: the controller's own, 0x40, or either.
 enum class BootProtocol { Either, Own, Fixed };
 
-/// Where a programmed image tells its version, speed and protocol byte.
+/// Where a programmed image describes itself: version, speed and protocol byte.
 ///
 /// `Find` takes address 0x2020 when a protocol byte was programmed there, else 0x008B when one was programmed
-/// there, else none. An image that holds code at 0x2022 and tells of itself at 0x008B wants `At008B`.
+/// there, else none. An image that holds code at 0x2022 and describes itself at 0x008B needs `At008B`.
 enum class Metadata { Find, At2020, At008B, None };
 
-/// A controller as it hangs on the bus at the start.
+/// A controller as it is at the start.
 struct ControllerSetup {
   int number = 0;  // 0 to 31
   int baud = 9600;
@@ -64,7 +108,7 @@ struct ControllerSetup {
   AnswerForm form = AnswerForm::Bytes13;
   BootProtocol bootProtocol = BootProtocol::Either;
   Metadata metadata = Metadata::Find;
-  bool protocol3 = false;  // stands in protocol 3 and answers $73 only after the text frame
+  bool protocol3 = false;  // is in protocol 3, and answers $73 only after the text frame
   std::vector<Fault> faults{};
 };
 
@@ -76,19 +120,9 @@ struct Answer {
 
 /// One simulated controller: what it holds, what it hears, what it answers. Owned by a `Bus`.
 ///
-/// It hears a frame when speed and format of the line are its own (always 8N2), the address is its own number
-/// (or 0x5F in a programming batch) and the protocol byte fits: its own for $73 and $74, 0x40 for $55, the
-/// text frame and $75, `bootProtocol` for $75/$50. It is silent otherwise.
-///
-/// $74 erases: all bytes become 0xFF, and until the end of programming it is in download mode, with $AA at
-/// the bus's download speed, with $BB at its own. Only in download mode does it take batches; a batch of its
-/// own at another time is refused with 0xE1, as is a $74 that names neither speed. $75/$0F compares and
-/// answers 0x61 or 0xE1. Either ends the download mode: the controller then lives by its image (speed,
-/// protocol byte, version), or as before the erase where the image names none, and is in protocol 3 again if
-/// that is its kind.
-///
-/// An answer may get lost. So a message that made a controller change its speed is answered again at the
-/// former speed, when repeated unchanged, until the controller has heard a message at the new one.
+/// It takes a frame as its own when the line has its speed and 8N2, the address is its number (or 0x5F in a
+/// batch, while it is in download mode), and the protocol byte fits the command. It is silent otherwise, as
+/// all of its neighbours on the line are. A $74 that names neither of the two speeds is refused.
 class Controller {
  public:
   /// Throws std::invalid_argument for a number, speed, flash or fault out of range.
@@ -116,23 +150,23 @@ class Controller {
     Fault fault;
     int seen = 0;  // messages counted so far
   };
-  struct Move {  // the message that led to another speed, the speed at which it came, what it got
-    Bytes message;
+  struct Move {     // the last change of speed
+    Bytes message;  // that led to it
     int formerBaud;
-    Bytes answer;
+    Bytes answer;  // to it, at the former speed
   };
 
   bool IsForMe(Command command, const Bytes& message) const;
-  std::vector<Fault> Striking(Command command, Random& random);
+  std::vector<Fault> CountMessage(Command command, Random& random);
   Bytes TakeMessage(Command command, const Bytes& message);
   Bytes Act(Command command, const Bytes& message);
-  Bytes Acknowledge(bool accepted) const;
+  Bytes Acknowledge(Code code) const;
   Bytes AnswerFrame(const Bytes& payload) const;
   Bytes CheckAnswer() const;
   Bytes BootAnswer() const;
-  bool Erase(std::uint8_t speedChoice);
-  bool TakeBatch(const Bytes& message);
-  bool EndProgramming(const Bytes& message);
+  Code Erase(std::uint8_t speedChoice);
+  Code TakeBatch(const Bytes& message);
+  Code EndProgramming(const Bytes& message);
   void LiveByImage();
   Metadata FoundMetadata() const;
   Answer Spoil(Answer answer, const Bytes& message, const std::vector<Fault>& striking) const;

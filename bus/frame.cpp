@@ -8,37 +8,47 @@
 namespace bus {
 namespace {
 
+using View = std::span<const std::uint8_t>;
+
 constexpr std::uint8_t kEndByte = 0x04;
 constexpr std::array<std::uint8_t, 7> kText = {'p', '4', '0', '0', ':', '4', '/'};
 
-/// True when `bytes` are a text frame or its beginning.
-bool BeginsTextFrame(std::span<const std::uint8_t> bytes) {
-  if (bytes.size() > kTextFrameLength || bytes.empty() || bytes[0] != kFixedProtocol) return false;
-  if (bytes.size() == 1) return true;
+/// True when `bytes` begin with a text frame, or may once more of them have come.
+bool BeginsTextFrame(View bytes) {
+  if (bytes[0] != kFixedProtocol) return false;
+  if (bytes.size() < 2) return true;
   if (bytes[1] < kTextFrameOffset || bytes[1] >= kTextFrameOffset + kControllerNumbers) return false;
-  const auto text = bytes.subspan(2);
+  const View text = bytes.subspan(2, std::min(bytes.size() - 2, kText.size()));
   return std::equal(text.begin(), text.end(), kText.begin());
 }
 
 bool IsAddress(std::uint8_t byte) { return byte < kControllerNumbers || byte == kBroadcastAddress; }
 
-enum class Verdict { Unfinished, Frame, NoFrame };
+bool IsClosed(View frame) {
+  const std::size_t crcAt = frame.size() - kAfterPayload;
+  const std::uint16_t crc = Crc16(frame.first(crcAt));
+  return frame[crcAt] == crc >> 8 && frame[crcAt + 1] == (crc & 0xFF) && frame[crcAt + 2] == kEndByte;
+}
 
-/// Judges the beginning of `bytes`; `length` is set when that is a frame.
-Verdict Judge(std::span<const std::uint8_t> bytes, std::size_t& length) {
-  if (BeginsTextFrame(bytes.first(std::min(bytes.size(), kTextFrameLength)))) {
-    length = kTextFrameLength;
-    return bytes.size() < kTextFrameLength ? Verdict::Unfinished : Verdict::Frame;
+struct Verdict {
+  enum { Unfinished, Frame, NoFrame } about;
+  std::size_t length = 0;  // of a frame
+};
+
+/// Judges what `bytes`, one at least, begin with.
+Verdict Judge(View bytes) {
+  if (BeginsTextFrame(bytes)) {
+    if (bytes.size() < kTextFrameLength) return {Verdict::Unfinished};
+    return {Verdict::Frame, kTextFrameLength};
   }
-  if (bytes.size() >= 2 && !IsAddress(bytes[1])) return Verdict::NoFrame;
-  if (bytes.size() < 3) return Verdict::Unfinished;
-  if (bytes[2] == 0) return Verdict::NoFrame;
-  length = bytes[2] + kFrameOverhead;
-  if (bytes.size() < length) return Verdict::Unfinished;
-  const std::uint16_t crc = Crc16(bytes.first(length - 3));
-  const bool closed =
-      bytes[length - 3] == crc >> 8 && bytes[length - 2] == (crc & 0xFF) && bytes[length - 1] == kEndByte;
-  return closed ? Verdict::Frame : Verdict::NoFrame;
+  if (bytes.size() >= 2 && !IsAddress(bytes[1])) return {Verdict::NoFrame};
+  if (bytes.size() < kBeforePayload) return {Verdict::Unfinished};
+  const std::size_t payload = bytes[2];
+  const std::size_t length = payload + kFrameOverhead;
+  if (payload == 0) return {Verdict::NoFrame};
+  if (bytes.size() < length) return {Verdict::Unfinished};
+  if (!IsClosed(bytes.first(length))) return {Verdict::NoFrame};
+  return {Verdict::Frame, length};
 }
 
 Time LongestPause(const LineFormat& format) {
@@ -47,14 +57,19 @@ Time LongestPause(const LineFormat& format) {
 
 }  // namespace
 
-std::uint16_t Crc16(std::span<const std::uint8_t> bytes) {
+std::uint16_t Crc16(View bytes) {
   constexpr unsigned kPolynomial = 0x1021;
-  unsigned crc = 0;
+  constexpr unsigned kTopBit = 0x8000;
+  unsigned remainder = 0;
   for (const std::uint8_t byte : bytes) {
-    crc ^= static_cast<unsigned>(byte) << 8;
-    for (int bit = 0; bit < 8; ++bit) crc = (crc & 0x8000) != 0 ? (crc << 1) ^ kPolynomial : crc << 1;
+    remainder ^= static_cast<unsigned>(byte) << 8;
+    for (int bit = 0; bit < 8; ++bit) {
+      const bool divides = (remainder & kTopBit) != 0;
+      remainder <<= 1;
+      if (divides) remainder ^= kPolynomial;
+    }
   }
-  return static_cast<std::uint16_t>(crc);
+  return static_cast<std::uint16_t>(remainder);
 }
 
 Bytes CloseFrame(Bytes opened) {
@@ -65,40 +80,39 @@ Bytes CloseFrame(Bytes opened) {
   return opened;
 }
 
-bool IsTextFrame(std::span<const std::uint8_t> bytes) {
-  return bytes.size() == kTextFrameLength && BeginsTextFrame(bytes);
-}
+bool IsTextFrame(View bytes) { return bytes.size() == kTextFrameLength && BeginsTextFrame(bytes); }
 
 std::vector<Heard> Framer::Add(std::uint8_t value, Time begins, Time ends, const LineFormat& format,
-                               bool garbled) {
+                               Reception reception) {
   std::vector<Heard> found;
-  const bool cut = !pending_.bytes.empty() &&
-                   (format != format_ || begins - pending_.stamps.back().ends > LongestPause(format_));
-  if (cut) {
-    MoveFront(pending_, noise_, pending_.bytes.size());
-    TakeNoise(found);
+  if (!pending_.bytes.empty()) {
+    const Time pause = begins - pending_.stamps.back().ends;
+    if (format != format_ || pause > LongestPause(format_)) {
+      MoveFront(pending_.bytes.size(), pending_, noise_);
+      TakeNoise(found);
+    }
   }
   format_ = format;
   pending_.bytes.push_back(value);
-  pending_.stamps.push_back({begins, ends, garbled});
+  pending_.stamps.push_back({begins, ends, reception});
 
-  std::size_t length = 0;
-  Verdict verdict = Verdict::Unfinished;
-  while (!pending_.bytes.empty() && (verdict = Judge(pending_.bytes, length)) != Verdict::Unfinished) {
-    if (verdict == Verdict::NoFrame) {
-      MoveFront(pending_, noise_, 1);
+  while (!pending_.bytes.empty()) {
+    const Verdict verdict = Judge(pending_.bytes);
+    if (verdict.about == Verdict::Unfinished) return found;
+    if (verdict.about == Verdict::NoFrame) {
+      MoveFront(1, pending_, noise_);
       continue;
     }
     TakeNoise(found);
     Run frame;
-    MoveFront(pending_, frame, length);
-    found.push_back(Describe(frame, true));
+    MoveFront(verdict.length, pending_, frame);
+    found.push_back(Describe(frame, Content::Frame));
   }
-  if (pending_.bytes.empty()) TakeNoise(found);
+  TakeNoise(found);
   return found;
 }
 
-void Framer::MoveFront(Run& from, Run& to, std::size_t count) {
+void Framer::MoveFront(std::size_t count, Run& from, Run& to) {
   const auto bytesEnd = from.bytes.begin() + static_cast<std::ptrdiff_t>(count);
   const auto stampsEnd = from.stamps.begin() + static_cast<std::ptrdiff_t>(count);
   std::copy(from.bytes.begin(), bytesEnd, std::back_inserter(to.bytes));
@@ -107,15 +121,16 @@ void Framer::MoveFront(Run& from, Run& to, std::size_t count) {
   from.stamps.erase(from.stamps.begin(), stampsEnd);
 }
 
-Heard Framer::Describe(const Run& run, bool isFrame) const {
-  const bool garbled =
-      std::any_of(run.stamps.begin(), run.stamps.end(), [](const Stamp& stamp) { return stamp.garbled; });
-  return {run.stamps.front().begins, run.stamps.back().ends, format_, run.bytes, isFrame && !garbled};
+Heard Framer::Describe(const Run& run, Content content) const {
+  const bool clean = std::all_of(run.stamps.begin(), run.stamps.end(),
+                                 [](const Stamp& stamp) { return stamp.reception == Reception::Clean; });
+  return {run.stamps.front().begins, run.stamps.back().ends, format_, run.bytes,
+          content == Content::Frame && clean};
 }
 
 void Framer::TakeNoise(std::vector<Heard>& found) {
   if (noise_.bytes.empty()) return;
-  found.push_back(Describe(noise_, false));
+  found.push_back(Describe(noise_, Content::Noise));
   noise_ = {};
 }
 

@@ -9,21 +9,54 @@
 
 namespace bus {
 
-/// A frame: protocol byte, address, length L, L payload bytes (the first is the command), CRC high, CRC low,
-/// end byte 0x04. The one exception is the text frame: 0x40, controller number + 30, "p400:4/".
+// Questions and answers are frames. A frame with a payload of L bytes is L + 6 bytes long:
+//
+//     index    0          1         2     3 ... 2+L     3+L       4+L      5+L
+//          | protocol | address |   L   |  payload  | CRC high | CRC low | 0x04 |
+//
+//     40 05 01 73 F8 A9 04       asks controller 5 (protocol byte 0x40) what it holds
+//     |  |  |  |  |     end byte
+//     |  |  |  |  CRC of 40 05 01 73
+//     |  |  |  payload: the command $73, with no data
+//     |  |  length of the payload
+//     |  address: a controller's number, 0 to 31, or 0x5F for all
+//     protocol byte: the one that the controller's firmware names; 0x40 fits all in some commands
+//
+// The first byte of the payload is the command; in an answer it is the code: 0x61 accepted, 0xE1 refused.
+//
+// The CRC is CRC-16/XMODEM. It reads all bytes before it as one long binary number, highest bit first, and
+// divides that by 1 0001 0000 0010 0001 (the polynomial x^16 + x^12 + x^5 + 1, written 0x1021 without its
+// highest bit). Subtraction is exclusive or, so nothing is carried. The remainder of 16 bits is the CRC. It
+// starts at 0, and nothing is inverted or mirrored. It finds every single wrong bit, and every run of up to
+// 16 damaged bits.
+//
+// One message is no frame in this sense. The text frame moves a controller from protocol 3 to protocol 4, and
+// has neither length nor CRC:
+//
+//     40 23 70 34 30 30 3A 34 2F       to controller 5
+//     |  |  p  4  0  0  :  4  /
+//     |  controller's number + 30
+//     0x40
+//
+// Its second byte lies between 30 and 61, so the numbers 30 and 31 can be read as an address as well. The
+// seven characters decide.
+
 constexpr std::uint8_t kBroadcastAddress = 0x5F;
 constexpr std::uint8_t kFixedProtocol = 0x40;
-constexpr int kControllerNumbers = 32;     // 0 to 31
-constexpr int kShortestFrame = 7;          // bytes
-constexpr int kLongestFrame = 261;         // bytes
-constexpr std::size_t kFrameOverhead = 6;  // bytes of a frame beside its payload
+constexpr int kControllerNumbers = 32;  // 0 to 31
+constexpr int kShortestFrame = 7;       // bytes
+constexpr int kLongestFrame = 261;      // bytes
 constexpr std::size_t kTextFrameLength = 9;
 constexpr int kTextFrameOffset = 30;  // added to the controller's number in a text frame
 
-/// CRC-16/XMODEM: polynomial 0x1021, start value 0, not reflected.
+constexpr std::size_t kBeforePayload = 3;  // protocol byte, address, length
+constexpr std::size_t kAfterPayload = 3;   // CRC high, CRC low, end byte
+constexpr std::size_t kFrameOverhead = kBeforePayload + kAfterPayload;
+
+/// CRC-16/XMODEM.
 std::uint16_t Crc16(std::span<const std::uint8_t> bytes);
 
-/// Puts CRC and end byte behind `opened` (protocol byte to last payload byte).
+/// Adds CRC and end byte to `opened`, which runs from the protocol byte to the last byte of the payload.
 Bytes CloseFrame(Bytes opened);
 
 /// True for a text frame, whichever controller it is for.
@@ -40,32 +73,35 @@ struct Heard {
 
 /// Finds the frames in a stream of bytes, however the stream was cut on its way.
 ///
-/// A frame ends by its length byte; a text frame by its nine characters. Behind bytes that make no frame
-/// (wrong CRC or end byte, impossible address) the search goes on one byte further. An unfinished frame is
-/// given up when the line pauses for ten characters (20 ms at least) or the format changes. Bytes that were
-/// passed over are given out as a `Heard` that isn't intact, at the latest with the next frame.
+/// A frame ends by its length byte, a text frame by its nine characters. Where no frame can begin (impossible
+/// address, wrong CRC or end byte) one byte is passed over, and the search begins again at the next one. An
+/// unfinished frame is given up when the line pauses for ten characters (20 ms at least) or the format
+/// changes: otherwise a damaged length byte would swallow the questions that follow. Bytes that were passed
+/// over are returned as a `Heard` that is not intact, at the latest together with the next frame.
 class Framer {
  public:
-  /// Adds one byte; `garbled` when another sender was on the line at that time. Returns what is complete now.
-  std::vector<Heard> Add(std::uint8_t value, Time begins, Time ends, const LineFormat& format, bool garbled);
+  /// Adds one byte. Returns what is complete now.
+  std::vector<Heard> Add(std::uint8_t value, Time begins, Time ends, const LineFormat& format,
+                         Reception reception);
 
  private:
   struct Stamp {
     Time begins;
     Time ends;
-    bool garbled;
+    Reception reception;
   };
-  struct Run {  // bytes one behind the other, each with its stamp
+  struct Run {  // bytes that follow each other, each with its stamp
     Bytes bytes;
     std::vector<Stamp> stamps;
   };
+  enum class Content { Frame, Noise };
 
-  static void MoveFront(Run& from, Run& to, std::size_t count);
-  Heard Describe(const Run& run, bool isFrame) const;
+  static void MoveFront(std::size_t count, Run& from, Run& to);
+  Heard Describe(const Run& run, Content content) const;
   void TakeNoise(std::vector<Heard>& found);
 
-  Run pending_;
-  Run noise_;
+  Run pending_;  // may still become a frame
+  Run noise_;    // passed over
   LineFormat format_;
 };
 

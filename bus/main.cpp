@@ -12,8 +12,8 @@ int main(int count, char** words) {
   try {
     const std::vector<std::string> arguments(words + 1, words + count);
     const bus::Options options = bus::ParseOptions(arguments);
-    if (options.help) {
-      std::cout << bus::HelpText();
+    if (!options.help.empty()) {
+      std::cout << options.help;
       return 0;
     }
     bus::Server(options).Run();

@@ -25,7 +25,7 @@ struct Unplug {
 
 /// What the command line of quillon-bus asks for.
 struct Options {
-  bool help = false;
+  std::string help;  // what --help prints; "" when it was not asked for
   LineOptions line;
   std::vector<ControllerSetup> controllers;
   std::string link;     // "" for none
@@ -34,10 +34,7 @@ struct Options {
   std::optional<Unplug> unplug;
 };
 
-/// The text of --help; it holds the grammar of all options.
-const char* HelpText();
-
-/// Reads the arguments behind the program's name. Throws OptionError.
+/// Reads the arguments that follow the program's name. Throws OptionError.
 Options ParseOptions(std::span<const std::string> arguments);
 
 }  // namespace bus

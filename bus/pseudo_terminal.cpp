@@ -4,13 +4,18 @@
 #include <fcntl.h>
 #include <sys/inotify.h>
 #include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -55,6 +60,49 @@ char Parity(tcflag_t flags) {
   return odd ? 'O' : 'E';
 }
 
+struct Mark {
+  Descriptor socket;
+  sockaddr_un address{};
+  socklen_t size = 0;
+  const sockaddr* Address() const { return reinterpret_cast<const sockaddr*>(&address); }
+};
+
+/// The mark of the terminal that `path` leads to, not laid yet; none when it leads to no terminal.
+std::optional<Mark> MarkOf(const std::string& path) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0 || !S_ISCHR(status.st_mode)) return std::nullopt;
+  const std::string name =
+      "quillon-bus " + std::to_string(status.st_dev) + " " + std::to_string(status.st_rdev);
+  Mark mark{Descriptor(Check(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0), "marking a pseudo-terminal"))};
+  mark.address.sun_family = AF_UNIX;
+  name.copy(mark.address.sun_path + 1, name.size());  // a leading NUL: a name that is no file
+  mark.size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+  return mark;
+}
+
+bool LeadsToLivingBus(const std::string& path) {
+  const std::optional<Mark> mark = MarkOf(path);
+  return mark && connect(mark->socket.Number(), mark->Address(), mark->size) == 0;
+}
+
+/// Throws when the name of a link to `target` is taken by something that has to stay.
+void RefuseTaken(const std::string& path, const std::string& target) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  const fs::file_status present = fs::symlink_status(path, error);
+  if (!fs::exists(present)) return;
+  const bool isOwn = fs::canonical(path, error) == target;  // left over, its number given to this bus anew
+  if (!isOwn && LeadsToLivingBus(path))
+    throw std::runtime_error("--link " + path +
+                             ": another quillon-bus serves it. End that one or choose another name.");
+  const bool leftOver =
+      fs::is_symlink(present) &&
+      (fs::read_symlink(path, error).string().starts_with("/dev/pts/") || !fs::exists(path, error));
+  if (!leftOver)
+    throw std::runtime_error("--link " + path +
+                             ": something else has that name. Remove it or choose another.");
+}
+
 }  // namespace
 
 Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
@@ -77,6 +125,9 @@ PseudoTerminal::PseudoTerminal() {
   path_ = name.data();
   slave_ = Descriptor(Check(open(name.data(), O_RDWR | O_NOCTTY | O_CLOEXEC), name.data()));
   MakeRaw(slave_.Number());
+  Mark mark = MarkOf(path_).value();
+  Check(bind(mark.socket.Number(), mark.Address(), mark.size), "marking the pseudo-terminal");
+  mark_ = std::move(mark.socket);
   watch_ = Descriptor(Check(inotify_init1(IN_NONBLOCK | IN_CLOEXEC), "watching the pseudo-terminal"));
   Check(inotify_add_watch(watch_.Number(), name.data(), IN_OPEN | IN_CLOSE), "watching the pseudo-terminal");
 }
@@ -124,20 +175,13 @@ void PseudoTerminal::Write(std::span<const std::uint8_t> bytes) {
 PortLink::PortLink(std::string path, std::string target)
     : path_(std::move(path)), target_(std::move(target)) {
   namespace fs = std::filesystem;
+  RefuseTaken(path_, target_);
   std::error_code error;
-  const fs::file_status present = fs::symlink_status(path_, error);
-  if (fs::exists(present)) {
-    const std::string old = fs::is_symlink(present) ? fs::read_symlink(path_, error).string() : "";
-    const bool ours = fs::is_symlink(present) && (old.starts_with("/dev/pts/") || !fs::exists(path_, error));
-    if (!ours)
-      throw std::runtime_error("--link " + path_ +
-                               ": something else has that name. Remove it or choose another.");
-    fs::remove(path_, error);
-  }
+  fs::remove(path_, error);
   fs::create_symlink(target_, path_, error);
   if (error)
     throw std::runtime_error("--link " + path_ + ": " + error.message() +
-                             ". Choose a folder that can be written.");
+                             ". Choose another name, in a folder that can be written.");
 }
 
 PortLink::~PortLink() {

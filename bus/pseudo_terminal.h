@@ -22,9 +22,22 @@ class Descriptor {
 
 /// The bus's end of a pseudo-terminal that serves the tool as a serial port.
 ///
-/// Raw and at 9600 8N2 from the start. The tool may open and close it any number of times; what nobody read
-/// by then is lost when it is opened next, as on a real port. The tool sees the port vanish when the object
-/// ends. All calls throw std::system_error when the system refuses.
+/// A pseudo-terminal is a pair of ends: what is written to the one is read from the other. The bus keeps the
+/// master; the tool opens the slave by its path (/dev/pts/7) as it would open a real port, and the speed and
+/// format that it sets there can be read here. Three things are not as on a real port. It has no pace: a
+/// thousand bytes arrive at once, whatever the speed, so the bus has to pace them. It edits lines and echoes
+/// unless its settings say otherwise; it is made raw here, at 9600 8N2, and the bus holds the slave open too,
+/// so that this outlasts the tool's closing. And it keeps what nobody read, which a real port does not; that
+/// is dropped when the tool opens it.
+///
+/// The tool may open and close it any number of times, and sees it vanish when the object ends.
+///
+/// The system gives a number that became free to the next terminal that anybody opens. So a path that exists
+/// does not prove that a bus is there, and a lock on the slave would keep the tool out. Each bus therefore
+/// marks its terminal: a socket with an abstract name made of the terminal's two device numbers. The system
+/// removes it with the process, however that ends, and asking for it does not touch the terminal.
+///
+/// All calls throw std::system_error when the system refuses.
 class PseudoTerminal {
  public:
   PseudoTerminal();
@@ -34,22 +47,22 @@ class PseudoTerminal {
   int Attention() const { return watch_.Number(); }  // to poll for: the port was opened or closed
 
   /// Takes note of the port being opened and closed since the last call, and drops what waits for the tool if
-  /// it was. Call it ahead of `Read` and `Write`: an answer to the first frame behind an opening is then
-  /// safe.
+  /// it was. Call it before `Read` and `Write`: an answer to the first frame after an opening is then safe.
   void NoteOpening();
 
-  /// The tool's present speed and format; speed 0 when it has hung up.
+  /// The tool's current speed and format; speed 0 when it has hung up.
   LineFormat Format() const;
 
   /// What the tool has written and nobody has read yet; empty when there is nothing.
   Bytes Read();
 
-  /// Hands bytes to the tool. They are lost while the port is closed, and when the tool doesn't read.
+  /// Passes bytes to the tool. They are lost while the port is closed, and when the tool doesn't read.
   void Write(std::span<const std::uint8_t> bytes);
 
  private:
   Descriptor master_;
   Descriptor slave_;  // held open, so that format and bytes outlast the tool's closing
+  Descriptor mark_;
   Descriptor watch_;
   std::string path_;
   bool inUse_ = false;       // the tool has the port open
@@ -59,8 +72,9 @@ class PseudoTerminal {
 /// A symbolic link to a pseudo-terminal; removed with the object, unless it points elsewhere by then.
 class PortLink {
  public:
-  /// Replaces a link that leads nowhere or to a pseudo-terminal. Throws std::runtime_error, naming the way
-  /// out, when anything else is in the way or the folder doesn't take it.
+  /// Replaces a link that a bus left over: one that leads nowhere, or to a pseudo-terminal that is no living
+  /// bus's. Throws std::runtime_error, naming the way out, and changes nothing when the link leads to a
+  /// living bus, when anything else is in the way, or when the folder does not take it.
   PortLink(std::string path, std::string target);
   ~PortLink();
   PortLink(const PortLink&) = delete;

@@ -45,12 +45,11 @@ Server::Server(const Options& options)
       signals_(CatchSignals()),
       start_(std::chrono::steady_clock::now()) {
   for (const ControllerSetup& setup : options_.controllers) bus_.Add(setup);
-  if (!options_.logFile.empty()) {
-    log_.open(options_.logFile);
-    if (!log_)
-      throw std::runtime_error("--log " + options_.logFile + ": can't be written. Choose another file.");
-  }
-  PlugIn();
+  PlugIn();  // before the log: a bus that is refused here must not empty the log of the one that lives
+  if (options_.logFile.empty()) return;
+  log_.open(options_.logFile);
+  if (!log_)
+    throw std::runtime_error("--log " + options_.logFile + ": can't be written. Choose another file.");
 }
 
 void Server::Run() {

@@ -12,10 +12,15 @@
 
 namespace bus {
 
-/// A bus in real time on a pseudo-terminal: the program quillon-bus behind its options.
+/// A bus in real time on a pseudo-terminal: all of the program quillon-bus but its command line.
+///
+/// One loop, one thread. It sleeps in the system until the tool has written, a byte is due to the tool, the
+/// port was opened or closed, the pulled cable goes back in, or a signal ends the program. Then it takes the
+/// time once, first passes on what is due by then and afterwards reads what the tool wrote: an answer that
+/// was due before the next question must not meet it on the line.
 class Server {
  public:
-  /// Lays the link and opens the log. From here on the process takes SIGINT, SIGTERM and SIGHUP only in
+  /// Lays the link and empties the log. From here on the process takes SIGINT, SIGTERM and SIGHUP only in
   /// `Run`. Throws std::runtime_error, or one of its kind, with a text for the operator.
   explicit Server(const Options& options);
 

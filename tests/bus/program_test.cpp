@@ -85,7 +85,6 @@ class Program : public testing::Test {
 };
 
 TEST_F(Program, AnswersAtItsSpeedEachTimeThePortIsOpenedAndTakesItsLinkAway) {
-  fs::create_symlink("/dev/pts/none", link_);  // left over from a run that was cut off
   Start("--controller 3,baud=19200");
   Open(B9600);
   EXPECT_TRUE(AskCheck().empty()) << "wrong speed";
@@ -97,6 +96,43 @@ TEST_F(Program, AnswersAtItsSpeedEachTimeThePortIsOpenedAndTakesItsLinkAway) {
   }
   EXPECT_EQ(End(SIGTERM), 0);
   EXPECT_FALSE(fs::is_symlink(fs::symlink_status(link_)));
+}
+
+TEST_F(Program, TwoBusesDoNotTakeEachOthersLink) {
+  const std::string log = (folder_ / "log").string();
+  Start("--count 4 --log " + log);
+  Open(B9600);
+  EXPECT_EQ(AskCheck().size(), kCheckAnswer);
+  fs::create_symlink(link_, folder_ / "COM8");
+  for (const char* taken : {"COM7", "COM8"}) {
+    const std::string link = (folder_ / taken).string();
+    const std::string second = QUILLON_BUS_PROGRAM " --count 4 --log " + log + " --link " + link + " 2>&1";
+    std::FILE* refused = popen(("timeout 5 " + second).c_str(), "r");
+    char said[300] = "";
+    EXPECT_NE(std::fgets(said, sizeof said, refused), nullptr);
+    EXPECT_NE(std::string(said).find(link + ": another quillon-bus serves it. End"), std::string::npos)
+        << said;
+    EXPECT_EQ(WEXITSTATUS(pclose(refused)), 1);
+  }
+  EXPECT_GT(fs::file_size(log), 0U) << "the log of the living bus";
+  EXPECT_EQ(AskCheck().size(), kCheckAnswer);
+  fs::remove(link_);
+  fs::create_symlink("/dev/pts/other", link_);
+  EXPECT_EQ(End(SIGTERM), 0);
+  EXPECT_TRUE(fs::is_symlink(fs::symlink_status(link_))) << "by then it was another bus's";
+}
+
+TEST_F(Program, ALinkLeftOverIsReplacedWhoeverHasItsNumberNow) {
+  for (const bool stranger : {false, true}) {  // else this bus has it again, as the lowest that is free
+    Start("--count 4");
+    End(SIGKILL);
+    const int terminal = stranger ? posix_openpt(O_RDWR | O_NOCTTY) : -1;
+    Start("--count 4");
+    Open(B9600);
+    EXPECT_EQ(AskCheck().size(), kCheckAnswer);
+    End(SIGTERM);
+    close(terminal);
+  }
 }
 
 TEST_F(Program, APulledCableTakesThePortAwayAndBringsItBack) {

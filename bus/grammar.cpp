@@ -1,0 +1,166 @@
+#include "bus/grammar.h"
+
+#include <limits>
+#include <map>
+#include <regex>
+#include <sstream>
+#include <stdexcept>
+
+#include "bus/number.h"
+
+namespace bus {
+namespace {
+
+std::vector<std::string> Split(const std::string& text, char mark) {
+  std::vector<std::string> parts;
+  std::istringstream rest(text);
+  for (std::string part; std::getline(rest, part, mark);) parts.push_back(part);
+  return parts;
+}
+
+template <typename Value>
+Value ReadWord(const std::string& text, const std::map<std::string, Value>& words) {
+  const auto word = words.find(text);
+  if (word != words.end()) return word->second;
+  std::string known;
+  for (const auto& [name, value] : words) known += (known.empty() ? "" : ", ") + name;
+  throw std::invalid_argument("\"" + text + "\" is none of " + known);
+}
+
+struct Range {
+  int first;
+  int last;
+};
+
+/// "7" or "3-7".
+Range ReadRange(const std::string& text, int low, int high) {
+  const std::size_t dash = text.find('-');
+  const int first = ReadNumber(text.substr(0, dash), low, high);
+  return {first, dash == std::string::npos ? first : ReadNumber(text.substr(dash + 1), first, high)};
+}
+
+/// "2", "2-4" or "2-".
+Range ReadStrikes(const std::string& text) {
+  constexpr int kMost = std::numeric_limits<int>::max();
+  if (text.ends_with('-')) return {ReadNumber(text.substr(0, text.size() - 1), 1, kMost), Fault::kForever};
+  return ReadRange(text, 1, kMost);
+}
+
+std::array<std::uint8_t, 3> ReadVersion(const std::string& text) {
+  if (text.size() != 6) throw std::invalid_argument("\"" + text + "\" is not six hexadecimal digits");
+  const auto byte = [&text](std::size_t at) {
+    return ReadNumber<std::uint8_t>(text.substr(at, 2), 0, 0xFF, 16);
+  };
+  return {byte(0), byte(2), byte(4)};
+}
+
+using Text = const std::string&;
+
+/// Controllers that differ in nothing but number and speed.
+struct Alike {
+  ControllerSetup setup;
+  std::vector<int> speeds = {setup.baud};
+};
+
+void ReadSpeeds(Alike& to, Text value) {
+  to.speeds.clear();
+  for (const std::string& speed : Split(value, '/')) to.speeds.push_back(ReadNumber(speed, 1, kHighestSpeed));
+  if (to.speeds.empty()) throw std::invalid_argument("baud needs a speed, or several with / between them");
+}
+
+const std::map<std::string, AnswerForm> kForms = {{"13", AnswerForm::Bytes13}, {"14", AnswerForm::Bytes14}};
+const std::map<std::string, BootProtocol> kBootProtocols = {
+    {"either", BootProtocol::Either}, {"own", BootProtocol::Own}, {"64", BootProtocol::Fixed}};
+const std::map<std::string, Metadata> kPlaces = {{"find", Metadata::Find},
+                                                 {"2020", Metadata::At2020},
+                                                 {"008B", Metadata::At008B},
+                                                 {"none", Metadata::None}};
+
+using Setter = void (*)(Alike& to, Text value);
+
+const std::map<std::string, Setter> kControllerKeys = {
+    {"baud", ReadSpeeds},
+    {"protocol", [](Alike& to, Text value) { to.setup.protocol = ReadNumber<std::uint8_t>(value, 0, 0xFF); }},
+    {"version", [](Alike& to, Text value) { to.setup.version = ReadVersion(value); }},
+    {"boot", [](Alike& to, Text value) { to.setup.bootVersion = ReadVersion(value); }},
+    {"bootsum",
+     [](Alike& to, Text value) { to.setup.bootChecksum = ReadNumber<std::uint16_t>(value, 0, 0xFFFF, 16); }},
+    {"form", [](Alike& to, Text value) { to.setup.form = ReadWord(value, kForms); }},
+    {"bootprotocol", [](Alike& to, Text value) { to.setup.bootProtocol = ReadWord(value, kBootProtocols); }},
+    {"metadata", [](Alike& to, Text value) { to.setup.metadata = ReadWord(value, kPlaces); }},
+    {"protocol3", [](Alike& to, Text value) { to.setup.protocol3 = ReadNumber(value, 0, 1) == 1; }},
+};
+
+const std::map<std::string, Fault::Kind> kFaultKinds = {
+    {"silent", Fault::Kind::Silent},   {"dead", Fault::Kind::Dead}, {"late", Fault::Kind::Late},
+    {"corrupt", Fault::Kind::Corrupt}, {"code", Fault::Kind::Code}, {"length", Fault::Kind::Length},
+    {"short", Fault::Kind::Short},     {"echo", Fault::Kind::Echo}, {"lost-batch", Fault::Kind::Silent}};
+
+const std::map<std::string, Command> kCommands = {
+    {"check", Command::Check},       {"erase", Command::Erase}, {"batch", Command::Batch},
+    {"checksum", Command::Checksum}, {"boot", Command::Boot},   {"55", Command::ToProtocol3},
+    {"text", Command::ToProtocol4}};
+
+void ReadFaultValue(Fault& fault, const std::string& value) {
+  switch (fault.kind) {
+    case Fault::Kind::Late:
+      fault.delay = std::chrono::milliseconds(ReadNumber(value, 1, kLongestWait));
+      return;
+    case Fault::Kind::Code:
+      fault.value = ReadNumber(value, 0, 0xFF, 16);
+      return;
+    case Fault::Kind::Length:
+      fault.value = ReadNumber(value, kShortestFrame, kLongestFrame);
+      return;
+    case Fault::Kind::Short:
+      fault.value = value.empty() ? 1 : ReadNumber(value, 1, kLongestFrame);
+      return;
+    default:
+      if (!value.empty()) throw std::invalid_argument("this kind takes no value");
+  }
+}
+
+}  // namespace
+
+std::vector<ControllerSetup> ReadControllers(const std::string& text) {
+  const std::size_t comma = text.find(',');
+  const Range numbers = ReadRange(text.substr(0, comma), 0, kControllerNumbers - 1);
+  Alike alike;
+  const std::string keys = comma == std::string::npos ? "" : text.substr(comma + 1);
+  for (const std::string& key : Split(keys, ',')) {
+    const std::size_t equals = key.find('=');
+    const Setter set = ReadWord(key.substr(0, equals), kControllerKeys);
+    set(alike, equals == std::string::npos ? "" : key.substr(equals + 1));
+  }
+  std::vector<ControllerSetup> controllers;
+  for (int number = numbers.first; number <= numbers.last; ++number) {
+    alike.setup.number = number;
+    alike.setup.baud = alike.speeds[controllers.size() % alike.speeds.size()];
+    controllers.push_back(alike.setup);
+  }
+  return controllers;
+}
+
+NamedFault ReadFault(const std::string& text) {
+  static const std::regex kFault("([^:]*):([^=/@%]*)(?:=([^/@%]+))?(?:/([^@%]+))?(?:@([^%]+))?(?:%(.+))?");
+  std::smatch parts;
+  if (!std::regex_match(text, parts, kFault))
+    throw std::invalid_argument("\"" + text +
+                                "\" is not N:KIND[=VALUE][/COMMAND][@FIRST[-[LAST]]][%PERCENT]");
+  const Range numbers = ReadRange(parts.str(1), 0, kControllerNumbers - 1);
+  const std::string kind = parts.str(2);
+  Fault fault;
+  fault.kind = ReadWord(kind, kFaultKinds);
+  ReadFaultValue(fault, parts.str(3));
+  if (kind == "lost-batch") fault.command = Command::Batch;
+  if (parts[4].matched) fault.command = ReadWord(parts.str(4), kCommands);
+  if (parts[5].matched) {
+    const Range strikes = ReadStrikes(parts.str(5));
+    fault.first = strikes.first;
+    fault.last = strikes.last;
+  }
+  if (parts[6].matched) fault.chance = ReadNumber(parts.str(6), 1, 100) / 100.0;
+  return {numbers.first, numbers.last, fault};
+}
+
+}  // namespace bus
