@@ -1,15 +1,17 @@
 #include <fcntl.h>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <poll.h>
 #include <signal.h>
 #include <termios.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "bus/frame.h"
+#include "support/started_program.h"
 
 namespace bus {
 namespace {
@@ -31,25 +33,15 @@ class Program : public testing::Test {
 
   ~Program() override {
     if (port_ >= 0) close(port_);
-    if (output_ != nullptr) End(SIGKILL);
+    program_.reset();
     fs::remove_all(folder_);
   }
 
-  /// The shell tells its process number and becomes the program.
-  void Start(const std::string& options) {
-    const std::string command = "echo $$; exec '" QUILLON_BUS_PROGRAM "' --link '" + link_.string() + "' ";
-    output_ = popen((command + options + " 2>&1").c_str(), "r");
-    ASSERT_EQ(std::fscanf(output_, "%d ", &process_), 1);
-    char line[200] = "";
-    ASSERT_NE(std::fgets(line, sizeof line, output_), nullptr);
-    EXPECT_NE(std::string(line).find("/dev/pts/"), std::string::npos) << line;
-  }
-
-  int End(int signal) {
-    kill(process_, signal);
-    const int status = pclose(output_);
-    output_ = nullptr;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  void Start(const std::vector<std::string>& options) {
+    std::vector<std::string> words{QUILLON_BUS_PROGRAM, "--link", link_.string()};
+    words.insert(words.end(), options.begin(), options.end());
+    program_.emplace(words);
+    EXPECT_THAT(program_->ReadLine(), testing::HasSubstr("/dev/pts/"));
   }
 
   void Open(speed_t speed) {
@@ -79,14 +71,13 @@ class Program : public testing::Test {
 
   fs::path folder_;
   fs::path link_;
-  std::FILE* output_ = nullptr;
-  pid_t process_ = -1;
+  std::optional<quillon::test::StartedProgram> program_;
   int port_ = -1;
 };
 
 TEST_F(Program, AnswersAtItsSpeedEachTimeThePortIsOpenedAndTakesItsLinkAway) {
   fs::create_symlink("/dev/pts/none", link_);  // left over from a run that was cut off
-  Start("--controller 3,baud=19200");
+  Start({"--controller", "3,baud=19200"});
   Open(B9600);
   EXPECT_TRUE(AskCheck().empty()) << "wrong speed";
   for (int opening = 0; opening < 3; ++opening) {
@@ -95,12 +86,12 @@ TEST_F(Program, AnswersAtItsSpeedEachTimeThePortIsOpenedAndTakesItsLinkAway) {
     EXPECT_EQ(AskCheck().size(), kCheckAnswer) << opening;
     EXPECT_GE(std::chrono::steady_clock::now() - sent, TimeOf(7 + kCheckAnswer, {19200}) + 5ms);
   }
-  EXPECT_EQ(End(SIGTERM), 0);
+  EXPECT_EQ(program_->End(SIGTERM), 0);
   EXPECT_FALSE(fs::is_symlink(fs::symlink_status(link_)));
 }
 
 TEST_F(Program, APulledCableTakesThePortAwayAndBringsItBack) {
-  Start("--count 4 --unplug 1,50");
+  Start({"--count", "4", "--unplug", "1,50"});
   Open(B9600);
   EXPECT_TRUE(AskCheck().empty());
   EXPECT_FALSE(SendCheck());
