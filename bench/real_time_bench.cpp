@@ -58,7 +58,7 @@ void ParallelStream(benchmark::State& state) {
   // The last batch has room for the end-of-file record, so that makes none of its own.
   const Firmware firmware(0x2000 - 128, (kBatches - 63) * 128 - 16);
   for (auto _ : state) {
-    Technician technician({"--count", "0", "--quick"}, {.delay = "10", .controllers = {}});
+    Technician technician(60s, {"--count", "0", "--quick"}, {.delay = "10", .controllers = {}});
     technician.ChooseHex(firmware.HexLines());
     const double seconds = TimeOf(technician, "Download (Parallel)");
     Report(state, static_cast<double>(technician.Frames().size()) * kDelay, seconds);
@@ -74,7 +74,7 @@ void SerialOnThePacedLine(benchmark::State& state) {
   constexpr double kByteTime = 11.0 / 9600;  // seconds
   const Firmware firmware(0x400, 0x200 - 16);
   for (auto _ : state) {
-    Technician technician({"--count", "1", "--delay", "0"}, {.timeout = "500", .controllers = {0}});
+    Technician technician(120s, {"--count", "1", "--delay", "0"}, {.timeout = "500", .controllers = {0}});
     technician.ChooseHex(firmware.HexLines());
     const double seconds = TimeOf(technician, "Download (Serial)");
     double floor = 0;

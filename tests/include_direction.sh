@@ -1,6 +1,6 @@
 #!/bin/sh
 # Holds who may include whom: each folder of src/ only itself and the folders below it, the window system only
-# in desktop/, and the virtual bus and the tool nothing of each other.
+# in desktop/, the virtual bus and the tool nothing of each other, and neither of them anything of tools/.
 set -u
 cd "$1" || exit 2
 failed=0
@@ -17,6 +17,8 @@ check src/image 'platform|shell|link|image'
 check src/commands 'platform|shell|link|image|commands'
 check src/workflows 'platform|shell|link|image|commands|workflows'
 check src/desktop 'platform|shell|link|image|commands|workflows|desktop'
+check tools/driver 'driver'
+check tools/unattended 'platform|shell|link|image|commands|workflows|desktop|driver|unattended'
 check bus 'bus'
 
 outside=$(grep -rnE '#include <Q' src bus --include='*.h' --include='*.cpp' | grep -v '^src/desktop/')

@@ -1,15 +1,17 @@
 #include <fcntl.h>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <poll.h>
 #include <signal.h>
 #include <termios.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "bus/frame.h"
+#include "support/started_program.h"
 
 namespace bus {
 namespace {
@@ -31,25 +33,15 @@ class Program : public testing::Test {
 
   ~Program() override {
     if (port_ >= 0) close(port_);
-    if (output_ != nullptr) End(SIGKILL);
+    program_.reset();
     fs::remove_all(folder_);
   }
 
-  /// The shell tells its process number and becomes the program.
-  void Start(const std::string& options) {
-    const std::string command = "echo $$; exec '" QUILLON_BUS_PROGRAM "' --link '" + link_.string() + "' ";
-    output_ = popen((command + options + " 2>&1").c_str(), "r");
-    ASSERT_EQ(std::fscanf(output_, "%d ", &process_), 1);
-    char line[200] = "";
-    ASSERT_NE(std::fgets(line, sizeof line, output_), nullptr);
-    EXPECT_NE(std::string(line).find("/dev/pts/"), std::string::npos) << line;
-  }
-
-  int End(int signal) {
-    kill(process_, signal);
-    const int status = pclose(output_);
-    output_ = nullptr;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  void Start(const std::vector<std::string>& options) {
+    std::vector<std::string> words{QUILLON_BUS_PROGRAM, "--link", link_.string()};
+    words.insert(words.end(), options.begin(), options.end());
+    program_.emplace(words);
+    EXPECT_THAT(program_->ReadLine(), testing::HasSubstr("/dev/pts/"));
   }
 
   void Open(speed_t speed) {
@@ -79,13 +71,12 @@ class Program : public testing::Test {
 
   fs::path folder_;
   fs::path link_;
-  std::FILE* output_ = nullptr;
-  pid_t process_ = -1;
+  std::optional<quillon::test::StartedProgram> program_;
   int port_ = -1;
 };
 
 TEST_F(Program, AnswersAtItsSpeedEachTimeThePortIsOpenedAndTakesItsLinkAway) {
-  Start("--controller 3,baud=19200");
+  Start({"--controller", "3,baud=19200"});
   Open(B9600);
   EXPECT_TRUE(AskCheck().empty()) << "wrong speed";
   for (int opening = 0; opening < 3; ++opening) {
@@ -94,49 +85,45 @@ TEST_F(Program, AnswersAtItsSpeedEachTimeThePortIsOpenedAndTakesItsLinkAway) {
     EXPECT_EQ(AskCheck().size(), kCheckAnswer) << opening;
     EXPECT_GE(std::chrono::steady_clock::now() - sent, TimeOf(7 + kCheckAnswer, {19200}) + 5ms);
   }
-  EXPECT_EQ(End(SIGTERM), 0);
+  EXPECT_EQ(program_->End(SIGTERM), 0);
   EXPECT_FALSE(fs::is_symlink(fs::symlink_status(link_)));
 }
 
 TEST_F(Program, TwoBusesDoNotTakeEachOthersLink) {
   const std::string log = (folder_ / "log").string();
-  Start("--count 4 --log " + log);
+  Start({"--count", "4", "--log", log});
   Open(B9600);
   EXPECT_EQ(AskCheck().size(), kCheckAnswer);
   fs::create_symlink(link_, folder_ / "COM8");
   for (const char* taken : {"COM7", "COM8"}) {
     const std::string link = (folder_ / taken).string();
-    const std::string second = QUILLON_BUS_PROGRAM " --count 4 --log " + log + " --link " + link + " 2>&1";
-    std::FILE* refused = popen(("timeout 5 " + second).c_str(), "r");
-    char said[300] = "";
-    EXPECT_NE(std::fgets(said, sizeof said, refused), nullptr);
-    EXPECT_NE(std::string(said).find(link + ": another quillon-bus serves it. End"), std::string::npos)
-        << said;
-    EXPECT_EQ(WEXITSTATUS(pclose(refused)), 1);
+    quillon::test::StartedProgram second({QUILLON_BUS_PROGRAM, "--count", "4", "--log", log, "--link", link});
+    EXPECT_THAT(second.ReadAll(), testing::HasSubstr(link + ": another quillon-bus serves it. End"));
+    EXPECT_EQ(second.Wait(), 1);
   }
   EXPECT_GT(fs::file_size(log), 0U) << "the log of the living bus";
   EXPECT_EQ(AskCheck().size(), kCheckAnswer);
   fs::remove(link_);
   fs::create_symlink("/dev/pts/other", link_);
-  EXPECT_EQ(End(SIGTERM), 0);
+  EXPECT_EQ(program_->End(SIGTERM), 0);
   EXPECT_TRUE(fs::is_symlink(fs::symlink_status(link_))) << "by then it was another bus's";
 }
 
 TEST_F(Program, ALinkLeftOverIsReplacedWhoeverHasItsNumberNow) {
   for (const bool stranger : {false, true}) {  // else this bus has it again, as the lowest that is free
-    Start("--count 4");
-    End(SIGKILL);
+    Start({"--count", "4"});
+    program_->End(SIGKILL);
     const int terminal = stranger ? posix_openpt(O_RDWR | O_NOCTTY) : -1;
-    Start("--count 4");
+    Start({"--count", "4"});
     Open(B9600);
     EXPECT_EQ(AskCheck().size(), kCheckAnswer);
-    End(SIGTERM);
+    program_->End(SIGTERM);
     close(terminal);
   }
 }
 
 TEST_F(Program, APulledCableTakesThePortAwayAndBringsItBack) {
-  Start("--count 4 --unplug 1,50");
+  Start({"--count", "4", "--unplug", "1,50"});
   Open(B9600);
   EXPECT_TRUE(AskCheck().empty());
   EXPECT_FALSE(SendCheck());

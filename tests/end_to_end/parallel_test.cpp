@@ -14,7 +14,8 @@ using testing::IsEmpty;
 
 TEST(ParallelDownload, ProgramsThreeControllersOneOfThemFoundAtAnotherSpeed) {
   const Firmware firmware;
-  Technician technician({"--download-baud", "38400", "--controller", "2,protocol=5", "--controller",
+  Technician technician(45s,
+                        {"--download-baud", "38400", "--controller", "2,protocol=5", "--controller",
                          "9,protocol=5", "--controller", "11,baud=19200,protocol=5"},
                         {.protocol = "4", .controllers = {2, 9, 11}, .bootSpeed = "38400"});
   technician.ChooseHex(firmware.HexLines());
@@ -47,6 +48,7 @@ TEST(ParallelDownload, ProgramsThreeControllersOneOfThemFoundAtAnotherSpeed) {
 TEST(ParallelDownload, ShowsTheControllerThatMissedABatch) {
   const Firmware firmware;
   Technician technician(
+      35s,
       {"--download-baud", "38400", "--controller", "2", "--controller", "9", "--fault", "9:lost-batch@7"},
       {.controllers = {2, 9}, .bootSpeed = "38400"});
   technician.ChooseHex(firmware.HexLines());
@@ -77,7 +79,7 @@ TEST(ParallelDownload, ShowsTheControllerThatMissedABatch) {
 }
 
 TEST(ParallelDownload, IsLeftWithinASecondWhenTheMainWindowIsClosed) {
-  Technician technician({"--count", "1"}, {.timeout = "5000", .controllers = {0, 9}});
+  Technician technician(10s, {"--count", "1"}, {.timeout = "5000", .controllers = {0, 9}});
   technician.ChooseHex(Firmware().HexLines());
   QElapsedTimer sinceExit;
   technician.When([&] { return technician.Frames().size() == 2; },  // the second one waits for its answer

@@ -11,10 +11,11 @@ using testing::ElementsAreArray;
 
 TEST(SerialDownload, ProgramsTwoControllersAndMovesThemToProtocol4) {
   const Firmware firmware(0x100, 0x100 - 5);
-  Technician technician({"--quick", "--controller", "2", "--controller", "5", "--fault", "5:code=E1/batch@3"},
+  Technician technician(30s,
+                        {"--quick", "--controller", "2", "--controller", "5", "--fault", "5:code=E1/batch@3"},
                         {.controllers = {2, 5}});
   technician.ChooseHex(firmware.HexLines());
-  technician.Tick("Prot 3");
+  technician.Tick("Prot 3", true);
 
   technician.Press("Quillon", "Download (Serial)");
 
@@ -47,6 +48,7 @@ TEST(SerialDownload, ProgramsTwoControllersAndMovesThemToProtocol4) {
 
 TEST(BootInfo, FallsBackToTheFixedProtocolByte) {
   Technician technician(
+      15s,
       {"--controller", "1,bootprotocol=64,boot=010203,bootsum=ABCD", "--controller", "4,bootprotocol=64"},
       {.protocol = "2", .controllers = {1, 4}});
   technician.Press("Quillon", "Boot Info");
@@ -59,7 +61,7 @@ TEST(BootInfo, FallsBackToTheFixedProtocolByte) {
 }
 
 TEST(AutoDetection, TicksWhoAnswersAtEitherOfTwoSpeeds) {
-  Technician technician({"--controller", "0-15", "--controller", "16-30,baud=19200"},
+  Technician technician(80s, {"--controller", "0-15", "--controller", "16-30,baud=19200"},
                         {.controllers = {0, 31}});
   technician.Press("Quillon", "Auto");
   for (int y = 0; y < 31; ++y) EXPECT_TRUE(technician.Ticked(y)) << y;
@@ -69,7 +71,7 @@ TEST(AutoDetection, TicksWhoAnswersAtEitherOfTwoSpeeds) {
 }
 
 TEST(AutoDetection, TicksWhoAnswersUpToTheCancel) {
-  Technician technician({"--controller", "0", "--controller", "2,baud=19200"}, {.controllers = {1, 5}});
+  Technician technician(40s, {"--controller", "0", "--controller", "2,baud=19200"}, {.controllers = {1, 5}});
   technician.When([&] { return technician.Ticked(2); }, [&] { technician.Press("Message", "Cancel"); });
   technician.Press("Quillon", "Auto");
   EXPECT_TRUE(technician.Ticked(0));

@@ -1,45 +1,32 @@
 #include "end_to_end/technician.h"
 
-#include <QCheckBox>
-#include <QDialogButtonBox>
-#include <QFileDialog>
-#include <QLabel>
-#include <QLineEdit>
+#include <QApplication>
 #include <QMessageBox>
-#include <QPushButton>
+#include <algorithm>
+#include <cstdio>
 #include <fstream>
 #include <sstream>
+#include <stdexcept>
 
 namespace quillon::test {
 namespace {
 
-constexpr int kLookEvery = 25;      // milliseconds
-constexpr int kBusStarts = 10'000;  // milliseconds at most
-constexpr int kBusEnds = 5'000;
-
-QWidget* WindowNamed(const QString& name) {
-  for (QWidget* top : QApplication::topLevelWidgets()) {
-    if (top->objectName() == name) return top;
-  }
-  return nullptr;
-}
-
-template <class Widget>
-Widget* VisibleDialog() {
-  for (QWidget* top : QApplication::topLevelWidgets()) {
-    auto* dialog = qobject_cast<Widget*>(top);
-    if (dialog && dialog->isVisible()) return dialog;
-  }
-  return nullptr;
+std::vector<std::string> BusWords(const std::string& folder, const std::vector<std::string>& options) {
+  std::vector<std::string> words{QUILLON_BUS, "--link", folder + "COM7", "--log", folder + "bus.log"};
+  words.insert(words.end(), options.begin(), options.end());
+  return words;
 }
 
 }  // namespace
 
-Technician::Technician(const QStringList& busOptions, const Settings& settings) {
-  StartBus(busOptions);
+Technician::Technician(std::chrono::seconds bound, const std::vector<std::string>& busOptions,
+                       const Settings& settings)
+    : watchdog_(
+          bound, [this] { TellWindows(); }, [this] { TellFiles(); }),
+      bus_(BusWords(Path(""), busOptions)) {
+  const std::string word = bus_.ReadLine();
+  if (!word.starts_with("bus: ")) throw std::runtime_error("the virtual bus does not start: " + word);
   WriteSettings(settings);
-  QObject::connect(&watch_, &QTimer::timeout, [this] { Look(); });
-  watch_.start(kLookEvery);
   program_.emplace(Path(""));
   program_->Start();
 }
@@ -48,15 +35,7 @@ Technician::~Technician() {
   // A program that ended has told the application to quit; the next test's dialogs need it to run again.
   QTimer::singleShot(0, qApp, [] { QCoreApplication::exit(); });
   QCoreApplication::exec();
-  bus_.terminate();
-  bus_.waitForFinished(kBusEnds);
-}
-
-void Technician::StartBus(const QStringList& options) {
-  bus_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-  bus_.start(QUILLON_BUS,
-             QStringList{"--link", folder_.filePath("COM7"), "--log", folder_.filePath("bus.log")} + options);
-  if (!bus_.waitForReadyRead(kBusStarts)) throw std::runtime_error("the virtual bus does not start");
+  bus_.End(SIGTERM);
 }
 
 void Technician::WriteSettings(const Settings& settings) const {
@@ -81,64 +60,22 @@ void Technician::ChooseHex(const std::vector<std::string>& lines) {
   std::ofstream file(Path("image.hex"), std::ios::binary);
   for (const std::string& line : lines) file << line << "\n";
   file.close();
-  fileToChoose_ = folder_.filePath("image.hex");
-  Press("Quillon", "Browse ...");
-}
-
-void Technician::Press(const QString& window, const QString& name) {
-  auto* button = Find<QAbstractButton>(window, name);
-  if (!button->isEnabled()) throw std::logic_error(name.toStdString() + " is disabled");
-  button->click();
+  ChooseFile(folder_.filePath("image.hex"));
 }
 
 void Technician::When(std::function<bool()> condition, std::function<void()> action) {
   plans_.emplace_back(std::move(condition), std::move(action));
 }
 
-void Technician::Look() {
-  if (auto* box = VisibleDialog<QMessageBox>()) {
-    boxes.push_back(box->text());
-    box->button(QMessageBox::Ok)->click();
-  }
-  if (auto* dialog = VisibleDialog<QFileDialog>()) OpenFile(*dialog);
-  for (std::size_t i = 0; i < plans_.size(); ++i) {
-    if (!plans_[i].first()) continue;
-    const auto action = std::move(plans_[i].second);
-    plans_.erase(plans_.begin() + static_cast<std::ptrdiff_t>(i--));
-    action();
-  }
-}
+void Technician::OnBox(QMessageBox& box) { boxes.push_back(box.text()); }
 
-void Technician::OpenFile(QFileDialog& dialog) {
-  if (fileToChoose_.isEmpty()) return;
-  dialog.findChild<QLineEdit*>("fileNameEdit")->setText(std::exchange(fileToChoose_, ""));
-  auto* open = dialog.findChild<QDialogButtonBox*>("buttonBox")->button(QDialogButtonBox::Open);
-  // Not from within this look: while its nested event loop ran, there would be no look at what it opens.
-  QMetaObject::invokeMethod(open, "click", Qt::QueuedConnection);
-}
-
-QString Technician::Text(const QString& window, const QString& name) const {
-  const auto* widget = Find<QWidget>(window, name);
-  return widget->property(qobject_cast<const QLineEdit*>(widget) ? "text" : "currentText").toString();
-}
-
-bool Technician::Ticked(int controller) const {
-  return Find<QCheckBox>("Quillon", "Controller " + QString::number(controller))->isChecked();
-}
-
-void Technician::Tick(const QString& name) { Find<QCheckBox>("Quillon", name)->click(); }
-
-QString Technician::Status() const {
-  const QWidget* window = WindowNamed("Message");
-  return window && window->isVisible() ? window->findChild<QLabel*>("Label1")->text() : QString();
-}
-
-Technician::Row Technician::RowOf(int controller) const {
-  const QString number = QString::number(controller);
-  const auto* version = Find<QLineEdit>("Info", "Version " + number);
-  const auto* checksum = Find<QLineEdit>("Info", "Cheksum " + number);
-  return {version->text(), checksum->text(), version->palette().color(QPalette::Text),
-          checksum->palette().color(QPalette::Text), checksum->palette().color(QPalette::Base)};
+void Technician::OnLook() {
+  const auto ready =
+      std::find_if(plans_.begin(), plans_.end(), [](const auto& plan) { return plan.first(); });
+  if (ready == plans_.end()) return;
+  const auto action = std::move(ready->second);
+  plans_.erase(ready);
+  action();
 }
 
 std::vector<std::string> Technician::Frames() const {
@@ -166,6 +103,29 @@ std::vector<std::string> Technician::EndAndReadLog() {
   std::vector<std::string> lines;
   for (std::string line; std::getline(text, line);) lines.push_back(line.substr(0, line.size() - 1));
   return lines;
+}
+
+void Technician::TellWindows() {
+  std::fprintf(stderr, "status line: \"%s\"\n", qUtf8Printable(Status()));
+  for (const QString& text : boxes) std::fprintf(stderr, "answered box: \"%s\"\n", qUtf8Printable(text));
+  int pictures = 0;
+  for (QWidget* top : QApplication::topLevelWidgets()) {
+    if (!top->isVisible()) continue;
+    const QString picture = folder_.filePath(QString("stood%1.png").arg(++pictures));
+    top->grab().save(picture);
+    std::fprintf(stderr, "window %s \"%s\"%s: %s\n", top->metaObject()->className(),
+                 qUtf8Printable(top->windowTitle()), top->isModal() ? ", modal" : "",
+                 qUtf8Printable(picture));
+  }
+}
+
+void Technician::TellFiles() {
+  constexpr std::size_t kShown = 600;  // bytes
+  for (const char* name : {"Log.txt", "bus.log"}) {
+    const std::string text = Read(name);
+    const std::string end = text.substr(text.size() - std::min(text.size(), kShown));
+    std::fprintf(stderr, "%s ends with:\n%s\n", Path(name).c_str(), end.c_str());
+  }
 }
 
 }  // namespace quillon::test

@@ -1,0 +1,74 @@
+#include <gmock/gmock.h>
+
+#include "support/started_program.h"
+#include "unattended/task.h"
+
+namespace quillon {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+
+Task Read(const QString& words) { return ReadCommandLine(("quillon-unattended " + words).split(' ')); }
+
+// Words that make no sense, what the error must name, and the way out that it must tell.
+TEST(CommandLine, RefusesAWordThatMakesNoSense) {
+  const struct {
+    const char* words;
+    const char* named;
+    const char* wayOut;
+  } table[] = {
+      {"serial:x", "\"x\"", "0 to 31"},
+      {"serial:1,x", "\"x\"", "0 to 31"},
+      {"serial:", "\"\"", "0 to 31"},
+      {"serial:1,", "\"\"", "0 to 31"},
+      {"serial:1:2", "\"1:2\"", "0 to 31"},
+      {"parallel flash-info:32", "\"32\"", "0 to 31"},
+      {"--controllers a serial", "\"a\"", "0 to 31"},
+      {"--controllers -1 serial", "\"-1\"", "0 to 31"},
+      {"--controllers +1 serial", "\"+1\"", "0 to 31"},
+      {"--controllers 1,2x serial", "\"2x\"", "0 to 31"},
+      {"--controllers 4294967296 serial", "\"4294967296\"", "0 to 31"},
+      {"--port x serial", "\"x\"", "1 to 99"},
+      {"--port 0 serial", "\"0\"", "1 to 99"},
+      {"--port 100 serial", "\"100\"", "1 to 99"},
+      {"--protocol 255 serial", "\"255\"", "0 to 254"},
+      {"--timeout 1.5 serial", "\"1.5\"", "1 to"},
+      {"--delay x serial", "\"x\"", "0 to 32767"},
+      {"--speed 9601 serial", "\"9601\"", "9600"},
+      {"--hex /no/such.hex serial", "\"/no/such.hex\"", "path"},
+      {"seriel:1", "\"seriel\"", "serial"},
+      {"--ports 7 serial", "ports", "--help"},
+  };
+  for (const auto& row : table) {
+    try {
+      Read(row.words);
+      ADD_FAILURE() << row.words << " is taken";
+    } catch (const UsageError& error) {
+      EXPECT_THAT(error.what(), AllOf(HasSubstr(row.named), HasSubstr(row.wayOut))) << row.words;
+    }
+  }
+}
+
+TEST(CommandLine, HandsOnWhatMakesSense) {
+  const Task task = Read("--port 99 --speed 38400 --controllers 0,31 serial:31,0 auto");
+  EXPECT_EQ(task.port, "99");
+  EXPECT_EQ(task.speed, "38400");
+  EXPECT_EQ(task.controllers, (QList<int>{0, 31}));
+  ASSERT_EQ(task.steps.size(), 2u);
+  EXPECT_EQ(task.steps[0].button, "Download (Serial)");
+  EXPECT_EQ(task.steps[0].controllers, (QList<int>{31, 0}));
+  EXPECT_EQ(task.steps[1].button, "Auto");
+  EXPECT_EQ(task.steps[1].controllers, std::nullopt);
+}
+
+TEST(CommandLine, AnErrorIsOneLineAndStatus2) {
+  test::StartedProgram program({QUILLON_UNATTENDED, "--port", "7", "serial:x"});
+  EXPECT_EQ(program.ReadAll(),
+            "quillon-unattended: serial:x: \"x\" is no controller. Give numbers from 0 to 31 with commas "
+            "between, such as 1,2,5.\n");
+  EXPECT_EQ(program.Wait(), 2);
+}
+
+}  // namespace
+}  // namespace quillon

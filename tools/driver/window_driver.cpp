@@ -1,0 +1,147 @@
+#include "driver/window_driver.h"
+
+#include <QAbstractButton>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QEvent>
+#include <QFileDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <utility>
+
+namespace quillon {
+namespace {
+
+constexpr int kLookEvery = 20;  // milliseconds
+
+const QString kMainWindow = "Quillon";
+const QString kInfoWindow = "Info";
+const QString kProgressWindow = "Message";
+const QString kStatusLabel = "Label1";
+
+[[noreturn]] void GiveUp(const QString& reason) { throw std::runtime_error(reason.toStdString()); }
+
+template <class Dialog>
+Dialog* Visible() {
+  for (QWidget* top : QApplication::topLevelWidgets()) {
+    auto* dialog = qobject_cast<Dialog*>(top);
+    if (dialog != nullptr && dialog->isVisible()) return dialog;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+WindowDriver::WindowDriver() {
+  // A dialog of the desktop would be no widget of this process.
+  QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+  // Queued, so that looks go on while a look waits for a dialog that it has opened: a timer does not fire
+  // again before its slot has returned.
+  QObject::connect(
+      &watch_, &QTimer::timeout, this, [this] { Look(); }, Qt::QueuedConnection);
+  watch_.start(kLookEvery);
+  QApplication::instance()->installEventFilter(this);
+}
+
+QWidget* WindowDriver::Window(const QString& name) {
+  for (QWidget* top : QApplication::topLevelWidgets()) {
+    if (top->objectName() == name) return top;
+  }
+  return nullptr;
+}
+
+template <class Widget>
+Widget* WindowDriver::Find(const QString& window, const QString& name) {
+  if (const QWidget* top = Window(window)) {
+    for (Widget* child : top->findChildren<Widget*>()) {
+      if (child->accessibleName() == name) return child;
+    }
+  }
+  GiveUp("there is no \"" + name + "\" in the window " + window);
+}
+
+void WindowDriver::Press(const QString& window, const QString& name) {
+  auto* button = Find<QAbstractButton>(window, name);
+  if (!button->isEnabled()) GiveUp("the button \"" + name + "\" can't be pressed");
+  button->click();
+}
+
+void WindowDriver::Tick(const QString& name, bool ticked) {
+  auto* box = Find<QCheckBox>(kMainWindow, name);
+  if (box->isChecked() != ticked) box->click();
+}
+
+void WindowDriver::Type(const QString& name, const QString& text) {
+  Find<QLineEdit>(kMainWindow, name)->setText(text);
+}
+
+void WindowDriver::Select(const QString& name, const QString& item) {
+  auto* list = Find<QComboBox>(kMainWindow, name);
+  const int index = list->findText(item);
+  if (index < 0) GiveUp("the list \"" + name + "\" has no item \"" + item + "\"");
+  list->setCurrentIndex(index);
+}
+
+void WindowDriver::ChooseFile(const QString& path) {
+  fileToChoose_ = path;
+  fileRefused_ = false;
+  Press(kMainWindow, "Browse ...");
+  if (!std::exchange(fileToChoose_, "").isEmpty()) GiveUp("no file dialog came for " + path);
+  if (fileRefused_) GiveUp("the file dialog does not open " + path);
+}
+
+QString WindowDriver::Text(const QString& window, const QString& name) const {
+  const auto* widget = Find<QWidget>(window, name);
+  if (!widget->isVisible()) return "";
+  return widget->property(qobject_cast<const QLineEdit*>(widget) ? "text" : "currentText").toString();
+}
+
+bool WindowDriver::Ticked(const QString& name) const {
+  return Find<QCheckBox>(kMainWindow, name)->isChecked();
+}
+
+QString WindowDriver::Status() const {
+  const QWidget* window = Window(kProgressWindow);
+  return window && window->isVisible() ? window->findChild<QLabel*>(kStatusLabel)->text() : QString();
+}
+
+WindowDriver::Row WindowDriver::RowOf(int controller) const {
+  const QString number = QString::number(controller);
+  const auto* version = Find<QLineEdit>(kInfoWindow, "Version " + number);
+  const auto* checksum = Find<QLineEdit>(kInfoWindow, "Cheksum " + number);
+  return {version->text(), checksum->text(), version->palette().color(QPalette::Text),
+          checksum->palette().color(QPalette::Text), checksum->palette().color(QPalette::Base)};
+}
+
+bool WindowDriver::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() == QEvent::Paint && watched->objectName() == kStatusLabel) {
+    const QString line = Status();
+    if (!line.isEmpty() && line != std::exchange(status_, line)) OnStatus(line);
+  }
+  return false;
+}
+
+void WindowDriver::Look() {
+  if (auto* box = Visible<QMessageBox>()) {
+    OnBox(*box);
+    box->button(QMessageBox::Ok)->click();
+  } else if (auto* dialog = Visible<QFileDialog>()) {
+    ServeFileDialog(*dialog);
+  }
+  OnLook();
+}
+
+void WindowDriver::ServeFileDialog(QFileDialog& dialog) {
+  const QString path = std::exchange(fileToChoose_, "");
+  if (!path.isEmpty()) {
+    dialog.findChild<QLineEdit*>("fileNameEdit")->setText(path);
+    dialog.findChild<QDialogButtonBox*>("buttonBox")->button(QDialogButtonBox::Open)->click();
+    fileRefused_ = dialog.result() != QDialog::Accepted;
+  }
+  if (dialog.isVisible()) dialog.reject();
+}
+
+}  // namespace quillon

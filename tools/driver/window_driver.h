@@ -1,0 +1,82 @@
+#pragma once
+
+#include <QApplication>
+#include <QColor>
+#include <QObject>
+#include <QString>
+#include <QTimer>
+#include <QWidget>
+#include <stdexcept>
+#include <vector>
+
+class QFileDialog;
+class QMessageBox;
+
+namespace quillon {
+
+/// Works the windows of this process in an operator's place. It knows them only by what an operator has:
+/// windows by their names, controls by their accessible names, texts and colours by what is shown. Boxes are
+/// answered and the file dialog is served by themselves, while the windows serve their events.
+class WindowDriver : public QObject {
+ public:
+  WindowDriver();
+
+  // What the operator's hand does. Each throws std::runtime_error, which names the control, where it can't.
+
+  /// Presses a button, and returns when the run that this starts is over.
+  void Press(const QString& window, const QString& name);
+  /// Ticks or unticks a box of the main window. The next two are of the main window too.
+  void Tick(const QString& name, bool ticked);
+  void Type(const QString& name, const QString& text);
+  void Select(const QString& name, const QString& item);
+  /// Presses "Browse ...", types the whole path into the file dialog and presses Open, once.
+  void ChooseFile(const QString& path);
+
+  // What the operator's eye sees.
+
+  /// What a text box or list shows; nothing while it is hidden.
+  QString Text(const QString& window, const QString& name) const;
+  bool Ticked(const QString& name) const;
+  /// The status line of the progress window; empty while that is hidden.
+  QString Status() const;
+
+  struct Row {
+    QString version;
+    QString checksum;
+    QColor versionText;
+    QColor checksumText;
+    QColor checksumBack;
+  };
+  /// The row of a controller in `Info`, which must have been shown before.
+  Row RowOf(int controller) const;
+
+  /// The window of this name, shown or not; nullptr before it was shown for the first time.
+  static QWidget* Window(const QString& name);
+  static QString ControllerName(int number) { return "Controller " + QString::number(number); }
+
+  /// Reads the status line whenever it is painted, so that none is missed.
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ protected:
+  // What comes by itself.
+
+  /// A box stands; it is answered when this returns.
+  virtual void OnBox(QMessageBox& box) = 0;
+  /// The status line shows something else than before.
+  virtual void OnStatus(const QString& /*line*/) {}
+  /// A look at the windows, many times a second.
+  virtual void OnLook() {}
+
+ private:
+  template <class Widget>
+  static Widget* Find(const QString& window, const QString& name);
+  void Look();
+  void ServeFileDialog(QFileDialog& dialog);
+
+  QTimer watch_;
+  QString status_;
+  QString fileToChoose_;
+  bool fileRefused_ = false;
+};
+
+}  // namespace quillon
