@@ -15,7 +15,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -60,41 +59,12 @@ char Parity(tcflag_t flags) {
   return odd ? 'O' : 'E';
 }
 
-struct Mark {
-  Descriptor socket;
-  sockaddr_un address{};
-  socklen_t size = 0;
-  const sockaddr* Address() const { return reinterpret_cast<const sockaddr*>(&address); }
-};
-
-/// The mark of the terminal that `path` leads to, not laid yet; none when it leads to no terminal.
-std::optional<Mark> MarkOf(const std::string& path) {
-  struct stat status {};
-  if (stat(path.c_str(), &status) != 0 || !S_ISCHR(status.st_mode)) return std::nullopt;
-  const std::string name =
-      "quillon-bus " + std::to_string(status.st_dev) + " " + std::to_string(status.st_rdev);
-  Mark mark{Descriptor(Check(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0), "marking a pseudo-terminal"))};
-  mark.address.sun_family = AF_UNIX;
-  name.copy(mark.address.sun_path + 1, name.size());  // a leading NUL: a name that is no file
-  mark.size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
-  return mark;
-}
-
-bool LeadsToLivingBus(const std::string& path) {
-  const std::optional<Mark> mark = MarkOf(path);
-  return mark && connect(mark->socket.Number(), mark->Address(), mark->size) == 0;
-}
-
-/// Throws when the name of a link to `target` is taken by something that has to stay.
-void RefuseTaken(const std::string& path, const std::string& target) {
+/// Throws when the name of a link is taken by something that no bus left over.
+void RefuseTaken(const std::string& path) {
   namespace fs = std::filesystem;
   std::error_code error;
   const fs::file_status present = fs::symlink_status(path, error);
   if (!fs::exists(present)) return;
-  const bool isOwn = fs::canonical(path, error) == target;  // left over, its number given to this bus anew
-  if (!isOwn && LeadsToLivingBus(path))
-    throw std::runtime_error("--link " + path +
-                             ": another quillon-bus serves it. End that one or choose another name.");
   const bool leftOver =
       fs::is_symlink(present) &&
       (fs::read_symlink(path, error).string().starts_with("/dev/pts/") || !fs::exists(path, error));
@@ -125,9 +95,6 @@ PseudoTerminal::PseudoTerminal() {
   path_ = name.data();
   slave_ = Descriptor(Check(open(name.data(), O_RDWR | O_NOCTTY | O_CLOEXEC), name.data()));
   MakeRaw(slave_.Number());
-  Mark mark = MarkOf(path_).value();
-  Check(bind(mark.socket.Number(), mark.Address(), mark.size), "marking the pseudo-terminal");
-  mark_ = std::move(mark.socket);
   watch_ = Descriptor(Check(inotify_init1(IN_NONBLOCK | IN_CLOEXEC), "watching the pseudo-terminal"));
   Check(inotify_add_watch(watch_.Number(), name.data(), IN_OPEN | IN_CLOSE), "watching the pseudo-terminal");
 }
@@ -172,10 +139,28 @@ void PseudoTerminal::Write(std::span<const std::uint8_t> bytes) {
   if (size < 0 && errno != EAGAIN && errno != EINTR) Check(-1, "writing to the pseudo-terminal");
 }
 
+LinkClaim::LinkClaim(const std::string& path) {
+  namespace fs = std::filesystem;
+  const fs::path folder = fs::path(path).has_parent_path() ? fs::path(path).parent_path() : ".";
+  struct stat status {};
+  if (stat(folder.c_str(), &status) != 0) return;  // the link itself will fail, and say why
+  const std::string name = "quillon-bus " + std::to_string(status.st_dev) + " " +
+                           std::to_string(status.st_ino) + " " + fs::path(path).filename().string();
+  socket_ = Descriptor(Check(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0), "claiming the link"));
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  const std::size_t size = name.copy(address.sun_path + 1, sizeof address.sun_path - 1);  // after a NUL
+  const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + size);
+  if (bind(socket_.Number(), reinterpret_cast<const sockaddr*>(&address), length) == 0) return;
+  if (errno != EADDRINUSE) Check(-1, "claiming the link");
+  throw std::runtime_error("--link " + path +
+                           ": another quillon-bus serves it. End that one or choose another name.");
+}
+
 PortLink::PortLink(std::string path, std::string target)
     : path_(std::move(path)), target_(std::move(target)) {
   namespace fs = std::filesystem;
-  RefuseTaken(path_, target_);
+  RefuseTaken(path_);
   std::error_code error;
   fs::remove(path_, error);
   fs::create_symlink(target_, path_, error);

@@ -32,11 +32,6 @@ class Descriptor {
 ///
 /// The tool may open and close it any number of times, and sees it vanish when the object ends.
 ///
-/// The system gives a number that became free to the next terminal that anybody opens. So a path that exists
-/// does not prove that a bus is there, and a lock on the slave would keep the tool out. Each bus therefore
-/// marks its terminal: a socket with an abstract name made of the terminal's two device numbers. The system
-/// removes it with the process, however that ends, and asking for it does not touch the terminal.
-///
 /// All calls throw std::system_error when the system refuses.
 class PseudoTerminal {
  public:
@@ -62,19 +57,32 @@ class PseudoTerminal {
  private:
   Descriptor master_;
   Descriptor slave_;  // held open, so that format and bytes outlast the tool's closing
-  Descriptor mark_;
   Descriptor watch_;
   std::string path_;
   bool inUse_ = false;       // the tool has the port open
   bool justClosed_ = false;  // at the last NoteOpening: bytes that are read now were written before
 };
 
+/// The right of one bus to a link, for as long as the object lives.
+///
+/// Where the link leads can't tell whether a bus lives there: the system gives the number of a terminal that
+/// was closed to the next one that anybody opens. So a bus that serves a link binds a socket to an abstract
+/// name, made of the folder and the link's name. The system takes it away with the process, however that
+/// ends.
+class LinkClaim {
+ public:
+  /// Throws std::runtime_error, naming the way out, when another bus has the claim. Changes no file.
+  explicit LinkClaim(const std::string& path);
+
+ private:
+  Descriptor socket_;
+};
+
 /// A symbolic link to a pseudo-terminal; removed with the object, unless it points elsewhere by then.
 class PortLink {
  public:
-  /// Replaces a link that a bus left over: one that leads nowhere, or to a pseudo-terminal that is no living
-  /// bus's. Throws std::runtime_error, naming the way out, and changes nothing when the link leads to a
-  /// living bus, when anything else is in the way, or when the folder does not take it.
+  /// Replaces a link that a bus left over. Throws std::runtime_error, naming the way out, and changes nothing
+  /// when anything else is in the way or the folder does not take it.
   PortLink(std::string path, std::string target);
   ~PortLink();
   PortLink(const PortLink&) = delete;

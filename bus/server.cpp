@@ -45,6 +45,7 @@ Server::Server(const Options& options)
       signals_(CatchSignals()),
       start_(std::chrono::steady_clock::now()) {
   for (const ControllerSetup& setup : options_.controllers) bus_.Add(setup);
+  if (!options_.link.empty()) claim_.emplace(options_.link);
   PlugIn();  // before the log: a bus that is refused here must not empty the log of the one that lives
   if (options_.logFile.empty()) return;
   log_.open(options_.logFile);

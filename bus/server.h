@@ -41,6 +41,7 @@ class Server {
   Options options_;
   Bus bus_;
   std::ofstream log_;
+  std::optional<LinkClaim> claim_;            // kept while the cable is off
   std::unique_ptr<PseudoTerminal> terminal_;  // none while the cable is off
   std::unique_ptr<PortLink> link_;
   Descriptor signals_;

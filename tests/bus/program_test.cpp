@@ -95,10 +95,12 @@ TEST_F(Program, TwoBusesDoNotTakeEachOthersLink) {
   Open(B9600);
   EXPECT_EQ(AskCheck().size(), kCheckAnswer);
   fs::create_symlink(link_, folder_ / "COM8");
-  for (const char* taken : {"COM7", "COM8"}) {
-    const std::string link = (folder_ / taken).string();
+  const std::pair<const char*, const char*> kTaken[] = {{"COM7", "another quillon-bus serves it. End"},
+                                                        {"COM8", "something else has that name. Remove"}};
+  for (const auto& [name, reason] : kTaken) {
+    const std::string link = (folder_ / name).string();
     quillon::test::StartedProgram second({QUILLON_BUS_PROGRAM, "--count", "4", "--log", log, "--link", link});
-    EXPECT_THAT(second.ReadAll(), testing::HasSubstr(link + ": another quillon-bus serves it. End"));
+    EXPECT_THAT(second.ReadAll(), testing::HasSubstr(link + ": " + reason));
     EXPECT_EQ(second.Wait(), 1);
   }
   EXPECT_GT(fs::file_size(log), 0U) << "the log of the living bus";
