@@ -75,7 +75,7 @@ void GiveWindowIcon() {
 
 QFont ControlFont(double points, bool bold) {
   QFont font;
-  font.setFamilies({"Liberation Sans", "Arial"});
+  font.setFamilies({"Arial", "Liberation Sans"});
   font.setStyleHint(QFont::SansSerif);
   font.setPointSizeF(points);
   font.setBold(bold);

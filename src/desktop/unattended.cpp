@@ -19,6 +19,7 @@
 
 #include "desktop/house_look.h"
 #include "desktop/program.h"
+#include "platform/system_files.h"
 
 namespace {
 
@@ -300,7 +301,7 @@ int main(int argc, char** argv) {
   QApplication::setQuitOnLastWindowClosed(false);
   quillon::GiveHouseLook(application);
   Operator operatorAtWork(ReadCommandLine(application));
-  quillon::Program program(quillon::ProgramFolder());
+  quillon::Program program(quillon::system_files::ProgramFolder());
   program.Start();
   QTimer::singleShot(0, &application, [&] { operatorAtWork.Work(); });
   program.ServeUntilEnd();
