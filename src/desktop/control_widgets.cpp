@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "desktop/house_look.h"
-#include "desktop/late_painting.h"
+#include "desktop/late_work.h"
 #include "desktop/picture_widgets.h"
 
 namespace quillon {
@@ -92,7 +92,18 @@ class LabelView final : public ViewOf<Label, QLabel> {
 
   void RefreshKind(Aspect aspect) override {
     if (aspect != Aspect::kText) return;
-    late_painting::Defer(widget_);
+    if (!widget_.isVisible()) {
+      ShowText();
+    } else if (!std::exchange(showingLate_, true)) {
+      late_work::Add(widget_, [this] {
+        showingLate_ = false;
+        ShowText();
+        widget_.repaint();
+      });
+    }
+  }
+
+  void ShowText() {
     widget_.setText(Shown(control_.Text()));
     Fit();
   }
@@ -146,6 +157,7 @@ class LabelView final : public ViewOf<Label, QLabel> {
   }
 
   const std::optional<int> neighbour_;
+  bool showingLate_ = false;
 };
 
 class TextBoxView final : public ViewOf<TextBox, QLineEdit> {

@@ -9,8 +9,10 @@
 #include <QTimer>
 #include <QWindow>
 #include <algorithm>
+#include <utility>
 
 #include "desktop/house_look.h"
+#include "desktop/late_work.h"
 
 namespace quillon {
 namespace {
@@ -80,7 +82,12 @@ void FormWindow::Show() {
     Centre();
     show();
   } else if (form_.BorderStyle() == Form::Border::kDialog) {
-    raise();  // and leaves the keyboard where it is
+    if (!std::exchange(raisingLate_, true)) {
+      late_work::Add(*this, [this] {
+        raisingLate_ = false;
+        raise();  // and leaves the keyboard where it is
+      });
+    }
   } else {
     setWindowState(windowState() & ~Qt::WindowMinimized);
     raise();

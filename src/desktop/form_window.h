@@ -38,6 +38,7 @@ class FormWindow final : public QWidget, public FormView {
 
   Form& form_;
   ControlViews views_;
+  bool raisingLate_ = false;
 };
 
 /// Draws a form as a window when it is first shown. It must outlive the forms.
