@@ -24,6 +24,9 @@ std::string GroupWithRight(const char* device);
 /// "/var/lock/LCK..ttyUSB0"; whether it is there or not. `device` is the device's own path, no link.
 std::string LockFileOf(const std::string& device);
 
+/// Whether a lock file is there and holds, in its first line, the number of another process that lives.
+bool HeldByAnother(const std::string& lockFile);
+
 /// Whether the device runs at `baud` bits per second (to 3 %) with 8 data bits, no parity and 2 stop bits.
 bool RunsAt(int device, int baud);
 

@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <csignal>
+#include <fstream>
 #include <string_view>
 
 #include "desktop/serial_line.h"
@@ -52,6 +54,13 @@ std::string LockFileOf(const std::string& device) {
   std::string name = device.starts_with(kDevices) ? device.substr(kDevices.size()) : device;
   std::replace(name.begin(), name.end(), '/', '_');
   return "/var/lock/LCK.." + name;
+}
+
+bool HeldByAnother(const std::string& lockFile) {
+  std::ifstream file(lockFile);
+  pid_t process = 0;
+  if (!(file >> process) || process <= 0 || process == getpid()) return false;
+  return kill(process, 0) == 0 || errno == EPERM;
 }
 
 bool RunsAt(int device, int baud) {

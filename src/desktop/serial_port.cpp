@@ -86,8 +86,9 @@ void SerialPort::OpenDevice(const std::string& device) {
   port_->setParity(QSerialPort::NoParity);
   port_->setStopBits(QSerialPort::TwoStop);
   port_->setFlowControl(QSerialPort::NoFlowControl);
-  if (!port_->open(QIODevice::ReadWrite)) {
-    const std::string lock = serial_line::LockFileOf(real);
+  const std::string lock = serial_line::LockFileOf(real);
+  // QSerialPort keeps a lock file too, but takes one that it did not write for an old one.
+  if (serial_line::HeldByAnother(lock) || !port_->open(QIODevice::ReadWrite)) {
     if (std::filesystem::exists(lock)) throw InUse(PortText(), device + ", by its lock file " + lock);
     throw OpenFailure(PortText(), number_, device, EIO);
   }
