@@ -18,14 +18,20 @@ QWidget* OwnerWindow(const DesktopScreen& screen) {
   return active != nullptr && active != screen.OpenDialog() ? active : screen.MainWindow();
 }
 
+/// A box whose window can be made before it is shown. (`winId` would give every widget of the owner a
+/// window.)
+struct Box final : QMessageBox {
+  using QMessageBox::QMessageBox;
+  using QWidget::create;
+};
+
 /// Puts `box` below `dialog`, and makes that a child of it meanwhile: a modal window leaves its own children
 /// the mouse and the keyboard.
 class BesideDialog {
  public:
-  BesideDialog(QMessageBox& box, QWidget* dialog)
-      : dialog_(dialog != nullptr ? dialog->windowHandle() : nullptr) {
+  BesideDialog(Box& box, QWidget* dialog) : dialog_(dialog != nullptr ? dialog->windowHandle() : nullptr) {
     if (dialog_ == nullptr) return;
-    box.winId();  // makes the box's window
+    box.create();
     owner_ = dialog_->transientParent();
     dialog_->setTransientParent(box.windowHandle());
     constexpr int kTitleBar = 40;  // pixels, the box's and some room
@@ -60,7 +66,7 @@ void DesktopDesk::ShowBox(const std::string& text, const std::string& title, Box
   const bool failure = kind == BoxKind::kRunError;
   const auto icon = failure ? QMessageBox::Warning : QMessageBox::Information;
   const QString shown = WithLineBreaks(text);
-  QMessageBox box(icon, QString::fromUtf8(title), shown, QMessageBox::Ok, OwnerWindow(screen_));
+  Box box(icon, QString::fromUtf8(title), shown, QMessageBox::Ok, OwnerWindow(screen_));
   box.setTextFormat(Qt::PlainText);
   box.setWindowModality(Qt::ApplicationModal);
   if (!failure) {

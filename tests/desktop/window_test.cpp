@@ -224,6 +224,8 @@ TEST_F(WindowTest, CancelIsInReachWhileARunErrorStandsAndNothingElseIs) {
       EXPECT_TRUE(Window(quillon)->isVisible() && Window(quillon.info)->isVisible());
       click(quillon.message, quillon.message.Command1);
       EXPECT_EQ(quillon.AbortRequested, failure);
+      EXPECT_EQ(Drawn(quillon, quillon.NONE)->internalWinId(), 0u)
+          << "a window of the system for each widget";
       if (box->isVisible()) box->accept();
     });
     desk.ShowBox("Error #  8020\rgone", "SendP4", kind);
