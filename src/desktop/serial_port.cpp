@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "desktop/late_work.h"
 #include "desktop/port_names.h"
 #include "desktop/serial_line.h"
 #include "platform/run_error.h"
@@ -170,6 +171,7 @@ void SerialPort::Drain() {
       return;
     }
     if (SteadyClock::now() >= deadline) return;
+    late_work::Do();  // no event is served here, and it can take long
     std::this_thread::sleep_for(kDrainStep);
   }
 }
