@@ -15,7 +15,7 @@ bool Quillon::SendP4(int& y) {
         moved = SendFrame(FrameBuffer, AnswerText, ShortAnswer::kIsGood) == ExchangeResult::kAnswered;
       },
       {.title = "SendP4"});
-  if (moved) desk_.ShowBox("send p4 OK!!!", "Quillon");
+  if (moved) desk_.ShowBox("send p4 OK!!!", "Quillon", BoxKind::kInformation);
   return moved;
 }
 

@@ -6,9 +6,11 @@
 #include <QPalette>
 #include <QStringList>
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "desktop/house_look.h"
+#include "desktop/late_work.h"
 #include "desktop/picture_widgets.h"
 
 namespace quillon {
@@ -64,11 +66,21 @@ class ViewOf : public ControlView {
   bool refreshing_ = false;
 };
 
+/// `font`, set closer where `text` needs more than `room` pixels, down to what can still be read; as it is
+/// where that would not do.
+QFont SetCloser(QFont font, const QString& text, int room) {
+  constexpr int kClosestStretch = 55;  // percent
+  const int needed = QFontMetrics(font).horizontalAdvance(text);
+  if (needed > room && needed * kClosestStretch <= room * 100) font.setStretch(room * 100 / needed);
+  return font;
+}
+
 /// A label grows with a text that is wider than its place, as far as its window goes; from there on the text
-/// goes on below.
+/// goes on below. Beside a neighbour it does not grow beyond that: the text is set closer.
 class LabelView final : public ViewOf<Label, QLabel> {
  public:
-  LabelView(Label& label, QWidget* parent) : ViewOf(label, new QLabel(parent)) {
+  LabelView(Label& label, QWidget* parent, const Container& container)
+      : ViewOf(label, new QLabel(parent)), neighbour_(LeftOfNeighbour(label.Where(), container)) {
     widget_.setTextFormat(Qt::PlainText);
     widget_.setAlignment(Qt::AlignTop | (label.Centred() ? Qt::AlignHCenter : Qt::AlignLeft));
     widget_.setFont(ControlFont(label.FontPoints(), label.FontBold()));
@@ -80,29 +92,72 @@ class LabelView final : public ViewOf<Label, QLabel> {
 
   void RefreshKind(Aspect aspect) override {
     if (aspect != Aspect::kText) return;
+    if (!widget_.isVisible()) {
+      ShowText();
+    } else if (!std::exchange(showingLate_, true)) {
+      late_work::Add(widget_, [this] {
+        showingLate_ = false;
+        ShowText();
+        widget_.repaint();
+      });
+    }
+  }
+
+  void ShowText() {
     widget_.setText(Shown(control_.Text()));
     Fit();
   }
 
+  /// In twips; none where nothing stands on the right.
+  static std::optional<int> LeftOfNeighbour(const Place& place, const Container& container) {
+    std::optional<int> nearest;
+    for (const Control* control : container.Controls()) {
+      const Place& other = control->Where();
+      const bool beside = other.top < place.top + place.height && place.top < other.top + other.height;
+      if (beside && other.left > place.left) nearest = std::min(nearest.value_or(other.left), other.left);
+    }
+    return nearest;
+  }
+
   void Fit() {
     const QRect place = RectOf(control_.Where());
-    const int room = widget_.parentWidget()->width() - place.left() - kEdge;
+    if (neighbour_) {
+      FitBesideNeighbour(place, Pixels(*neighbour_) - place.left());
+    } else {
+      FitIntoWindow(place, widget_.parentWidget()->width() - place.left() - kEdge);
+    }
+  }
+
+  void FitBesideNeighbour(const QRect& place, int room) {
+    const QFont font = ControlFont(control_.FontPoints(), control_.FontBold());
+    const QFont fitting = SetCloser(font, widget_.text(), room);
+    if (fitting != widget_.font()) widget_.setFont(fitting);
+    Grow(place, std::min(room, widget_.fontMetrics().horizontalAdvance(widget_.text())));
+  }
+
+  void FitIntoWindow(const QRect& place, int room) {
     const QFontMetrics metrics = widget_.fontMetrics();
     const int needed = metrics.horizontalAdvance(widget_.text());
-    QRect fitted = place;
-    if (needed > room) {
-      const QRect below = metrics.boundingRect(QRect(0, 0, room, 0), Qt::TextWordWrap, widget_.text());
-      fitted.setHeight(std::max(place.height(), below.height()));
-    } else if (needed > place.width()) {
-      fitted.setWidth(needed);
-      if (control_.Centred()) fitted.moveCenter(place.center());
+    const bool wraps = needed > room;
+    if (widget_.wordWrap() != wraps) {
+      widget_.setWordWrap(wraps);
+      widget_.setContentsMargins(0, 0, wraps ? std::max(0, place.width() - room) : 0, 0);
     }
-    if (widget_.wordWrap() != (needed > room)) {
-      widget_.setWordWrap(needed > room);
-      widget_.setContentsMargins(0, 0, needed > room ? std::max(0, place.width() - room) : 0, 0);
-    }
-    widget_.setGeometry(fitted);
+    if (!wraps) return Grow(place, needed);
+    const QRect below = metrics.boundingRect(QRect(0, 0, room, 0), Qt::TextWordWrap, widget_.text());
+    widget_.setGeometry(
+        QRect(place.topLeft(), QSize(place.width(), std::max(place.height(), below.height()))));
   }
+
+  void Grow(const QRect& place, int needed) {
+    QRect grown = place;
+    grown.setWidth(std::max(place.width(), needed));
+    if (control_.Centred()) grown.moveCenter(place.center());
+    widget_.setGeometry(grown);
+  }
+
+  const std::optional<int> neighbour_;
+  bool showingLate_ = false;
 };
 
 class TextBoxView final : public ViewOf<TextBox, QLineEdit> {
@@ -111,7 +166,9 @@ class TextBoxView final : public ViewOf<TextBox, QLineEdit> {
     widget_.setReadOnly(box.ReadOnly());
     if (box.Centred()) widget_.setAlignment(Qt::AlignCenter);
     QObject::connect(&widget_, &QLineEdit::textChanged, &widget_, [this](const QString& text) {
-      if (!Refreshing()) control_.SetText(text.toUtf8().toStdString());
+      if (Refreshing()) return;
+      control_.SetText(text.toUtf8().toStdString());
+      Refresh(Aspect::kText);  // of a pasted text the box has taken the first line
     });
   }
 
@@ -122,15 +179,12 @@ class TextBoxView final : public ViewOf<TextBox, QLineEdit> {
     if (aspect == Aspect::kText || aspect == Aspect::kFont) FitFont();
   }
 
-  /// A word too long for its field is set closer, down to what can still be read: a table holds whole words.
+  /// A word too long for its field is set closer: a table holds whole words.
   void FitFont() {
-    constexpr int kTextMargins = 8;      // pixels of a box that its text can't use
-    constexpr int kClosestStretch = 55;  // percent
+    constexpr int kTextMargins = 8;  // pixels of a box that its text can't use
     QFont font = ControlFont(control_.FontPoints(), control_.FontBold());
     if (control_.ReadOnly() && control_.Centred()) {
-      const int needed = QFontMetrics(font).horizontalAdvance(widget_.text());
-      const int room = widget_.width() - kTextMargins;
-      if (needed > room && needed * kClosestStretch <= room * 100) font.setStretch(room * 100 / needed);
+      font = SetCloser(font, widget_.text(), widget_.width() - kTextMargins);
     }
     if (font != widget_.font()) widget_.setFont(font);
   }
@@ -162,6 +216,7 @@ class ButtonView final : public ViewOf<CommandButton, PictureButton> {
       : ViewOf(button, new PictureButton(button.PictureName(), parent)) {
     NameByCaption();
     widget_.setText(Shown(button.Caption()));
+    widget_.setFont(ControlFont(button.FontPoints(), button.FontBold()));
     widget_.setAutoDefault(true);  // Enter presses the button that has the focus
     QObject::connect(&widget_, &QPushButton::clicked, &widget_, [this] { control_.Press(); });
   }
@@ -239,9 +294,9 @@ class FrameView final : public ViewOf<Frame, LineFrame> {
 
 class Drawing final : public ControlVisitor {
  public:
-  explicit Drawing(QWidget* parent) : parent_(parent) {}
+  Drawing(const Container& container, QWidget* parent) : container_(container), parent_(parent) {}
 
-  void Visit(Label& label) override { Add<LabelView>(label); }
+  void Visit(Label& label) override { Add<LabelView>(label, container_); }
   void Visit(TextBox& box) override { Add<TextBoxView>(box); }
   void Visit(CommandButton& button) override { Add<ButtonView>(button); }
   void Visit(CheckBox& box) override { Add<CheckBoxView>(box); }
@@ -252,20 +307,21 @@ class Drawing final : public ControlVisitor {
   ControlViews views;
 
  private:
-  template <class View, class Kind>
-  void Add(Kind& control) {
-    views.push_back(std::make_unique<View>(control, parent_));
+  template <class View, class Kind, class... More>
+  void Add(Kind& control, const More&... more) {
+    views.push_back(std::make_unique<View>(control, parent_, more...));
     for (const Aspect aspect : kAllAspects) views.back()->Refresh(aspect);
     control.AttachView(views.back().get());
   }
 
+  const Container& container_;
   QWidget* parent_;
 };
 
 }  // namespace
 
 ControlViews DrawControls(const Container& container, QWidget* parent) {
-  Drawing drawing(parent);
+  Drawing drawing(container, parent);
   for (Control* control : container.Controls()) control->Accept(drawing);
   return std::move(drawing.views);
 }

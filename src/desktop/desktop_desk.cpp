@@ -5,16 +5,48 @@
 #include <QFileDialog>
 #include <QMessageBox>
 #include <QStringList>
+#include <QWindow>
 
 #include "desktop/form_window.h"
 
 namespace quillon {
 namespace {
 
+/// Boxes belong to the active window; what a progress window owned would go with it.
 QWidget* OwnerWindow(const DesktopScreen& screen) {
   QWidget* active = QApplication::activeWindow();
-  return active != nullptr ? active : screen.MainWindow();
+  return active != nullptr && active != screen.OpenDialog() ? active : screen.MainWindow();
 }
+
+/// A box whose window can be made before it is shown. (`winId` would give every widget of the owner a
+/// window.)
+struct Box final : QMessageBox {
+  using QMessageBox::QMessageBox;
+  using QWidget::create;
+};
+
+/// Puts `box` below `dialog`, and makes that a child of it meanwhile: a modal window leaves its own children
+/// the mouse and the keyboard.
+class BesideDialog {
+ public:
+  BesideDialog(Box& box, QWidget* dialog) : dialog_(dialog != nullptr ? dialog->windowHandle() : nullptr) {
+    if (dialog_ == nullptr) return;
+    box.create();
+    owner_ = dialog_->transientParent();
+    dialog_->setTransientParent(box.windowHandle());
+    constexpr int kTitleBar = 40;  // pixels, the box's and some room
+    box.move(dialog->geometry().bottomLeft() + QPoint(0, kTitleBar));
+  }
+  BesideDialog(const BesideDialog&) = delete;
+  BesideDialog& operator=(const BesideDialog&) = delete;
+  ~BesideDialog() {
+    if (dialog_ != nullptr) dialog_->setTransientParent(owner_);
+  }
+
+ private:
+  QWindow* dialog_;
+  QWindow* owner_ = nullptr;
+};
 
 QString WithLineBreaks(const std::string& text) {
   QString shown = QString::fromUtf8(text);
@@ -30,13 +62,25 @@ QString NameFilter(const std::string& filter) {
 
 }  // namespace
 
-void DesktopDesk::ShowBox(const std::string& text, const std::string& title) {
-  const auto icon = title.ends_with("Error") ? QMessageBox::Warning : QMessageBox::Information;
+void DesktopDesk::ShowBox(const std::string& text, const std::string& title, BoxKind kind) {
+  const bool failure = kind == BoxKind::kRunError;
+  const auto icon = failure ? QMessageBox::Warning : QMessageBox::Information;
   const QString shown = WithLineBreaks(text);
-  QMessageBox box(icon, QString::fromUtf8(title), shown, QMessageBox::Ok, OwnerWindow(screen_));
+  Box box(icon, QString::fromUtf8(title), shown, QMessageBox::Ok, OwnerWindow(screen_));
   box.setTextFormat(Qt::PlainText);
   box.setWindowModality(Qt::ApplicationModal);
+  if (!failure) {
+    box.exec();
+    return;
+  }
+  const BesideDialog besideDialog(box, screen_.OpenDialog());
+  runError_ = &box;
   box.exec();
+  runError_ = nullptr;
+}
+
+void DesktopDesk::AnswerBox() {
+  if (runError_ != nullptr) runError_->accept();
 }
 
 void DesktopDesk::Beep() { QApplication::beep(); }

@@ -4,6 +4,8 @@
 
 #include "platform/computer.h"
 
+class QMessageBox;
+
 namespace quillon {
 
 class DesktopScreen;
@@ -13,14 +15,16 @@ class DesktopDesk final : public Desk {
  public:
   explicit DesktopDesk(const DesktopScreen& screen) : screen_(screen) {}
 
-  /// Carriage returns in `text` break its lines. A title that ends in "Error" gives the warning sign.
-  void ShowBox(const std::string& text, const std::string& title) override;
+  /// Carriage returns in `text` break its lines.
+  void ShowBox(const std::string& text, const std::string& title, BoxKind kind) override;
+  void AnswerBox() override;
   void Beep() override;
   /// Begins in the folder where the last file was chosen.
   std::string ChooseFile(const std::string& title, const std::string& filter) override;
 
  private:
   const DesktopScreen& screen_;
+  QMessageBox* runError_ = nullptr;  // the one that stands
 };
 
 }  // namespace quillon

@@ -9,8 +9,10 @@
 #include <QTimer>
 #include <QWindow>
 #include <algorithm>
+#include <utility>
 
 #include "desktop/house_look.h"
+#include "desktop/late_work.h"
 
 namespace quillon {
 namespace {
@@ -46,7 +48,12 @@ FormWindow::FormWindow(Form& form, FormWindow* owner)
   resize(SizeOf(form));
   views_ = DrawControls(form, this);
   FixSize();
-  if (form.BorderStyle() == Form::Border::kDialog) DrawEdge();
+  if (form.BorderStyle() == Form::Border::kDialog) {
+    DrawEdge();
+    // It opens in the middle of a run, for each controller anew: keys that are typed elsewhere are not for
+    // it.
+    setAttribute(Qt::WA_ShowWithoutActivating);
+  }
   RefreshCaption();
   RefreshMousePointer();
   create();
@@ -74,7 +81,14 @@ void FormWindow::Show() {
     resize(SizeOf(form_));
     Centre();
     show();
-  } else if (form_.BorderStyle() != Form::Border::kDialog) {
+  } else if (form_.BorderStyle() == Form::Border::kDialog) {
+    if (!std::exchange(raisingLate_, true)) {
+      late_work::Add(*this, [this] {
+        raisingLate_ = false;
+        raise();  // and leaves the keyboard where it is
+      });
+    }
+  } else {
     setWindowState(windowState() & ~Qt::WindowMinimized);
     raise();
     activateWindow();
@@ -134,6 +148,13 @@ bool FormWindow::eventFilter(QObject* watched, QEvent* event) {
 DesktopScreen::~DesktopScreen() {
   // From the last: the window of a dialog goes ahead of its owner's.
   while (!windows_.empty()) windows_.pop_back();
+}
+
+FormWindow* DesktopScreen::OpenDialog() const {
+  for (const auto& window : windows_) {
+    if (window->TheForm().BorderStyle() == Form::Border::kDialog && window->isVisible()) return window.get();
+  }
+  return nullptr;
 }
 
 void DesktopScreen::Draw(Form& form) {

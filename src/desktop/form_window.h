@@ -38,6 +38,7 @@ class FormWindow final : public QWidget, public FormView {
 
   Form& form_;
   ControlViews views_;
+  bool raisingLate_ = false;
 };
 
 /// Draws a form as a window when it is first shown. It must outlive the forms.
@@ -52,6 +53,9 @@ class DesktopScreen final : public Screen {
 
   /// The window that was drawn first; nullptr before.
   FormWindow* MainWindow() const { return windows_.empty() ? nullptr : windows_.front().get(); }
+
+  /// The window of a dialog that is shown now; nullptr when there is none.
+  FormWindow* OpenDialog() const;
 
  private:
   std::vector<std::unique_ptr<FormWindow>> windows_;  // an owner stands before its dialogs

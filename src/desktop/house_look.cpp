@@ -22,8 +22,8 @@ const QColor kHighlight(38, 110, 170);
 const QColor kFaded(130, 130, 130);
 const QColor kReadable(64, 64, 64);
 
-/// Fusion, but for two things: a check box fits its place on the form, and a list drops down below its box
-/// with a scroll bar instead of covering the screen with all its items.
+/// Fusion, but for three things: a check box fits its place on the form, a list drops down below its box with
+/// a scroll bar instead of covering the screen with all its items, and OK is a word alone.
 class HouseStyle final : public QProxyStyle {
  public:
   HouseStyle() : QProxyStyle("fusion") {}
@@ -35,7 +35,7 @@ class HouseStyle final : public QProxyStyle {
 
   int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
                 QStyleHintReturn* data) const override {
-    if (hint == SH_ComboBox_Popup) return 0;
+    if (hint == SH_ComboBox_Popup || hint == SH_DialogButtonBox_ButtonsHaveIcons) return 0;
     return QProxyStyle::styleHint(hint, option, widget, data);
   }
 };
@@ -75,7 +75,7 @@ void GiveWindowIcon() {
 
 QFont ControlFont(double points, bool bold) {
   QFont font;
-  font.setFamilies({"Liberation Sans", "Arial"});
+  font.setFamilies({"Arial", "Liberation Sans"});
   font.setStyleHint(QFont::SansSerif);
   font.setPointSizeF(points);
   font.setBold(bold);

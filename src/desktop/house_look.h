@@ -15,7 +15,7 @@ void GiveHouseLook(QApplication& application);
 /// The tool's own icon for its windows, drawn in several sizes.
 void GiveWindowIcon();
 
-/// The font of a control.
+/// The font of a control: Arial, or Liberation Sans, whose letters are as wide.
 QFont ControlFont(double points, bool bold);
 
 /// Pixels for `twips` at the screen's logical resolution, to the nearest: 15 twips a pixel at 96 DPI.

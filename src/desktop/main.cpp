@@ -1,13 +1,34 @@
 #include <QApplication>
+#include <cstdio>
+#include <cstdlib>
 
+#include "desktop/held_keys.h"
 #include "desktop/house_look.h"
 #include "desktop/program.h"
+#include "platform/system_files.h"
+
+namespace {
+
+/// Hears Qt while the application comes into being. Its one way to fail is that it finds no display; it would
+/// then print a page and abort.
+void HearStart(QtMsgType kind, const QMessageLogContext&, const QString&) {
+  if (kind != QtFatalMsg) return;
+  std::fputs("quillon: there is no display. Start it from a desktop session.\n", stderr);
+  std::_Exit(EXIT_FAILURE);
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
-  QApplication application(argc, argv);
+  int taken = argc > 0 ? 1 : 0;  // the tool takes no arguments; Qt would take some
+  qInstallMessageHandler(HearStart);
+  QApplication application(taken, argv);
+  qInstallMessageHandler(nullptr);
   QApplication::setQuitOnLastWindowClosed(false);
+  quillon::HeldKeys heldKeys;
+  application.installEventFilter(&heldKeys);
   quillon::GiveHouseLook(application);
-  quillon::Program program(quillon::ProgramFolder());
+  quillon::Program program(quillon::system_files::ProgramFolder());
   program.Start();
   program.ServeUntilEnd();
 }

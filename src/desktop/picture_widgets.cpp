@@ -12,6 +12,7 @@ namespace quillon {
 namespace {
 
 constexpr int kMargin = 5;           // pixels between a button's edge and what stands in it
+constexpr int kBareMargin = 1;       // the same above and below a caption alone: some buttons are low
 constexpr int kGap = 3;              // pixels between picture and caption
 constexpr int kCaptionIndent = 9;    // pixels from a frame's corner to its caption
 constexpr double kCornerRadius = 3;  // pixels
@@ -29,15 +30,18 @@ void DrawCentred(QPainter& painter, const QPixmap& pixmap, const QRect& room) {
 PictureButton::PictureButton(std::string picture, QWidget* parent)
     : QPushButton(parent), picture_(std::move(picture)) {}
 
-/// Where the caption stands that has no picture above it.
-QRect PictureButton::CaptionRect() const {
-  return fontMetrics().boundingRect(rect().adjusted(kMargin, kMargin, -kMargin, -kMargin), kCaptionFlags,
-                                    text());
+/// Where picture and caption can stand.
+QRect PictureButton::Room() const {
+  const int upright = picture_.empty() ? kBareMargin : kMargin;
+  return rect().adjusted(kMargin, upright, -kMargin, -upright);
 }
 
+/// Where the caption stands that has no picture above it.
+QRect PictureButton::CaptionRect() const { return fontMetrics().boundingRect(Room(), kCaptionFlags, text()); }
+
 void PictureButton::LoadPicture() {
-  const QSize room(width() - 2 * kMargin, height() - 2 * kMargin - kGap - CaptionRect().height());
-  pixmap_ = DrawnPicture(picture_, room, devicePixelRatioF());
+  const QRect room = Room().adjusted(0, 0, 0, -kGap - CaptionRect().height());
+  pixmap_ = DrawnPicture(picture_, room.size(), devicePixelRatioF());
   update();
 }
 
@@ -50,7 +54,7 @@ void PictureButton::paintEvent(QPaintEvent*) {
   option.text.clear();
   style()->drawControl(QStyle::CE_PushButton, &option, &painter, this);
 
-  QRect room = rect().adjusted(kMargin, kMargin, -kMargin, -kMargin);
+  QRect room = Room();
   const QRect caption = CaptionRect();
   if (!pixmap_.isNull()) {
     const QRect above = room.adjusted(0, 0, 0, -caption.height() - kGap);

@@ -21,6 +21,7 @@ class PictureButton final : public QPushButton {
   void paintEvent(QPaintEvent* event) override;
 
  private:
+  QRect Room() const;
   QRect CaptionRect() const;
   void LoadPicture();
 

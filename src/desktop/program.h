@@ -1,8 +1,5 @@
 #pragma once
 
-#include <QCoreApplication>
-#include <QFile>
-#include <QString>
 #include <string>
 
 #include "desktop/desktop_clock.h"
@@ -13,11 +10,6 @@
 #include "shell/quillon.h"
 
 namespace quillon {
-
-/// The folder of the executable, with a separator behind it. Needs the application object.
-inline std::string ProgramFolder() {
-  return QFile::encodeName(QCoreApplication::applicationDirPath() + "/").toStdString();
-}
 
 /// The whole program on a real computer.
 class Program {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace quillon {
@@ -14,6 +15,17 @@ namespace serial_line {
 /// Opens a terminal device for this program alone, without touching its settings. Gives its file descriptor,
 /// or the negated error number of the system; -EBUSY when another program has claimed it.
 int OpenAlone(const char* device);
+
+/// The group to join for the right to a device: the one that it belongs to, when that group may read and
+/// write it and is not the administrator's own. Else empty.
+std::string GroupWithRight(const char* device);
+
+/// The lock file by which programs of this system tell each other that a device is in use, such as
+/// "/var/lock/LCK..ttyUSB0"; whether it is there or not. `device` is the device's own path, no link.
+std::string LockFileOf(const std::string& device);
+
+/// Whether a lock file is there and holds, in its first line, the number of another process that lives.
+bool HeldByAnother(const std::string& lockFile);
 
 /// Whether the device runs at `baud` bits per second (to 3 %) with 8 data bits, no parity and 2 stop bits.
 bool RunsAt(int device, int baud);

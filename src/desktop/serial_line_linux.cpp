@@ -2,13 +2,19 @@
 // included together.
 #include <asm/termbits.h>
 #include <fcntl.h>
+#include <grp.h>
 #include <poll.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <csignal>
+#include <fstream>
+#include <string_view>
 
 #include "desktop/serial_line.h"
 
@@ -31,6 +37,30 @@ int OpenAlone(const char* device) {
   if (failure == 0) return descriptor;
   close(descriptor);
   return -failure;
+}
+
+std::string GroupWithRight(const char* device) {
+  struct stat node {};
+  if (stat(device, &node) != 0) return "";
+  constexpr mode_t kReadAndWrite = S_IRGRP | S_IWGRP;
+  constexpr gid_t kAdministrators = 0;
+  if ((node.st_mode & kReadAndWrite) != kReadAndWrite || node.st_gid == kAdministrators) return "";
+  const group* owner = getgrgid(node.st_gid);
+  return owner != nullptr ? owner->gr_name : std::to_string(node.st_gid);
+}
+
+std::string LockFileOf(const std::string& device) {
+  constexpr std::string_view kDevices = "/dev/";
+  std::string name = device.starts_with(kDevices) ? device.substr(kDevices.size()) : device;
+  std::replace(name.begin(), name.end(), '/', '_');
+  return "/var/lock/LCK.." + name;
+}
+
+bool HeldByAnother(const std::string& lockFile) {
+  std::ifstream file(lockFile);
+  pid_t process = 0;
+  if (!(file >> process) || process <= 0 || process == getpid()) return false;
+  return kill(process, 0) == 0 || errno == EPERM;
 }
 
 bool RunsAt(int device, int baud) {

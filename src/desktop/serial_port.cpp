@@ -1,7 +1,5 @@
 #include "desktop/serial_port.h"
 
-#include <grp.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <QFile>
@@ -10,6 +8,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "desktop/late_work.h"
 #include "desktop/port_names.h"
 #include "desktop/serial_line.h"
 #include "platform/run_error.h"
@@ -23,13 +22,6 @@ constexpr double kBitsPerByte = 11;  // start bit, 8 data bits, 2 stop bits
 constexpr double kDrainGrace = 1.0;  // seconds
 constexpr auto kDrainStep = std::chrono::milliseconds(1);
 
-std::string OwningGroup(const std::string& device) {
-  struct stat node {};
-  if (stat(device.c_str(), &node) != 0) return "";
-  const group* owner = getgrgid(node.st_gid);
-  return owner != nullptr ? owner->gr_name : std::to_string(node.st_gid);
-}
-
 RunError NoSuchPort(const std::string& port, int number, const std::string& reason) {
   return RunError(RunError::kInvalidPort, port + ": no such port" + reason +
                                               ". Plug its adapter in, select another "
@@ -38,15 +30,18 @@ RunError NoSuchPort(const std::string& port, int number, const std::string& reas
 }
 
 RunError NoRight(const std::string& port, const std::string& device) {
-  const std::string group = OwningGroup(device);
+  const std::string group = serial_line::GroupWithRight(device.c_str());
   return RunError(RunError::kPermissionDenied,
-                  "Permission denied: " + port + " (" + device + ") belongs to the group " + group +
-                      ". Join it with \"sudo usermod -a -G " + group + " $USER\" and log in again.");
+                  "Permission denied: you have no right to " + port + " (" + device + "). " +
+                      (group.empty() ? "Ask the administrator for it."
+                                     : "Join the group " + group + " with \"sudo usermod -a -G " + group +
+                                           " $USER\" and log in again."));
 }
 
-RunError InUse(const std::string& port, const std::string& device) {
+/// `owner` is what shows that the device is in use.
+RunError InUse(const std::string& port, const std::string& owner) {
   return RunError(RunError::kPortAlreadyOpen, "Port already open: another program uses " + port + " (" +
-                                                  device + "). Close that program and start the run again.");
+                                                  owner + "). Close that program and start the run again.");
 }
 
 RunError OpenFailure(const std::string& port, int number, const std::string& device, int reason) {
@@ -84,12 +79,20 @@ void SerialPort::OpenDevice(const std::string& device) {
   const int opened = serial_line::OpenAlone(device.c_str());
   if (opened < 0) throw OpenFailure(PortText(), number_, device, -opened);
   descriptor_ = opened;
-  port_ = std::make_unique<QSerialPort>(QFile::decodeName(device.c_str()));
+  // By the device's own name, which its lock file bears too; a link's would be locked beside it.
+  std::error_code goneAgain;  // then the opening fails
+  const std::string real = std::filesystem::canonical(device, goneAgain).string();
+  port_ = std::make_unique<QSerialPort>(QFile::decodeName(real.c_str()));
   port_->setDataBits(QSerialPort::Data8);
   port_->setParity(QSerialPort::NoParity);
   port_->setStopBits(QSerialPort::TwoStop);
   port_->setFlowControl(QSerialPort::NoFlowControl);
-  if (!port_->open(QIODevice::ReadWrite)) throw OpenFailure(PortText(), number_, device, EIO);
+  const std::string lock = serial_line::LockFileOf(real);
+  // QSerialPort keeps a lock file too, but takes one that it did not write for an old one.
+  if (serial_line::HeldByAnother(lock) || !port_->open(QIODevice::ReadWrite)) {
+    if (std::filesystem::exists(lock)) throw InUse(PortText(), device + ", by its lock file " + lock);
+    throw OpenFailure(PortText(), number_, device, EIO);
+  }
   serial_line::DropReceived(descriptor_);
   roomToSend_ = std::make_unique<QSocketNotifier>(descriptor_, QSocketNotifier::Write);
   roomToSend_->setEnabled(false);
@@ -168,6 +171,7 @@ void SerialPort::Drain() {
       return;
     }
     if (SteadyClock::now() >= deadline) return;
+    late_work::Do();  // no event is served here, and it can take long
     std::this_thread::sleep_for(kDrainStep);
   }
 }

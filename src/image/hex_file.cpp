@@ -21,7 +21,7 @@ std::string ToolTipOf(const ImageFacts& image) {
 std::string Quillon::AnalyseHexFile() {
   image = {.ImageBaudRate = image.ImageBaudRate};
   if (!FileExists(FileName.Text())) {
-    desk_.ShowBox("File not Found!", "Quillon");
+    desk_.ShowBox("File not Found!", "Quillon", BoxKind::kInformation);
     return "";
   }
   std::string checksum;

@@ -37,12 +37,18 @@ class Events {
   virtual void End() = 0;
 };
 
+/// What a box tells: something worth knowing, or a failure at run time, which carries the warning sign.
+enum class BoxKind { kInformation, kRunError };
+
 /// What speaks to the operator beside the windows.
 class Desk {
  public:
   virtual ~Desk() = default;
-  /// A modal box with one OK button; holds until it is answered.
-  virtual void ShowBox(const std::string& text, const std::string& title) = 0;
+  /// A modal box with one OK button; holds until it is answered. While a run error stands, the window of a
+  /// run's progress takes clicks all the same, so that Cancel is never out of reach.
+  virtual void ShowBox(const std::string& text, const std::string& title, BoxKind kind) = 0;
+  /// Answers the run error that stands, if one does, in the operator's place.
+  virtual void AnswerBox() = 0;
   virtual void Beep() = 0;
   /// The dialog for opening an existing file. Returns its path, or nothing when it was cancelled.
   /// `filter` is a text of the form "Description (*.ext)|*.ext".

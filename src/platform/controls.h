@@ -170,6 +170,7 @@ class CommandButton : public Control {
  public:
   using Control::Control;
   const std::string& Caption() const { return state_.text; }
+  bool FontBold() const { return state_.fontBold; }
   /// The operator's click. A button that is disabled or hidden takes none.
   void Press() {
     if (Enabled() && Visible() && Click) Click();

@@ -10,7 +10,8 @@
 namespace quillon {
 
 /// The serial port as the program sees it: selected by number, opened and closed, its speed changed while
-/// open. No handshaking; bytes are never translated.
+/// open. No handshaking; bytes are never translated. Its buffers, InBufferSize 1024 and OutBufferSize 512 at
+/// start, show nothing on the line: they grow as they must, so no byte is lost and no sending waits for room.
 class SerialControl {
  public:
   explicit SerialControl(SerialDevice& device) : device_(device) {}

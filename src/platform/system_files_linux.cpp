@@ -3,10 +3,15 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <filesystem>
 
 #include "platform/system_files.h"
 
 namespace quillon::system_files {
+
+std::string ProgramFolder() {
+  return std::filesystem::read_symlink("/proc/self/exe").parent_path().string() + "/";
+}
 
 std::FILE* OpenForOneWriter(const std::string& path) {
   constexpr mode_t kReadableByAll = 0666;

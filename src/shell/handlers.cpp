@@ -42,6 +42,7 @@ void Quillon::ComClose_Click() { Close(); }
 void Quillon::MessageCommand1_Click() {
   AbortRequested = true;
   message.Unload();
+  desk_.AnswerBox();  // the run must get to its end, and a line that fails shows a box per batch
 }
 
 }  // namespace quillon

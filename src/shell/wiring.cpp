@@ -59,6 +59,7 @@ std::function<void()> Quillon::Workflow(void (Quillon::*handler)()) {
 
 void Quillon::RequestEnd() {
   ending_ = true;
+  desk_.AnswerBox();
   if (!runUnderWay_) Form_Unload();
 }
 

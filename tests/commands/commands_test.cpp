@@ -116,7 +116,7 @@ TEST(MoveToProtocol4, ShowsABoxOnlyWhenItWorked) {
   CommandBench bench;
   bench.Answer({"682F"});
   for (int i = 0; i < 2; ++i) kTo4(bench.tool, 5);
-  EXPECT_EQ(bench.world.boxes, (std::vector<ShownBox>{{"send p4 OK!!!", "Quillon"}}));
+  EXPECT_EQ(bench.world.boxes, (std::vector<ShownBox>{{"send p4 OK!!!", "Quillon", BoxKind::kInformation}}));
 }
 
 TEST(FlashCheck, MarksAnotherTextOfTheChecksumAndTheRedBackgroundStays) {
@@ -152,7 +152,7 @@ TEST(Commands, CountAFailureOfTheExchangeAsNoAnswerAfterItsBox) {
     bench.tool.AnswerText = k13;
     bench.world.beforeOperation = [] { throw RunError(RunError::kDeviceFailed, "gone"); };
     command(bench.tool, 5);
-    EXPECT_EQ(bench.world.boxes, (std::vector<ShownBox>{{"Error #  8020\rgone", title}}));
+    EXPECT_EQ(bench.world.boxes, (std::vector<ShownBox>{{"Error #  8020\rgone", title, BoxKind::kRunError}}));
     EXPECT_EQ(bench.Row(5), row);
     EXPECT_FALSE(bench.tool.message.Visible());
   }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <QCoreApplication>
@@ -16,6 +17,7 @@
 #include <functional>
 #include <future>
 #include <thread>
+#include <tuple>
 
 #include "desktop/desktop_clock.h"
 #include "desktop/port_names.h"
@@ -29,16 +31,18 @@ using namespace std::chrono_literals;
 
 constexpr int kPort = 7;
 
-/// What a step raises: the failure's number, or 0.
-int NumberOf(const std::function<void()>& step) {
+/// What a step raises; number 0 when it raises nothing.
+RunError ErrorOf(const std::function<void()>& step) {
   try {
     step();
-    return 0;
+    return {RunError::Number{}, ""};
   } catch (const RunError& error) {
     EXPECT_FALSE(error.description.empty());
-    return error.number;
+    return error;
   }
 }
+
+int NumberOf(const std::function<void()>& step) { return ErrorOf(step).number; }
 
 /// The far end of a line: the controllers' side of a pseudo-terminal.
 class FarEnd {
@@ -131,19 +135,22 @@ TEST_F(SerialPortTest, WriteNeitherHoldsNorLosesNorReordersWhatALateReaderTakes)
   EXPECT_TRUE(received.get() == pattern);
 }
 
-TEST_F(SerialPortTest, LetsBytesOutBeforeTheSpeedChanges) {
-  port.Open(kPort, {38400});
-  port.Write(pattern);
-  auto speedOnTheWay = std::async(std::launch::async, [&] {
-    std::size_t count = line.Receive(pattern.size() / 2).size();  // the rest is more than the line holds
-    const speed_t speed = line.Settings().c_ospeed;
-    count += line.Receive(pattern.size() - count).size();
-    EXPECT_EQ(count, pattern.size());
-    return speed;
-  });
-  port.Configure({4800});
-  EXPECT_EQ(speedOnTheWay.get(), 38400u);
-  EXPECT_EQ(line.Settings().c_ospeed, 4800u);
+TEST_F(SerialPortTest, LetsBytesOutBeforeTheSpeedChangesOrThePortCloses) {
+  for (const bool closes : {false, true}) {
+    port.Open(kPort, {38400});
+    port.Write(pattern);
+    auto speedOnTheWay = std::async(std::launch::async, [&] {
+      std::size_t count = line.Receive(pattern.size() / 2).size();  // the rest is more than the line holds
+      const speed_t speed = line.Settings().c_ospeed;
+      count += line.Receive(pattern.size() - count).size();
+      EXPECT_EQ(count, pattern.size());
+      return speed;
+    });
+    closes ? port.Close() : port.Configure({4800});
+    EXPECT_EQ(speedOnTheWay.get(), 38400u);
+    EXPECT_EQ(line.Settings().c_ospeed, closes ? 38400u : 4800u);
+    port.Close();
+  }
 }
 
 TEST_F(SerialPortTest, DeviceThatGoesAwayFailsTheNextOperationAndTheNextOpeningWorks) {
@@ -179,6 +186,42 @@ TEST_F(SerialPortTest, WhatCanNotBeOpenedIsToldApart) {
   for (const int number : {8, 9, 98}) EXPECT_EQ(failure(number), RunError::kInvalidPort) << number;
   EXPECT_EQ(failure(10), RunError::kPortAlreadyOpen);
   EXPECT_EQ(line.Settings().c_ospeed, 38400u) << "an attempt to open a port in use must not touch it";
+}
+
+TEST_F(SerialPortTest, ALockFileOfAnotherProgramIsNamed) {
+  const std::string lock = "/var/lock/LCK..pts_" + line.Device().substr(sizeof "/dev/pts");
+  std::ofstream(lock) << "1\n";  // of a process that lives
+  const RunError error = ErrorOf([&] { port.Open(kPort, {9600}); });
+  EXPECT_EQ(error.number, RunError::kPortAlreadyOpen);
+  EXPECT_NE(error.description.find(lock), std::string::npos) << error.description;
+  std::filesystem::remove(lock);
+}
+
+/// Takes an administrator's rights away for a while; anybody else has none.
+class WithoutRights {
+ public:
+  WithoutRights() { Become(65534); }
+  ~WithoutRights() { Become(0); }
+
+ private:
+  static void Become(id_t id) {
+    if (getuid() != 0) return;
+    EXPECT_EQ(id == 0 ? seteuid(id) + setegid(id) : setegid(id) + seteuid(id), 0);
+  }
+};
+
+TEST_F(SerialPortTest, ADeviceWithoutTheRightToItTellsWhomToAsk) {
+  // A group that holds the right can be joined; the administrator's own can't.
+  const std::tuple<mode_t, gid_t, bool> kDevices[] = {{0060, 5, true}, {0020, 5, false}, {0060, 0, false}};
+  std::filesystem::permissions(home, std::filesystem::perms::all);
+  for (const auto& [mode, group, named] : kDevices) {
+    if (chown(line.Device().c_str(), getuid(), group) != 0) continue;  // only an administrator can
+    chmod(line.Device().c_str(), mode);
+    const WithoutRights withoutRights;
+    const RunError error = ErrorOf([&] { port.Open(kPort, {9600}); });
+    EXPECT_EQ(error.number, RunError::kPermissionDenied);
+    EXPECT_EQ(error.description.find("usermod") != std::string::npos, named) << error.description;
+  }
 }
 
 TEST(PortNames, NumbersStandForTheDevicesOfTheirKind) {

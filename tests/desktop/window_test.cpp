@@ -1,85 +1,22 @@
-#include <gtest/gtest.h>
-
-#include <QApplication>
+// What passes between a window and the program: typing, clicks, keys, boxes, status lines.
 #include <QCheckBox>
+#include <QClipboard>
 #include <QComboBox>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPushButton>
-#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
 #include <QWindow>
-#include <cmath>
 
-#include "desktop/desktop_clock.h"
-#include "desktop/desktop_desk.h"
-#include "desktop/desktop_events.h"
-#include "desktop/form_window.h"
-#include "desktop/serial_port.h"
-#include "shell/quillon.h"
+#include "desktop/held_keys.h"
+#include "link/outcome.h"
+#include "window_fixture.h"
 
 namespace quillon {
 namespace {
-
-/// The program with its three windows, as it starts in an empty folder.
-class WindowTest : public testing::Test {
- protected:
-  WindowTest() {
-    quillon.Start();
-    quillon.info.Show();
-    quillon.message.Show();
-  }
-
-  static QWidget* Window(const Form& form) {
-    for (QWidget* top : QApplication::topLevelWidgets())
-      if (top->objectName() == QString::fromStdString(form.Name())) return top;
-    return nullptr;
-  }
-
-  template <class Widget = QWidget>
-  static Widget* Drawn(const Form& form, const Control& control) {
-    return Window(form)->findChild<Widget*>(QString::fromStdString(control.Name()));
-  }
-
-  static void SendKey(const Form& form, QEvent::Type type, int key, Qt::KeyboardModifiers held = {}) {
-    QKeyEvent event(type, key, held);
-    QApplication::sendEvent(Window(form)->windowHandle(), &event);
-  }
-
-  QTemporaryDir folder;
-  DesktopClock clock;
-  DesktopEvents events{clock};
-  DesktopScreen screen;
-  DesktopDesk desk{screen};
-  const std::string home = folder.path().toStdString() + "/";
-  SerialPort port{home};
-  Quillon quillon{Computer{clock, events, desk, screen, port, home}};
-};
-
-/// At 96 DPI a pixel is 15 twips.
-int InPixels(int twips) { return static_cast<int>(std::lround(twips / 15.0)); }
-
-void ExpectInPlace(const Container& container, const QWidget& parent) {
-  for (Control* control : container.Controls()) {
-    if (dynamic_cast<Label*>(control) != nullptr) continue;  // labels grow with their text
-    const auto* widget =
-        parent.findChild<QWidget*>(QString::fromStdString(control->Name()), Qt::FindDirectChildrenOnly);
-    ASSERT_NE(widget, nullptr) << control->Name();
-    const Place place = control->Where();
-    EXPECT_EQ(widget->geometry(),
-              QRect(InPixels(place.left), InPixels(place.top), InPixels(place.width), InPixels(place.height)))
-        << control->Name();
-    if (const auto* frame = dynamic_cast<Frame*>(control)) ExpectInPlace(*frame, *widget);
-  }
-}
-
-TEST_F(WindowTest, EveryControlStandsInItsPlace) {
-  for (Form* form : std::initializer_list<Form*>{&quillon, &quillon.info, &quillon.message}) {
-    EXPECT_EQ(Window(*form)->size(), QSize(InPixels(form->Width()), InPixels(form->Height())));
-    ExpectInPlace(*form, *Window(*form));
-  }
-  EXPECT_EQ(Drawn(quillon, quillon.ComLoad)->geometry(), QRect(520, 8, 89, 81));
-  EXPECT_EQ(Drawn(quillon.message, quillon.message.Label1)->geometry(), QRect(70, 24, 367, 13));
-}
 
 TEST_F(WindowTest, ScreenReadersFindControlsByName) {
   EXPECT_EQ(Drawn(quillon, quillon.FileName)->accessibleName(), "File to download");
@@ -147,19 +84,156 @@ TEST_F(WindowTest, ClosingIsLeftToTheForm) {
   EXPECT_TRUE(Window(quillon)->isVisible()) << "the form did not go, so its window stays";
 }
 
+void SendKey(QWidget* window, QEvent::Type type, int key, Qt::KeyboardModifiers held = {}) {
+  QKeyEvent event(type, key, held);
+  QApplication::sendEvent(window->windowHandle(), &event);
+}
+
 TEST_F(WindowTest, EscapeCancelsInMessageAndTheFormSeesKeyReleasesAheadOfItsControls) {
   std::vector<std::pair<Form::Key, bool>> released;
   quillon.KeyUp = [&](Form::Key key, bool shiftHeld) { released.emplace_back(key, shiftHeld); };
   Drawn(quillon, quillon.Text1)->setFocus();
-  SendKey(quillon, QEvent::KeyRelease, Qt::Key_F12, Qt::ShiftModifier | Qt::ControlModifier);
-  SendKey(quillon, QEvent::KeyRelease, Qt::Key_7);
+  SendKey(Window(quillon), QEvent::KeyRelease, Qt::Key_F12, Qt::ShiftModifier | Qt::ControlModifier);
+  SendKey(Window(quillon), QEvent::KeyRelease, Qt::Key_7);
   EXPECT_EQ(released, (decltype(released){{Form::Key::kF12, true}, {Form::Key::kOther, false}}));
 
-  SendKey(quillon, QEvent::KeyPress, Qt::Key_Escape);
+  SendKey(Window(quillon), QEvent::KeyPress, Qt::Key_Escape);
   EXPECT_TRUE(Window(quillon)->isVisible());
   EXPECT_FALSE(quillon.AbortRequested);
-  SendKey(quillon.message, QEvent::KeyPress, Qt::Key_Escape);
+  SendKey(Window(quillon.message), QEvent::KeyPress, Qt::Key_Escape);
   EXPECT_TRUE(quillon.AbortRequested);
+}
+
+TEST_F(WindowTest, APastedTextEndsAtItsFirstLineEnd) {
+  auto* box = Drawn<QLineEdit>(quillon, quillon.Text1);
+  for (const char* pasted : {"3000\n", "3000\r\n1", "3000\r"}) {
+    QGuiApplication::clipboard()->setText(pasted);
+    box->selectAll();
+    box->paste();
+    EXPECT_EQ(quillon.Text1.Text(), "3000");
+    EXPECT_EQ(box->text(), "3000");
+  }
+}
+
+/// What a window hears of one key, and when: p a press, r a release, in capitals where Qt knows that it
+/// repeats.
+struct KeyStory {
+  const char* name;
+  int key;
+  std::vector<std::pair<char, quint64>> events;
+  int presses;
+};
+
+TEST_F(WindowTest, AHeldKeyPressesAButtonOnce) {
+  const KeyStory kStories[] = {
+      {"told as repeats",
+       Qt::Key_Return,
+       {{'p', 10}, {'R', 60}, {'P', 60}, {'R', 90}, {'P', 90}, {'r', 99}},
+       1},
+      {"told as fresh",
+       Qt::Key_Return,
+       {{'p', 10}, {'r', 60}, {'p', 60}, {'R', 90}, {'P', 90}, {'r', 99}},
+       1},
+      {"space, told as fresh",
+       Qt::Key_Space,
+       {{'p', 10}, {'r', 60}, {'p', 60}, {'r', 90}, {'p', 90}, {'r', 99}},
+       1},
+      {"held since another window",
+       Qt::Key_Enter,
+       {{'r', 60}, {'p', 60}, {'R', 90}, {'P', 90}, {'r', 99}},
+       0},
+      {"pressed twice", Qt::Key_Return, {{'p', 10}, {'r', 20}, {'p', 30}, {'r', 40}}, 2},
+  };
+  for (const KeyStory& story : kStories) {
+    HeldKeys heldKeys;
+    qApp->installEventFilter(&heldKeys);
+    int presses = 0;
+    quillon.NONE.Click = [&] { ++presses; };
+    Drawn(quillon, quillon.NONE)->setFocus();
+    for (const auto& [kind, time] : story.events) {
+      const bool press = kind == 'p' || kind == 'P';
+      QKeyEvent event(press ? QEvent::KeyPress : QEvent::KeyRelease, story.key, {}, "", kind < 'a');
+      event.setTimestamp(time);
+      QApplication::sendEvent(Window(quillon)->windowHandle(), &event);
+    }
+    EXPECT_EQ(presses, story.presses) << story.name;
+  }
+}
+
+TEST_F(WindowTest, AStatusLineComesToTheFrontAndLeavesTheKeyboardWhereItIs) {
+  struct Raised : QObject {
+    bool eventFilter(QObject*, QEvent* event) override {
+      count += event->type() == QEvent::ZOrderChange ? 1 : 0;
+      return false;
+    }
+    int count = 0;
+  } raised;
+  Window(quillon.message)->installEventFilter(&raised);
+  EXPECT_TRUE(Window(quillon.message)->testAttribute(Qt::WA_ShowWithoutActivating));
+  Window(quillon)->activateWindow();
+  Drawn(quillon, quillon.Text2)->setFocus();
+  quillon.ShowProgress("Controller 5 : Erasing", StatusForm::kBrief);
+  clock.SleepUntil(clock.Now() + 0.01);
+  events.Yield();
+  EXPECT_EQ(raised.count, 1);
+  EXPECT_EQ(QApplication::focusWidget(), Drawn(quillon, quillon.Text2));
+  EXPECT_TRUE(Drawn(quillon.message, quillon.message.Label1)->font().bold());
+  EXPECT_TRUE(Drawn(quillon.message, quillon.message.Command1)->font().bold());
+}
+
+TEST_F(WindowTest, StatusLinesAreShownAheadOfAPauseOrAScreensPeriodLater) {
+  const auto* shown = Drawn<QLabel>(quillon.message, quillon.message.Label1);
+  const auto show = [&](const std::string& text) { quillon.message.Label1.SetText(text); };
+  bool waits = false;
+  for (int batch = 1; batch < 50 && !waits; ++batch) {  // on a busy computer the period is over at times
+    show("batch " + std::to_string(batch));
+    events.Yield();
+    waits = shown->text().toStdString() != quillon.message.Label1.Text();
+  }
+  EXPECT_TRUE(waits) << "shown between the batches, where it costs the run";
+  clock.SleepUntil(clock.Now() + 0.003);
+  EXPECT_EQ(shown->text().toStdString(), quillon.message.Label1.Text());
+  show("the last");
+  for (const double end = clock.Now() + 5; clock.Now() < end && shown->text() != "the last";)
+    events.YieldUntil(end);
+  EXPECT_EQ(shown->text(), "the last");
+}
+
+TEST_F(WindowTest, ALabelNeverReachesIntoItsNeighbour) {
+  struct Row : Form {
+    explicit Row(Screen& screen) : Form(screen, "Row", "", Border::kFixed, 6000, 1000) {}
+    Label first{*this, "first", {100, 100, 300, 195}, {.text = "a text that is too long for its place"}};
+    TextBox second{*this, "second", {1500, 60, 900, 285}, {}};
+  } row(screen);
+  row.Show();
+  EXPECT_LE(Drawn(row, row.first)->geometry().right(), Drawn(row, row.second)->x());
+}
+
+TEST_F(WindowTest, CancelIsInReachWhileARunErrorStandsAndNothingElseIs) {
+  for (const BoxKind kind : {BoxKind::kRunError, BoxKind::kInformation}) {
+    quillon.message.Show();
+    quillon.AbortRequested = false;
+    const bool failure = kind == BoxKind::kRunError;
+    const auto click = [&](const Form& form, const Control& button) {
+      QTest::mouseClick(Window(form)->windowHandle(), Qt::LeftButton, {},
+                        Drawn(form, button)->geometry().center());
+    };
+    QTimer::singleShot(0, [&] {
+      auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+      ASSERT_NE(box, nullptr);
+      EXPECT_EQ(box->icon(), failure ? QMessageBox::Warning : QMessageBox::Information);
+      EXPECT_FALSE(failure && box->geometry().intersects(Window(quillon.message)->geometry()));
+      click(quillon, quillon.ComClose);
+      click(quillon.info, quillon.info.ComClose);
+      EXPECT_TRUE(Window(quillon)->isVisible() && Window(quillon.info)->isVisible());
+      click(quillon.message, quillon.message.Command1);
+      EXPECT_EQ(quillon.AbortRequested, failure);
+      EXPECT_EQ(Drawn(quillon, quillon.NONE)->internalWinId(), 0u)
+          << "a window of the system for each widget";
+      if (box->isVisible()) box->accept();
+    });
+    desk.ShowBox("Error #  8020\rgone", "SendP4", kind);
+  }
 }
 
 }  // namespace

@@ -73,8 +73,9 @@ void World::Advance(Nanoseconds to) {
   Collect();
 }
 
-void World::ShowBox(const std::string& text, const std::string& title) {
-  boxes.push_back({text, title});
+void World::ShowBox(const std::string& text, const std::string& title, BoxKind kind) {
+  boxes.push_back({text, title, kind});
+  boxAnswered = false;
   if (onBox) onBox(boxes.back());
 }
 

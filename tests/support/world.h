@@ -19,6 +19,7 @@ using Nanoseconds = std::chrono::nanoseconds;
 struct ShownBox {
   std::string text;
   std::string title;
+  BoxKind kind;
   bool operator==(const ShownBox&) const = default;
 };
 
@@ -57,6 +58,7 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
 
   std::string fileToChoose;     ///< what the operator picks in the next file dialogs; empty: Cancel
   std::vector<ShownBox> boxes;  ///< all boxes so far
+  bool boxAnswered = false;     ///< the program answered the box that stands, or a click meanwhile did
   int beeps = 0;
   bool ended = false;
 
@@ -81,7 +83,8 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
   void Yield() override;
   void YieldUntil(double time) override;
   void End() override { ended = true; }
-  void ShowBox(const std::string& text, const std::string& title) override;
+  void ShowBox(const std::string& text, const std::string& title, BoxKind kind) override;
+  void AnswerBox() override { boxAnswered = true; }
   void Beep() override { ++beeps; }
   std::string ChooseFile(const std::string& title, const std::string& filter) override;
   void Draw(Form&) override {}

@@ -85,15 +85,26 @@ const FailureCase kTable[] = {
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(Troubles, RunFailure, testing::ValuesIn(kTable), testing::PrintToStringParamName());
 
-TEST(RunFailure, CancelWorksBetweenTheBoxesOfASerialDownload) {
-  RunBench bench;
-  bench.ChooseHex(kImage);
-  bench.Tick({3, 5});
-  kRefused(bench);
-  bench.world.When([&] { return bench.world.boxes.size() == 3; },
-                   [&] { bench.tool.message.Command1.Press(); });
-  bench.tool.ComLoad00.Press();
-  EXPECT_EQ(bench.world.boxes.size(), 3u);
+TEST(RunFailure, CancelAndClosingEndARunBetweenItsBoxesOrWhileOneStands) {
+  for (const bool whileItStands : {false, true}) {
+    for (const bool byCancel : {true, false}) {
+      RunBench bench;
+      bench.ChooseHex(kImage);
+      bench.Tick({3, 5});
+      kRefused(bench);
+      const auto atTheThird = [&] { return bench.world.boxes.size() == 3; };
+      const auto end = [&] { byCancel ? bench.tool.message.Command1.Press() : bench.tool.Close(); };
+      if (whileItStands) {
+        bench.world.onBox = [&](const ShownBox&) { atTheThird() ? end() : void(); };
+      } else {
+        bench.world.When(atTheThird, end);
+      }
+      bench.tool.ComLoad00.Press();
+      EXPECT_EQ(bench.world.boxes.size(), 3u) << whileItStands << byCancel;
+      EXPECT_EQ(bench.world.ended, !byCancel);
+      EXPECT_TRUE(bench.world.boxAnswered);
+    }
+  }
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "desktop/house_look.h"
 #include "desktop/program.h"
+#include "platform/system_files.h"
 #include "unattended/operator.h"
 #include "unattended/task.h"
 
@@ -33,7 +34,7 @@ int main(int argc, char** argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     quillon::GiveHouseLook(application);
     quillon::Operator operatorAtWork(task);
-    quillon::Program program(quillon::ProgramFolder());
+    quillon::Program program(quillon::system_files::ProgramFolder());
     program.Start();
     QTimer::singleShot(0, &application, [&] { operatorAtWork.Work(); });
     program.ServeUntilEnd();

@@ -1,0 +1,36 @@
+// The program itself, started from a folder of its own.
+#include <gtest/gtest.h>
+#include <stdio.h>
+
+#include <string>
+
+namespace quillon {
+namespace {
+
+/// What a shell prints that stands in a folder of bytes that are no UTF-8 and holds the program.
+std::string Shell(const std::string& script) {
+  const std::string whole =
+      "top=$(mktemp -d); export XDG_RUNTIME_DIR=$top; unset DISPLAY WAYLAND_DISPLAY; "
+      "mkdir $top/b\xE9 && cd $top/b\xE9 && cp " QUILLON_PROGRAM " . && (" +
+      script + "); rm -r $top";
+  std::string printed;
+  FILE* shell = popen(whole.c_str(), "r");
+  for (int c = fgetc(shell); c != EOF; c = fgetc(shell)) printed += static_cast<char>(c);
+  pclose(shell);
+  return printed;
+}
+
+TEST(Program, LivesInAFolderOfAnyLettersAndTakesNoArguments) {
+  EXPECT_EQ(Shell("QT_QPA_PLATFORM=offscreen ./quillon -platform nonsense -style nonsense 2>&1 & tool=$!;"
+                  "for i in $(seq 500); do [ -e Log.txt ] && break; sleep 0.01; done;"
+                  "kill $tool; ls -1"),
+            "Log.txt\nquillon\n");
+}
+
+TEST(Program, SaysInOneLineThatThereIsNoDisplay) {
+  EXPECT_EQ(Shell("QT_QPA_PLATFORM=xcb ./quillon 2>&1; echo $?"),
+            "quillon: there is no display. Start it from a desktop session.\n1\n");
+}
+
+}  // namespace
+}  // namespace quillon

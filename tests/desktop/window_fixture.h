@@ -1,0 +1,49 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QTemporaryDir>
+#include <QWidget>
+#include <string>
+
+#include "desktop/desktop_clock.h"
+#include "desktop/desktop_desk.h"
+#include "desktop/desktop_events.h"
+#include "desktop/form_window.h"
+#include "desktop/serial_port.h"
+#include "shell/quillon.h"
+
+namespace quillon {
+
+/// The program with its three windows, as it starts in an empty folder.
+class WindowTest : public testing::Test {
+ protected:
+  WindowTest() {
+    quillon.Start();
+    quillon.info.Show();
+    quillon.message.Show();
+  }
+
+  static QWidget* Window(const Form& form) {
+    for (QWidget* top : QApplication::topLevelWidgets())
+      if (top->objectName() == QString::fromStdString(form.Name())) return top;
+    return nullptr;
+  }
+
+  template <class Widget = QWidget>
+  static Widget* Drawn(const Form& form, const Control& control) {
+    return Window(form)->findChild<Widget*>(QString::fromStdString(control.Name()));
+  }
+
+  QTemporaryDir folder;
+  DesktopClock clock;
+  DesktopEvents events{clock};
+  DesktopScreen screen;
+  DesktopDesk desk{screen};
+  const std::string home = folder.path().toStdString() + "/";
+  SerialPort port{home};
+  Quillon quillon{Computer{clock, events, desk, screen, port, home}};
+};
+
+}  // namespace quillon
