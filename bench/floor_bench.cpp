@@ -28,7 +28,7 @@ std::vector<std::string> SmallImage() {
 }
 
 /// The least that what was sent can have taken: an exchange its frame, the first byte of its answer and the
-/// pause behind that; a broadcast batch its delay, or its bytes' time where that is longer.
+/// pause after that; a broadcast batch its delay, or its bytes' time where that is longer.
 double Floor(const World& world) {
   double seconds = 0;
   for (const SentBytes& frame : world.sent) {

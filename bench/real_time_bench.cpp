@@ -68,7 +68,7 @@ void ParallelStream(benchmark::State& state) {
 BENCHMARK(ParallelStream)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 /// A serial download to one controller on a paced line: each exchange its frame, the first byte of its answer
-/// and the pause behind that.
+/// and the pause after that.
 void SerialOnThePacedLine(benchmark::State& state) {
   constexpr double kAnswerDelay = 0.5;       // seconds
   constexpr double kByteTime = 11.0 / 9600;  // seconds

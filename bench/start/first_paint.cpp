@@ -1,5 +1,5 @@
 // A plugin that Qt loads into any of its programs (QT_PLUGIN_PATH and QT_QPA_GENERIC_PLUGINS=firstpaint): it
-// ends the program right behind the first painting of a window. Who started it takes the time.
+// ends the program right after the first painting of a window. Who started it takes the time.
 #include <unistd.h>
 
 #include <QCoreApplication>

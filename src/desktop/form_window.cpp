@@ -130,7 +130,7 @@ void FormWindow::keyPressEvent(QKeyEvent* event) {
 
 void FormWindow::paintEvent(QPaintEvent* event) {
   QWidget::paintEvent(event);
-  // The icon is drawn behind the first painting, so that the window need not wait for it.
+  // The icon is drawn after the first painting, so that the window need not wait for it.
   if (QApplication::windowIcon().isNull()) QTimer::singleShot(0, this, &GiveWindowIcon);
 }
 
@@ -146,7 +146,7 @@ bool FormWindow::eventFilter(QObject* watched, QEvent* event) {
 }
 
 DesktopScreen::~DesktopScreen() {
-  // From the last: the window of a dialog goes ahead of its owner's.
+  // From the last: the window of a dialog goes before its owner's.
   while (!windows_.empty()) windows_.pop_back();
 }
 

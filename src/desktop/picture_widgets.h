@@ -12,7 +12,7 @@
 namespace quillon {
 
 /// A push button with its picture above its caption; the caption breaks into lines where it has to. The
-/// picture is drawn just behind the first painting, so that a window need not wait for it.
+/// picture is drawn just after the first painting, so that a window need not wait for it.
 class PictureButton final : public QPushButton {
  public:
   PictureButton(std::string picture, QWidget* parent);

@@ -4,7 +4,7 @@
 
 namespace quillon {
 
-/// The device behind port "COM `number`", 1 to 99; empty when the number stands for none.
+/// The device that is port "COM `number`", 1 to 99; empty when the number stands for none.
 ///
 /// First comes the symbolic link `COMn` in the program's folder, whatever it leads to: so any device, a
 /// simulated bus too, can be given any number. Without one, on Linux COM 1 to 32 are /dev/ttyS0 to 31, COM 33

@@ -45,7 +45,7 @@ std::size_t Leaving(int device);
 /// Waits for the last bytes in the hardware, some milliseconds. Call it when none is Leaving.
 void AwaitLastBytes(int device);
 
-/// Whether the device behind the descriptor went away.
+/// Whether the device of the descriptor went away.
 bool Gone(int device);
 
 }  // namespace serial_line

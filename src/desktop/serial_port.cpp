@@ -186,7 +186,7 @@ bool SerialPort::SendPending() {
   return true;
 }
 
-/// What QSerialPort took at an event came first; what the device still holds came behind it.
+/// What QSerialPort took at an event came first; what the device still holds came after it.
 void SerialPort::Receive() {
   const QByteArray taken = port_->readAll();
   received_.insert(received_.end(), taken.begin(), taken.end());

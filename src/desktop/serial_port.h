@@ -12,7 +12,7 @@
 
 namespace quillon {
 
-/// A serial device of this computer: a port, a USB adapter, or a pseudo-terminal behind a link. Any speed
+/// A serial device of this computer: a port, a USB adapter, or a pseudo-terminal, directly or through a link. Any speed
 /// that the device takes; 8 data bits, no parity, 2 stop bits; no handshaking; bytes pass as they are.
 ///
 /// QSerialPort opens the device and sets its speed; bytes go straight to and from the device, since what
@@ -27,7 +27,7 @@ class SerialPort final : public SerialDevice {
 
   /// Drops what the device received before.
   void Open(int number, const LineSettings& settings) override;
-  /// Waits for what is leaving as long as it needs at the speed in hand, and a second; then the rest is lost.
+  /// Waits for what is leaving as long as it needs at the current speed, and a second; then the rest is lost.
   void Close() override;
   /// Waits like Close.
   void Configure(const LineSettings& settings) override;

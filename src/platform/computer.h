@@ -69,7 +69,7 @@ struct LineSettings {
   int baud = 9600;
 };
 
-/// The device behind a serial port. All operations but Open need an open device.
+/// The device of a serial port. All operations but Open need an open device.
 ///
 /// A device that went away or fails raises RunError 8020 at the next operation on it, but for Close.
 class SerialDevice {

@@ -4,7 +4,7 @@
 
 namespace quillon {
 
-/// Does something at the end of a scope, by whatever way it is left. It must not raise.
+/// Does something at the end of a scope, however it is left. It must not raise.
 template <class Action>
 class Finally {
  public:

@@ -13,7 +13,7 @@ class CommandBench : public Bench {
     tool.MSComm1.SetPortOpen(true);
   }
 
-  /// The answers to the sendings in turn, in hex; "" is silence, as is all behind them.
+  /// The answers to the sendings in turn, in hex; "" is silence, as is all after them.
   void Answer(const std::vector<std::string>& answers) {
     for (const std::string& answer : answers) {
       world.script.push_back({});

@@ -6,7 +6,7 @@
 namespace quillon::test {
 namespace {
 
-TEST(CommandFrame, GoesOutToTheByteBehindItsLineInTheLog) {
+TEST(CommandFrame, GoesOutToTheByteAfterItsLineInTheLog) {
   const struct {
     bool (Quillon::*command)(int&);
     int number;

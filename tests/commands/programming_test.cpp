@@ -36,7 +36,7 @@ TEST(FlashProg00, LogsTheBatchesAndTheChecksum) {
                    "Message : $75 Sending Full Checksum", "40 05 07 75 AA 55 0F DF 1A 10 0D 85 04 "}));
 }
 
-TEST(FlashProg, PausesBehindEachBatch) {
+TEST(FlashProg, PausesAfterEachBatch) {
   const struct {
     const char* delay;
     Nanoseconds between;  // one batch and the next; each yield takes a millisecond of it
@@ -91,7 +91,7 @@ TEST(FlashProg, AFileThatWentAwayConfirmsZeros) {
   EXPECT_EQ(bench.Sent(), Lines(3, "9600 40030775AA550F000000E02104"));
 }
 
-TEST(FlashProg00, ARunFailureEndsThePassBehindOneBox) {
+TEST(FlashProg00, ARunFailureEndsThePassAfterOneBox) {
   CommandBench bench;
   bench.tool.Text1.SetText("soon");
   int y = 5;

@@ -51,7 +51,7 @@ struct Firmware {
   }
 
   /// The programming frames to `address`, worked out from the data and not from the file. The end-of-file
-  /// record behind the last batch, which is full, makes one of its own.
+  /// record after the last batch, which is full, makes one of its own.
   std::vector<std::string> BatchFrames(int address) const {
     std::vector<std::string> frames;
     const auto add = [&](unsigned load, const Bytes& data) {

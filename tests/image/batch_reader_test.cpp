@@ -46,17 +46,17 @@ const BatchCase kBatchCases[] = {
     {"InTheOrderOfTheFile", ":030010000102030000\n:02001300040500\n", {"0010 0102030405"}},
     {"RunsOnUpTo112Bytes", Line(0, 100) + Line(100, 12) + Line(112, 16) + Line(128, 16),
      {"0000 +128", "0080 +16"}},
-    {"GapBehindTheSecondLine", Line(0, 4) + Line(4, 4) + Line(9, 1) + kEndOfFile, 
+    {"GapAfterTheSecondLine", Line(0, 4) + Line(4, 4) + Line(9, 1) + kEndOfFile, 
      {"0000 1111111111111111", "0009 11"}},
     {"AddressesFall", Line(0x20, 2) + Line(0x10, 2, 0x22) + kEndOfFile, {"0020 1111", "0010 2222"}},
     {"AddressesDoNotWrapAround", Line(0xFFFF, 1) + Line(0, 1, 0x22) + kEndOfFile, {"FFFF 11", "0000 22"}},
-    {"EndOfFileRecordBehindAFullBatch", Line(0, 113) + kEndOfFile, {"0000 +113", "0000 "}},
+    {"EndOfFileRecordAfterAFullBatch", Line(0, 113) + kEndOfFile, {"0000 +113", "0000 "}},
     {"EndOfFileRecordAlone", kEndOfFile, {"0000 "}},
     {"LastLineThatDoesNotRunOnIsLost", Line(0x10, 1) + Line(0x20, 1), {"0010 11"}},
     {"EmptyLineEndsABatchAndVanishes", Line(0x10, 1) + "\r\n" + Line(0x11, 1, 0x22), {"0010 11", "0011 22"}},
     {"FirstSegmentInMidBatch", Line(0x10, 1) + kFirstSegment + Line(0x11, 1) + kEndOfFile,
      {"0010 11", "0000 0000", "0011 11"}},
-    {"FirstSegmentBehindAFullBatch", Line(0, 113) + kFirstSegment + Line(0x71, 1),
+    {"FirstSegmentAfterAFullBatch", Line(0, 113) + kFirstSegment + Line(0x71, 1),
      {"0000 +113", "0071 11"}},
     {"BlankFirstLine", "\r\n" + Line(0x10, 1) + kEndOfFile, {"0000 ", "0010 11"}},
     {"ReturnReturnFeed", kFirstSegment.substr(0, 15) + "\r\r\n:0100100011DE\r\r\n:0100110022CC\r\r\n",
@@ -77,7 +77,7 @@ TEST(Batch, TakesOneMoreLineUpTo112BytesAndNoneAbove) {
   }
 }
 
-TEST(Batch, AFileThatEndsBehindTheFirstSegmentIsToldApart) {
+TEST(Batch, AFileThatEndsAfterTheFirstSegmentRaises) {
   BatchReader reader(kFirstSegment);
   EXPECT_EQ(FailureNumber([&] { reader.Next(); }), 62);
   EXPECT_TRUE(reader.AtEnd());

@@ -102,7 +102,7 @@ const ExchangeCase kTable[] = {
      BadLog("68 2F 04 "), "before", 0ms, ShortAnswer::kIsGood},
     {"OtherTwoBytes", 500, Thrice({{10ms, {0x68, 0x2E}}}), kBadAnswer, 3, 1530ms, BadLog("68 2E "), "before",
      0ms, ShortAnswer::kIsGood},
-    {"GoodAndAByteBehind", 500, Thrice({{10ms, kGood}, {10ms, {0}}}), kBadAnswer, 3, 1530ms,
+    {"GoodAndAByteMore", 500, Thrice({{10ms, kGood}, {10ms, {0}}}), kBadAnswer, 3, 1530ms,
      BadLog("40 05 01 61 CA DA 04 00 ")},
     {"ShorterThanItSays", 500, Thrice({{10ms, FromHex("40050961437304")}}), kBadAnswer, 3, 1530ms,
      BadLog("40 05 09 61 43 73 04 ")},

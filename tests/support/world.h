@@ -49,11 +49,11 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
 
   // The operator. Actions run inside the yields of the program, like clicks.
 
-  /// Does something at a time, or at the first yield behind it.
+  /// Does something at a time, or at the first yield after it.
   void At(Nanoseconds time, std::function<void()> action) { actions_.emplace(time, std::move(action)); }
   /// Does something once, at the first yield at which the condition holds.
   void When(std::function<bool()> condition, std::function<void()> action);
-  /// Runs while a box stands, ahead of the operator's OK.
+  /// Runs while a box stands, before the operator's OK.
   std::function<void(const ShownBox&)> onBox;
 
   std::string fileToChoose;     ///< what the operator picks in the next file dialogs; empty: Cancel
@@ -73,7 +73,7 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
   std::vector<int> speeds;                ///< each speed that the open line was set to, the opening's first
   std::function<void()> beforeOperation;  ///< raises what a failing device raises
 
-  std::string folder;  ///< the program's, with a separator behind it; it goes with the world
+  std::string folder;  ///< the program's, ends with a separator; it goes with the world
 
   Nanoseconds Time() const { return now_; }
 

@@ -1,4 +1,4 @@
-// Whole runs: what goes over the line, and what the table shows behind them.
+// Whole runs: what goes over the line, and what the table shows after them.
 #include <gmock/gmock.h>
 
 #include "workflows/run_bench.h"
@@ -170,7 +170,7 @@ const RunCase kTable[] = {
      "9600 Boot3 Boot5", kBothBoot, {.protocol = "4"}},
     {"BootFallsBackForAllThatFollow", kBoot, kErased, BootBy(BootProtocol::Fixed),
      "9600 Boot3x3 Boot3 Boot5", kBothBoot, {.protocol = "4"}},
-    {"To4GoesOnBehindASilentOne", kTo4, kErased, {{.number = 5, .protocol3 = true}},
+    {"To4GoesOnAfterASilentOne", kTo4, kErased, {{.number = 5, .protocol3 = true}},
      "9600 To4:3x3 4800 To4:3x3 19200 To4:3x3 38400 To4:3x3 To4:5x3 4800 To4:5x3 9600 To4:5",
      kEmpty, {.prot3 = true, .boxes = {0}}},
     {"To3Refused", kTo3, kErased, {{.number = 3, .faults = {kNotMoved}}, {.number = 5, .baud = 38400}},
