@@ -15,7 +15,7 @@
 namespace quillon::test {
 namespace {
 
-constexpr double kMostOverFloor = 1.02;
+constexpr double kMostOverFloor = 1.01;
 
 /// A pause is never short, and its median overshoot is at most 0.2 ms.
 void Pause(benchmark::State& state) {
@@ -48,7 +48,7 @@ void Report(benchmark::State& state, double floor, double seconds) {
   state.counters["floor_s"] = floor;
   state.counters["of_floor"] = seconds / floor;
   if (seconds <= floor * kMostOverFloor) return;
-  state.SkipWithError((std::to_string(seconds / floor) + " of the floor; at most 1.02 is allowed").c_str());
+  state.SkipWithError((std::to_string(seconds / floor) + " of the floor; at most 1.01 is allowed").c_str());
 }
 
 /// A full image of 448 batches, nobody ticked, a line with no pace: nothing but the delays is left.
