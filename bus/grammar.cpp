@@ -2,7 +2,7 @@
 
 #include <limits>
 #include <map>
-#include <regex>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 
@@ -16,6 +16,15 @@ std::vector<std::string> Split(const std::string& text, char mark) {
   std::istringstream rest(text);
   for (std::string part; std::getline(rest, part, mark);) parts.push_back(part);
   return parts;
+}
+
+/// Takes `mark` and what follows it off the text. Returns what followed; nothing when there is no mark.
+std::optional<std::string> CutOff(std::string& text, char mark) {
+  const std::size_t at = text.find(mark);
+  if (at == std::string::npos) return std::nullopt;
+  const std::string cut = text.substr(at + 1);
+  text.resize(at);
+  return cut;
 }
 
 template <typename Value>
@@ -142,24 +151,28 @@ std::vector<ControllerSetup> ReadControllers(const std::string& text) {
 }
 
 NamedFault ReadFault(const std::string& text) {
-  static const std::regex kFault("([^:]*):([^=/@%]*)(?:=([^/@%]+))?(?:/([^@%]+))?(?:@([^%]+))?(?:%(.+))?");
-  std::smatch parts;
-  if (!std::regex_match(text, parts, kFault))
+  // From the right: each part begins with a mark that stands nowhere before it.
+  std::string rest = text;
+  const std::optional<std::string> chance = CutOff(rest, '%');
+  const std::optional<std::string> strikes = CutOff(rest, '@');
+  const std::optional<std::string> command = CutOff(rest, '/');
+  const std::optional<std::string> value = CutOff(rest, '=');
+  const std::optional<std::string> kind = CutOff(rest, ':');
+  if (!kind)
     throw std::invalid_argument("\"" + text +
                                 "\" is not N:KIND[=VALUE][/COMMAND][@FIRST[-[LAST]]][%PERCENT]");
-  const Range numbers = ReadRange(parts.str(1), 0, kControllerNumbers - 1);
-  const std::string kind = parts.str(2);
+  const Range numbers = ReadRange(rest, 0, kControllerNumbers - 1);
   Fault fault;
-  fault.kind = ReadWord(kind, kFaultKinds);
-  ReadFaultValue(fault, parts.str(3));
-  if (kind == "lost-batch") fault.command = Command::Batch;
-  if (parts[4].matched) fault.command = ReadWord(parts.str(4), kCommands);
-  if (parts[5].matched) {
-    const Range strikes = ReadStrikes(parts.str(5));
-    fault.first = strikes.first;
-    fault.last = strikes.last;
+  fault.kind = ReadWord(*kind, kFaultKinds);
+  ReadFaultValue(fault, value.value_or(""));
+  if (*kind == "lost-batch") fault.command = Command::Batch;
+  if (command) fault.command = ReadWord(*command, kCommands);
+  if (strikes) {
+    const Range range = ReadStrikes(*strikes);
+    fault.first = range.first;
+    fault.last = range.last;
   }
-  if (parts[6].matched) fault.chance = ReadNumber(parts.str(6), 1, 100) / 100.0;
+  if (chance) fault.chance = ReadNumber(*chance, 1, 100) / 100.0;
   return {numbers.first, numbers.last, fault};
 }
 
