@@ -32,6 +32,8 @@ const std::string kErase1 = "40 01 04 74 55 AA F0 31 5A 04 ";
 const std::string kAccepted1 = "Recu en String : 40 01 01 61 16 1A 04 ";
 const std::string kBatchToAll = "40 5F 06 75 AA 55 10 00 00 0C 10 04 ";
 const std::string kBatchTo1 = "40 01 06 75 AA 55 10 00 00 59 65 04 ";
+const std::string kMove2 = "40 20 70 34 30 30 3A 34 2F ";
+const std::string kMoved = "Recu en String : 68 2F ";
 const std::string kDetection = "Message : AutoDetection $73";
 const std::string kOk = "Communication OK  - CRC checked";
 const std::string kNoAnswer = "No Answer";
@@ -156,7 +158,7 @@ const ExchangeCase kExchanges[] = {
      "erase: no end in the log: cancelled, the line failed, or the log is cut",
      0},
     {"ShortAnswer",
-     {"40 20 70 34 30 30 3A 34 2F ", "Recu en String : 68 2F ", kOk},
+     {kMove2, kMoved, kOk},
      "moves controller 2 to protocol 4",
      1,
      1,
@@ -206,25 +208,38 @@ INSTANTIATE_TEST_SUITE_P(Exchanges, AnExchange, ::testing::ValuesIn(kExchanges),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST(TheLog, FallsIntoRunsByTheOrderOfItsMessages) {
-  const std::vector<std::string> log = {
-      kCheck1,    kNoAnswer,  kCheck1,    kNoAnswer, kCheck2,    kHeld2, kOk,  // Flash Info, 1 at two speeds
-      kCheck2,    kHeld2,     kOk,                                             // and once more
-      kErase1,    kAccepted1, kOk,        kErase2,   kAccepted2, kOk,    kBatchToAll,
-      kCheck2,  // parallel, 1 not read back
-      kErase1,    kAccepted1, kOk,        kBatchTo1, kAccepted1, kOk,    kCheck1,
-      kNoAnswer,                                                  // serial
-      kErase2,    kAccepted2, kOk,                                // its next controller
-      kDetection, kNoAnswer,  kDetection, kNoAnswer, kDetection,  // cancelled
-      kDetection, kNoAnswer,                                      // and begun anew
-      kErase1,    kNoAnswer};
-  std::vector<std::pair<RunKind, std::size_t>> runs;
-  for (const auto& run : FindRuns(ReadLog(AsLog(log)).messages))
-    runs.emplace_back(run.kind, run.messages.size());
-  const std::pair<RunKind, std::size_t> expected[] = {
-      {RunKind::kFlashInfo, 3},      {RunKind::kFlashInfo, 1}, {RunKind::kParallelDownload, 4},
-      {RunKind::kSerialDownload, 4}, {RunKind::kDetection, 3}, {RunKind::kDetection, 1},
-      {RunKind::kDownload, 1}};
-  EXPECT_THAT(runs, ElementsAreArray(expected));
+  struct Expected {
+    RunKind kind;
+    std::size_t messages;
+    std::vector<std::string> lines;
+  };
+  const Expected expected[] = {
+      // Controller 1 is asked at two speeds.
+      {RunKind::kFlashInfo, 3, {kCheck1, kNoAnswer, kCheck1, kNoAnswer, kCheck2, kHeld2, kOk}},
+      // The same well-answered question once more.
+      {RunKind::kFlashInfo, 1, {kCheck2, kHeld2, kOk}},
+      // Controller 2 is moved to protocol 4 before its closing check.
+      {RunKind::kParallelDownload,
+       5,
+       {kErase1, kAccepted1, kOk, kErase2, kAccepted2, kOk, kBatchToAll, kMove2, kMoved, kOk, kCheck2}},
+      // Cancelled in the erasing of the next controller.
+      {RunKind::kSerialDownload,
+       4,
+       {kErase1, kAccepted1, kOk, kBatchTo1, kAccepted1, kOk, kCheck1, kNoAnswer, kErase2}},
+      {RunKind::kDetection, 3, {kDetection, kNoAnswer, kDetection, kNoAnswer, kDetection}},
+      {RunKind::kDetection, 1, {kDetection, kNoAnswer}},
+      {RunKind::kDownload, 1, {kErase1, kNoAnswer}},
+      {RunKind::kToProtocol4, 2, {kMove2, kNoAnswer, kMove2, kMoved, kOk}},
+      {RunKind::kFlashInfo, 1, {kCheck2}},
+  };
+  std::vector<std::string> log;
+  for (const Expected& run : expected) log.insert(log.end(), run.lines.begin(), run.lines.end());
+  const auto runs = FindRuns(ReadLog(AsLog(log)).messages);
+  ASSERT_EQ(runs.size(), std::size(expected));
+  for (std::size_t n = 0; n < runs.size(); ++n) {
+    EXPECT_EQ(runs[n].kind, expected[n].kind) << "run " << n;
+    EXPECT_EQ(runs[n].messages.size(), expected[n].messages) << "run " << n;
+  }
 }
 
 TEST(TheLog, OfAnAutoDetectionNamesTheControllersByTheirOrder) {
