@@ -21,8 +21,9 @@ RunKind KindOfFirst(const Asked& asked) {
     case Question::kToProtocol3:
       return RunKind::kToProtocol3;
     case Question::kErase:
-    case Question::kFullChecksum:
       return RunKind::kDownload;
+    case Question::kFullChecksum:
+      return RunKind::kParallelDownload;  // or the end of a serial one: its beginning is cut off
     case Question::kBatch:
       return asked.controller == kAllControllers ? RunKind::kParallelDownload : RunKind::kSerialDownload;
     case Question::kUnknown:
@@ -52,14 +53,15 @@ RunKind Joined(RunKind kind, const Asked& next) {
   const bool download =
       kind == RunKind::kDownload || kind == RunKind::kParallelDownload || kind == RunKind::kSerialDownload;
   if (!download) return RunKind::kUnknown;
-  switch (alone) {
-    case RunKind::kParallelDownload:
-    case RunKind::kSerialDownload:
-      return kind == RunKind::kDownload ? alone : RunKind::kUnknown;
-    case RunKind::kDownload:
-    case RunKind::kFlashInfo:    // its closing check
-    case RunKind::kToProtocol4:  // before that check
+  switch (next.question) {
+    case Question::kErase:
       return kind;
+    case Question::kBatch:
+      return kind == RunKind::kDownload ? alone : RunKind::kUnknown;
+    case Question::kFullChecksum:
+    case Question::kToProtocol4:  // before the closing check
+    case Question::kFlashCheck:
+      return kind == RunKind::kDownload ? RunKind::kUnknown : kind;  // nothing was programmed yet
     default:
       return RunKind::kUnknown;
   }
