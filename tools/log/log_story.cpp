@@ -80,7 +80,13 @@ class Reader {
     message.lines.push_back({story_.lines, frame, message.asked.words, doubtful});
     if (message.asked.controller == kAllControllers) message.outcome = Outcome::kSent;
     story_.messages.push_back(std::move(message));
+    BeginExchange();
     exchangeEnded_ = false;
+  }
+
+  void BeginExchange() {
+    heard_ = {};
+    damaged_ = 0;
   }
 
   /// The log does not say whom an auto detection asks, but the order does: each number at each speed, from 0
@@ -133,8 +139,7 @@ class Reader {
         message.outcome = Outcome::kRefused;
         return;  // a word about the exchanges that ended before it
     }
-    heard_ = {};
-    damaged_ = 0;
+    BeginExchange();
     exchangeEnded_ = true;
   }
 
