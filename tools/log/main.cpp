@@ -1,10 +1,10 @@
 #include <CLI/CLI.hpp>
+#include <exception>
 #include <iostream>
 #include <iterator>
 #include <string>
 
 #include "log/telling.h"
-#include "platform/run_error.h"
 #include "platform/text_file.h"
 
 namespace {
@@ -23,11 +23,10 @@ tool has ended. A single frame can be asked for as well:
 
 std::string ReadStandardInput() { return {std::istreambuf_iterator<char>(std::cin), {}}; }
 
-}  // namespace
+constexpr int kUsage = 2;
+constexpr int kFile = 4;
 
-int main(int count, char** words) {
-  constexpr int kUsage = 2;
-  constexpr int kFile = 4;
+int Run(int count, char** words) {
   CLI::App options(kHelp, "quillon-log");
   std::string file = "-";
   bool summary = false;
@@ -36,14 +35,21 @@ int main(int count, char** words) {
   options.set_version_flag("--version", "quillon-log " QUILLON_VERSION);
   try {
     options.parse(count, words);
-    const std::string log = file == "-" ? ReadStandardInput() : quillon::ReadFile(file);
-    std::cout << quillon::TellLog(log, summary ? quillon::Detail::kSummary : quillon::Detail::kEverything);
-    std::cout.flush();
-    return std::cout ? 0 : kFile;
   } catch (const CLI::ParseError& error) {
     return options.exit(error) == 0 ? 0 : kUsage;
-  } catch (const quillon::RunError& error) {
-    std::cerr << "quillon-log: " << error.what() << '\n';
+  }
+  const std::string log = file == "-" ? ReadStandardInput() : quillon::ReadFile(file);
+  std::cout << quillon::TellLog(log, summary ? quillon::Detail::kSummary : quillon::Detail::kEverything);
+  return std::cout.flush() ? 0 : kFile;
+}
+
+}  // namespace
+
+int main(int count, char** words) {
+  try {
+    return Run(count, words);
+  } catch (const std::exception& error) {
+    std::cerr << std::string("quillon-log: ") + error.what() + '\n';
     return kFile;
   }
 }
