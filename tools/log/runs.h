@@ -24,7 +24,7 @@ struct Run {
 };
 
 /// Finds the runs. The log does not mark them, but each has its order: the controllers from the lowest number
-/// up, and the phases of a download one after the other. A message that falls behind this order begins a new
+/// up, and the phases of a download one after the other. A message out of this order begins a new
 /// run, and so does one that asks again what was answered well. Two surveys of which the second asks only
 /// higher numbers can't be told from one.
 ///
