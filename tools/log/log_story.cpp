@@ -67,7 +67,8 @@ class Reader {
       if (line == ExchangeResultText(result)) return End(result);
     }
     const auto begins = [&](std::string_view words) { return line.starts_with(words); };
-    if (std::ranges::none_of(kPassedOver, begins)) Note("the tool writes no such line: " + Harmless(line));
+    if (!line.empty() && std::ranges::none_of(kPassedOver, begins))
+      Note("the tool writes no such line: " + Harmless(line));
   }
 
   void Note(const std::string& words) { story_.strange.push_back({story_.lines, {}, words, true}); }
