@@ -20,7 +20,8 @@ check src/desktop 'platform|shell|link|image|commands|workflows|desktop'
 check tools/driver 'driver'
 check tools/unattended 'platform|shell|link|image|commands|workflows|desktop|driver|unattended'
 check bus 'bus'
+check tools/log 'platform|shell|link|commands|log'
 
-outside=$(grep -rnE '#include <Q' src bus --include='*.h' --include='*.cpp' | grep -v '^src/desktop/')
+outside=$(grep -rnE '#include <Q' src bus tools/log --include='*.h' --include='*.cpp' | grep -v '^src/desktop/')
 [ -z "$outside" ] || { printf 'Qt belongs to src/desktop alone:\n%s\n' "$outside"; failed=1; }
 exit $failed

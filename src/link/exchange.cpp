@@ -1,7 +1,9 @@
 #include "link/exchange.h"
 
 #include <algorithm>
+#include <span>
 
+#include "link/log_lines.h"
 #include "link/text_arithmetic.h"
 #include "platform/conversions.h"
 #include "shell/quillon.h"
@@ -9,22 +11,19 @@
 namespace quillon {
 namespace {
 
-constexpr int kSends = 3;  // the first one and two retries
-constexpr std::string_view kShortAnswer = "682F";
-
 std::string WithoutBlanks(std::string text) {
   text.erase(std::remove(text.begin(), text.end(), ' '), text.end());
   return text;
 }
 
-/// Whether the two bytes before the last one are the CRC of what a frame's CRC covers.
-bool CrcMatches(const Bytes& received, const std::string& digits) {
-  constexpr std::size_t kCrcAndEndDigits = 6;
-  return digits.size() >= kCrcAndEndDigits &&
-         digits.substr(digits.size() - kCrcAndEndDigits, 4) == FrameCrc(ByteArrayToHex(CrcPart(received)));
-}
-
 }  // namespace
+
+bool CrcMatches(const Bytes& received) {
+  constexpr std::size_t kCrcAndEndByte = 3;
+  if (received.size() < kCrcAndEndByte) return false;
+  const std::string crc = WithoutBlanks(ByteArrayToHex(std::span(received).last(kCrcAndEndByte).first(2)));
+  return crc == FrameCrc(ByteArrayToHex(CrcPart(received)));
+}
 
 std::string ExchangeResultText(ExchangeResult result) {
   switch (result) {
@@ -88,9 +87,9 @@ ExchangeResult Quillon::JudgeAnswer(const Bytes& frame, const Bytes& received, s
                                     ShortAnswer shortAnswer) {
   if (received.empty() || received == frame) return ExchangeResult::kNoAnswer;
   const std::string text = ByteArrayToHex(received);
-  Log("Recu en String : " + text);
+  Log(kReceivedLog + text);
   const std::string digits = WithoutBlanks(text);
-  if (CrcMatches(received, digits)) {
+  if (CrcMatches(received)) {
     answer = digits;
     return ExchangeResult::kAnswered;
   }

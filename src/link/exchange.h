@@ -1,6 +1,9 @@
 #pragma once
 
 #include <string>
+#include <string_view>
+
+#include "platform/computer.h"
 
 namespace quillon {
 
@@ -20,6 +23,8 @@ namespace quillon {
 /// A frame is sent up to three times, since the line is noisy. Only the last send decides between the two
 /// ways to fail: a controller that answered badly and then fell silent counts as silent.
 
+inline constexpr int kSends = 3;  ///< of a frame in one exchange: the first one and two retries
+
 /// Seconds from the first byte of an answer to its reading.
 inline constexpr double kAnswerPause = 0.5;
 
@@ -33,6 +38,10 @@ enum class ExchangeResult {
 
 /// The short answer 68 2F has no CRC; only the text frame of SendP4 is answered by it.
 enum class ShortAnswer { kIsBad, kIsGood };
+inline constexpr std::string_view kShortAnswer = "682F";
+
+/// Whether the two bytes before the last one are the CRC of what a frame's CRC covers.
+bool CrcMatches(const Bytes& received);
 
 /// The log's line for a result.
 std::string ExchangeResultText(ExchangeResult result);

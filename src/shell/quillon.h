@@ -26,6 +26,7 @@ enum class ExchangeResult;  // link/exchange.h
 enum class ShortAnswer;
 enum class FailureCode;  // link/outcome.h
 enum class StatusForm;
+struct FlashFacts;  // commands/flash_answer.h
 
 /// What a run does when one of its steps fails at run time.
 enum class OnFailure {
@@ -309,7 +310,7 @@ class Quillon final : public Form {
   /// Has `y` acknowledge a frame, and shows how that went in its row. Closes `Message`.
   bool RequestAcknowledge(int y, const Bytes& frame, const RequestTexts& texts);
   bool ReadFlash(int y);
-  void FillRow(int y, std::size_t versionByte);
+  void FillRow(int y, const FlashFacts& facts);
   void BroadcastBatch(const Bytes& frame);
   bool SendBatch(int y, const Bytes& frame);
   ExchangeResult SendFullChecksum(int y, const char* status, const char* logLine);

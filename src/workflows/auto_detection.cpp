@@ -3,6 +3,7 @@
 // minutes.
 #include "commands/frames.h"
 #include "link/exchange.h"
+#include "link/log_lines.h"
 #include "platform/finally.h"
 #include "shell/quillon.h"
 
@@ -47,7 +48,7 @@ void Quillon::Detect(int i) {
     ApplySpeed();
     if (AbortRequested) return;
     FrameBuffer = FlashCheckFrame(ProtocolNumber(), i);
-    Log("Message : AutoDetection $73");
+    Log(kDetectionLog);
     if (SendFrame(FrameBuffer, AnswerText, ShortAnswer::kIsBad) == ExchangeResult::kAnswered) {
       C(i).SetValue(CheckBox::kTicked);
       return;

@@ -3,18 +3,13 @@
 // The boot code of some controllers knows the fixed protocol byte alone, whatever their firmware speaks.
 // After the first silence the whole run, and each later one, therefore asks with that byte; only then do the
 // other speeds get their turn.
+#include "commands/flash_answer.h"
 #include "commands/frames.h"
 #include "link/frame.h"
 #include "link/outcome.h"
 #include "shell/quillon.h"
 
 namespace quillon {
-namespace {
-
-constexpr std::size_t kAnswerDigits = 26;  // the short form of the answer to $73 is the only one here
-constexpr std::size_t kVersionByte = 5;
-
-}  // namespace
 
 void Quillon::ComBoot_Click() {
   Try(
@@ -41,8 +36,9 @@ Quillon::Attempt Quillon::AskForBoot(int i) {
   const ExchangeResult result = SendFrame(FrameBuffer, AnswerText, ShortAnswer::kIsBad);
   ReportFailure(i, FailureOf(result));
   if (result != ExchangeResult::kAnswered) return TryBootOtherwise(i);
-  if (AnswerText.size() != kAnswerDigits) return Attempt::kAgain;
-  FillRow(i, kVersionByte);
+  const auto facts = ReadBootAnswer(AnswerText);
+  if (!facts) return Attempt::kAgain;
+  FillRow(i, *facts);
   return Attempt::kDone;
 }
 
