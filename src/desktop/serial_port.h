@@ -12,8 +12,9 @@
 
 namespace quillon {
 
-/// A serial device of this computer: a port, a USB adapter, or a pseudo-terminal, directly or through a link. Any speed
-/// that the device takes; 8 data bits, no parity, 2 stop bits; no handshaking; bytes pass as they are.
+/// A serial device of this computer: a port, a USB adapter, or a pseudo-terminal, directly or through a link.
+/// Any speed that the device takes; 8 data bits, no parity, 2 stop bits; no handshaking; bytes pass as they
+/// are.
 ///
 /// QSerialPort opens the device and sets its speed; bytes go straight to and from the device, since what
 /// waits and what left has to be known at once, without the event loop.

@@ -33,8 +33,8 @@ class Bench {
   /// Presses Cancel as soon as the status line contains the text.
   void CancelWhen(const std::string& statusPart);
 
-  /// The row of a controller: "version checksum", with its look: "" black; " red" failed, bold; " marked" bold
-  /// white on red.
+  /// The row of a controller: "version checksum", with its look: "" black; " red" failed, bold; " marked"
+  /// bold white on red.
   std::string Row(int y);
 
   /// The numbers of all run-error boxes so far; 0 for any other box.
