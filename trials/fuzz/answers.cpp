@@ -1,0 +1,47 @@
+// Received bytes of any kind, in any pieces, through the exchange and each reader of an answer.
+//
+//     byte 0     which button is pressed
+//     then, again and again: n, d, and n bytes that arrive d times 8 ms after the sending
+//     n 0        the next sending's answer begins
+#include <cstdlib>
+
+#include "support/bench.h"
+#include "support/image.h"
+
+using namespace quillon;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr CommandButton Quillon::*kButtons[] = {&Quillon::ComLoad, &Quillon::ComLoad00, &Quillon::ComInfo,
+                                                &Quillon::ComBoot, &Quillon::Cmd3to4,   &Quillon::Cmd4to3,
+                                                &Quillon::Auto};
+constexpr test::Nanoseconds kPatience = 1h;
+
+std::deque<std::vector<test::Reply>> ScriptOf(const std::uint8_t* data, std::size_t size) {
+  std::deque<std::vector<test::Reply>> script(1);
+  for (std::size_t at = 0; at + 1 < size;) {
+    const std::size_t count = std::min<std::size_t>(data[at], size - at - 2);
+    if (data[at] == 0) script.emplace_back();
+    const test::Nanoseconds after = data[at + 1] * 8ms;
+    if (count != 0) script.back().push_back({after, {data + at + 2, data + at + 2 + count}});
+    at += 2 + count;
+  }
+  return script;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  test::Bench bench;
+  bench.ChooseHex(test::kImage);
+  bench.Tick({0, 5});
+  bench.tool.RUD3.SetValue(CheckBox::kTicked);
+  bench.world.script = ScriptOf(data + 1, size - 1);
+  bench.CancelAt(kPatience);
+  (bench.tool.*kButtons[data[0] % std::size(kButtons)]).Press();
+  if (bench.world.open || bench.tool.message.Visible()) std::abort();
+  if (bench.world.Time() > kPatience + 1min) std::abort();
+  return 0;
+}

@@ -1,0 +1,43 @@
+// "Quillon.cfg" and "Boot.ini" of any bytes: whatever they hold, the program starts, and what it then saves
+// is read back the same. A NUL parts the two files.
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+#include "shell/quillon.h"
+#include "support/world.h"
+
+using namespace quillon;
+
+namespace {
+
+constexpr std::ptrdiff_t kLines = 39;
+
+std::string SavedAfterStart(test::World& world) {
+  {
+    Quillon tool(world.AsComputer());
+    tool.Start();
+    tool.ComClose.Press();
+  }
+  std::ifstream file(world.folder + "Quillon.cfg", std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string both(reinterpret_cast<const char*>(data), size);
+  const std::size_t middle = both.find('\0');
+  test::World world;
+  std::ofstream(world.folder + "Quillon.cfg", std::ios::binary) << both.substr(0, middle);
+  if (middle != std::string::npos) {
+    std::ofstream(world.folder + "Boot.ini", std::ios::binary) << both.substr(middle + 1);
+  }
+  const std::string saved = SavedAfterStart(world);
+  if (std::count(saved.begin(), saved.end(), '\n') != kLines) std::abort();
+  if (SavedAfterStart(world) != saved) std::abort();
+  if (!world.boxes.empty()) std::abort();
+  return 0;
+}
