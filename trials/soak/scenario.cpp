@@ -238,6 +238,8 @@ Scenario Invent(std::uint64_t seed) {
   InventImage(dice, scenario, "b.hex");
   scenario.files["bad.hex"] = ":zz\r\n:1000000001\rno hex at all\n\n:FF00";
   scenario.files["empty.hex"] = "";
+  scenario.images["empty.hex"] = Bytes(0x10000, 0xFF);
+  scenario.files["Boot.ini"] = std::to_string(scenario.line.downloadBaud) + "\r\n";
   InventSteps(dice, scenario);
   return scenario;
 }

@@ -104,7 +104,8 @@ void Session::Press(Button button) {
           .firstFrame = world.sent.size(),
           .firstBox = world.boxes.size(),
           .timeOut = tool.Text1.Text(),
-          .speed = tool.Vitesse.Text()};
+          .speed = tool.Vitesse.Text(),
+          .mayKeepSpeed = tool.useBB.Enabled()};
   for (int y = 0; y < kControllers; ++y) run_.rows.push_back(RowText(y));
   NoteTicks();
   (tool.*button).Press();
@@ -193,10 +194,16 @@ void Session::LookAfterRun() {
 void Session::LookAtFrames() {
   if (run_.button == &Quillon::Auto) return;  // which asks every number
   const bool parallel = run_.button == &Quillon::ComLoad;
+  const bool atDownloadSpeed = !run_.mayKeepSpeed && !tool.useBB.Enabled() && !FailureShown();
   for (std::size_t i = run_.firstFrame; i < world.sent.size(); ++i) {
     const Bytes& frame = world.sent[i].bytes;
     const int to = test::AddresseeOf(frame);
-    const bool toAll = parallel && test::CommandOf(frame) == bus::Command::Batch;
+    const bus::Command command = test::CommandOf(frame);
+    const bool toAll = parallel && command == bus::Command::Batch;
+    const bool programs = command == bus::Command::Batch || command == bus::Command::Checksum;
+    if (programs && atDownloadSpeed && world.sent[i].baud != scenario_.line.downloadBaud) {
+      Complain("speed: " + std::to_string(world.sent[i].baud) + " for " + test::ToHex(frame));
+    }
     if (toAll ? to != -1 : !run_.ticked.contains(to))
       Complain("frame: not for a ticked one: " + test::ToHex(frame));
   }

@@ -88,6 +88,7 @@ class Session {
     std::vector<std::string> rows{};
     std::string timeOut;
     std::string speed;
+    bool mayKeepSpeed = false;
   };
   static constexpr std::size_t kNoCancel = static_cast<std::size_t>(-1);
 
