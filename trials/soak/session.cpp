@@ -43,7 +43,7 @@ Session::Session(const Scenario& scenario)
 
 std::string Session::Play() {
   tool.Start();
-  NoteTicks();
+  NoteChoices();
   ArmNext();
   EndAtLast();
   while (next_ < scenario_.steps.size() && !world.ended) {
@@ -62,7 +62,7 @@ void Session::ArmNext() {
     const Step& step = scenario_.steps[next_++];
     ArmNext();
     step.act(*this);
-    NoteTicks();
+    NoteChoices();
     LookAtControls();
   });
 }
@@ -85,7 +85,8 @@ void Session::Complain(const std::string& what) {
   if (broken_.empty()) broken_ = what;
 }
 
-void Session::NoteTicks() {
+void Session::NoteChoices() {
+  run_.mayKeepSpeed |= tool.useBB.Enabled();
   for (int i = 0; i < kControllers; ++i) {
     if (!tool.C(i).Ticked()) continue;
     everTicked_.insert(i);
@@ -104,10 +105,9 @@ void Session::Press(Button button) {
           .firstFrame = world.sent.size(),
           .firstBox = world.boxes.size(),
           .timeOut = tool.Text1.Text(),
-          .speed = tool.Vitesse.Text(),
-          .mayKeepSpeed = tool.useBB.Enabled()};
+          .speed = tool.Vitesse.Text()};
   for (int y = 0; y < kControllers; ++y) run_.rows.push_back(RowText(y));
-  NoteTicks();
+  NoteChoices();
   (tool.*button).Press();
   LookAfterRun();
   running_ = false;
@@ -194,7 +194,7 @@ void Session::LookAfterRun() {
 void Session::LookAtFrames() {
   if (run_.button == &Quillon::Auto) return;  // which asks every number
   const bool parallel = run_.button == &Quillon::ComLoad;
-  const bool atDownloadSpeed = !run_.mayKeepSpeed && !tool.useBB.Enabled() && !FailureShown();
+  const bool atDownloadSpeed = !run_.mayKeepSpeed && !FailureShown();
   for (std::size_t i = run_.firstFrame; i < world.sent.size(); ++i) {
     const Bytes& frame = world.sent[i].bytes;
     const int to = test::AddresseeOf(frame);

@@ -88,14 +88,14 @@ class Session {
     std::vector<std::string> rows{};
     std::string timeOut;
     std::string speed;
-    bool mayKeepSpeed = false;
+    bool mayKeepSpeed = false;  // the file allowed it at some time
   };
   static constexpr std::size_t kNoCancel = static_cast<std::size_t>(-1);
 
   void ArmNext();
   void EndAtLast();
   void Complain(const std::string& what);
-  void NoteTicks();
+  void NoteChoices();
   std::string RowText(int y) const;
   bool FailureShown() const;
   void LookAfterRun();
