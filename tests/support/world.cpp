@@ -142,13 +142,11 @@ void World::Collect() {
     received_.insert(received_.end(), bytes.begin(), bytes.end());
     arriving_.erase(arriving_.begin());
   }
-  if (!open) return;
-  if (noise) {
-    const Bytes bytes = noise();
-    received_.insert(received_.end(), bytes.begin(), bytes.end());
-  }
-  if (!bus) return;
-  const bus::Bytes bytes = bus->Receive(Format(), now_);
+  Bytes bytes = bus ? bus->Receive(Format(), now_) : Bytes{};
+  if (!open) return;  // what comes to a closed port is lost
+  received_.insert(received_.end(), bytes.begin(), bytes.end());
+  if (!noise) return;
+  bytes = noise();
   received_.insert(received_.end(), bytes.begin(), bytes.end());
 }
 
