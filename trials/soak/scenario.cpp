@@ -169,10 +169,9 @@ Deed LineTrouble(Dice& dice) {
   const std::uint64_t noiseSeed = dice.Any();
   switch (dice.Below(4)) {
     case 0:
-      return {"the adapter is pulled", [=](Session& s) { s.FailLine(RunError::kDeviceFailed, howLong); }};
+      return {"the adapter is pulled", [=](Session& s) { s.PullAdapter(howLong); }};
     case 1:
-      return {"another program has the port",
-              [=](Session& s) { s.FailLine(RunError::kPortAlreadyOpen, howLong); }};
+      return {"another program has the port", [=](Session& s) { s.TakePort(howLong); }};
     case 2:
       return {"the line babbles", [=](Session& s) { s.Babble(noiseSeed, howLong / 4); }};
     default:

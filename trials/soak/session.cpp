@@ -136,9 +136,18 @@ void Session::WriteFile(const std::string& name, const std::string& contents) {
 
 void Session::RemoveFile(const std::string& name) { std::filesystem::remove(world.folder + name); }
 
-void Session::FailLine(int error, Nanoseconds howLong) {
-  world.beforeOperation = [error] { throw RunError(static_cast<RunError::Number>(error), "line"); };
-  world.At(world.Time() + howLong, [this] { world.beforeOperation = nullptr; });
+/// A pulled adapter stays lost to the program until it is opened anew.
+void Session::PullAdapter(Nanoseconds howLong) {
+  world.beforeOperation = [this, back = world.Time() + howLong, lost = world.open]() mutable {
+    if (!world.open) lost = world.Time() < back;
+    if (lost) throw RunError(RunError::kDeviceFailed, "gone");
+  };
+}
+
+void Session::TakePort(Nanoseconds howLong) {
+  world.beforeOperation = [this, back = world.Time() + howLong] {
+    if (!world.open && world.Time() < back) throw RunError(RunError::kPortAlreadyOpen, "in use");
+  };
 }
 
 void Session::Babble(std::uint64_t noiseSeed, Nanoseconds howLong) {

@@ -69,7 +69,8 @@ class Session {
   void Choose(const std::string& file);
   void WriteFile(const std::string& name, const std::string& contents);
   void RemoveFile(const std::string& name);
-  void FailLine(int error, Nanoseconds howLong);
+  void PullAdapter(Nanoseconds howLong);
+  void TakePort(Nanoseconds howLong);
   void Babble(std::uint64_t noiseSeed, Nanoseconds howLong);
   void Deafen(Nanoseconds howLong);
 
