@@ -39,6 +39,7 @@ Session::Session(const Scenario& scenario)
   for (const auto& [name, contents] : scenario.files) WriteFile(name, contents);
   WriteFile("Quillon.cfg", scenario.settings);
   world.bus = &bus;
+  world.beforeOperation = [this] { FailLine(); };
 }
 
 std::string Session::Play() {
@@ -136,18 +137,18 @@ void Session::WriteFile(const std::string& name, const std::string& contents) {
 
 void Session::RemoveFile(const std::string& name) { std::filesystem::remove(world.folder + name); }
 
-/// A pulled adapter stays lost to the program until it is opened anew.
 void Session::PullAdapter(Nanoseconds howLong) {
-  world.beforeOperation = [this, back = world.Time() + howLong, lost = world.open]() mutable {
-    if (!world.open) lost = world.Time() < back;
-    if (lost) throw RunError(RunError::kDeviceFailed, "gone");
-  };
+  pulledUntil_ = world.Time() + howLong;
+  lost_ |= world.open;
 }
 
-void Session::TakePort(Nanoseconds howLong) {
-  world.beforeOperation = [this, back = world.Time() + howLong] {
-    if (!world.open && world.Time() < back) throw RunError(RunError::kPortAlreadyOpen, "in use");
-  };
+void Session::TakePort(Nanoseconds howLong) { takenUntil_ = world.Time() + howLong; }
+
+/// A pulled adapter stays lost to the program until it is opened anew.
+void Session::FailLine() {
+  if (!world.open) lost_ = world.Time() < pulledUntil_;
+  if (lost_) throw RunError(RunError::kDeviceFailed, "gone");
+  if (!world.open && world.Time() < takenUntil_) throw RunError(RunError::kPortAlreadyOpen, "in use");
 }
 
 void Session::Babble(std::uint64_t noiseSeed, Nanoseconds howLong) {

@@ -93,6 +93,7 @@ class Session {
   };
   static constexpr std::size_t kNoCancel = static_cast<std::size_t>(-1);
 
+  void FailLine();
   void ArmNext();
   void EndAtLast();
   void Complain(const std::string& what);
@@ -112,6 +113,9 @@ class Session {
   std::size_t next_ = 0;
   Counts counts_;
   std::string broken_;
+  Nanoseconds pulledUntil_{};
+  Nanoseconds takenUntil_{};
+  bool lost_ = false;  // the adapter was pulled while its port was open
   Run run_;
   bool running_ = false;
   bool autoRan_ = false;
