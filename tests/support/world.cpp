@@ -51,6 +51,7 @@ void World::Pass(Nanoseconds to) {
   if (!actions_.empty()) next = std::min(next, actions_.begin()->first);
   if (!arriving_.empty()) next = std::min(next, arriving_.begin()->first);
   if (bus && bus->NextArrival()) next = std::min(next, *bus->NextArrival());
+  if (noise) next = std::min(next, now_ + kYieldTakes);
   Advance(std::max(next, now_ + 1us));
 }
 
@@ -104,6 +105,7 @@ void World::Configure(const LineSettings& settings) {
 
 void World::Write(std::span<const std::uint8_t> bytes) {
   Operate();
+  if (!takesBytes) return;
   sent.push_back({now_, baud, {bytes.begin(), bytes.end()}});
   if (!script.empty()) {
     for (const Reply& reply : script.front()) arriving_.emplace(now_ + reply.after, reply.bytes);
@@ -140,8 +142,11 @@ void World::Collect() {
     received_.insert(received_.end(), bytes.begin(), bytes.end());
     arriving_.erase(arriving_.begin());
   }
-  if (!bus || !open) return;
-  const bus::Bytes bytes = bus->Receive(Format(), now_);
+  Bytes bytes = bus ? bus->Receive(Format(), now_) : Bytes{};
+  if (!open) return;  // what comes to a closed port is lost
+  received_.insert(received_.end(), bytes.begin(), bytes.end());
+  if (!noise) return;
+  bytes = noise();
   received_.insert(received_.end(), bytes.begin(), bytes.end());
 }
 

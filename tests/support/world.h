@@ -72,6 +72,8 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
   int baud = 0;
   std::vector<int> speeds;                ///< each speed that the open line was set to, the opening's first
   std::function<void()> beforeOperation;  ///< raises what a failing device raises
+  std::function<Bytes()> noise;           ///< what comes in of itself; asked whenever time passes
+  bool takesBytes = true;                 ///< false: nothing that is written ever leaves
 
   std::string folder;  ///< the program's, ends with a separator; it goes with the world
 

@@ -1,0 +1,151 @@
+// quillon-soak [SESSIONS [SEED]]: plays so many sessions, or plays on until it is stopped, from a seed on.
+// The first one that breaks what must never be broken ends it with status 1: it is played again with fewer
+// and fewer steps, and those that it needs are printed.
+#include <signal.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <iterator>
+
+#include "live_blocks.h"
+#include "session.h"
+
+namespace {
+
+using namespace quillon::soak;
+
+constexpr unsigned kLongestSession = 60;  // seconds of real time
+constexpr std::size_t kWarmUp = 300;      // sessions
+constexpr std::size_t kLevelBlocks = 20;  // of memory, that may come beside those of the warm-up
+
+std::uint64_t currentSeed = 0;
+Counts counts;
+
+/// A crash or a hang names its seed; nothing else can be done here.
+void NameSeed(int signal) {
+  char text[120];
+  const int length =
+      std::snprintf(text, sizeof text, "soak: seed %llu: %s\n", static_cast<unsigned long long>(currentSeed),
+                    signal == SIGALRM ? "hangs without waiting" : "crashes");
+  if (write(STDERR_FILENO, text, static_cast<std::size_t>(length)) < 0) _exit(3);
+  _exit(2);
+}
+
+std::string Play(const Scenario& scenario) {
+  currentSeed = scenario.seed;
+  alarm(kLongestSession);
+  try {
+    Session session(scenario);
+    const std::string broken = session.Play();
+    counts += session.Counted();
+    return broken;
+  } catch (const std::exception& error) {
+    return std::string("exception: ") + error.what();
+  }
+}
+
+std::string KindOf(const std::string& broken) { return broken.substr(0, broken.find(':')); }
+
+/// Leaves out steps, many at once and then one by one, as long as the same thing still breaks.
+Scenario Shrink(Scenario scenario, const std::string& broken) {
+  for (std::size_t count = scenario.steps.size(); count > 0; count /= 2) {
+    for (std::size_t from = 0; from < scenario.steps.size();) {
+      Scenario shorter = scenario;
+      const auto begin = shorter.steps.begin() + static_cast<std::ptrdiff_t>(from);
+      const auto left = static_cast<std::size_t>(shorter.steps.end() - begin);
+      shorter.steps.erase(begin, begin + static_cast<std::ptrdiff_t>(std::min(count, left)));
+      if (KindOf(Play(shorter)) == KindOf(broken)) {
+        scenario = shorter;
+      } else {
+        from += count;
+      }
+    }
+  }
+  return scenario;
+}
+
+void Tell(const Scenario& scenario, const std::string& broken) {
+  std::printf("soak: seed %llu: %s\n", static_cast<unsigned long long>(scenario.seed), broken.c_str());
+  const Scenario shortest = Shrink(scenario, broken);
+  std::printf("%zu of %zu steps are needed:\n", shortest.steps.size(), scenario.steps.size());
+  for (const Step& step : shortest.steps) {
+    std::printf("%10.3f s  %s\n", std::chrono::duration<double>(step.at).count(), step.words.c_str());
+  }
+  std::printf("To play it alone: scripts/soak 1 %llu\n", static_cast<unsigned long long>(scenario.seed));
+}
+
+/// False: something was broken, and is told.
+bool PlaySeed(std::uint64_t seed) {
+  const Scenario scenario = Invent(seed);
+  const std::string broken = Play(scenario);
+  if (!broken.empty()) Tell(scenario, broken);
+  return broken.empty();
+}
+
+struct Used {
+  std::size_t blocks;
+  std::ptrdiff_t files;
+};
+Used Measure() {
+  const std::filesystem::directory_iterator files("/proc/self/fd");
+  return {liveBlocks, std::distance(begin(files), end(files))};
+}
+
+/// Whether what the process holds has grown; says so.
+bool Grew(const char* what, const Used& before) {
+  const Used now = Measure();
+  if (now.blocks <= before.blocks + kLevelBlocks && now.files <= before.files) return false;
+  std::printf("soak: %s: the blocks of memory went from %zu to %zu, the open files from %td to %td\n", what,
+              before.blocks, now.blocks, before.files, now.files);
+  return true;
+}
+
+/// A thousand runs of one program, each button in its turn, a third of the controllers silent.
+bool ManyRunsGrow() {
+  Scenario scenario = Invent(1);
+  scenario.steps.clear();
+  Session session(scenario);
+  session.tool.Start();
+  session.Choose("a.hex");
+  const Button runs[] = {&quillon::Quillon::ComLoad, &quillon::Quillon::ComLoad00,
+                         &quillon::Quillon::ComInfo, &quillon::Quillon::ComBoot,
+                         &quillon::Quillon::Cmd3to4, &quillon::Quillon::Cmd4to3};
+  Used before{};
+  for (std::size_t run = 0; run < 1100; ++run) {
+    if (run == 100) before = Measure();
+    session.tool.RUD3.SetValue(1);
+    session.tool.Protocol.SetText("63");
+    (session.tool.*runs[run % std::size(runs)]).Press();
+    session.bus.ForgetTraffic();
+    session.world.sent.clear();
+    session.world.boxes.clear();
+    session.world.openedPorts.clear();
+    session.world.speeds.clear();
+  }
+  return Grew("1,000 runs of one program", before);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  for (const int crash : {SIGALRM, SIGSEGV, SIGABRT, SIGFPE, SIGBUS, SIGILL}) signal(crash, NameSeed);
+  // Files in memory: a disk that others use would set the pace.
+  if (std::filesystem::is_directory("/dev/shm")) setenv("TMPDIR", "/dev/shm", 0);
+  const std::size_t sessions = count > 1 ? std::strtoull(arguments[1], nullptr, 10) : 0;
+  std::uint64_t seed = count > 2 ? std::strtoull(arguments[2], nullptr, 10) : std::random_device()();
+  std::printf("soak: from seed %llu on\n", static_cast<unsigned long long>(seed));
+  if (ManyRunsGrow()) return 1;
+  Used before{};
+  for (std::size_t n = 1; sessions == 0 || n <= sessions; ++n, ++seed) {
+    if (!PlaySeed(seed)) return 1;
+    if (n == kWarmUp) before = Measure();
+    if (n > kWarmUp && n % 100 == 0 && Grew("sessions", before)) return 1;
+    if (sessions == 0 && n % 1000 == 0) std::printf("soak: %zu sessions\n", n);
+    std::fflush(stdout);
+  }
+  std::printf("soak: %zu sessions, %zu runs, %zu frames, %zu cancelled, %zu with a failure, %zu good rows\n",
+              sessions, counts.runs, counts.frames, counts.cancelled, counts.failed, counts.goodRows);
+  return 0;
+}
