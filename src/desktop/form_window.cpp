@@ -95,6 +95,15 @@ void FormWindow::Show() {
   }
 }
 
+void FormWindow::Hide() {
+  if (form_.BorderStyle() != Form::Border::kDialog) return hide();
+  // A run unloads `Message` after each controller and shows it again at once. A window that went meanwhile
+  // would lose a press on Cancel that is not released yet, and lead the next click to what lies below.
+  late_work::Add(*this, [this] {
+    if (!form_.Visible()) hide();
+  });
+}
+
 void FormWindow::Centre() {
   const QWidget* owner = parentWidget();
   const QRect around = owner != nullptr && owner->isVisible()
@@ -152,7 +161,8 @@ DesktopScreen::~DesktopScreen() {
 
 FormWindow* DesktopScreen::OpenDialog() const {
   for (const auto& window : windows_) {
-    if (window->TheForm().BorderStyle() == Form::Border::kDialog && window->isVisible()) return window.get();
+    const Form& form = window->TheForm();
+    if (form.BorderStyle() == Form::Border::kDialog && form.Visible()) return window.get();
   }
   return nullptr;
 }

@@ -20,7 +20,7 @@ class FormWindow final : public QWidget, public FormView {
 
   // FormView
   void Show() override;
-  void Hide() override { hide(); }
+  void Hide() override;
   void RefreshCaption() override;
   void RefreshMousePointer() override;
 

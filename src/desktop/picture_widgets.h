@@ -5,6 +5,7 @@
 #include <QGroupBox>
 #include <QPixmap>
 #include <QPushButton>
+#include <QWheelEvent>
 #include <QWidget>
 #include <functional>
 #include <string>
@@ -41,6 +42,10 @@ class DropList final : public QComboBox {
   }
 
   std::function<QString(int index)> toolTipOf;
+
+ protected:
+  /// The wheel turns nothing while the list is shut: a hand on it would change port or speed without a click.
+  void wheelEvent(QWheelEvent* event) override { event->ignore(); }
 };
 
 /// A check box whose click leads from unticked to ticked and from any other state to unticked.

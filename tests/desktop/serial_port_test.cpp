@@ -175,7 +175,7 @@ TEST_F(SerialPortTest, DeviceThatGoesAwayFailsTheNextOperationAndTheNextOpeningW
   EXPECT_EQ(NumberOf([&] { port.Open(kPort, {9600}); }), 0);
 }
 
-TEST_F(SerialPortTest, WhatCanNotBeOpenedIsToldApart) {
+TEST_F(SerialPortTest, EachReasonAgainstOpeningHasItsNumber) {
   std::ofstream(home + "notes.txt") << "no device";
   LinkTo(home + "notes.txt", 8);
   LinkTo("/dev/pulled-out", 9);
@@ -231,7 +231,7 @@ TEST(PortNames, NumbersStandForTheDevicesOfTheirKind) {
   EXPECT_EQ(PortDevice("/nowhere/", 97), "");
 }
 
-TEST_F(SerialPortTest, TellsTheDeviceBehindAPort) {
+TEST_F(SerialPortTest, TellsTheDeviceOfAPort) {
   EXPECT_EQ(port.Describe(kPort), line.Device());
   LinkTo("/dev/pulled-out", 9);
   EXPECT_EQ(port.Describe(9), home + "COM9 (not there)");

@@ -75,7 +75,7 @@ TEST_F(WindowTest, BoxesListsAndButtonsGoBothWays) {
 TEST_F(WindowTest, ClosingIsLeftToTheForm) {
   EXPECT_FALSE(Window(quillon.message)->close());
   EXPECT_TRUE(quillon.AbortRequested);
-  EXPECT_FALSE(Window(quillon.message)->isVisible());
+  EXPECT_TRUE(QTest::qWaitFor([&] { return !Window(quillon.message)->isVisible(); }, 1000));
 
   int asked = 0;
   quillon.CloseRequest = [&] { ++asked; };
@@ -84,12 +84,32 @@ TEST_F(WindowTest, ClosingIsLeftToTheForm) {
   EXPECT_TRUE(Window(quillon)->isVisible()) << "the form did not go, so its window stays";
 }
 
+TEST_F(WindowTest, APressOnCancelSurvivesTheEndOfACommand) {
+  auto* cancel = Drawn<QAbstractButton>(quillon.message, quillon.message.Command1);
+  QTest::mousePress(cancel, Qt::LeftButton);
+  quillon.message.Unload();
+  quillon.message.Show();
+  QTest::qWait(40);
+  EXPECT_TRUE(cancel->isVisible());
+  QTest::mouseRelease(cancel, Qt::LeftButton);
+  EXPECT_TRUE(quillon.AbortRequested);
+}
+
+TEST_F(WindowTest, TheWheelTurnsNeitherPortNorSpeed) {
+  quillon.Vitesse.SetText("9600");
+  QWidget* list = Drawn(quillon, quillon.Vitesse);
+  const QPointF middle = list->rect().center();
+  QWheelEvent wheel(middle, list->mapToGlobal(middle), {}, {0, -120}, {}, {}, Qt::NoScrollPhase, false);
+  QApplication::sendEvent(list, &wheel);
+  EXPECT_EQ(quillon.Vitesse.Text(), "9600");
+}
+
 void SendKey(QWidget* window, QEvent::Type type, int key, Qt::KeyboardModifiers held = {}) {
   QKeyEvent event(type, key, held);
   QApplication::sendEvent(window->windowHandle(), &event);
 }
 
-TEST_F(WindowTest, EscapeCancelsInMessageAndTheFormSeesKeyReleasesAheadOfItsControls) {
+TEST_F(WindowTest, EscapeCancelsInMessageAndTheFormSeesKeyReleasesFirst) {
   std::vector<std::pair<Form::Key, bool>> released;
   quillon.KeyUp = [&](Form::Key key, bool shiftHeld) { released.emplace_back(key, shiftHeld); };
   Drawn(quillon, quillon.Text1)->setFocus();
@@ -181,7 +201,7 @@ TEST_F(WindowTest, AStatusLineComesToTheFrontAndLeavesTheKeyboardWhereItIs) {
   EXPECT_TRUE(Drawn(quillon.message, quillon.message.Command1)->font().bold());
 }
 
-TEST_F(WindowTest, StatusLinesAreShownAheadOfAPauseOrAScreensPeriodLater) {
+TEST_F(WindowTest, StatusLinesAreShownBeforeAPauseOrAScreensPeriodLater) {
   const auto* shown = Drawn<QLabel>(quillon.message, quillon.message.Label1);
   const auto show = [&](const std::string& text) { quillon.message.Label1.SetText(text); };
   bool waits = false;

@@ -1,0 +1,53 @@
+// The firmware file goes away, is cut or becomes another in the middle of a download: in no case does a row
+// look good for an image that the controller does not hold.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "workflows/run_bench.h"
+
+namespace quillon::test {
+namespace {
+
+void Rewrite(const std::string& path, const char* contents) {
+  std::ofstream(path, std::ios::binary) << contents;
+}
+
+using Change = void (*)(const std::string& path);
+constexpr Change kChanges[] = {
+    [](const std::string& path) { std::filesystem::remove(path); },
+    [](const std::string& path) { std::filesystem::resize_file(path, 40); },
+    [](const std::string& path) { Rewrite(path, ""); },
+    [](const std::string& path) { Rewrite(path, ":0400000005060708E2\r\n:00000001FF\r\n"); },
+    [](const std::string& path) {
+      std::filesystem::remove(path);
+      std::filesystem::create_directory(path);
+    },
+};
+
+TEST(ChangingFile, NeverMakesARowLookGoodForWhatIsNotThere) {
+  for (const Button button : {kParallel, kSerial}) {
+    for (std::size_t change = 0; change < std::size(kChanges); ++change) {
+      for (std::size_t sent = 0; sent <= 5; ++sent) {
+        RunBench bench(std::vector<bus::ControllerSetup>{{.number = 3}});
+        SCOPED_TRACE((bench.tool.*button).Name() + ", change " + std::to_string(change) + " after frame " +
+                     std::to_string(sent));
+        bench.ChooseHex(kImage);
+        bench.Tick({3});
+        const std::string path = bench.tool.FileName.Text();
+        bench.world.When([&] { return bench.world.sent.size() >= sent; }, [&] { kChanges[change](path); });
+        bench.Press(button);
+        const auto sum = static_cast<std::uint16_t>(bench.bus.At(3).Checksum());
+        const std::string held = ToHex({static_cast<std::uint8_t>(sum >> 8), static_cast<std::uint8_t>(sum)});
+        const std::string row = bench.Row(3);
+        const bool looksGood = row.find('/') != row.npos && !row.ends_with("red") && !row.ends_with("marked");
+        EXPECT_TRUE(!looksGood || held == "07B6") << row << ", and it holds " << held;
+        EXPECT_TRUE(bench.Over());
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace quillon::test
