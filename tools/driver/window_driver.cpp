@@ -4,6 +4,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QEventLoop>
 #include <QEvent>
 #include <QFileDialog>
 #include <QLabel>
@@ -66,7 +67,16 @@ Widget* WindowDriver::Find(const QString& window, const QString& name) {
 void WindowDriver::Press(const QString& window, const QString& name) {
   auto* button = Find<QAbstractButton>(window, name);
   if (!button->isEnabled()) GiveUp("the button \"" + name + "\" can't be pressed");
+  ++presses_;
   button->click();
+  if (--presses_ == 0) Settle();
+}
+
+/// A little longer than a screen takes to show what became of a click.
+void WindowDriver::Settle() {
+  QEventLoop loop;
+  QTimer::singleShot(25, &loop, &QEventLoop::quit);
+  loop.exec();
 }
 
 void WindowDriver::Tick(const QString& name, bool ticked) {

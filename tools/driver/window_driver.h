@@ -23,7 +23,7 @@ class WindowDriver : public QObject {
 
   // What the operator's hand does. Each throws std::runtime_error, which names the control, where it can't.
 
-  /// Presses a button, and returns when the run that this starts is over.
+  /// Presses a button, and returns when the run that this starts is over and the windows show it.
   void Press(const QString& window, const QString& name);
   /// Ticks or unticks a box of the main window. The next two are of the main window too.
   void Tick(const QString& name, bool ticked);
@@ -70,6 +70,7 @@ class WindowDriver : public QObject {
  private:
   template <class Widget>
   static Widget* Find(const QString& window, const QString& name);
+  static void Settle();
   void Look();
   void ServeFileDialog(QFileDialog& dialog);
 
@@ -77,6 +78,7 @@ class WindowDriver : public QObject {
   QString status_;
   QString fileToChoose_;
   bool fileRefused_ = false;
+  int presses_ = 0;  // a look can press while a press waits for its run
 };
 
 }  // namespace quillon
