@@ -68,7 +68,7 @@ void Server::Run() {
     if (!terminal_) continue;
     terminal_->NoteOpening();
     HandToTool(now);
-    TakeFromTool(now);
+    TakeFromTool();
   }
 }
 
@@ -104,8 +104,9 @@ void Server::WaitForSomething(Time now) {
   if ((wanted[0].revents & POLLIN) != 0) ended_ = true;
 }
 
-void Server::TakeFromTool(Time now) {
+void Server::TakeFromTool() {
   const Bytes bytes = terminal_->Read();
+  const Time now = Now();  // after the reading: an earlier time would let an answer come before it can
   const LineFormat format = terminal_->Format();
   if (bytes.empty() || format.baud < 1) return;
   bus_.Send(bytes, format, now);

@@ -31,7 +31,7 @@ class Server {
   void PlugIn();
   void PullCable(Time now);
   void WaitForSomething(Time now);
-  void TakeFromTool(Time now);
+  void TakeFromTool();
   void HandToTool(Time now);
   void LogTraffic();
   void Log(Time at, const LineFormat& format, const std::string& text);
