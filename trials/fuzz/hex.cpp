@@ -9,7 +9,7 @@ using namespace quillon;
 
 namespace {
 
-/// A file without a fault holds as many bytes in its batches as its analysis counted.
+/// Each frame is as long as its length byte tells, and its CRC is right: a controller takes what a CRC holds.
 void HoldBatches(const std::vector<test::SentBytes>& sent) {
   for (const test::SentBytes& frame : sent) {
     const std::size_t length = frame.bytes[2];
