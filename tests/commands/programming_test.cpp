@@ -65,7 +65,11 @@ TEST(FlashProg, ABatchThatFitsNoFrameIsLeftOut) {
   CommandBench bench;
   bench.ChooseHex({HexRecord(0, Bytes(255, 1)), HexRecord(0x1000, Bytes(1, 2)), ":00000001FF"}, "long.hex");
   bench.tool.FlashProg();
-  EXPECT_EQ(bench.BoxNumbers(), std::vector<int>{6});
+  ASSERT_EQ(bench.BoxNumbers(), std::vector<int>{6});
+  EXPECT_EQ(
+      bench.world.boxes[0].text,
+      "Error #  6\rOverflow: a batch of 257 bytes does not fit into a frame. Make the HEX file anew with "
+      "lines of at most 128 data bytes.");
   EXPECT_EQ(bench.Sent(), Lines{"9600 " + ToHex(bus::CloseFrame(FromHex("405F0775AA5510100002")))});
 }
 

@@ -43,6 +43,13 @@ const Row kMain[] = {
     {"V38400", "V38400", {6285, 1380, 855, 195}, "hidden"},
     {"ChkProto", "All Controllers same protocol", {2640, 5025, 2655, 255}, "hidden"},
     {"Check1", "Save configuration on exit", {5505, 5025, 2415, 255}, "ticked"},
+    {"Label39(0)", "Time Out:", {300, 240, 1100, 195}},
+    {"Label39(1)", "MSec", {975, 540, 500, 195}},
+    {"Label39(2)", "MSec", {2250, 540, 500, 195}},
+    {"Label39(3)", "Parallel Waiting Delay:", {1485, 240, 1650, 195}},
+    {"Label39(4)", "Protocol:", {6120, 240, 700, 195}},
+    {"Label5", "Com Port:", {3240, 240, 1215, 195}},
+    {"Label17", "Speed:", {4560, 240, 1335, 195}},
     {"Text1", "", {300, 495, 615, 285}},
     {"Text2", "", {1575, 495, 615, 285}},
     {"ComPort", "", {3240, 480, 1215, 315}},
@@ -136,6 +143,8 @@ TEST_F(WindowTest, TheTableHasFourBlocksOfEightRows) {
     const auto& [ver, ckSum, number] = kTops[i / 8];
     EXPECT_EQ(Named(Window(quillon.info), "Ver", i)->geometry(), QRect(left, ver, 57, 19)) << i;
     EXPECT_EQ(Named(Window(quillon.info), "CkSum", i)->geometry(), QRect(left, ckSum, 57, 19)) << i;
+    EXPECT_EQ(Named(Window(quillon.info), "Ver", i)->accessibleName(), QString("Version %1").arg(i));
+    EXPECT_EQ(Named(Window(quillon.info), "CkSum", i)->accessibleName(), QString("Cheksum %1").arg(i));
     const auto labels = Window(quillon.info)->findChildren<QLabel*>();
     EXPECT_TRUE(std::any_of(labels.begin(), labels.end(), [&](const QLabel* label) {
       return label->text() == QString::number(i) && label->pos() == QPoint(left, number);

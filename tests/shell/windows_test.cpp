@@ -22,6 +22,12 @@ TEST(Buttons, AreEnabledByProtocolAndFile) {
   }
 }
 
+TEST(PortList, TellsTheDeviceOfEachPort) {
+  Bench bench;
+  EXPECT_EQ(bench.tool.ComPort.ItemToolTip(0), "device 1");
+  EXPECT_EQ(bench.tool.ComPort.ItemToolTip(98), "device 99");
+}
+
 TEST(ProtocolNumber, IsOneMoreThanTheBoxSays) {
   Bench bench;
   const std::pair<const char*, int> kTexts[] = {{"0", 1}, {"254", 255}, {"255", -6}, {"-1", -6}, {"", -13}};

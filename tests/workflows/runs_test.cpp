@@ -237,6 +237,18 @@ TEST(ParallelDownload, DropsWhatComesBetweenTwoErases) {
   EXPECT_THAT(bench.Sent()[2], testing::StartsWith("9600 405F")) << "each erase took one sending";
 }
 
+TEST(ParallelDownload, DropsWhatComesWhileARefusedSumIsShown) {
+  Bench bench;
+  bench.ChooseHex(kImage);
+  bench.Tick({3});
+  const Reply accepts{10ms, bus::CloseFrame(FromHex("40030161"))};
+  const Reply refuses{10ms, bus::CloseFrame(FromHex("400301E1"))};
+  const Reply checked{10ms, bus::CloseFrame(FromHex("410307610012053107B6"))};
+  bench.world.script = {{accepts}, {}, {}, {refuses}, {refuses}, {refuses, {900ms, {0xFF}}}, {checked}};
+  bench.tool.ComLoad.Press();
+  EXPECT_EQ(bench.world.sent.size(), 7u) << "the check took one sending";
+}
+
 TEST(SpeedSearch, BeginsWhereTheLastOneEndedAndGoesOnFromTheLowest) {
   const Texts kOrders[] = {{"4800", "9600", "19200", "38400"},
                            {"9600", "4800", "19200", "38400"},
