@@ -146,9 +146,13 @@ TEST_F(WindowTest, TheTableHasFourBlocksOfEightRows) {
     EXPECT_EQ(Named(Window(quillon.info), "Ver", i)->accessibleName(), QString("Version %1").arg(i));
     EXPECT_EQ(Named(Window(quillon.info), "CkSum", i)->accessibleName(), QString("Cheksum %1").arg(i));
     const auto labels = Window(quillon.info)->findChildren<QLabel*>();
-    EXPECT_TRUE(std::any_of(labels.begin(), labels.end(), [&](const QLabel* label) {
-      return label->text() == QString::number(i) && label->pos() == QPoint(left, number);
-    })) << i;
+    const auto stands = [&](const QString& text, int x, int y) {
+      return std::any_of(labels.begin(), labels.end(), [&](const QLabel* label) {
+        return label->text() == text && label->geometry().contains(x, y) && label->y() == y;
+      });
+    };
+    EXPECT_TRUE(stands(QString::number(i), left, number)) << i;
+    EXPECT_TRUE(stands("Version", 16, ver + 3) && stands("Cheksum", 8, ckSum + 3)) << i;
   }
 }
 

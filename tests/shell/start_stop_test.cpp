@@ -186,12 +186,14 @@ TEST(Settings, ThatCannotBeSavedLeaveTheOldFileAndShowABoxBeforeTheEnd) {
 
 TEST(Stop, CompletesTheLogSavesSettingsAndClosesThePortOnce) {
   Bench bench;
+  for (Form* form : std::initializer_list<Form*>{&bench.tool, &bench.tool.info, &bench.tool.message})
+    form->Show();
   bench.tool.Log("of today");
   bench.tool.MSComm1.SetPortOpen(true);
   bench.tool.Close();
   EXPECT_TRUE(bench.world.ended);
   EXPECT_FALSE(bench.world.open);
-  EXPECT_FALSE(bench.tool.Visible());
+  EXPECT_FALSE(bench.tool.Visible() || bench.tool.info.Visible() || bench.tool.message.Visible());
   EXPECT_THAT(bench.Read("Quillon.cfg"), testing::StartsWith("500\r\nCOM 1\r\n9600\r\n"));
   EXPECT_EQ(bench.Read("Log.txt"), "of today\r\n");
   std::filesystem::remove(bench.world.folder + "Quillon.cfg");
@@ -200,6 +202,16 @@ TEST(Stop, CompletesTheLogSavesSettingsAndClosesThePortOnce) {
 }
 
 // The controller is silent: three sends take 3 s, the failure is shown for 2 s.
+TEST(Stop, EndsTheProgramWhereItsFolderIsGone) {
+  FreshStart start;
+  Quillon& tool = start.Start();
+  std::filesystem::remove_all(start.world.folder);
+  tool.ComClose.Press();
+  ASSERT_EQ(start.world.boxes.size(), 1u);
+  EXPECT_THAT(start.world.boxes[0].text, testing::StartsWith("Error #  53\rFile not found"));
+  EXPECT_TRUE(start.world.ended);
+}
+
 TEST(Stop, WhileARunShowsAFailureWaitsForNothing) {
   Bench bench;
   bench.Tick({5});

@@ -147,6 +147,7 @@ TEST(Interruption, CancelAtAStatusLineSendsNoMoreThanWhatItTells) {
        "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5"},
       {kParallel, "Controller 3 : Checking Flash  (Speed : 19200 Bds) ...",
        "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5 19200 Check3"},
+      {kSerial, "Controller 3 : Erasing  (Speed : 9600 Bds) ...", "9600 Erase3"},
       {kSerial, "Controller 3 : Programming Batch 2    ...", "9600 Erase3 38400 Batch3"},
       {kSerial, "Controller 3 : Sending full CheckSum  ...", "9600 Erase3 38400 Batch3 Batch3 Sum3"}};
   for (const auto& [button, status, talk] : kStatuses) {
