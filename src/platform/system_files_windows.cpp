@@ -10,6 +10,8 @@
 namespace quillon::system_files {
 namespace {
 
+constexpr DWORD kQuotaUsedUp = 1295;  // ERROR_DISK_QUOTA_EXCEEDED, which the compiler's headers lack
+
 std::wstring Wide(const std::string& name) {
   const int size = static_cast<int>(name.size());
   std::wstring wide(static_cast<std::size_t>(MultiByteToWideChar(CP_UTF8, 0, name.data(), size, nullptr, 0)),
@@ -63,7 +65,7 @@ int Reason(const std::wstring& name) {
       return ENAMETOOLONG;
     case ERROR_DISK_FULL:
     case ERROR_HANDLE_DISK_FULL:
-    case ERROR_DISK_QUOTA_EXCEEDED:
+    case kQuotaUsedUp:
       return ENOSPC;
     case ERROR_WRITE_PROTECT:
       return EROFS;
