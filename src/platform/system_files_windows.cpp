@@ -43,10 +43,19 @@ bool LeadsThroughAFile(const std::wstring& name) {
   return false;
 }
 
+bool HasTooLongPart(const std::wstring& name) {
+  constexpr std::size_t kLongest = 255;
+  for (const auto& part : std::filesystem::path(name)) {
+    if (part.native().size() > kLongest) return true;
+  }
+  return false;
+}
+
 /// The number of C for the failure that the system told last, of an operation on `name`.
 int Reason(const std::wstring& name) {
   const DWORD error = GetLastError();
   if (IsFolder(name)) return EISDIR;
+  if (HasTooLongPart(name)) return ENAMETOOLONG;
   switch (error) {
     case ERROR_FILE_NOT_FOUND:
       return ENOENT;

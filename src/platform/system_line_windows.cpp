@@ -67,8 +67,8 @@ struct Transfer {
   std::vector<std::uint8_t> bytes;
 };
 
-/// A read ends with the first bytes that come; a write takes the time that it takes.
-constexpr COMMTIMEOUTS kTimeouts = {MAXDWORD, MAXDWORD, MAXDWORD - 1, 0, 0};
+/// A read and a write take the time that they take.
+constexpr COMMTIMEOUTS kTimeouts = {};
 
 }  // namespace
 
@@ -93,9 +93,25 @@ struct SystemLine::Device {
     CloseHandle(handle);
   }
 
+  /// Number of bytes that came and that no read took.
+  DWORD Queued() const {
+    COMSTAT state{};
+    DWORD errors = 0;
+    return ClearCommError(handle, &errors, &state) ? state.cbInQue : 0;
+  }
+
+  /// Asks for as many bytes as are there, but at least for the next one.
   void StartReading() {
-    reads = ReadFile(handle, reading.bytes.data(), kChunk, nullptr, &reading.state) != 0 ||
+    const DWORD count = std::clamp<DWORD>(Queued(), 1, kChunk);
+    reads = ReadFile(handle, reading.bytes.data(), count, nullptr, &reading.state) != 0 ||
             GetLastError() == ERROR_IO_PENDING;
+  }
+
+  /// Whether the read is over. One that bytes are there for is over in a moment.
+  bool HasRead() const {
+    constexpr DWORD kMoment = 10;  // milliseconds
+    return reading.Over() ||
+           (Queued() > 0 && WaitForSingleObject(reading.state.hEvent, kMoment) == WAIT_OBJECT_0);
   }
 
   HANDLE handle = INVALID_HANDLE_VALUE;
@@ -148,7 +164,7 @@ std::ptrdiff_t SystemLine::Send(std::span<const std::uint8_t> bytes) {
 
 bool SystemLine::Receive(std::vector<std::uint8_t>& bytes) {
   Transfer& reading = device_->reading;
-  while (device_->reads && reading.Over()) {
+  while (device_->reads && device_->HasRead()) {
     DWORD count = 0;
     device_->reads = false;
     if (!GetOverlappedResult(device_->handle, &reading.state, &count, FALSE)) return false;
