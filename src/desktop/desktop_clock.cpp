@@ -1,15 +1,14 @@
 #include "desktop/desktop_clock.h"
 
 #include <chrono>
-#include <thread>
 
 #include "desktop/late_work.h"
+#include "platform/system_clock.h"
 
 namespace quillon {
 namespace {
 
 using Seconds = std::chrono::duration<double>;
-constexpr double kAwake = 0.0004;       // seconds; a sleeper is woken up to 0.2 ms late
 constexpr double kTimeForWork = 0.002;  // seconds; a line of text takes a quarter of it
 
 }  // namespace
@@ -18,8 +17,8 @@ double DesktopClock::Now() { return Seconds(std::chrono::steady_clock::now().tim
 
 void DesktopClock::SleepUntil(double time) {
   if (time - Now() >= kTimeForWork) late_work::Do();
-  const double pause = time - kAwake - Now();
-  if (pause > 0) std::this_thread::sleep_for(Seconds(pause));
+  const double pause = time - system_clock::WokenLate() - Now();
+  if (pause > 0) system_clock::SleepFor(pause);
   while (Now() < time) {
   }
 }

@@ -1,7 +1,6 @@
 #include "desktop/desktop_desk.h"
 
 #include <QApplication>
-#include <QFile>
 #include <QFileDialog>
 #include <QMessageBox>
 #include <QStringList>
@@ -91,7 +90,7 @@ std::string DesktopDesk::ChooseFile(const std::string& title, const std::string&
   dialog.setFileMode(QFileDialog::ExistingFile);
   dialog.setNameFilter(NameFilter(filter));
   if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return "";
-  return QFile::encodeName(dialog.selectedFiles().front()).toStdString();
+  return dialog.selectedFiles().front().toStdString();  // UTF-8, as names are on every system
 }
 
 }  // namespace quillon

@@ -1,13 +1,13 @@
 #include "desktop/house_look.h"
 
 #include <QApplication>
+#include <QFile>
 #include <QGuiApplication>
 #include <QIcon>
-#include <QPainter>
 #include <QPalette>
 #include <QProxyStyle>
 #include <QScreen>
-#include <QSvgRenderer>
+#include <algorithm>
 #include <cmath>
 
 namespace quillon {
@@ -16,6 +16,7 @@ namespace {
 constexpr double kTwipsPerInch = 1440;
 constexpr double kFormPoints = 8.25;
 constexpr int kIndicatorTwips = 195;
+constexpr int kPictureSides[] = {QUILLON_PICTURE_SIDES};  // pixels, ascending
 
 const QColor kWindow(240, 240, 240);
 const QColor kHighlight(38, 110, 170);
@@ -89,14 +90,17 @@ int Pixels(int twips) {
 }
 
 QPixmap DrawnPicture(const std::string& name, QSize size, double scale) {
-  QSvgRenderer drawing(QString(":/") + QString::fromStdString(name) + ".svg");
-  if (!drawing.isValid()) return {};
-  const QSizeF fitted = QSizeF(drawing.defaultSize()).scaled(size, Qt::KeepAspectRatio);
-  QPixmap picture((fitted * scale).toSize());
-  picture.fill(Qt::transparent);
-  QPainter painter(&picture);
-  drawing.render(&painter);
-  painter.end();
+  const int wanted = static_cast<int>(std::lround(std::min(size.width(), size.height()) * scale));
+  QString file;
+  for (const int side : kPictureSides) {
+    const QString drawn = QString(":/%1-%2.png").arg(QString::fromStdString(name)).arg(side);
+    if (!QFile::exists(drawn)) continue;
+    file = drawn;
+    if (side >= wanted) break;
+  }
+  QPixmap picture(file);
+  if (picture.isNull() || wanted <= 0) return {};
+  if (picture.width() != wanted) picture = picture.scaledToWidth(wanted, Qt::SmoothTransformation);
   picture.setDevicePixelRatio(scale);
   return picture;
 }

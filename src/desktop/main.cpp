@@ -31,4 +31,5 @@ int main(int argc, char** argv) {
   quillon::Program program(quillon::system_files::ProgramFolder());
   program.Start();
   program.ServeUntilEnd();
+  return EXIT_SUCCESS;
 }

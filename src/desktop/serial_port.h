@@ -1,30 +1,26 @@
 #pragma once
 
-#include <QSerialPort>
-#include <QSocketNotifier>
 #include <cstdint>
 #include <memory>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "desktop/line_watch.h"
 #include "platform/computer.h"
+#include "platform/system_line.h"
 
 namespace quillon {
 
-/// A serial device of this computer: a port, a USB adapter, or a pseudo-terminal, directly or through a link.
-/// Any speed that the device takes; 8 data bits, no parity, 2 stop bits; no handshaking; bytes pass as they
-/// are.
-///
-/// QSerialPort opens the device and sets its speed; bytes go straight to and from the device, since what
-/// waits and what left has to be known at once, without the event loop.
+/// A serial device of this computer: a port, a USB adapter, or on Linux a pseudo-terminal, directly or
+/// through a link. Any speed that the device takes; 8 data bits, no parity, 2 stop bits; no handshaking;
+/// bytes pass as they are.
 class SerialPort final : public SerialDevice {
  public:
   /// `programFolder` is where the links COM1 to COM99 are looked for.
   explicit SerialPort(std::string programFolder) : programFolder_(std::move(programFolder)) {}
   SerialPort(const SerialPort&) = delete;
   SerialPort& operator=(const SerialPort&) = delete;
-  ~SerialPort() override { LetGo(); }
 
   /// Drops what the device received before.
   void Open(int number, const LineSettings& settings) override;
@@ -36,10 +32,9 @@ class SerialPort final : public SerialDevice {
   void Write(std::span<const std::uint8_t> bytes) override;
   std::size_t Waiting() override;
   std::vector<std::uint8_t> Read() override;
-  std::string Describe(int number) const override;
+  std::string Describe(int number) const override { return DescribePort(programFolder_, number); }
 
  private:
-  void OpenDevice(const std::string& device);
   void SetSpeed(int baud);
   void Drain();
   void LetGo();
@@ -52,10 +47,9 @@ class SerialPort final : public SerialDevice {
   std::string programFolder_;
   int number_ = 0;
   int baud_ = 0;
-  int descriptor_ = -1;                          // of the open device, for its bytes and for claiming it
-  std::unique_ptr<QSerialPort> port_;            // none while the port is closed
-  std::unique_ptr<QSocketNotifier> roomToSend_;  // awake while bytes are pending
-  std::vector<std::uint8_t> pending_;            // given to Write, not yet taken by the device
+  std::unique_ptr<SystemLine> line_;   // none while the port is closed
+  std::unique_ptr<LineWatch> watch_;   // goes before the line
+  std::vector<std::uint8_t> pending_;  // given to Write, not yet taken by the device
   std::vector<std::uint8_t> received_;
 };
 

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <filesystem>
 
 #include "platform/system_files.h"
 
@@ -13,9 +12,17 @@ std::string ProgramFolder() {
   return std::filesystem::read_symlink("/proc/self/exe").parent_path().string() + "/";
 }
 
-std::FILE* OpenForOneWriter(const std::string& path) {
+std::filesystem::path PathOf(const std::string& name) { return name; }
+
+std::string NameOf(const std::filesystem::path& path) { return path.string(); }
+
+std::FILE* OpenForReading(const std::string& name) { return std::fopen(name.c_str(), "rb"); }
+
+std::FILE* OpenForWriting(const std::string& name) { return std::fopen(name.c_str(), "wb"); }
+
+std::FILE* OpenForOneWriter(const std::string& name) {
   constexpr mode_t kReadableByAll = 0666;
-  const int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kReadableByAll);
+  const int descriptor = open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kReadableByAll);
   if (descriptor < 0) return nullptr;
   // Emptied only when it is ours: another writer's lines must not go. A device can't be emptied, nor need it.
   const bool ours =
@@ -28,5 +35,13 @@ std::FILE* OpenForOneWriter(const std::string& path) {
   }
   return file;
 }
+
+bool PutInPlace(const std::string& fresh, const std::string& old) {
+  return std::rename(fresh.c_str(), old.c_str()) == 0;
+}
+
+void Remove(const std::string& name) { std::remove(name.c_str()); }
+
+bool NoRoom(int error) { return error == ENOSPC || error == EDQUOT || error == EFBIG; }
 
 }  // namespace quillon::system_files

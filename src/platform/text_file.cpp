@@ -15,6 +15,7 @@ namespace quillon {
 namespace {
 
 namespace fs = std::filesystem;
+using system_files::PathOf;
 
 constexpr std::size_t kPiece = 1 << 15;           // bytes read at a time: they stay in the nearest cache
 constexpr std::size_t kLongestLine = 1 << 24;     // bytes
@@ -23,6 +24,8 @@ constexpr std::uintmax_t kLargestFile = 1 << 30;  // bytes
 RunError FileError(const std::string& path, int error) {
   const std::string name = "\"" + path + "\"";
   const std::string why = name + ": " + std::generic_category().message(error);
+  if (system_files::NoRoom(error))
+    return {RunError::kDiskFull, "Disk full: " + why + ". Make room and try again."};
   switch (error) {
     case ENOENT:
       return {RunError::kFileNotFound, "File not found: " + name + ". Check the name and the folder."};
@@ -35,23 +38,14 @@ RunError FileError(const std::string& path, int error) {
     case EINVAL:
     case EILSEQ:
       return {RunError::kBadFileName, "Bad file name: " + why + ". Rename the file."};
-    case ENOSPC:
-    case EDQUOT:
-    case EFBIG:
-      return {RunError::kDiskFull, "Disk full: " + why + ". Make room and try again."};
     case EISDIR:
+    case ENXIO:
     case EROFS:
     case ETXTBSY:
       return {RunError::kFileAccess, "Path/File access error: " + why + ". Choose another file or folder."};
     default:
       return {RunError::kDeviceInputOutput, "Device I/O error: " + why + ". Check the drive."};
   }
-}
-
-FileHandle OpenFile(const std::string& path, const char* mode) {
-  FileHandle file(std::fopen(path.c_str(), mode));
-  if (!file) throw FileError(path, errno);
-  return file;
 }
 
 /// Whether two file names differ at most in the case of their letters A to Z.
@@ -68,14 +62,16 @@ RunError OutOfMemory(const std::string& path, const char* what) {
 /// Opens a file to be read in large pieces that are not copied on the way.
 FileHandle OpenForReading(const std::string& path) {
   std::error_code unknown;
-  const fs::file_type type = fs::status(path, unknown).type();
+  const fs::file_type type = fs::status(PathOf(path), unknown).type();
   // A pipe or a device may keep the reader waiting for ever.
   if (type == fs::file_type::fifo || type == fs::file_type::character || type == fs::file_type::block) {
     throw RunError(RunError::kFileAccess,
                    "Path/File access error: \"" + path + "\" is a pipe or a device. Choose a file.");
   }
-  FileHandle file = OpenFile(path, "rb");
-  if (fs::file_size(path, unknown) > kLargestFile && !unknown) throw OutOfMemory(path, "has more than 1 GiB");
+  FileHandle file(system_files::OpenForReading(path));
+  if (!file) throw FileError(path, errno);
+  if (fs::file_size(PathOf(path), unknown) > kLargestFile && !unknown)
+    throw OutOfMemory(path, "has more than 1 GiB");
   std::setvbuf(file.get(), nullptr, _IONBF, 0);
   errno = 0;
   return file;
@@ -83,7 +79,7 @@ FileHandle OpenForReading(const std::string& path) {
 
 std::string Contents(std::FILE* file, const std::string& path) {
   std::error_code unknown;
-  const std::uintmax_t size = fs::file_size(path, unknown);
+  const std::uintmax_t size = fs::file_size(PathOf(path), unknown);
   std::string contents(unknown ? kPiece : static_cast<std::size_t>(size) + 1, '\0');
   std::size_t filled = 0;
   while (const std::size_t count = std::fread(contents.data() + filled, 1, contents.size() - filled, file)) {
@@ -99,7 +95,7 @@ std::string Contents(std::FILE* file, const std::string& path) {
 
 bool FileExists(const std::string& path) {
   std::error_code error;
-  const fs::file_status status = fs::status(path, error);
+  const fs::file_status status = fs::status(PathOf(path), error);
   // Nobody can say what a folder holds that may not be entered. Opening the file will name the reason.
   if (status.type() == fs::file_type::not_found) return false;
   return status.type() != fs::file_type::directory;
@@ -108,9 +104,10 @@ bool FileExists(const std::string& path) {
 std::string PathInFolder(const std::string& folder, const std::string& name) {
   const std::string path = folder + name;
   std::error_code error;
-  if (fs::exists(path, error)) return path;
-  for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
-    const std::string other = entry->path().filename().string();
+  if (fs::exists(PathOf(path), error)) return path;
+  for (fs::directory_iterator entry(PathOf(folder), error), end; !error && entry != end;
+       entry.increment(error)) {
+    const std::string other = system_files::NameOf(entry->path().filename());
     if (SameName(other, name)) return folder + other;
   }
   return path;
@@ -127,13 +124,14 @@ std::string ReadFile(const std::string& path) {
 
 void ReplaceFile(const std::string& path, std::string_view contents) {
   const std::string fresh = path + ".new";
-  FileHandle file = OpenFile(fresh, "wb");
+  FileHandle file(system_files::OpenForWriting(fresh));
+  if (!file) throw FileError(fresh, errno);
   errno = 0;
   bool written = std::fwrite(contents.data(), 1, contents.size(), file.get()) == contents.size();
   written = std::fclose(file.release()) == 0 && written;
-  if (written && std::rename(fresh.c_str(), path.c_str()) == 0) return;
+  if (written && system_files::PutInPlace(fresh, path)) return;
   const int error = errno;
-  std::remove(fresh.c_str());
+  system_files::Remove(fresh);
   throw FileError(path, error);
 }
 

@@ -20,7 +20,6 @@
 #include <tuple>
 
 #include "desktop/desktop_clock.h"
-#include "desktop/port_names.h"
 #include "platform/run_error.h"
 
 namespace quillon {

@@ -1,10 +1,9 @@
 #include "support/world.h"
 
-#include <stdlib.h>
-
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <random>
 #include <utility>
 
 namespace quillon::test {
@@ -19,10 +18,12 @@ Nanoseconds ToNanoseconds(double time) {
 }  // namespace
 
 World::World() {
-  std::string name = (std::filesystem::temp_directory_path() / "quillon-XXXXXX").string();
-  if (!mkdtemp(name.data()))
-    throw std::filesystem::filesystem_error("no folder for a test", std::error_code());
-  folder = name + "/";
+  std::random_device chance;
+  std::filesystem::path path;
+  do {
+    path = std::filesystem::temp_directory_path() / ("quillon-" + std::to_string(chance()));
+  } while (!std::filesystem::create_directory(path));
+  folder = path.string() + "/";
 }
 
 World::~World() { std::filesystem::remove_all(folder); }

@@ -1,6 +1,7 @@
 // Runs the real windows over a real serial line with nobody there: presses the buttons, fills the dialogs and
 // answers the boxes as an operator would, and says on standard output what such an operator saw.
 #include <QApplication>
+#include <QOperatingSystemVersion>
 #include <QTimer>
 #include <cstdio>
 
@@ -26,8 +27,9 @@ int main(int argc, char** argv) {
   constexpr int kBadUsage = 2;
   try {
     const quillon::Task task = TaskOf(argc, argv);
-    if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
-        qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+    const bool mayLackDisplay = QOperatingSystemVersion::currentType() != QOperatingSystemVersion::Windows;
+    if (mayLackDisplay && qEnvironmentVariableIsEmpty("DISPLAY") &&
+        qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
       qputenv("QT_QPA_PLATFORM", "offscreen");
     }
     QApplication application(argc, argv);

@@ -1,0 +1,20 @@
+# Gives a program of Windows its icon, version and manifest, which the system shows and obeys. Elsewhere nothing.
+function(quillon_windows_program PROGRAM)
+  if(NOT WIN32)
+    return()
+  endif()
+  find_program(ICOTOOL icotool REQUIRED)  # icoutils; scripts/windows installs it
+  find_program(RSVG_CONVERT rsvg-convert REQUIRED)
+  set(PROGRAM_ICON ${CMAKE_BINARY_DIR}/quillon.ico)
+  if(NOT EXISTS ${PROGRAM_ICON})
+    foreach(side 16 24 32 48 64 128 256)
+      execute_process(COMMAND ${RSVG_CONVERT} --width ${side} --height ${side} --output ${CMAKE_BINARY_DIR}/icon-${side}.png
+        ${PROJECT_SOURCE_DIR}/resources/quillon.svg COMMAND_ERROR_IS_FATAL ANY)
+      list(APPEND pictures ${CMAKE_BINARY_DIR}/icon-${side}.png)
+    endforeach()
+    execute_process(COMMAND ${ICOTOOL} --create --output ${PROGRAM_ICON} ${pictures} COMMAND_ERROR_IS_FATAL ANY)
+  endif()
+  set(PROGRAM_MANIFEST ${PROJECT_SOURCE_DIR}/cmake/program.manifest)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/program.rc.in ${CMAKE_BINARY_DIR}/${PROGRAM}.rc @ONLY)
+  target_sources(${PROGRAM} PRIVATE ${CMAKE_BINARY_DIR}/${PROGRAM}.rc)
+endfunction()

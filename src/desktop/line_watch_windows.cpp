@@ -1,0 +1,24 @@
+#include <QWinEventNotifier>
+
+#include "desktop/line_watch.h"
+
+namespace quillon {
+
+struct LineWatch::Notifiers {
+  explicit Notifiers(std::intptr_t watched) : received(reinterpret_cast<Qt::HANDLE>(watched)) {}
+  QWinEventNotifier received;
+};
+
+LineWatch::LineWatch(std::intptr_t watched, std::function<void()> onReceived, std::function<void()>)
+    : notifiers_(std::make_unique<Notifiers>(watched)) {
+  QObject::connect(&notifiers_->received, &QWinEventNotifier::activated, std::move(onReceived));
+}
+
+LineWatch::~LineWatch() = default;
+
+// The system takes all bytes at once and sends them by itself.
+void LineWatch::AwaitRoom(bool) {}
+
+void LineWatch::Stop() { notifiers_->received.setEnabled(false); }
+
+}  // namespace quillon

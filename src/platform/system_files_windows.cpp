@@ -1,0 +1,150 @@
+#include <windows.h>
+// The system's header comes first; the others use its types.
+#include <fcntl.h>
+#include <io.h>
+
+#include <cerrno>
+
+#include "platform/system_files.h"
+
+namespace quillon::system_files {
+namespace {
+
+constexpr DWORD kQuotaUsedUp = 1295;  // ERROR_DISK_QUOTA_EXCEEDED, which the compiler's headers lack
+
+std::wstring Wide(const std::string& name) {
+  const int size = static_cast<int>(name.size());
+  std::wstring wide(static_cast<std::size_t>(MultiByteToWideChar(CP_UTF8, 0, name.data(), size, nullptr, 0)),
+                    0);
+  MultiByteToWideChar(CP_UTF8, 0, name.data(), size, wide.data(), static_cast<int>(wide.size()));
+  return wide;
+}
+
+std::string Narrow(const std::wstring& name) {
+  const int size = static_cast<int>(name.size());
+  const int room = WideCharToMultiByte(CP_UTF8, 0, name.data(), size, nullptr, 0, nullptr, nullptr);
+  std::string narrow(static_cast<std::size_t>(room), 0);
+  WideCharToMultiByte(CP_UTF8, 0, name.data(), size, narrow.data(), room, nullptr, nullptr);
+  return narrow;
+}
+
+bool IsFolder(const std::wstring& name) {
+  const DWORD attributes = GetFileAttributesW(name.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+/// Whether a part of the path that should be a folder is a file.
+bool LeadsThroughAFile(const std::wstring& name) {
+  std::error_code unknown;
+  for (auto folder = std::filesystem::path(name).parent_path(); folder.has_relative_path();
+       folder = folder.parent_path()) {
+    if (std::filesystem::exists(folder, unknown)) return !IsFolder(folder.wstring());
+  }
+  return false;
+}
+
+bool HasTooLongPart(const std::wstring& name) {
+  constexpr std::size_t kLongest = 255;
+  for (const auto& part : std::filesystem::path(name)) {
+    if (part.native().size() > kLongest) return true;
+  }
+  return false;
+}
+
+/// The number of C for the failure that the system told last, of an operation on `name`.
+int Reason(const std::wstring& name) {
+  const DWORD error = GetLastError();
+  if (IsFolder(name)) return EISDIR;
+  if (HasTooLongPart(name)) return ENAMETOOLONG;
+  switch (error) {
+    case ERROR_FILE_NOT_FOUND:
+      return ENOENT;
+    case ERROR_PATH_NOT_FOUND:
+    case ERROR_DIRECTORY:
+      return LeadsThroughAFile(name) ? ENOTDIR : ENOENT;
+    case ERROR_ACCESS_DENIED:
+      return EACCES;
+    case ERROR_SHARING_VIOLATION:
+    case ERROR_LOCK_VIOLATION:
+      return EWOULDBLOCK;
+    case ERROR_INVALID_NAME:
+    case ERROR_BAD_PATHNAME:
+      return EINVAL;
+    case ERROR_FILENAME_EXCED_RANGE:
+      return ENAMETOOLONG;
+    case ERROR_DISK_FULL:
+    case ERROR_HANDLE_DISK_FULL:
+    case kQuotaUsedUp:
+      return ENOSPC;
+    case ERROR_WRITE_PROTECT:
+      return EROFS;
+    default:
+      return EIO;
+  }
+}
+
+std::FILE* Open(const std::string& name, bool writes, DWORD shared) {
+  const std::wstring wide = Wide(name);
+  const HANDLE handle = CreateFileW(wide.c_str(), writes ? GENERIC_WRITE : GENERIC_READ, shared, nullptr,
+                                    writes ? CREATE_ALWAYS : OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) {
+    errno = Reason(wide);
+    return nullptr;
+  }
+  if (!writes && GetFileType(handle) != FILE_TYPE_DISK) {  // NUL, CON, a pipe: reading it may never end
+    CloseHandle(handle);
+    errno = ENXIO;
+    return nullptr;
+  }
+  const int descriptor = _open_osfhandle(reinterpret_cast<std::intptr_t>(handle), writes ? 0 : _O_RDONLY);
+  return _fdopen(descriptor, writes ? "wb" : "rb");
+}
+
+constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+}  // namespace
+
+std::string ProgramFolder() {
+  std::wstring file(MAX_PATH, 0);
+  for (;;) {
+    const DWORD length = GetModuleFileNameW(nullptr, file.data(), static_cast<DWORD>(file.size()));
+    if (length < file.size()) {
+      file.resize(length);
+      return Narrow(file.substr(0, file.rfind(L'\\') + 1));
+    }
+    file.resize(2 * file.size());
+  }
+}
+
+std::filesystem::path PathOf(const std::string& name) { return Wide(name); }
+
+std::string NameOf(const std::filesystem::path& path) { return Narrow(path.wstring()); }
+
+std::FILE* OpenForReading(const std::string& name) {
+  std::FILE* file = Open(name, false, kAll);
+  if (file == nullptr && errno == EWOULDBLOCK) errno = EACCES;  // its writer lets nobody look
+  return file;
+}
+
+std::FILE* OpenForWriting(const std::string& name) {
+  std::FILE* file = Open(name, true, 0);
+  if (file == nullptr && errno == EWOULDBLOCK) errno = EACCES;
+  return file;
+}
+
+std::FILE* OpenForOneWriter(const std::string& name) {
+  return Open(name, true, FILE_SHARE_READ | FILE_SHARE_DELETE);
+}
+
+bool PutInPlace(const std::string& fresh, const std::string& old) {
+  const std::wstring target = Wide(old);
+  if (MoveFileExW(Wide(fresh).c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING)) return true;
+  errno = Reason(target);
+  return false;
+}
+
+void Remove(const std::string& name) { DeleteFileW(Wide(name).c_str()); }
+
+bool NoRoom(int error) { return error == ENOSPC || error == EFBIG; }
+
+}  // namespace quillon::system_files

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace quillon {
+
+/// The device that is port "COM `number`", 1 to 99; empty when the number stands for none.
+///
+/// On Linux first comes the symbolic link `COMn` in the program's folder, whatever it leads to: so any
+/// device, a simulated bus too, can be given any number. Without one, COM 1 to 32 are /dev/ttyS0 to 31, COM
+/// 33 to 64 /dev/ttyUSB0 to 31 and COM 65 to 96 /dev/ttyACM0 to 31. On Windows it is the port of that name.
+/// Whether the device is there shows when it is opened.
+std::string PortDevice(const std::string& programFolder, int number);
+
+/// The same in words for the operator. Asks the system; opens nothing.
+std::string DescribePort(const std::string& programFolder, int number);
+
+/// The open device of a serial port, as one operating system has it: bytes go straight to and from the
+/// device, since what waits and what left has to be known at once, with no event served. Nothing here waits,
+/// but AwaitLastBytes.
+class SystemLine {
+ public:
+  /// Opens a port for this program alone and drops what it received before. Raises RunError 8002 (no such
+  /// port), 8005 (in use) or 70 (no right to it), with the way out in the words of the system; then nothing
+  /// was touched.
+  SystemLine(const std::string& programFolder, int number);
+  SystemLine(const SystemLine&) = delete;
+  SystemLine& operator=(const SystemLine&) = delete;
+  /// What is still leaving is lost.
+  ~SystemLine();
+
+  /// Sets the speed (bits per second, met to 3 %), 8 data bits, no parity, 2 stop bits and no handshaking;
+  /// false when the device runs otherwise then.
+  bool SetSpeed(int baud);
+
+  /// Hands on as many bytes as the device takes now and gives their number; -1 when the device failed.
+  std::ptrdiff_t Send(std::span<const std::uint8_t> bytes);
+
+  /// Appends all that the device holds; false when the device failed.
+  bool Receive(std::vector<std::uint8_t>& bytes);
+
+  /// Number of bytes that the device has taken and not yet sent; 0 where it can't tell.
+  std::size_t Leaving() const;
+
+  /// Waits for the last bytes in the hardware, some milliseconds. Call it when none is Leaving.
+  void AwaitLastBytes();
+
+  /// Whether the device went away.
+  bool Gone() const;
+
+  /// What an event loop watches in order to be woken by received bytes: a file descriptor on Linux, an
+  /// event's handle on Windows.
+  std::intptr_t Watched() const;
+
+ private:
+  struct Device;
+  std::unique_ptr<Device> device_;
+};
+
+}  // namespace quillon

@@ -1,0 +1,198 @@
+#include <windows.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <deque>
+
+#include "platform/run_error.h"
+#include "platform/system_line.h"
+
+namespace quillon {
+namespace {
+
+constexpr double kSpeedTolerance = 0.03;  // a controller still understands a line that is so far off
+constexpr DWORD kChunk = 4096;            // bytes
+
+std::string PortName(int number) { return "COM" + std::to_string(number); }
+
+RunError NoSuchPort(int number, const std::string& reason) {
+  return RunError(RunError::kInvalidPort, "COM " + std::to_string(number) + ": no such port (" + reason +
+                                              "). Plug its adapter in, or select another port.");
+}
+
+HANDLE OpenHandle(const std::string& device, DWORD access) {
+  return CreateFileA(device.c_str(), access, 0, nullptr, OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
+}
+
+/// A port in use refuses everybody; one that this user has no right to lets itself be looked at.
+bool LetsItselfBeLookedAt(const std::string& device) {
+  const HANDLE handle = OpenHandle(device, 0);
+  if (handle == INVALID_HANDLE_VALUE) return false;
+  CloseHandle(handle);
+  return true;
+}
+
+RunError OpenFailure(int number, const std::string& device, DWORD error) {
+  const std::string port = "COM " + std::to_string(number) + " (" + device + ")";
+  switch (error) {
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+      return NoSuchPort(number, "there is no " + device);
+    case ERROR_ACCESS_DENIED:
+      if (LetsItselfBeLookedAt(device)) {
+        return {RunError::kPermissionDenied,
+                "Permission denied: you have no right to " + port + ". Ask the administrator for it."};
+      }
+      [[fallthrough]];
+    case ERROR_SHARING_VIOLATION:
+    case ERROR_BUSY:
+      return {RunError::kPortAlreadyOpen, "Port already open: another program uses " + port +
+                                              ". Close that program and start the run again."};
+    default:
+      return NoSuchPort(number, device + " is no working serial device");
+  }
+}
+
+/// An operation that goes on by itself, with the bytes that it moves.
+struct Transfer {
+  Transfer() { state.hEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr); }
+  Transfer(const Transfer&) = delete;
+  Transfer& operator=(const Transfer&) = delete;
+  ~Transfer() { CloseHandle(state.hEvent); }
+
+  bool Over() const { return HasOverlappedIoCompleted(&state); }
+
+  OVERLAPPED state{};
+  std::vector<std::uint8_t> bytes;
+};
+
+/// A read and a write take the time that they take.
+constexpr COMMTIMEOUTS kTimeouts = {};
+
+}  // namespace
+
+std::string PortDevice(const std::string&, int number) { return "\\\\.\\" + PortName(number); }
+
+std::string DescribePort(const std::string&, int number) {
+  char target[MAX_PATH];
+  const std::string name = PortName(number);
+  return QueryDosDeviceA(name.c_str(), target, sizeof target) != 0 ? name + " (" + target + ")"
+                                                                   : name + " (not there)";
+}
+
+struct SystemLine::Device {
+  ~Device() {
+    if (handle == INVALID_HANDLE_VALUE) return;
+    CancelIo(handle);
+    PurgeComm(handle, PURGE_TXABORT | PURGE_RXABORT | PURGE_TXCLEAR | PURGE_RXCLEAR);
+    // The system writes into these until they are over.
+    DWORD moved = 0;
+    if (reads) GetOverlappedResult(handle, &reading.state, &moved, TRUE);
+    for (Transfer& write : writes) GetOverlappedResult(handle, &write.state, &moved, TRUE);
+    CloseHandle(handle);
+  }
+
+  /// Number of bytes that came and that no read took.
+  DWORD Queued() const {
+    COMSTAT state{};
+    DWORD errors = 0;
+    return ClearCommError(handle, &errors, &state) ? state.cbInQue : 0;
+  }
+
+  /// Asks for as many bytes as are there, but at least for the next one.
+  void StartReading() {
+    const DWORD count = std::clamp<DWORD>(Queued(), 1, kChunk);
+    reads = ReadFile(handle, reading.bytes.data(), count, nullptr, &reading.state) != 0 ||
+            GetLastError() == ERROR_IO_PENDING;
+  }
+
+  /// Whether the read is over. One that bytes are there for is over in a moment.
+  bool HasRead() const {
+    constexpr DWORD kMoment = 10;  // milliseconds
+    return reading.Over() ||
+           (Queued() > 0 && WaitForSingleObject(reading.state.hEvent, kMoment) == WAIT_OBJECT_0);
+  }
+
+  HANDLE handle = INVALID_HANDLE_VALUE;
+  Transfer reading;             // always on its way, so that its event tells of bytes
+  bool reads = false;           // else the device failed
+  std::deque<Transfer> writes;  // on their way, in order
+};
+
+SystemLine::SystemLine(const std::string& programFolder, int number) : device_(std::make_unique<Device>()) {
+  const std::string name = PortDevice(programFolder, number);
+  device_->handle = OpenHandle(name, GENERIC_READ | GENERIC_WRITE);
+  if (device_->handle == INVALID_HANDLE_VALUE) throw OpenFailure(number, name, GetLastError());
+  COMMTIMEOUTS timeouts = kTimeouts;
+  if (!SetCommTimeouts(device_->handle, &timeouts)) throw OpenFailure(number, name, ERROR_INVALID_HANDLE);
+  PurgeComm(device_->handle, PURGE_RXCLEAR);
+  device_->reading.bytes.resize(kChunk);
+  device_->StartReading();
+}
+
+SystemLine::~SystemLine() = default;
+
+bool SystemLine::SetSpeed(int baud) {
+  DCB form{};
+  form.DCBlength = sizeof form;
+  form.BaudRate = static_cast<DWORD>(baud);
+  form.fBinary = TRUE;
+  form.fDtrControl = DTR_CONTROL_ENABLE;
+  form.fRtsControl = RTS_CONTROL_ENABLE;
+  form.ByteSize = 8;
+  form.Parity = NOPARITY;
+  form.StopBits = TWOSTOPBITS;
+  if (!SetCommState(device_->handle, &form) || !GetCommState(device_->handle, &form)) return false;
+  return form.ByteSize == 8 && form.Parity == NOPARITY && form.StopBits == TWOSTOPBITS &&
+         std::abs(static_cast<double>(form.BaudRate) - baud) <= baud * kSpeedTolerance;
+}
+
+/// The system takes all bytes at once and sends them in order.
+std::ptrdiff_t SystemLine::Send(std::span<const std::uint8_t> bytes) {
+  while (!device_->writes.empty() && device_->writes.front().Over()) device_->writes.pop_front();
+  Transfer& write = device_->writes.emplace_back();
+  write.bytes.assign(bytes.begin(), bytes.end());
+  const auto count = static_cast<DWORD>(bytes.size());
+  if (WriteFile(device_->handle, write.bytes.data(), count, nullptr, &write.state) ||
+      GetLastError() == ERROR_IO_PENDING) {
+    return std::ssize(bytes);
+  }
+  device_->writes.pop_back();
+  return -1;
+}
+
+bool SystemLine::Receive(std::vector<std::uint8_t>& bytes) {
+  Transfer& reading = device_->reading;
+  while (device_->reads && device_->HasRead()) {
+    DWORD count = 0;
+    device_->reads = false;
+    if (!GetOverlappedResult(device_->handle, &reading.state, &count, FALSE)) return false;
+    bytes.insert(bytes.end(), reading.bytes.begin(), reading.bytes.begin() + count);
+    device_->StartReading();
+  }
+  return device_->reads;
+}
+
+std::size_t SystemLine::Leaving() const {
+  std::size_t underWay = 0;
+  for (const Transfer& write : device_->writes) underWay += write.Over() ? 0 : write.bytes.size();
+  COMSTAT state{};
+  DWORD errors = 0;
+  if (!ClearCommError(device_->handle, &errors, &state)) return 0;
+  return std::max<std::size_t>(underWay, state.cbOutQue);
+}
+
+void SystemLine::AwaitLastBytes() { FlushFileBuffers(device_->handle); }
+
+bool SystemLine::Gone() const {
+  COMSTAT state{};
+  DWORD errors = 0;
+  return !ClearCommError(device_->handle, &errors, &state);
+}
+
+std::intptr_t SystemLine::Watched() const {
+  return reinterpret_cast<std::intptr_t>(device_->reading.state.hEvent);
+}
+
+}  // namespace quillon
