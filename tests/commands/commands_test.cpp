@@ -88,6 +88,7 @@ const OutcomeCase kTable[] = {
     {"EraseNineSends", kErase,
      {kBadCrc, kSilence, kRefuses, kSilence, kBadCrc, kRefuses, kBadCrc, kBadCrc, kAccepts}, " ", 9, k61},
     {"EraseRefused", kErase, kRefusals, "Erasing Failure red", 3, kE1},
+    {"To3", kTo3, {kAccepts}, " ", 1, "Answer : Ok"},
     {"To3Refused", kTo3, kRefusals, "Erasing Failure red", 3, "Answer : Failure Sending p4 "},
     {"To3ShortAnswerIsNone", kTo3, kShort, "Communication ERROR red", 3, kFalse},
     // The move to protocol 4 touches no row, and what looks like a refusal is an answer.

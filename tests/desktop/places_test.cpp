@@ -148,7 +148,9 @@ TEST_F(WindowTest, TheTableHasFourBlocksOfEightRows) {
     const auto labels = Window(quillon.info)->findChildren<QLabel*>();
     const auto stands = [&](const QString& text, int x, int y) {
       return std::any_of(labels.begin(), labels.end(), [&](const QLabel* label) {
-        return label->text() == text && label->geometry().contains(x, y) && label->y() == y;
+        const bool centred = label->alignment().testFlag(Qt::AlignHCenter);
+        return label->text() == text && label->geometry().contains(x, y) && label->y() == y &&
+               centred == text.at(0).isDigit();
       });
     };
     EXPECT_TRUE(stands(QString::number(i), left, number)) << i;
@@ -160,6 +162,7 @@ TEST_F(WindowTest, WindowsAreOfTheirKindAndStandInTheMiddle) {
   const QWidget* main = Window(quillon);
   const QWidget* info = Window(quillon.info);
   const QWidget* message = Window(quillon.message);
+  EXPECT_EQ(main->objectName() + info->objectName() + message->objectName(), "QuillonInfoMessage");
   EXPECT_EQ(main->size(), QSize(613, 360));
   EXPECT_EQ(main->minimumSize(), main->maximumSize());
   EXPECT_FALSE(main->windowFlags() & Qt::WindowMinMaxButtonsHint);

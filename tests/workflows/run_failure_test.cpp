@@ -107,5 +107,20 @@ TEST(RunFailure, CancelAndClosingEndARunBetweenItsBoxesOrWhileOneStands) {
   }
 }
 
+TEST(RunFailure, CancelActsBetweenTwoBoxesOfOneSpeed) {
+  RunBench bench;
+  bench.ChooseHex(kImage);
+  bench.Tick({3});
+  kRefused(bench);
+  bench.world.When([&] { return bench.world.boxes.size() == 2; },
+                   [&] { bench.tool.message.Command1.Press(); });
+  bool cancelledAtTheThird = false;
+  bench.world.onBox = [&](const ShownBox&) {
+    if (bench.world.boxes.size() == 3) cancelledAtTheThird = bench.tool.AbortRequested;
+  };
+  bench.tool.ComLoad00.Press();
+  EXPECT_TRUE(cancelledAtTheThird);
+}
+
 }  // namespace
 }  // namespace quillon::test
