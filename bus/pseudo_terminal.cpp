@@ -84,9 +84,8 @@ Descriptor::~Descriptor() {
   if (number_ >= 0) close(number_);
 }
 
-PseudoTerminal::PseudoTerminal() {
-  master_ = Descriptor(
-      Check(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC), "opening a pseudo-terminal"));
+PseudoTerminal::PseudoTerminal()
+    : master_(Check(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC), "opening a pseudo-terminal")) {
   Check(grantpt(master_.Number()), "opening a pseudo-terminal");
   Check(unlockpt(master_.Number()), "opening a pseudo-terminal");
   std::array<char, 64> name{};
