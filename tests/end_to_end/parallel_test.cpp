@@ -45,39 +45,6 @@ TEST(ParallelDownload, ProgramsThreeControllersOneOfThemFoundAtAnotherSpeed) {
   EXPECT_THAT(technician.boxes, IsEmpty());
 }
 
-TEST(ParallelDownload, ShowsTheControllerThatMissedABatch) {
-  const Firmware firmware;
-  Technician technician(
-      35s,
-      {"--download-baud", "38400", "--controller", "2", "--controller", "9", "--fault", "9:lost-batch@7"},
-      {.controllers = {2, 9}, .bootSpeed = "38400"});
-  technician.ChooseHex(firmware.HexLines());
-  QString failure;
-  technician.When([&] { return technician.Status().contains("Programming failure"); },
-                  [&] { failure = technician.Status(); });
-
-  technician.Press("Quillon", "Download (Parallel)");
-
-  EXPECT_EQ(technician.RowOf(2).checksum.toStdString(), firmware.ShownChecksum());
-  EXPECT_EQ(technician.RowOf(2).versionText, kBlack);
-  const Technician::Row row = technician.RowOf(9);
-  EXPECT_EQ(row.version, "Programmation");
-  EXPECT_EQ(row.checksum, "ERROR");
-  EXPECT_EQ(row.versionText, kRed);
-  EXPECT_EQ(row.checksumText, kWhite);
-  EXPECT_EQ(row.checksumBack, kRed);
-  EXPECT_EQ(failure, "Controller 9 : Programming failure   (Speed : 9600 Bds) ");
-
-  const std::vector<std::string> log = technician.EndAndReadLog();
-  const std::vector<std::string> begin{"Message : $74", "40 02 04 74 55 AA F0 FF BA 04 "};
-  ASSERT_GT(log.size(), begin.size());
-  EXPECT_THAT(std::vector(log.begin(), log.begin() + 2), ElementsAreArray(begin));
-  EXPECT_EQ(std::count(log.begin(), log.end(), "Programming 5F without answer"), 1);
-  EXPECT_EQ(std::count(log.begin(), log.end(), "Message : $75 Sending Full checksum"), 2);
-  EXPECT_EQ(std::count(log.begin(), log.end(), "Answer : Failure 3*E1"), 1);
-  EXPECT_EQ(std::count(log.begin(), log.end(), "Message : $73  - Checking Flash"), 2);
-}
-
 TEST(ParallelDownload, IsLeftWithinASecondWhenTheMainWindowIsClosed) {
   Technician technician(10s, {"--count", "1"}, {.timeout = "5000", .controllers = {0, 9}});
   technician.ChooseHex(Firmware().HexLines());

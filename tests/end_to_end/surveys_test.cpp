@@ -70,21 +70,5 @@ TEST(AutoDetection, TicksWhoAnswersAtEitherOfTwoSpeeds) {
   EXPECT_EQ(technician.Text("Quillon", "Speed"), "9600");
 }
 
-TEST(AutoDetection, TicksWhoAnswersUpToTheCancel) {
-  Technician technician(40s, {"--controller", "0", "--controller", "2,baud=19200"}, {.controllers = {1, 5}});
-  technician.When([&] { return technician.Ticked(2); }, [&] { technician.Press("Message", "Cancel"); });
-  technician.Press("Quillon", "Auto");
-  EXPECT_TRUE(technician.Ticked(0));
-  EXPECT_FALSE(technician.Ticked(1));
-  EXPECT_TRUE(technician.Ticked(2));
-  EXPECT_TRUE(technician.Ticked(5));  // not reached
-  EXPECT_EQ(technician.Text("Quillon", "Time Out"), "150");
-  EXPECT_EQ(technician.Text("Quillon", "Speed"), "9600");
-  EXPECT_EQ(technician.Status(), "");
-  technician.Press("Quillon", "None");
-  technician.Press("Quillon", "Flash Info");
-  EXPECT_TRUE(technician.boxes.empty()) << "the port is free again";
-}
-
 }  // namespace
 }  // namespace quillon::test
