@@ -120,6 +120,10 @@ std::filesystem::path PathOf(const std::string& name) { return Wide(name); }
 
 std::string NameOf(const std::filesystem::path& path) { return Narrow(path.wstring()); }
 
+bool CanBeName(const std::string& name) {
+  return !HasTooLongPart(Wide(name)) && name.find_first_of("<>\"|?*") == std::string::npos;
+}
+
 std::FILE* OpenForReading(const std::string& name) {
   std::FILE* file = Open(name, false, kAll);
   if (file == nullptr && errno == EWOULDBLOCK) errno = EACCES;  // its writer lets nobody look
