@@ -121,7 +121,10 @@ std::filesystem::path PathOf(const std::string& name) { return Wide(name); }
 std::string NameOf(const std::filesystem::path& path) { return Narrow(path.wstring()); }
 
 bool CanBeName(const std::string& name) {
-  return !HasTooLongPart(Wide(name)) && name.find_first_of("<>\"|?*") == std::string::npos;
+  wchar_t full[MAX_PATH];
+  const DWORD length = GetFullPathNameW(Wide(name).c_str(), MAX_PATH, full, nullptr);
+  const bool device = length != 0 && length < MAX_PATH && std::wstring(full).starts_with(L"\\\\.\\");
+  return !device && !HasTooLongPart(Wide(name)) && name.find_first_of("<>\"|?*") == std::string::npos;
 }
 
 std::FILE* OpenForReading(const std::string& name) {
