@@ -19,6 +19,9 @@ std::string ProgramFolder();
 std::filesystem::path PathOf(const std::string& name);
 std::string NameOf(const std::filesystem::path& path);
 
+/// Whether a file could have this name. Where the standard library itself tells of a bad one: true.
+bool CanBeName(const std::string& name);
+
 /// Opens a file for reading; nullptr on failure. Others may write, replace and remove it meanwhile.
 std::FILE* OpenForReading(const std::string& name);
 

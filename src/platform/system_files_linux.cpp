@@ -16,6 +16,8 @@ std::filesystem::path PathOf(const std::string& name) { return name; }
 
 std::string NameOf(const std::filesystem::path& path) { return path.string(); }
 
+bool CanBeName(const std::string&) { return true; }
+
 std::FILE* OpenForReading(const std::string& name) { return std::fopen(name.c_str(), "rb"); }
 
 std::FILE* OpenForWriting(const std::string& name) { return std::fopen(name.c_str(), "wb"); }

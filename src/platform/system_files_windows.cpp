@@ -120,6 +120,13 @@ std::filesystem::path PathOf(const std::string& name) { return Wide(name); }
 
 std::string NameOf(const std::filesystem::path& path) { return Narrow(path.wstring()); }
 
+bool CanBeName(const std::string& name) {
+  wchar_t full[MAX_PATH];
+  const DWORD length = GetFullPathNameW(Wide(name).c_str(), MAX_PATH, full, nullptr);
+  const bool device = length != 0 && length < MAX_PATH && std::wstring(full).starts_with(L"\\\\.\\");
+  return !device && !HasTooLongPart(Wide(name)) && name.find_first_of("<>\"|?*") == std::string::npos;
+}
+
 std::FILE* OpenForReading(const std::string& name) {
   std::FILE* file = Open(name, false, kAll);
   if (file == nullptr && errno == EWOULDBLOCK) errno = EACCES;  // its writer lets nobody look

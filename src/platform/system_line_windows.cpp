@@ -46,6 +46,7 @@ RunError OpenFailure(int number, const std::string& device, DWORD error) {
       }
       [[fallthrough]];
     case ERROR_SHARING_VIOLATION:
+    case ERROR_LOCK_VIOLATION:
     case ERROR_BUSY:
       return {RunError::kPortAlreadyOpen, "Port already open: another program uses " + port +
                                               ". Close that program and start the run again."};

@@ -97,7 +97,7 @@ bool FileExists(const std::string& path) {
   std::error_code error;
   const fs::file_status status = fs::status(PathOf(path), error);
   // Nobody can say what a folder holds that may not be entered. Opening the file will name the reason.
-  if (status.type() == fs::file_type::not_found) return false;
+  if (status.type() == fs::file_type::not_found) return !system_files::CanBeName(path);
   return status.type() != fs::file_type::directory;
 }
 

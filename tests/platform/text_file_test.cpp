@@ -59,17 +59,17 @@ TEST_F(FileTest, IsReadByteForByteOrFailsWithANumberOfItsOwn) {
   for (const auto& [name, number] : kFailures) {
     EXPECT_EQ(FailureNumber([&] { ReadFile(folder + name); }), number) << name;
   }
-  fs::resize_file(folder + "plain", std::uintmax_t{1} << 42);  // more than any memory; takes no room on disk
+  fs::resize_file(folder + "plain", (1 << 30) + 1);  // takes no room on disk
   EXPECT_EQ(FailureNumber([&] { ReadFile(folder + "plain"); }), 7);
-  EXPECT_EQ(FailureNumber([&] { ReadFile("/dev/zero"); }), 75) << "reading it would never end";
+  EXPECT_EQ(FailureNumber([&] { ReadFile(kDevice); }), 75);
 }
 
 TEST_F(FileTest, IsFoundWhateverTheCaseOfItsName) {
   EXPECT_EQ(PathInFolder(folder, "Boot.ini"), folder + "Boot.ini");
-  bench.Write("BOOT.INI", "");
-  EXPECT_EQ(PathInFolder(folder, "Boot.ini"), folder + "BOOT.INI");
-  bench.Write("Boot.ini", "");
-  EXPECT_EQ(PathInFolder(folder, "Boot.ini"), folder + "Boot.ini");
+  bench.Write("BOOT.INI", "loud");
+  EXPECT_EQ(ReadFile(PathInFolder(folder, "Boot.ini")), "loud");
+  bench.Write("Boot.ini", "exact");
+  EXPECT_EQ(ReadFile(PathInFolder(folder, "Boot.ini")), "exact");
 }
 
 TEST_F(FileTest, IsReplacedWholeOrNotAtAll) {
@@ -78,9 +78,11 @@ TEST_F(FileTest, IsReplacedWholeOrNotAtAll) {
   EXPECT_EQ(bench.Read("a.cfg"), "new");
   EXPECT_FALSE(fs::exists(folder + "a.cfg.new"));
 
+#ifndef _WIN32
   fs::create_symlink("/dev/full", folder + "a.cfg.new");
   EXPECT_EQ(FailureNumber([&] { ReplaceFile(folder + "a.cfg", "newest"); }), 61);
   EXPECT_EQ(bench.Read("a.cfg"), "new");
+#endif
 
   fs::create_directory(folder + "b.cfg");  // the new file can't take its place
   EXPECT_EQ(FailureNumber([&] { ReplaceFile(folder + "b.cfg", "new"); }), 75);

@@ -64,7 +64,7 @@ TEST(Browse, TakesTheChosenFileAndKeepsTheLastWhenCancelled) {
 TEST(Browse, NeverChoosesASecondFileInsideAFirstThatFails) {
   Bench bench;
   const std::string good = bench.Write("good.hex", ":00000001FF\r\n");
-  bench.world.fileToChoose = "/dev/zero";
+  bench.world.fileToChoose = kDevice;
   bench.world.When([&] { return !bench.world.boxes.empty(); },
                    [&] {
                      bench.world.fileToChoose = good;

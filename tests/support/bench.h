@@ -10,6 +10,13 @@
 
 namespace quillon::test {
 
+/// A device that can be opened like a file.
+#ifdef _WIN32
+constexpr const char* kDevice = "NUL";
+#else
+constexpr const char* kDevice = "/dev/zero";  // reading it would never end
+#endif
+
 /// A technician's bench: one program at work, with usual settings, in a world of its own.
 ///
 /// At start: time-out 500 ms, delay 10 ms, COM 1, 9600, protocol 63 (byte 0x40), no controller ticked.
