@@ -26,7 +26,7 @@ TEST(NumberInABox, IsRefusedOutOfRangeAndWhereItIsNone) {
                                                 {"-+1", 13},    {"0x10", 13},  {"1e3", 13},
                                                 {"inf", 13}};
   for (const auto& [text, number] : kTexts)
-    EXPECT_EQ(FailureNumber([&] { ToInteger(text, "the box"); }), number) << text;
+    EXPECT_EQ(FailureNumber([&text = text] { ToInteger(text, "the box"); }), number) << text;
   EXPECT_EQ(FailureNumber([] { ToLong("-2147483649", "the box"); }), 6);
 }
 

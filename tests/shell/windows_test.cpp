@@ -22,6 +22,14 @@ TEST(Buttons, AreEnabledByProtocolAndFile) {
   }
 }
 
+TEST(Buttons, AllAndNoneTickTheThirtyTwo) {
+  Bench bench;
+  for (const bool all : {true, false}) {
+    (all ? bench.tool.ALL : bench.tool.NONE).Press();
+    for (int i = 0; i < 32; ++i) EXPECT_EQ(bench.tool.C(i).Ticked(), all) << i;
+  }
+}
+
 TEST(PortList, TellsTheDeviceOfEachPort) {
   Bench bench;
   EXPECT_EQ(bench.tool.ComPort.ItemToolTip(0), "device 1");
