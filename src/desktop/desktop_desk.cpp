@@ -1,6 +1,7 @@
 #include "desktop/desktop_desk.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QFileDialog>
 #include <QMessageBox>
 #include <QStringList>
@@ -90,7 +91,8 @@ std::string DesktopDesk::ChooseFile(const std::string& title, const std::string&
   dialog.setFileMode(QFileDialog::ExistingFile);
   dialog.setNameFilter(NameFilter(filter));
   if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return "";
-  return dialog.selectedFiles().front().toStdString();  // UTF-8, as names are on every system
+  const QString name = QDir::toNativeSeparators(dialog.selectedFiles().front());
+  return name.toStdString();  // UTF-8, as names are on every system
 }
 
 }  // namespace quillon
