@@ -57,7 +57,7 @@ TEST_F(FileTest, IsReadByteForByteOrFailsWithANumberOfItsOwn) {
   const std::pair<std::string, int> kFailures[] = {
       {"absent", 53}, {"plain/inner", 76}, {"", 75}, {std::string(300, 'n'), 52}};
   for (const auto& [name, number] : kFailures) {
-    EXPECT_EQ(FailureNumber([&] { ReadFile(folder + name); }), number) << name;
+    EXPECT_EQ(FailureNumber([&, &file = name] { ReadFile(folder + file); }), number) << name;
   }
   fs::resize_file(folder + "plain", (1 << 30) + 1);  // takes no room on disk
   EXPECT_EQ(FailureNumber([&] { ReadFile(folder + "plain"); }), 7);
