@@ -33,8 +33,8 @@ std::vector<ControllerSetup> ReadControllers(const std::string& text);
 
 /// A fault, and the numbers of the controllers at which it strikes.
 struct NamedFault {
-  int first;
-  int last;
+  int first = 0;
+  int last = 0;
   Fault fault;
 };
 NamedFault ReadFault(const std::string& text);

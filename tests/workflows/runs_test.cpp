@@ -249,6 +249,18 @@ TEST(ParallelDownload, DropsWhatComesWhileARefusedSumIsShown) {
   EXPECT_EQ(bench.world.sent.size(), 7u) << "the check took one sending";
 }
 
+TEST(ParallelDownload, ShowsForTwoSecondsWhoseProgrammingFailed) {
+  RunBench bench(std::vector<ControllerSetup>{{.number = 5, .faults = {kLosesBatch1}}});
+  bench.ChooseHex(kImage);
+  bench.Tick({5});
+  bool stopShown = false;
+  const char* const kStatus = "Controller 5 : Programming failure   (Speed : 19200 Bds) ";
+  bench.world.When([&] { return bench.tool.message.Label1.Text() == kStatus; },
+                   [&] { stopShown = bench.tool.message.Stop.Visible(); });
+  bench.Press(kParallel);
+  EXPECT_TRUE(stopShown);
+}
+
 TEST(SpeedSearch, BeginsWhereTheLastOneEndedAndGoesOnFromTheLowest) {
   const Texts kOrders[] = {{"4800", "9600", "19200", "38400"},
                            {"9600", "4800", "19200", "38400"},
