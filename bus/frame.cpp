@@ -31,7 +31,7 @@ bool IsClosed(View frame) {
 }
 
 struct Verdict {
-  enum { Unfinished, Frame, NoFrame } about;
+  enum { Unfinished, Frame, NoFrame } about = Unfinished;
   std::size_t length = 0;  // of a frame
 };
 
