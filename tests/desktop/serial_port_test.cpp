@@ -193,7 +193,13 @@ TEST_F(SerialPortTest, ALockFileOfAnotherProgramIsNamed) {
   const RunError error = ErrorOf([&] { port.Open(kPort, {9600}); });
   EXPECT_EQ(error.number, RunError::kPortAlreadyOpen);
   EXPECT_NE(error.description.find(lock), std::string::npos) << error.description;
-  std::filesystem::remove(lock);
+  std::ofstream(lock) << "999999999\n";  // of one that ended
+  port.Open(kPort, {9600});
+  int process = 0;
+  std::ifstream(lock) >> process;
+  EXPECT_EQ(process, getpid());
+  port.Close();
+  EXPECT_FALSE(std::filesystem::exists(lock));
 }
 
 /// Takes an administrator's rights away for a while; anybody else has none.
