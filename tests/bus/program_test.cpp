@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "bus/frame.h"
@@ -69,6 +70,16 @@ class Program : public testing::Test {
     return answer;
   }
 
+  /// Waits until the bus has heard something, as its log says; at most five seconds.
+  bool BusHasHeard(const std::string& log) {
+    for (int look = 0; look < 500; ++look) {
+      std::error_code absent;
+      if (fs::file_size(log, absent) > 0 && !absent) return true;
+      std::this_thread::sleep_for(10ms);
+    }
+    return false;
+  }
+
   fs::path folder_;
   fs::path link_;
   std::optional<quillon::test::StartedProgram> program_;
@@ -76,9 +87,11 @@ class Program : public testing::Test {
 };
 
 TEST_F(Program, AnswersAtItsSpeedEachTimeThePortIsOpenedAndTakesItsLinkAway) {
-  Start({"--controller", "3,baud=19200"});
+  const std::string log = (folder_ / "log").string();
+  Start({"--controller", "3,baud=19200", "--log", log});
   Open(B9600);
   EXPECT_TRUE(AskCheck().empty()) << "wrong speed";
+  ASSERT_TRUE(BusHasHeard(log)) << "a frame heard late would be heard at the next speed";
   for (int opening = 0; opening < 3; ++opening) {
     Open(B19200);
     const auto sent = std::chrono::steady_clock::now();
