@@ -14,9 +14,9 @@ namespace quillon {
 namespace {
 
 struct Row {
-  const char* name;
-  const char* text;
-  Place place;  // in twips
+  const char* name = "";
+  const char* text = "";
+  Place place = {};  // in twips
   const char* state = "";
 };
 

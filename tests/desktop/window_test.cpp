@@ -145,25 +145,15 @@ struct KeyStory {
 };
 
 TEST_F(WindowTest, AHeldKeyPressesAButtonOnce) {
+  // clang-format off
   const KeyStory kStories[] = {
-      {"told as repeats",
-       Qt::Key_Return,
-       {{'p', 10}, {'R', 60}, {'P', 60}, {'R', 90}, {'P', 90}, {'r', 99}},
-       1},
-      {"told as fresh",
-       Qt::Key_Return,
-       {{'p', 10}, {'r', 60}, {'p', 60}, {'R', 90}, {'P', 90}, {'r', 99}},
-       1},
-      {"space, told as fresh",
-       Qt::Key_Space,
-       {{'p', 10}, {'r', 60}, {'p', 60}, {'r', 90}, {'p', 90}, {'r', 99}},
-       1},
-      {"held since another window",
-       Qt::Key_Enter,
-       {{'r', 60}, {'p', 60}, {'R', 90}, {'P', 90}, {'r', 99}},
-       0},
+      {"told as repeats", Qt::Key_Return, {{'p', 10}, {'R', 60}, {'P', 60}, {'R', 90}, {'P', 90}, {'r', 99}}, 1},
+      {"told as fresh", Qt::Key_Return, {{'p', 10}, {'r', 60}, {'p', 60}, {'R', 90}, {'P', 90}, {'r', 99}}, 1},
+      {"told as fresh", Qt::Key_Space, {{'p', 10}, {'r', 60}, {'p', 60}, {'r', 90}, {'p', 90}, {'r', 99}}, 1},
+      {"held since another window", Qt::Key_Enter, {{'r', 60}, {'p', 60}, {'R', 90}, {'P', 90}, {'r', 99}}, 0},
       {"pressed twice", Qt::Key_Return, {{'p', 10}, {'r', 20}, {'p', 30}, {'r', 40}}, 2},
   };
+  // clang-format on
   for (const KeyStory& story : kStories) {
     HeldKeys heldKeys;
     qApp->installEventFilter(&heldKeys);

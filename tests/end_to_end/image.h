@@ -12,7 +12,6 @@ namespace quillon::test {
 /// 12-05-31, fixed rate 9600, protocol byte $40, product "MURK".
 struct Firmware {
   static constexpr unsigned kRecordBytes = 16;
-  static constexpr unsigned kBatchBytes = 128;
 
   struct Block {
     unsigned address;
@@ -48,31 +47,6 @@ struct Firmware {
     }
     lines.push_back(HexRecord(0, {}, 1));
     return lines;
-  }
-
-  /// The programming frames to `address`, worked out from the data and not from the file. The end-of-file
-  /// record after the last batch, which is full, makes one of its own.
-  std::vector<std::string> BatchFrames(int address) const {
-    std::vector<std::string> frames;
-    const auto add = [&](unsigned load, const Bytes& data) {
-      Bytes frame{0x40,
-                  static_cast<std::uint8_t>(address),
-                  static_cast<std::uint8_t>(data.size() + 6),
-                  0x75,
-                  0xAA,
-                  0x55,
-                  0x10,
-                  static_cast<std::uint8_t>(load >> 8),
-                  static_cast<std::uint8_t>(load)};
-      frame.insert(frame.end(), data.begin(), data.end());
-      frames.push_back(ToHex(bus::CloseFrame(frame)));
-    };
-    for (const Block& block : blocks) {
-      for (unsigned i = 0; i < block.data.size(); i += kBatchBytes)
-        add(block.address + i, Slice(block, i, kBatchBytes));
-    }
-    add(0, {});
-    return frames;
   }
 
   unsigned Checksum() const {

@@ -41,7 +41,7 @@ struct Reply {
 class World : public Clock, public Events, public Desk, public Screen, public SerialDevice {
  public:
   World();
-  ~World();
+  ~World() override;
   World(const World&) = delete;
   World& operator=(const World&) = delete;
 
