@@ -114,8 +114,8 @@ std::int64_t AnalyseImage(LineReader lines, ImageFacts& facts) {
 
 std::string ChecksumText(std::int64_t checksum) {
   char text[2 * sizeof(std::int64_t) + 1];
-  std::snprintf(text, sizeof text, "%lX",
-                static_cast<unsigned long>(checksum < 0 ? checksum & 0xFFFFFFFF : checksum));
+  std::snprintf(text, sizeof text, "%llX",
+                static_cast<unsigned long long>(checksum < 0 ? checksum & 0xFFFFFFFF : checksum));
   return text;
 }
 

@@ -184,25 +184,18 @@ TEST(Download, LogsWhatIsSentAndReceivedLineByLine) {
   bench.ChooseHex(kImage);
   bench.Tick({3});
   bench.Press(kParallel);
+  const Texts kTaken = {"Communication OK  - CRC checked", "Answer : 61"};
+  // clang-format off
   const Texts kLog = {
-      "Message : $74",
-      "40 03 04 74 55 AA F0 BA 1A 04 ",
-      "Recu en String : 40 03 01 61 78 7A 04 ",
-      "Communication OK  - CRC checked",
-      "Answer : 61",
-      "Programming 5F without answer",
+      "Message : $74", "40 03 04 74 55 AA F0 BA 1A 04 ",
+      "Recu en String : 40 03 01 61 78 7A 04 ", kTaken[0], kTaken[1], "Programming 5F without answer",
       "40 5F 0A 75 AA 55 10 00 00 01 02 03 04 F2 9B 04 ",
-      "40 5F 1A 75 AA 55 10 20 10 00 00 00 00 00 31 32 00 30 35 00 33 31 00 00 00 20 00 41 05 "
-      "79 DF 04 ",
-      "Message : $75 Sending Full checksum",
-      "40 03 07 75 AA 55 0F DF 07 B6 F7 0E 04 ",
-      "Recu en String : 41 03 01 61 0E CE 04 ",
-      "Communication OK  - CRC checked",
-      "Answer : 61",
-      "Message : $73  - Checking Flash",
-      "41 03 01 73 3C BD 04 ",
-      "Recu en String : 41 03 07 61 00 12 05 31 07 B6 AC FB 04 ",
-      "Communication OK  - CRC checked"};
+      "40 5F 1A 75 AA 55 10 20 10 00 00 00 00 00 31 32 00 30 35 00 33 31 00 00 00 20 00 41 05 79 DF 04 ",
+      "Message : $75 Sending Full checksum", "40 03 07 75 AA 55 0F DF 07 B6 F7 0E 04 ",
+      "Recu en String : 41 03 01 61 0E CE 04 ", kTaken[0], kTaken[1],
+      "Message : $73  - Checking Flash", "41 03 01 73 3C BD 04 ",
+      "Recu en String : 41 03 07 61 00 12 05 31 07 B6 AC FB 04 ", kTaken[0]};
+  // clang-format on
   EXPECT_EQ(bench.EndAndReadLog(), kLog);
 }
 
