@@ -35,7 +35,8 @@ void Quillon::FlashProg00(int& y) {
   });
 }
 
-/// True: `y` took the batch. A silent controller is not reported here: the closing check will tell.
+/// True: `y` took the batch. A silent controller ends the pass without a word: the run then reads its flash
+/// back (FlashCheck), and that tells.
 bool Quillon::SendBatch(int y, const Bytes& frame) {
   const ExchangeResult result = SendForAcknowledge(frame);
   if (result == ExchangeResult::kAnswered) Log("Answer : 61");

@@ -1,3 +1,9 @@
+// Files as the program needs them. Three habits run through all of it:
+//
+// - Whatever fails becomes a RunError with the number that operators know, the file's name and the way out.
+// - Nothing is lost: a file is replaced by writing a new one beside it and renaming that over the old one. A
+//   program that is killed, or a disk that is full, leaves the old file as it was.
+// - Nothing waits for ever: a pipe or a device is refused, since it may never deliver.
 #include "platform/text_file.h"
 
 #include <algorithm>

@@ -222,6 +222,9 @@ class Quillon final : public Form {
   // Commands: one message to one controller `y`, or to all. A run-time failure inside one shows the run-error
   // box; one of its own exchange then counts as no answer.
 
+  /// `y` comes by reference because it is `CurrentController`: the number of the controller that a run is at
+  /// stands in one place, which the windows can look at too.
+
   /// Reads version and checksum of `y` into its row. True: they stand there, marked when the checksum is not
   /// the file's. False: the row tells the failure. Closes `Message`.
   bool FlashCheck(int& y);
