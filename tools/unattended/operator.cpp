@@ -42,7 +42,7 @@ void Operator::Work() {
     SetUp();
     if (!MayGoOn()) throw Failure(trouble_, "trouble before the first step, so none was taken");
     for (const Task::Step& step : task_.steps) {
-      if (console::Interrupted()) Fail(Trouble::kCancelled, "cancelled");
+      HearInterrupt();
       if (MayGoOn()) Run(step);
     }
   } catch (const Failure& failure) {
@@ -95,14 +95,18 @@ void Operator::Run(const Task::Step& step) {
   Foretell(step);
   Press(kMain, step.button);
   QApplication::processEvents();
-  if (console::Interrupted()) Note(Trouble::kCancelled);
   teller_.ShowProgress("");
   forecast_.reset();
   giveUp_ = false;
   teller_.Explain("step " + step.words + " is over");
   KeepPicture(kMain);
   KeepPicture(kTable);
+  HearInterrupt();
   Report(step);
+}
+
+void Operator::HearInterrupt() {
+  if (console::Interrupted() && trouble_ != Trouble::kCancelled) Fail(Trouble::kCancelled, "cancelled");
 }
 
 void Operator::CheckReady(const Task::Step& step) const {
@@ -196,18 +200,19 @@ void Operator::ShowProgress() {
   const double now = teller_.Seconds();
   QString line = stepWords_.section(':', 0, 0);
   if (forecast_->Batches() != 0)
-    line += QString(": batch %1 of %2").arg(forecast_->BatchesDone()).arg(forecast_->Batches());
+    line += QString(": batch %1/%2").arg(forecast_->BatchesDone()).arg(forecast_->Batches());
   if (forecast_->Controllers() != 0) {
-    line += QString(", controller %1 of %2").arg(forecast_->ControllersDone()).arg(forecast_->Controllers());
+    line += QString(", controller %1/%2").arg(forecast_->ControllersDone()).arg(forecast_->Controllers());
   }
   line += ", " + Minutes(now - stepBegan_) + " passed";
   if (forecast_->Controllers() != 0) line += ", " + Minutes(forecast_->SecondsLeft(now)) + " left";
-  teller_.ShowProgress(line + "  " + Status().simplified());
+  teller_.ShowProgress(line + ": " + Status().simplified());
 }
 
 void Operator::Report(const Task::Step& step) {
   const QList<int> ticked = TickedOnes();
   if (step.job == Job::kAuto) {
+    if (!MayGoOn()) return;  // the boxes of those who were not asked keep their ticks
     for (const int number : ticked) ReportController(number, {}, {Trouble::kNone, "found", ""});
     if (ticked.isEmpty()) Fail(Trouble::kController, "nobody answered");
     return;

@@ -40,6 +40,7 @@ class Operator final : public WindowDriver {
   void OnLook() override;
   void ShowProgress();
 
+  void HearInterrupt();
   /// Tells a row for each ticked controller.
   void Report(const Task::Step& step);
   void ReportController(int number, const Row& row, const Verdict& verdict);
