@@ -22,6 +22,10 @@ inline constexpr int kControllers = 32;  ///< numbers 0 to 31
 /// tried speeds and the speed search all follow this one.
 inline constexpr const char* kSpeeds[] = {"4800", "9600", "19200", "38400"};
 
+/// The speed while programming: the first line of "Boot.ini" in `folder` as it stands, or the standard speed
+/// when there is no such file, or an empty or unreadable one.
+std::string DownloadSpeed(const std::string& folder);
+
 enum class ExchangeResult;  // link/exchange.h
 enum class ShortAnswer;
 enum class FailureCode;  // link/outcome.h

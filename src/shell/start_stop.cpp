@@ -9,8 +9,8 @@ namespace {
 constexpr int kPorts = 99;
 constexpr const char* kStandardSpeed = "9600";  // bits per second
 
-/// The first line of "Boot.ini" as it stands, or the standard speed when there is no such file, or an empty
-/// or unreadable one.
+}  // namespace
+
 std::string DownloadSpeed(const std::string& folder) {
   const std::string path = PathInFolder(folder, "Boot.ini");
   if (!FileExists(path)) return kStandardSpeed;
@@ -22,8 +22,6 @@ std::string DownloadSpeed(const std::string& folder) {
     return kStandardSpeed;
   }
 }
-
-}  // namespace
 
 void Quillon::Start() {
   Form_Load();

@@ -9,7 +9,7 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 
-Task Read(const QString& words) { return ReadCommandLine(("quillon-unattended " + words).split(' ')); }
+Task Read(const QString& words) { return *ReadCommandLine(("quillon-unattended " + words).split(' ')); }
 
 // Words that make no sense, what the error must name, and the way out that it must tell.
 TEST(CommandLine, RefusesAWordThatMakesNoSense) {
@@ -36,7 +36,10 @@ TEST(CommandLine, RefusesAWordThatMakesNoSense) {
       {"--timeout 1.5 serial", "\"1.5\"", "1 to"},
       {"--delay x serial", "\"x\"", "0 to 32767"},
       {"--speed 9601 serial", "\"9601\"", "9600"},
-      {"--hex /no/such.hex serial", "\"/no/such.hex\"", "path"},
+      {"--port 7", "no step", "--help"},
+      {"--port 7 --port 8 flash-info", "--port", "once"},
+      {"serial:1", "serial:1", "--hex FILE"},
+      {"--forecast flash-info", "flash-info", "--speed"},
       {"seriel:1", "\"seriel\"", "serial"},
       {"--ports 7 serial", "ports", "--help"},
   };
@@ -44,30 +47,50 @@ TEST(CommandLine, RefusesAWordThatMakesNoSense) {
     try {
       Read(row.words);
       ADD_FAILURE() << row.words << " is taken";
-    } catch (const UsageError& error) {
+    } catch (const Failure& error) {
+      EXPECT_EQ(error.trouble, Trouble::kUsage);
       EXPECT_THAT(error.what(), AllOf(HasSubstr(row.named), HasSubstr(row.wayOut))) << row.words;
     }
   }
 }
 
 TEST(CommandLine, HandsOnWhatMakesSense) {
-  const Task task = Read("--port 99 --speed 38400 --controllers 0,31 serial:31,0 auto");
+  const Task task = Read("--port 99 --speed 38400 --controllers 0,31 --hex " QUILLON_DEMO_HEX
+                         " --json serial:31,0 auto auto");
+  EXPECT_TRUE(task.json);
   EXPECT_EQ(task.port, "99");
   EXPECT_EQ(task.speed, "38400");
   EXPECT_EQ(task.controllers, (QList<int>{0, 31}));
-  ASSERT_EQ(task.steps.size(), 2u);
+  ASSERT_EQ(task.steps.size(), 3u);
   EXPECT_EQ(task.steps[0].button, "Download (Serial)");
   EXPECT_EQ(task.steps[0].controllers, (QList<int>{31, 0}));
   EXPECT_EQ(task.steps[1].button, "Auto");
   EXPECT_EQ(task.steps[1].controllers, std::nullopt);
 }
 
-TEST(CommandLine, AnErrorIsOneLineAndStatus2) {
-  test::StartedProgram program({QUILLON_UNATTENDED, "--port", "7", "serial:x"});
-  EXPECT_EQ(program.ReadAll(),
-            "quillon-unattended: serial:x: \"x\" is no controller. Give numbers from 0 to 31 with commas "
-            "between, such as 1,2,5.\n");
-  EXPECT_EQ(program.Wait(), 2);
+// Without a display, without a word of the toolkit.
+TEST(CommandLine, AnErrorIsOneLineAndItsStatus) {
+  const struct {
+    std::vector<std::string> words;
+    const char* line;
+    int status;
+  } table[] = {
+      {{"--port", "7", "serial:x"},
+       "serial:x: \"x\" is no controller. Give numbers from 0 to 31 with commas "
+       "between, such as 1,2,5.",
+       2},
+      {{"--hex", "/no/such.hex", "serial"},
+       "--hex: there is no file \"/no/such.hex\". Give the path of a HEX "
+       "file.",
+       4},
+  };
+  for (const auto& row : table) {
+    std::vector<std::string> words{QUILLON_UNATTENDED};
+    words.insert(words.end(), row.words.begin(), row.words.end());
+    test::StartedProgram program(words);
+    EXPECT_EQ(program.ReadAll(), std::string("quillon-unattended: ") + row.line + "\n");
+    EXPECT_EQ(program.Wait(), row.status);
+  }
 }
 
 }  // namespace

@@ -113,9 +113,23 @@ bool WindowDriver::Ticked(const QString& name) const {
   return Find<QCheckBox>(kMainWindow, name)->isChecked();
 }
 
+bool WindowDriver::Enabled(const QString& window, const QString& name) const {
+  return Find<QWidget>(window, name)->isEnabled();
+}
+
+QString WindowDriver::ToolTip(const QString& window, const QString& name) const {
+  const auto* widget = Find<QWidget>(window, name);
+  return widget->isVisible() ? widget->toolTip() : QString();
+}
+
+bool WindowDriver::Shows(const QString& window) {
+  const QWidget* widget = Window(window);
+  return widget != nullptr && widget->isVisible();
+}
+
 QString WindowDriver::Status() const {
-  const QWidget* window = Window(kProgressWindow);
-  return window && window->isVisible() ? window->findChild<QLabel*>(kStatusLabel)->text() : QString();
+  return Shows(kProgressWindow) ? Window(kProgressWindow)->findChild<QLabel*>(kStatusLabel)->text()
+                                : QString();
 }
 
 WindowDriver::Row WindowDriver::RowOf(int controller) const {

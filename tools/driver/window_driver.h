@@ -37,6 +37,10 @@ class WindowDriver : public QObject {
   /// What a text box or list shows; nothing while it is hidden.
   QString Text(const QString& window, const QString& name) const;
   bool Ticked(const QString& name) const;
+  bool Enabled(const QString& window, const QString& name) const;
+  /// What a control's tool tip tells; nothing while the control is hidden.
+  QString ToolTip(const QString& window, const QString& name) const;
+  static bool Shows(const QString& window);
   /// The status line of the progress window; empty while that is hidden.
   QString Status() const;
 

@@ -4,45 +4,86 @@
 #include <QOperatingSystemVersion>
 #include <QTimer>
 #include <cstdio>
+#include <cstdlib>
 
 #include "desktop/house_look.h"
 #include "desktop/program.h"
 #include "platform/system_files.h"
+#include "unattended/console.h"
 #include "unattended/operator.h"
 #include "unattended/task.h"
 
 namespace {
 
+using quillon::Trouble;
+
+int End(Trouble trouble) { return static_cast<int>(trouble); }
+
+/// What Qt says is for its own developers. Its one way to fail is that it finds no display; it would then
+/// abort.
+void HearQt(QtMsgType kind, const QMessageLogContext&, const QString&) {
+  if (kind != QtFatalMsg) return;
+  std::fputs("quillon-unattended: the display can't be reached. Unset DISPLAY: none is needed.\n", stderr);
+  std::_Exit(End(Trouble::kUsage));
+}
+
 /// The task is read before there is an application with windows, so that a word which makes no sense opens
 /// nothing, needs no display, and is the only thing said.
-quillon::Task TaskOf(int argc, char** argv) {
+std::optional<quillon::Task> TaskOf(int argc, char** argv) {
   const QCoreApplication withoutWindows(argc, argv);
   return quillon::ReadCommandLine(QCoreApplication::arguments());
+}
+
+int Foretell(const quillon::Task& task, const std::string& folder) {
+  quillon::Teller teller(task.json ? quillon::Teller::Form::kJson : quillon::Teller::Form::kText);
+  for (const quillon::Task::Step& step : task.steps) {
+    quillon::RunFacts facts = quillon::FactsOf(step.job, task.hex, folder);
+    const QList<int> controllers = step.controllers.value_or(task.controllers.value_or(QList<int>{}));
+    facts.controllers.assign(controllers.begin(), controllers.end());
+    facts.speed = task.speed.toInt();
+    facts.delay = task.delay.toInt() / 1000.0;
+    const quillon::Forecast forecast(std::move(facts));
+    const double seconds = quillon::Rounded(forecast.SecondsLeft(0));
+    teller.Tell("step",
+                QString("step %1: %2 batches, %3 s").arg(step.words).arg(forecast.Batches()).arg(seconds),
+                {{"step", step.words}, {"batches", forecast.Batches()}, {"seconds", seconds}});
+  }
+  return End(teller.Whole() ? Trouble::kNone : Trouble::kFile);
+}
+
+int Work(const quillon::Task& task, const std::string& folder, int argc, char** argv) {
+  const bool mayLackDisplay = QOperatingSystemVersion::currentType() != QOperatingSystemVersion::Windows;
+  if (mayLackDisplay && qEnvironmentVariableIsEmpty("DISPLAY") &&
+      qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+  }
+  QApplication application(argc, argv);
+  QApplication::setQuitOnLastWindowClosed(false);
+  quillon::console::KeepInterrupts();
+  quillon::GiveHouseLook(application);
+  quillon::Operator operatorAtWork(task, folder);
+  quillon::Program program(folder);
+  program.Start();
+  QTimer::singleShot(0, &application, [&] { operatorAtWork.Work(); });
+  program.ServeUntilEnd();
+  return End(operatorAtWork.Outcome());
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  constexpr int kNotWell = 1;
-  constexpr int kBadUsage = 2;
+  qInstallMessageHandler(HearQt);
   try {
-    const quillon::Task task = TaskOf(argc, argv);
-    const bool mayLackDisplay = QOperatingSystemVersion::currentType() != QOperatingSystemVersion::Windows;
-    if (mayLackDisplay && qEnvironmentVariableIsEmpty("DISPLAY") &&
-        qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-      qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
-    QApplication application(argc, argv);
-    QApplication::setQuitOnLastWindowClosed(false);
-    quillon::GiveHouseLook(application);
-    quillon::Operator operatorAtWork(task);
-    quillon::Program program(quillon::system_files::ProgramFolder());
-    program.Start();
-    QTimer::singleShot(0, &application, [&] { operatorAtWork.Work(); });
-    program.ServeUntilEnd();
-    return operatorAtWork.WentWell() ? 0 : kNotWell;
-  } catch (const quillon::UsageError& error) {
+    const auto task = TaskOf(argc, argv);
+    if (!task) return std::fputs(qUtf8Printable(quillon::HelpText()), stdout) < 0;
+    const std::string folder = quillon::system_files::ProgramFolder();
+    if (task->forecastOnly) return Foretell(*task, folder);
+    return Work(*task, folder, argc > 0 ? 1 : 0, argv);
+  } catch (const quillon::Failure& failure) {
+    std::fprintf(stderr, "quillon-unattended: %s\n", failure.what());
+    return End(failure.trouble);
+  } catch (const quillon::RunError& error) {
     std::fprintf(stderr, "quillon-unattended: %s\n", error.what());
-    return kBadUsage;
+    return End(Trouble::kFile);
   }
 }

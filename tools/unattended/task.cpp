@@ -4,23 +4,29 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <algorithm>
 #include <cstdint>
-#include <map>
+#include <iterator>
+
+#include "shell/quillon.h"
 
 namespace quillon {
 namespace {
 
-constexpr int kLastController = 31;
+constexpr int kLastController = kControllers - 1;
 
-const std::map<QString, QString> kButtons = {
-    {"parallel", "Download (Parallel)"},
-    {"serial", "Download (Serial)"},
-    {"flash-info", "Flash Info"},
-    {"boot-info", "Boot Info"},
-    {"auto", "Auto"},
+struct KnownStep {
+  const char* name;
+  Job job;
+  const char* button;
 };
-
-const QStringList kSpeeds = {"4800", "9600", "19200", "38400"};
+constexpr KnownStep kKnownSteps[] = {
+    {"parallel", Job::kParallel, "Download (Parallel)"},
+    {"serial", Job::kSerial, "Download (Serial)"},
+    {"flash-info", Job::kFlashInfo, "Flash Info"},
+    {"boot-info", Job::kBootInfo, "Boot Info"},
+    {"auto", Job::kAuto, "Auto"},
+};
 
 struct Range {
   const char* option;
@@ -30,7 +36,13 @@ struct Range {
 constexpr Range kRanges[] = {
     {"port", 1, 99}, {"protocol", 0, 254}, {"timeout", 1, INT32_MAX}, {"delay", 0, INT16_MAX}};
 
-[[noreturn]] void Refuse(const QString& reason) { throw UsageError(reason.toStdString()); }
+QString Speeds() {
+  QStringList speeds;
+  for (const char* speed : kSpeeds) speeds.push_back(speed);
+  return speeds.join(", ");
+}
+
+[[noreturn]] void Refuse(const QString& reason) { throw Failure(Trouble::kUsage, reason); }
 
 /// Digits alone make a number here: no sign, no blanks, nothing left out.
 std::optional<int> NumberWithin(const QString& word, int low, int high) {
@@ -57,11 +69,11 @@ QList<int> Controllers(const QString& list, const QString& where) {
 
 Task::Step ReadStep(const QString& words) {
   const QString name = words.section(':', 0, 0);
-  const auto button = kButtons.find(name);
-  if (button == kButtons.end()) {
+  const auto* known = std::ranges::find_if(kKnownSteps, [&](const auto& step) { return name == step.name; });
+  if (known == std::end(kKnownSteps)) {
     Refuse("There is no step \"" + name + "\". Give parallel, serial, flash-info, boot-info or auto.");
   }
-  Task::Step step{words, button->second, std::nullopt};
+  Task::Step step{words, known->job, known->button, std::nullopt};
   if (words.contains(':')) step.controllers = Controllers(words.section(':', 1), words);
   return step;
 }
@@ -75,50 +87,131 @@ void CheckNumbers(const QCommandLineParser& parser) {
                .arg(range.low)
                .arg(range.high));
   }
-  if (parser.isSet("speed") && !kSpeeds.contains(parser.value("speed"))) {
-    Refuse("--speed: \"" + parser.value("speed") + "\" is no speed. Give one of " + kSpeeds.join(", ") + ".");
+  if (parser.isSet("speed") && !Speeds().split(", ").contains(parser.value("speed"))) {
+    Refuse("--speed: \"" + parser.value("speed") + "\" is no speed. Give one of " + Speeds() + ".");
+  }
+}
+
+/// Which of two values is meant can't be known.
+void CheckTwice(const QCommandLineParser& parser) {
+  const QStringList given = parser.optionNames();
+  for (const QString& name : given) {
+    if (parser.values(name).size() > 1) Refuse("--" + name + " is given twice. Give it once.");
+  }
+}
+
+void CheckSteps(const Task& task) {
+  if (task.steps.empty()) Refuse("There is no step, so nothing to do. Ask with --help.");
+  for (const Task::Step& step : task.steps) {
+    if (IsDownload(step.job) && task.hex.isEmpty()) Refuse(step.words + " needs a file. Give --hex FILE.");
+    const bool known = !task.speed.isEmpty() && (task.controllers || step.controllers) &&
+                       (step.job != Job::kParallel || !task.delay.isEmpty());
+    if (task.forecastOnly && (!IsDownload(step.job) || !known)) {
+      Refuse("--forecast: " + step.words +
+             " can't be foretold. Give downloads, with --speed, --controllers and, for parallel, --delay.");
+    }
   }
 }
 
 QString ReadHex(const QCommandLineParser& parser) {
   if (!parser.isSet("hex")) return "";
-  const QFileInfo file(parser.value("hex"));
-  if (!file.isFile())
-    Refuse("--hex: there is no file \"" + parser.value("hex") + "\". Give the path of a HEX file.");
+  const QString path = parser.value("hex");
+  if (path.isEmpty()) Refuse("--hex: \"\" is no file. Give the path of a HEX file.");
+  if (path.contains(QChar::ReplacementCharacter)) {
+    throw Failure(Trouble::kFile, "--hex: the name \"" + path + "\" is no valid UTF-8. Rename the file.");
+  }
+  const QFileInfo file(path);
+  if (!file.isFile()) {
+    throw Failure(Trouble::kFile, "--hex: there is no file \"" + path + "\". Give the path of a HEX file.");
+  }
   return file.absoluteFilePath();
 }
 
 QString ReadPictures(const QCommandLineParser& parser) {
   const QString folder = parser.value("pictures");
   if (parser.isSet("pictures") && (folder.isEmpty() || !QDir().mkpath(folder))) {
-    Refuse("--pictures: the folder \"" + folder + "\" can't be made. Give another one.");
+    throw Failure(Trouble::kFile,
+                  "--pictures: the folder \"" + folder + "\" can't be made. Give another one.");
   }
   return folder;
 }
 
 }  // namespace
 
-Task ReadCommandLine(const QStringList& arguments) {
+QString HelpText() {
+  return QString(R"(Usage: quillon-unattended [OPTION]... STEP...
+Works Quillon's windows with no operator: chooses the file, presses the buttons,
+answers the boxes, and tells what an operator would have seen.
+
+Steps, taken in their order:
+  parallel          erases the ticked controllers and loads the file into all at
+                    once, then reads each back
+  serial            the same, one controller after the other
+  flash-info        reads version and checksum of the firmware
+  boot-info         reads version and checksum of the boot code
+  auto              ticks the controllers that are on the line
+A list after a step ticks its controllers for it and those after: serial:1,3
+
+Options; what is not given stays as the settings have it:
+  --hex FILE           firmware file to choose by "Browse ..."
+  --port N             port, 1 to 99
+  --speed BAUD         %1
+  --protocol N         number for the field Protocol, 0 to 254
+  --timeout MS         how long to wait for an answer
+  --delay MS           pause after each batch of a parallel download
+  --controllers LIST   controllers to tick, such as 1,2,5; all others are not
+  --force              take a file that contradicts itself all the same
+  --json               one JSON object a line, for programs
+  --pictures DIR       keep pictures of the windows there
+  --forecast           only tell how long the downloads would take
+  --help               this text
+
+It ends with
+  0   all is well
+  1   a controller is not as wanted: its row is not good
+  2   a word, or a field left empty, makes no sense; no button was pressed for it
+  3   the port: not there, in use, no right to it, or gone in the middle of a run
+  4   a file: not there, not readable, contradicting itself, or the log or the
+      output can't be written
+  5   cancelled by Ctrl-C, or asked to end: the run stops at its next step
+Of several the cause is told: 5 before 3, 3 before 4, 4 before 2, 2 before 1.
+After 1 the next step is taken, after the others none.
+
+On a terminal one line shows batches and controllers done, time passed and left.
+With --json each line has "event" and "time" in seconds; "event" is
+  step        "step", "batches", "controllers", "seconds" (the forecast)
+  status      "text", "batchesDone", "controllersDone", "secondsLeft"
+  box         "number" (0: none), "title", "text"
+  controller  "number", "version", "checksum", "verdict", "advice"
+  warning, failure   "text"
+  end         "code"
+"verdict" is good, found (by auto), no-answer, damaged-answers, refused,
+erase-refused, not-programmed, other-image, marked or not-read.
+
+The settings on the disk stay as they are. One copy at a time works from one
+folder: a second one can't write its log, and ends with 4.
+
+Examples:
+  quillon-unattended --hex new.hex --port 33 --speed 9600 --protocol 63       --timeout 3000 --delay 170 --controllers 1,2,3,4 parallel
+  quillon-unattended --port 33 --json flash-info:1,2 | jq .checksum
+  quillon-unattended --port 33 auto flash-info
+)")
+      .arg(Speeds().replace(", 3", " or 3"));
+}
+
+std::optional<Task> ReadCommandLine(const QStringList& arguments) {
   QCommandLineParser parser;
-  parser.setApplicationDescription(
-      "Runs Quillon's windows with no operator.\nSteps, in order: parallel, serial, flash-info, boot-info, "
-      "auto;\neach with controllers of its own where they follow it: serial:1,3.\n"
-      "Ends with 0 when no box but \"send p4 OK!!!\" came and every ticked controller holds version and\n"
-      "checksum, equal to the file's; with 1 when not; with 2 when it can't understand its arguments.");
-  parser.addOptions({{{"h", "help"}, "Tells this."},
-                     {"hex", "HEX file to choose by Browse.", "FILE"},
-                     {"port", "Port, 1 to 99.", "N"},
-                     {"speed", "Speed in bits per second: " + kSpeeds.join(", ") + ".", "BAUD"},
-                     {"protocol", "Number for the box Protocol, 0 to 254.", "N"},
-                     {"timeout", "Time out in milliseconds.", "MS"},
-                     {"delay", "Parallel waiting delay in milliseconds.", "MS"},
-                     {"controllers", "Controllers to tick, such as 1,2,5; the others are unticked.", "LIST"},
-                     {"pictures", "Folder for pictures of the windows.", "DIR"}});
-  parser.addPositionalArgument("STEP", "What to do.", "STEP...");
+  parser.addOptions({{{"h", "help"}, ""}, {"force", ""}, {"json", ""}, {"forecast", ""}});
+  for (const char* name : {"hex", "port", "speed", "protocol", "timeout", "delay", "controllers", "pictures"})
+    parser.addOption({name, "", "VALUE"});
   if (!parser.parse(arguments)) Refuse(parser.errorText() + ". Ask with --help.");
-  if (parser.isSet("help")) parser.showHelp();
+  if (parser.isSet("help")) return std::nullopt;
+  CheckTwice(parser);
   CheckNumbers(parser);
   Task task;
+  task.force = parser.isSet("force");
+  task.json = parser.isSet("json");
+  task.forecastOnly = parser.isSet("forecast");
   task.port = parser.value("port");
   task.speed = parser.value("speed");
   task.protocol = parser.value("protocol");
@@ -128,6 +221,7 @@ Task ReadCommandLine(const QStringList& arguments) {
     task.controllers = Controllers(parser.value("controllers"), "--controllers");
   for (const QString& step : parser.positionalArguments()) task.steps.push_back(ReadStep(step));
   task.hex = ReadHex(parser);
+  CheckSteps(task);
   task.pictures = ReadPictures(parser);
   return task;
 }

@@ -4,20 +4,30 @@
 #include <QString>
 #include <QStringList>
 #include <optional>
-#include <stdexcept>
 #include <vector>
 
+#include "unattended/trouble.h"
+
 namespace quillon {
+
+/// What a step does.
+enum class Job { kParallel, kSerial, kFlashInfo, kBootInfo, kAuto };
+
+inline bool IsDownload(Job job) { return job == Job::kParallel || job == Job::kSerial; }
 
 /// What the operator shall do. An empty text leaves its box as the settings have it.
 struct Task {
   struct Step {
-    QString words;   ///< as they stood on the command line
+    QString words;  ///< as they stood on the command line
+    Job job;
     QString button;  ///< of the main window
     std::optional<QList<int>> controllers;
   };
 
   QString hex;
+  bool force = false;  ///< take a file that contradicts itself
+  bool json = false;
+  bool forecastOnly = false;
   QString port;
   QString speed;
   QString protocol;
@@ -28,13 +38,12 @@ struct Task {
   std::vector<Step> steps;
 };
 
-/// A command line that can't be understood; the text names the word and the way out.
-struct UsageError : std::runtime_error {
-  using runtime_error::runtime_error;
-};
+/// What `--help` tells.
+QString HelpText();
 
-/// Reads the command line, its first word the program; ends the program for --help.
-/// Throws UsageError for a word that makes no sense: a guess could erase a controller.
-Task ReadCommandLine(const QStringList& arguments);
+/// Reads the command line, its first word the program; nothing when it asks for help. Raises Failure, kUsage
+/// for a word that makes no sense: a guess could erase a controller; kFile for a file or folder that is not
+/// there.
+std::optional<Task> ReadCommandLine(const QStringList& arguments);
 
 }  // namespace quillon

@@ -1,0 +1,104 @@
+// The real program at the virtual bus, from a folder of its own.
+#include <gmock/gmock.h>
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "support/started_program.h"
+
+namespace quillon {
+namespace {
+
+class ProgramAtTheBus : public testing::Test {
+ protected:
+  ProgramAtTheBus()
+      : folder_(testing::TempDir() + "unattended" + std::to_string(getpid()) + "/"),
+        bus_((std::filesystem::create_directory(folder_),
+              std::vector<std::string>{QUILLON_BUS, "--link", folder_ + "COM7", "--controller",
+                                       "1-2,baud=38400", "--download-baud", "38400"})) {
+    EXPECT_THAT(bus_.ReadLine(), testing::StartsWith("bus: "));
+    std::filesystem::copy_file(QUILLON_UNATTENDED, folder_ + "quillon-unattended");
+    std::ofstream(folder_ + "Boot.ini") << "38400\n";
+    setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    unsetenv("XDG_RUNTIME_DIR");  // of which the toolkit would complain
+  }
+  ~ProgramAtTheBus() override {
+    bus_.End(SIGTERM);
+    std::filesystem::remove_all(folder_);
+  }
+
+  std::vector<std::string> Words(const std::vector<std::string>& steps) const {
+    std::vector<std::string> words{folder_ + "quillon-unattended",
+                                   "--json",
+                                   "--hex",
+                                   QUILLON_DEMO_HEX,
+                                   "--port",
+                                   "7",
+                                   "--speed",
+                                   "38400",
+                                   "--protocol",
+                                   "63",
+                                   "--timeout",
+                                   "200",
+                                   "--delay",
+                                   "50",
+                                   "--controllers",
+                                   "1,2"};
+    words.insert(words.end(), steps.begin(), steps.end());
+    return words;
+  }
+
+  /// The next event; empty at the end. A line of anything else is a failure.
+  static QJsonObject Next(test::StartedProgram& program) {
+    const std::string line = program.ReadLine();
+    const QJsonObject event = QJsonDocument::fromJson(line.c_str()).object();
+    EXPECT_EQ(line.empty(), event.isEmpty()) << line;
+    return event;
+  }
+
+  std::string folder_;
+  test::StartedProgram bus_;
+};
+
+TEST_F(ProgramAtTheBus, TellsARunInJsonAndHowLongItTakes) {
+  test::StartedProgram program(Words({"parallel"}));
+  double foretoldEnd = 0, end = 0;
+  std::vector<int> good;
+  for (QJsonObject event = Next(program); !event.isEmpty(); event = Next(program)) {
+    const double time = event["time"].toDouble();
+    if (event["text"].toString().startsWith(" Programming Batch 1 ")) {
+      foretoldEnd = time + event["secondsLeft"].toDouble();
+      EXPECT_LT(std::abs(foretoldEnd - time - 3.4), 1) << "not even near what it must be";
+    }
+    if (event["event"] != "controller") continue;
+    end = time;
+    if (event["verdict"] == "good" && event["version"] == "12/05/31") good.push_back(event["number"].toInt());
+  }
+  EXPECT_EQ(program.Wait(), 0);
+  EXPECT_THAT(good, testing::ElementsAre(1, 2));
+  EXPECT_NEAR(foretoldEnd, end, 0.34);
+  EXPECT_FALSE(std::filesystem::exists(folder_ + "Quillon.cfg"));
+}
+
+TEST_F(ProgramAtTheBus, TakesAnInterruptAsCancel) {
+  test::StartedProgram program(Words({"parallel", "flash-info"}));
+  while (!Next(program)["text"].toString().startsWith(" Programming Batch 3 ")) {
+  }
+  EXPECT_EQ(program.End(SIGINT), 5);
+  int batches = 0, rows = 0, steps = 0;
+  for (QJsonObject event = Next(program); !event.isEmpty(); event = Next(program)) {
+    batches += event["text"].toString().startsWith(" Programming Batch ");
+    rows += event["verdict"] == "not-read";
+    steps += event["event"] == "step";
+  }
+  EXPECT_LE(batches, 2);
+  EXPECT_EQ(rows, 2);
+  EXPECT_EQ(steps, 0);
+}
+
+}  // namespace
+}  // namespace quillon

@@ -1,0 +1,83 @@
+#include "unattended/verdict.h"
+
+#include <QRegularExpression>
+#include <algorithm>
+#include <array>
+
+#include "platform/run_error.h"
+
+namespace quillon {
+namespace {
+
+const QColor kBlack(Qt::black);
+
+/// The words of a failed row, and what they come down to.
+struct FailedRow {
+  const char* version;
+  const char* checksum;
+  const char* word;
+  const char* advice;
+};
+constexpr FailedRow kFailedRows[] = {
+    {"No", "Answer", "no-answer",
+     "check power, cable, number and protocol; for an erase give a longer --timeout"},
+    {"Communication", "ERROR", "damaged-answers",
+     "check termination and shielding, and look for two controllers with this number"},
+    {"communication", "Failure", "refused", "load it again with the step serial"},
+    {"Erasing", "Failure", "erase-refused", "switch its power off and on, then try again"},
+    {"Programmation", "ERROR", "not-programmed", "load it again with the step serial"},
+};
+
+/// From the least to the worst.
+constexpr std::array kByWeight = {Trouble::kNone, Trouble::kController, Trouble::kUsage,
+                                  Trouble::kFile, Trouble::kPort,       Trouble::kCancelled};
+
+Verdict Bad(const char* word, const char* advice) { return {Trouble::kController, word, advice}; }
+
+}  // namespace
+
+Trouble Worse(Trouble one, Trouble other) {
+  const auto weight = [](Trouble trouble) { return std::ranges::find(kByWeight, trouble); };
+  return weight(one) < weight(other) ? other : one;
+}
+
+Verdict JudgeRow(const WindowDriver::Row& row, const QString& fileChecksum) {
+  for (const FailedRow& failed : kFailedRows) {
+    if (row.version == failed.version && row.checksum == failed.checksum)
+      return Bad(failed.word, failed.advice);
+  }
+  if (row.version.isEmpty() || row.checksum.isEmpty())
+    return Bad("not-read", "it was not read back; after a download it may be erased, so load it again");
+  if (!fileChecksum.isEmpty() && row.checksum != fileChecksum)
+    return Bad("other-image", "it does not hold this file; load it if that is the one it shall hold");
+  if (row.versionText != kBlack || row.checksumText != kBlack)
+    return Bad("marked", "the table marks it; read it again with the step flash-info");
+  return {Trouble::kNone, "good", ""};
+}
+
+int BoxNumber(const QString& text) {
+  static const QRegularExpression number("^Error # +([0-9]+)");
+  return number.match(text).captured(1).toInt();
+}
+
+Trouble BoxTrouble(const QString& text) {
+  switch (BoxNumber(text)) {
+    case RunError::kInvalidPort:
+    case RunError::kPortAlreadyOpen:
+    case RunError::kPortNotOpen:
+    case RunError::kDeviceFailed:
+    case RunError::kInvalidPropertyValue:
+      return Trouble::kPort;
+    case RunError::kPermissionDenied:
+      return text.contains(" right to COM ") ? Trouble::kPort : Trouble::kFile;
+    case RunError::kSubscriptOutOfRange:
+      return Trouble::kController;
+    case 0:
+      if (text == "send p4 OK!!!") return Trouble::kNone;
+      return text == "File not Found!" ? Trouble::kFile : Trouble::kController;
+    default:
+      return Trouble::kFile;  // a field's number out of range too: it came from the settings or the image
+  }
+}
+
+}  // namespace quillon

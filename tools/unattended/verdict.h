@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+
+#include "driver/window_driver.h"
+#include "unattended/trouble.h"
+
+namespace quillon {
+
+/// What a row or a box comes down to.
+struct Verdict {
+  Trouble trouble;
+  QString word;    ///< for programs; it never changes
+  QString advice;  ///< for people: what to do next; empty for a good one
+};
+
+/// Judges a row of the table against the checksum of the file; an empty one is that of no file.
+Verdict JudgeRow(const WindowDriver::Row& row, const QString& fileChecksum);
+
+/// The number in a run-error box, such as 8002; 0 in any other box.
+int BoxNumber(const QString& text);
+
+/// Which trouble a box tells.
+Trouble BoxTrouble(const QString& text);
+
+}  // namespace quillon
