@@ -1,6 +1,7 @@
 #include "desktop/late_work.h"
 
 #include <QCoreApplication>
+#include <QEvent>
 #include <QPointer>
 #include <QTimer>
 #include <utility>
@@ -46,6 +47,9 @@ void Do() {
   for (const Work& work : std::exchange(Due(), {})) {
     if (!work.owner.isNull()) work.step();
   }
+  // What the work asked of the windows belongs to it: else the run would pay for it in its next yield.
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::UpdateRequest);
 }
 
 }  // namespace quillon::late_work

@@ -14,7 +14,7 @@ namespace late_work {
 /// Does `work` later, unless `owner` is gone by then.
 void Add(QObject& owner, std::function<void()> work);
 
-/// Does what is due. Serves no event.
+/// Does what is due, layout and painting included. No event of the operator is served.
 void Do();
 
 }  // namespace late_work

@@ -65,11 +65,21 @@ Widget* WindowDriver::Find(const QString& window, const QString& name) {
 }
 
 void WindowDriver::Press(const QString& window, const QString& name) {
+  Click(window, name);
+  if (presses_ == 0) Settle();
+}
+
+void WindowDriver::Click(const QString& window, const QString& name) {
   auto* button = Find<QAbstractButton>(window, name);
   if (!button->isEnabled()) GiveUp("the button \"" + name + "\" can't be pressed");
   ++presses_;
   button->click();
-  if (--presses_ == 0) Settle();
+  --presses_;
+}
+
+void WindowDriver::CloseEyes() {
+  watch_.stop();
+  QApplication::instance()->removeEventFilter(this);
 }
 
 /// A little longer than a screen takes to show what became of a click.

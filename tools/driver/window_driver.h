@@ -25,6 +25,10 @@ class WindowDriver : public QObject {
 
   /// Presses a button, and returns when the run that this starts is over and the windows show it.
   void Press(const QString& window, const QString& name);
+  /// The same, but returns at once when the run is over.
+  void Click(const QString& window, const QString& name);
+  /// Looks at nothing any more, so that a measurement does not pay for it: no box is answered from here on.
+  void CloseEyes();
   /// Ticks or unticks a box of the main window. The next two are of the main window too.
   void Tick(const QString& name, bool ticked);
   void Type(const QString& name, const QString& text);
