@@ -164,6 +164,7 @@ class TextBoxView final : public ViewOf<TextBox, QLineEdit> {
  public:
   TextBoxView(TextBox& box, QWidget* parent) : ViewOf(box, new QLineEdit(parent)) {
     widget_.setReadOnly(box.ReadOnly());
+    widget_.setAcceptDrops(false);  // what is dropped is a file for the window, not its name for a number
     if (box.Centred()) widget_.setAlignment(Qt::AlignCenter);
     QObject::connect(&widget_, &QLineEdit::textChanged, &widget_, [this](const QString& text) {
       if (Refreshing()) return;

@@ -2,9 +2,13 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDir>
+#include <QDragEnterEvent>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QMimeData>
 #include <QScreen>
 #include <QTimer>
 #include <QWindow>
@@ -28,6 +32,13 @@ Qt::WindowFlags FlagsOf(Form::Border border) {
       return Qt::Dialog | Qt::CustomizeWindowHint | Qt::MSWindowsFixedSizeDialogHint;
   }
   return Qt::Window;
+}
+
+/// The one file that is dragged; empty when it is none, or a folder, or several.
+QString DraggedFile(const QDropEvent& drag) {
+  const QList<QUrl> urls = drag.mimeData()->urls();
+  const QString path = urls.size() == 1 ? urls.front().toLocalFile() : QString();
+  return QFileInfo(path).isDir() ? QString() : path;
 }
 
 QSize SizeOf(const Form& form) { return QSize(Pixels(form.Width()), Pixels(form.Height())); }
@@ -54,6 +65,7 @@ FormWindow::FormWindow(Form& form, FormWindow* owner)
     // it.
     setAttribute(Qt::WA_ShowWithoutActivating);
   }
+  setAcceptDrops(form.FileDropped != nullptr);
   RefreshCaption();
   RefreshMousePointer();
   create();
@@ -135,6 +147,17 @@ void FormWindow::keyPressEvent(QKeyEvent* event) {
   } else {
     QWidget::keyPressEvent(event);
   }
+}
+
+void FormWindow::dragEnterEvent(QDragEnterEvent* event) {
+  if (!DraggedFile(*event).isEmpty()) event->acceptProposedAction();
+}
+
+void FormWindow::dropEvent(QDropEvent* event) {
+  event->acceptProposedAction();
+  const std::string path = QDir::toNativeSeparators(DraggedFile(*event)).toStdString();
+  // Later: a box about the file must not hold the program that it was dragged from.
+  QTimer::singleShot(0, this, [this, path] { form_.FileDropped(path); });
 }
 
 void FormWindow::paintEvent(QPaintEvent* event) {

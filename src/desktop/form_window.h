@@ -27,6 +27,8 @@ class FormWindow final : public QWidget, public FormView {
  protected:
   void closeEvent(QCloseEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dropEvent(QDropEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
   /// Sees the keys of the window before any control does.
   bool eventFilter(QObject* watched, QEvent* event) override;

@@ -4,6 +4,7 @@
 #include <QStyleOptionButton>
 #include <QTimer>
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 #include "desktop/house_look.h"
@@ -64,6 +65,23 @@ void PictureButton::paintEvent(QPaintEvent*) {
   }
   if (!picture_.empty()) room.setTop(room.bottom() + 1 - caption.height());
   style()->drawItemText(&painter, room, kCaptionFlags, palette(), isEnabled(), text(), QPalette::ButtonText);
+}
+
+void TickBox::keyPressEvent(QKeyEvent* event) {
+  const int key = event->key();
+  const int across = (key == Qt::Key_Right) - (key == Qt::Key_Left);
+  const int down = (key == Qt::Key_Down) - (key == Qt::Key_Up);
+  if (across == 0 && down == 0) return QCheckBox::keyPressEvent(event);
+  TickBox* nearest = nullptr;
+  int shortest = 0;
+  for (TickBox* box : parentWidget()->findChildren<TickBox*>(Qt::FindDirectChildrenOnly)) {
+    const QPoint way = box->pos() - pos();
+    const int ahead = way.x() * across + way.y() * down;
+    const int aside = way.x() * down + way.y() * across;
+    if (ahead <= 0 || aside != 0 || !box->isVisible() || !box->isEnabled()) continue;
+    if (nearest == nullptr || ahead < shortest) std::tie(nearest, shortest) = std::tie(box, ahead);
+  }
+  if (nearest != nullptr) nearest->setFocus(Qt::TabFocusReason);
 }
 
 void LineFrame::paintEvent(QPaintEvent*) {

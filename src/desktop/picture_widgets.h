@@ -3,6 +3,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QGroupBox>
+#include <QKeyEvent>
 #include <QPixmap>
 #include <QPushButton>
 #include <QWheelEvent>
@@ -48,12 +49,14 @@ class DropList final : public QComboBox {
   void wheelEvent(QWheelEvent* event) override { event->ignore(); }
 };
 
-/// A check box whose click leads from unticked to ticked and from any other state to unticked.
+/// A check box whose click leads from unticked to ticked and from any other state to unticked. An arrow key
+/// leads to the next box in its direction, as far as there is one in the same row or column.
 class TickBox final : public QCheckBox {
  public:
   using QCheckBox::QCheckBox;
 
  protected:
+  void keyPressEvent(QKeyEvent* event) override;
   void nextCheckState() override {
     setCheckState(checkState() == Qt::Unchecked ? Qt::Checked : Qt::Unchecked);
   }

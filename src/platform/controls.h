@@ -336,6 +336,8 @@ class Form : public Container {
 
   std::function<void()> CloseRequest;
   std::function<void(Key key, bool shiftHeld)> KeyUp;
+  /// The operator dropped a file on the form. Not set: it takes none.
+  std::function<void(const std::string& path)> FileDropped;
 
   void AttachView(FormView* view) { view_ = view; }
 

@@ -61,6 +61,8 @@ class Quillon final : public Form {
   /// Loads the settings and shows the main window. From here on clicks drive everything.
   void Start();
 
+  // Controls, in the order of the Tab key: the left part from top to bottom, then the column on the right.
+
   // Controls: the choice of a file.
   Label Label3{*this, "Label3", {360, 480, 1245, 195}, {.text = "File to download :"}};
   TextBox FileName{
@@ -81,24 +83,9 @@ class Quillon final : public Form {
                  {2040, 1493, 5295, 195},
                  {.text = "Keep the existing baud rate for firmware download (ORVA only)", .enabled = false}};
 
-  // Controls: the buttons of the workflows.
+  // Controls: the protocol switches.
   CommandButton Cmd3to4{*this, "Cmd3to4", {5760, 120, 855, 255}, {.text = "3 -> 4", .visible = false}};
   CommandButton Cmd4to3{*this, "Cmd4to3", {5760, 480, 855, 255}, {.text = "4 -> 3", .visible = false}};
-  CommandButton ComLoad{*this,
-                        "ComLoad",
-                        {7800, 120, 1335, 1215},
-                        {.text = "&Download (Parallel)", .enabled = false, .picture = "download"}};
-  CommandButton ComLoad00{
-      *this, "ComLoad00", {8040, 1440, 1095, 855}, {.text = "Download (Serial)", .enabled = false}};
-  CommandButton ComInfo{*this,
-                        "ComInfo",
-                        {8040, 2400, 1095, 855},
-                        {.text = "&Flash Info", .enabled = false, .picture = "flash-info"}};
-  CommandButton ComBoot{*this,
-                        "ComBoot",
-                        {8040, 3360, 1095, 855},
-                        {.text = "&Boot Info", .enabled = false, .picture = "boot-info"}};
-  CommandButton ComClose{*this, "ComClose", {8040, 4320, 1095, 855}, {.text = "&Exit", .picture = "exit"}};
 
   // Controls: the line and the controllers, in their frame.
   Frame Frame1{*this, "Frame1", {120, 2280, 7815, 2655}, {.text = "  Controllers Selection  "}};
@@ -129,6 +116,23 @@ class Quillon final : public Form {
                     {2640, 5025, 2655, 255},
                     {.text = "All Controllers same protocol", .visible = false}};
   CheckBox Check1{*this, "Check1", {5505, 5025, 2415, 255}, {.text = "Save configuration on exit"}};
+
+  // Controls: the buttons of the workflows.
+  CommandButton ComLoad{*this,
+                        "ComLoad",
+                        {7800, 120, 1335, 1215},
+                        {.text = "&Download (Parallel)", .enabled = false, .picture = "download"}};
+  CommandButton ComLoad00{
+      *this, "ComLoad00", {8040, 1440, 1095, 855}, {.text = "Download (Serial)", .enabled = false}};
+  CommandButton ComInfo{*this,
+                        "ComInfo",
+                        {8040, 2400, 1095, 855},
+                        {.text = "&Flash Info", .enabled = false, .picture = "flash-info"}};
+  CommandButton ComBoot{*this,
+                        "ComBoot",
+                        {8040, 3360, 1095, 855},
+                        {.text = "&Boot Info", .enabled = false, .picture = "boot-info"}};
+  CommandButton ComClose{*this, "ComClose", {8040, 4320, 1095, 855}, {.text = "&Exit", .picture = "exit"}};
 
   SerialControl MSComm1;
   Info info;

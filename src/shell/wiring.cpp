@@ -28,6 +28,7 @@ void Quillon::Wire() {
 
   KeyUp = [this](Key key, bool shiftHeld) { Form_KeyUp(key, shiftHeld); };
   CloseRequest = [this] { RequestEnd(); };
+  FileDropped = [this](const std::string& path) { Try([&] { FileName.SetText(path); }); };
 
   message.Command1.Click = [this] { MessageCommand1_Click(); };
   message.CloseRequest = [this] { MessageCommand1_Click(); };

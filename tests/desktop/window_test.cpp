@@ -2,14 +2,17 @@
 #include <QCheckBox>
 #include <QClipboard>
 #include <QComboBox>
+#include <QDragEnterEvent>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
 #include <QWindow>
+#include <fstream>
 
 #include "desktop/held_keys.h"
 #include "link/outcome.h"
@@ -168,6 +171,65 @@ TEST_F(WindowTest, AHeldKeyPressesAButtonOnce) {
     }
     EXPECT_EQ(presses, story.presses) << story.name;
   }
+}
+
+TEST_F(WindowTest, TheKeyboardReachesEachControlInOrderAndShowsWhereItIs) {
+  std::string order = "FileName Command1 Text1 Text2 ComPort Vitesse Protocol RUD3 ALL NONE Auto ";
+  for (int number = 0; number < kControllers; ++number) order += "C(" + std::to_string(number) + ") ";
+  order += "Check1 ComInfo ComBoot ComClose ";
+  quillon.Protocol.SetText("63");
+  Window(quillon)->activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(Window(quillon)));
+  QWidget* const first = Drawn(quillon, quillon.FileName);
+  first->setFocus();
+  std::string reached;
+  do {
+    QWidget* const widget = QApplication::focusWidget();
+    reached += widget->objectName().toStdString() + " ";
+    const QImage withFocus = widget->grab().toImage();
+    SendKey(Window(quillon), QEvent::KeyPress, Qt::Key_Tab);
+    ASSERT_NE(QApplication::focusWidget(), widget);
+    EXPECT_NE(widget->grab().toImage(), withFocus) << widget->objectName().toStdString();
+  } while (QApplication::focusWidget() != first && reached.size() < 2 * order.size());
+  EXPECT_EQ(reached, order);
+}
+
+TEST_F(WindowTest, ArrowKeysGoFromBoxToNeighbour) {
+  constexpr int kRight = Qt::Key_Right, kLeft = Qt::Key_Left, kUp = Qt::Key_Up, kDown = Qt::Key_Down;
+  const std::tuple<int, int, int> kSteps[] = {{0, kRight, 1},  {15, kRight, 15}, {16, kLeft, 16},
+                                              {31, kLeft, 30}, {3, kDown, 19},   {19, kUp, 3},
+                                              {3, kUp, 3},     {19, kDown, 19}};
+  Window(quillon)->activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(Window(quillon)));
+  for (const auto& [from, key, to] : kSteps) {
+    Drawn(quillon, quillon.C(from))->setFocus();
+    SendKey(Window(quillon), QEvent::KeyPress, key);
+    EXPECT_EQ(QApplication::focusWidget(), Drawn(quillon, quillon.C(to))) << from << " to " << to;
+  }
+  EXPECT_TRUE(quillon.C(3).Ticked()) << "arrows tick nothing";
+}
+
+TEST_F(WindowTest, ADroppedFileIsChosenAndOtherThingsAreNot) {
+  std::ofstream(home + "a b.hex") << ":00000001FF\n";
+  const auto drop = [&](const QList<QUrl>& urls) {
+    QMimeData data;
+    data.setUrls(urls);
+    QDragEnterEvent enter({300, 300}, Qt::CopyAction, &data, Qt::LeftButton, {});
+    enter.ignore();
+    QApplication::sendEvent(Window(quillon), &enter);
+    if (!enter.isAccepted()) return false;
+    QDropEvent dropped({300, 300}, Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(Window(quillon), &dropped);
+    events.Yield();
+    return true;
+  };
+  const QUrl file = QUrl::fromLocalFile(folder.filePath("a b.hex"));
+  EXPECT_FALSE(drop({QUrl::fromLocalFile(folder.path())}) || drop({file, file}) ||
+               drop({QUrl("http://a/b.hex")}));
+  EXPECT_EQ(quillon.FileName.Text(), "");
+  EXPECT_TRUE(drop({file}));
+  EXPECT_EQ(quillon.FileName.Text(), home + "a b.hex");
+  EXPECT_FALSE(Drawn(quillon, quillon.Text1)->acceptDrops()) << "a file's name is no time-out";
 }
 
 TEST_F(WindowTest, AStatusLineComesToTheFrontAndLeavesTheKeyboardWhereItIs) {
