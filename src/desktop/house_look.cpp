@@ -7,6 +7,7 @@
 #include <QPalette>
 #include <QProxyStyle>
 #include <QScreen>
+#include <QWidget>
 #include <algorithm>
 #include <cmath>
 
@@ -65,6 +66,10 @@ void GiveHouseLook(QApplication& application) {
   QApplication::setStyle(new HouseStyle);
   application.setPalette(LightPalette());
   application.setFont(ControlFont(kFormPoints, false));
+  // The control that has the keyboard can be seen, however it got it: after a click Qt would hide it.
+  QObject::connect(&application, &QApplication::focusChanged, [](QWidget*, QWidget* current) {
+    if (current != nullptr) current->window()->setAttribute(Qt::WA_KeyboardFocusChange);
+  });
 }
 
 void GiveWindowIcon() {

@@ -207,6 +207,14 @@ TEST_F(WindowTest, ArrowKeysGoFromBoxToNeighbour) {
     EXPECT_EQ(QApplication::focusWidget(), Drawn(quillon, quillon.C(to))) << from << " to " << to;
   }
   EXPECT_TRUE(quillon.C(3).Ticked()) << "arrows tick nothing";
+
+  QWidget* const clicked = Drawn(quillon, quillon.C(7));
+  Window(quillon)->setAttribute(Qt::WA_KeyboardFocusChange, false);  // no Tab key was used so far
+  QTest::mouseClick(clicked, Qt::LeftButton);
+  QTest::mouseClick(clicked, Qt::LeftButton);
+  const QImage withFocus = clicked->grab().toImage();
+  Drawn(quillon, quillon.Text1)->setFocus();
+  EXPECT_NE(clicked->grab().toImage(), withFocus) << "nobody sees where the keyboard is after a click";
 }
 
 TEST_F(WindowTest, ADroppedFileIsChosenAndOtherThingsAreNot) {
