@@ -88,7 +88,7 @@ class LabelView final : public ViewOf<Label, QLabel> {
   }
 
  private:
-  static constexpr int kEdge = 4;  // pixels between a text and the edge of its window
+  static constexpr int kEdge = 4;  // pixels between a text and its neighbour or the edge of its window
 
   void RefreshKind(Aspect aspect) override {
     if (aspect != Aspect::kText) return;
@@ -130,9 +130,9 @@ class LabelView final : public ViewOf<Label, QLabel> {
 
   void FitBesideNeighbour(const QRect& place, int room) {
     const QFont font = ControlFont(control_.FontPoints(), control_.FontBold());
-    const QFont fitting = SetCloser(font, widget_.text(), room);
+    const QFont fitting = SetCloser(font, widget_.text(), room - kEdge);
     if (fitting != widget_.font()) widget_.setFont(fitting);
-    Grow(place, std::min(room, widget_.fontMetrics().horizontalAdvance(widget_.text())));
+    Grow(place, std::min(room, widget_.fontMetrics().horizontalAdvance(widget_.text()) + kEdge));
   }
 
   void FitIntoWindow(const QRect& place, int room) {
@@ -228,12 +228,16 @@ class CheckBoxView final : public ViewOf<CheckBox, TickBox> {
   CheckBoxView(CheckBox& box, QWidget* parent) : ViewOf(box, new TickBox(parent)) {
     NameByCaption();
     widget_.setText(Shown(box.Caption()));
+    const int besideCaption = widget_.sizeHint().width() - CaptionWidth();
+    widget_.setFont(SetCloser(widget_.font(), widget_.text(), widget_.width() - besideCaption));
     QObject::connect(&widget_, &QCheckBox::stateChanged, &widget_, [this](int state) {
       if (!Refreshing()) control_.SetValue(state == Qt::Unchecked ? CheckBox::kUnticked : CheckBox::kTicked);
     });
   }
 
  private:
+  int CaptionWidth() const { return widget_.fontMetrics().horizontalAdvance(widget_.text()); }
+
   void RefreshKind(Aspect aspect) override {
     if (aspect != Aspect::kValue) return;
     constexpr Qt::CheckState kStates[] = {Qt::Unchecked, Qt::Checked, Qt::PartiallyChecked};
