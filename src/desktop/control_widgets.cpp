@@ -12,6 +12,7 @@
 #include "desktop/house_look.h"
 #include "desktop/late_work.h"
 #include "desktop/picture_widgets.h"
+#include "desktop/screen_reader.h"
 
 namespace quillon {
 namespace {
@@ -105,6 +106,7 @@ class LabelView final : public ViewOf<Label, QLabel> {
 
   void ShowText() {
     widget_.setText(Shown(control_.Text()));
+    screen_reader::TextChanged(widget_);
     Fit();
   }
 
@@ -247,7 +249,9 @@ class CheckBoxView final : public ViewOf<CheckBox, TickBox> {
 
 class ComboBoxView final : public ViewOf<ComboBox, DropList> {
  public:
-  ComboBoxView(ComboBox& list, QWidget* parent) : ViewOf(list, new DropList(parent)) {
+  ComboBoxView(ComboBox& list, QWidget* parent, const Container& container)
+      : ViewOf(list, new DropList(parent)) {
+    TieToLabelBefore(container);
     if (list.ItemToolTip) {
       widget_.toolTipOf = [&list](int index) {
         return Shown(list.ItemToolTip(static_cast<std::size_t>(index)));
@@ -263,6 +267,15 @@ class ComboBoxView final : public ViewOf<ComboBox, DropList> {
   void RefreshKind(Aspect aspect) override {
     if (aspect == Aspect::kItems) ShowItems();
     if (aspect == Aspect::kItems || aspect == Aspect::kText) ShowSelection();
+  }
+
+  /// A screen reader tells a list by its selected item. What the list is for it takes from this label.
+  void TieToLabelBefore(const Container& container) {
+    const auto& controls = container.Controls();
+    const auto here = std::find(controls.begin(), controls.end(), &control_);
+    if (here == controls.begin()) return;
+    auto* label = widget_.parentWidget()->findChild<QLabel*>(Shown((*std::prev(here))->Name()));
+    if (label != nullptr) label->setBuddy(&widget_);
   }
 
   void ShowItems() {
@@ -305,7 +318,7 @@ class Drawing final : public ControlVisitor {
   void Visit(TextBox& box) override { Add<TextBoxView>(box); }
   void Visit(CommandButton& button) override { Add<ButtonView>(button); }
   void Visit(CheckBox& box) override { Add<CheckBoxView>(box); }
-  void Visit(ComboBox& list) override { Add<ComboBoxView>(list); }
+  void Visit(ComboBox& list) override { Add<ComboBoxView>(list, container_); }
   void Visit(Picture& picture) override { Add<PictureView>(picture); }
   void Visit(Frame& frame) override { Add<FrameView>(frame); }
 

@@ -5,6 +5,7 @@
 #include "desktop/held_keys.h"
 #include "desktop/house_look.h"
 #include "desktop/program.h"
+#include "desktop/screen_reader.h"
 #include "platform/system_files.h"
 
 namespace {
@@ -28,6 +29,7 @@ int main(int argc, char** argv) {
   quillon::HeldKeys heldKeys;
   application.installEventFilter(&heldKeys);
   quillon::GiveHouseLook(application);
+  quillon::screen_reader::Install();
   quillon::Program program(quillon::system_files::ProgramFolder());
   program.Start();
   program.ServeUntilEnd();
