@@ -16,6 +16,9 @@ constexpr double kBitsPerByte = 11;   // start bit, 8 data bits, 2 stop bits
 constexpr double kDrainGrace = 1.0;   // seconds
 constexpr double kDrainStep = 0.001;  // seconds
 
+/// Bytes that may wait. No answer is near it, and a line that babbles must not fill the memory.
+constexpr std::size_t kMostWaiting = 1 << 20;
+
 }  // namespace
 
 void SerialPort::Open(int number, const LineSettings& settings) {
@@ -30,7 +33,8 @@ void SerialPort::Open(int number, const LineSettings& settings) {
   }
   // A failure here is told by the next operation.
   const auto receive = [this] {
-    if (!line_->Receive(received_)) watch_->Stop();
+    // A device that went away would wake the watch again and again.
+    if (!TakeReceived() || line_->Gone()) watch_->Stop();
   };
   const auto send = [this] {
     if (!SendPending()) watch_->Stop();
@@ -63,7 +67,10 @@ void SerialPort::LetGo() {
 
 void SerialPort::Configure(const LineSettings& settings) {
   RequireDevice();
-  Drain();
+  if (!Drain()) {
+    pending_.clear();
+    line_->DropLeaving();
+  }
   RequireDevice();
   SetSpeed(settings.baud);
 }
@@ -85,20 +92,22 @@ std::vector<std::uint8_t> SerialPort::Read() {
   return std::exchange(received_, {});
 }
 
-/// A line that stands still must not hold the program: there is an end to waiting.
-void SerialPort::Drain() {
+/// Waits until all bytes have left; false when some did not. A line that stands still must not hold the
+/// program, so there is an end to waiting.
+bool SerialPort::Drain() {
   const double bytes = static_cast<double>(pending_.size() + line_->Leaving());
   const auto time = std::chrono::duration<double>(bytes * kBitsPerByte / baud_ + kDrainGrace);
   const auto deadline = SteadyClock::now() + std::chrono::duration_cast<SteadyClock::duration>(time);
   while (!line_->Gone() && SendPending()) {
     if (pending_.empty() && line_->Leaving() == 0) {
       line_->AwaitLastBytes();
-      return;
+      return true;
     }
-    if (SteadyClock::now() >= deadline) return;
+    if (SteadyClock::now() >= deadline) break;
     late_work::Do();  // no event is served here, and it can take long
     system_clock::SleepFor(kDrainStep);
   }
+  return false;
 }
 
 /// Hands on what the device takes now; false when the device failed.
@@ -112,7 +121,14 @@ bool SerialPort::SendPending() {
 }
 
 void SerialPort::Receive() {
-  if (!line_->Receive(received_)) RaiseGone();
+  if (!TakeReceived()) RaiseGone();
+}
+
+/// Takes what the device holds now; false when the device failed.
+bool SerialPort::TakeReceived() {
+  const bool works = line_->Receive(received_);
+  if (received_.size() > kMostWaiting) received_.resize(kMostWaiting);
+  return works;
 }
 
 void SerialPort::RequireDevice() {

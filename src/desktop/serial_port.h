@@ -36,10 +36,11 @@ class SerialPort final : public SerialDevice {
 
  private:
   void SetSpeed(int baud);
-  void Drain();
+  bool Drain();
   void LetGo();
   bool SendPending();
   void Receive();
+  bool TakeReceived();
   void RequireDevice();
   [[noreturn]] void RaiseGone() const;
   std::string PortText() const { return "COM " + std::to_string(number_); }

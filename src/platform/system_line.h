@@ -38,14 +38,19 @@ class SystemLine {
   /// false when the device runs otherwise then.
   bool SetSpeed(int baud);
 
-  /// Hands on as many bytes as the device takes now and gives their number; -1 when the device failed.
+  /// Hands on as many bytes as the device takes now and returns their number; -1 when the device failed, now
+  /// or with bytes that it took before, and from then on.
   std::ptrdiff_t Send(std::span<const std::uint8_t> bytes);
 
-  /// Appends all that the device holds; false when the device failed.
+  /// Appends what the device holds, up to 64 KB at a time, since a line that babbles may never end; false
+  /// when the device failed.
   bool Receive(std::vector<std::uint8_t>& bytes);
 
   /// Number of bytes that the device has taken and not yet sent; 0 where it can't tell.
   std::size_t Leaving() const;
+
+  /// Drops what the device has taken and not yet sent.
+  void DropLeaving();
 
   /// Waits for the last bytes in the hardware, some milliseconds. Call it when none is Leaving.
   void AwaitLastBytes();

@@ -28,6 +28,7 @@ namespace fs = std::filesystem;
 
 constexpr double kSpeedTolerance = 0.03;  // a controller still understands a line that is so far off
 constexpr std::size_t kChunk = 4096;      // bytes
+constexpr std::size_t kMostAtOnce = 16 * kChunk;
 constexpr int kPortsOfKind = 32;
 constexpr const char* kKinds[] = {"/dev/ttyS", "/dev/ttyUSB", "/dev/ttyACM"};
 
@@ -175,7 +176,7 @@ SystemLine::SystemLine(const std::string& programFolder, int number) : device_(s
 SystemLine::~SystemLine() {
   ioctl(device_->descriptor, TIOCNXCL);
   if (!device_->lockFile.empty()) unlink(device_->lockFile.c_str());
-  if (Leaving() > 0) ioctl(device_->descriptor, TCFLSH, TCOFLUSH);  // closing would wait for it
+  if (Leaving() > 0) DropLeaving();  // closing would wait for it
   close(device_->descriptor);
 }
 
@@ -211,18 +212,22 @@ std::ptrdiff_t SystemLine::Send(std::span<const std::uint8_t> bytes) {
 
 bool SystemLine::Receive(std::vector<std::uint8_t>& bytes) {
   std::uint8_t chunk[kChunk];
-  for (;;) {
+  for (std::size_t taken = 0; taken < kMostAtOnce;) {
     const ssize_t count = read(device_->descriptor, chunk, sizeof chunk);
     if (count < 0) return WouldBlock();
-    if (count == 0) return true;
+    if (count == 0) break;
     bytes.insert(bytes.end(), chunk, chunk + count);
+    taken += static_cast<std::size_t>(count);
   }
+  return true;
 }
 
 std::size_t SystemLine::Leaving() const {
   int count = 0;
   return ioctl(device_->descriptor, TIOCOUTQ, &count) == 0 && count > 0 ? static_cast<std::size_t>(count) : 0;
 }
+
+void SystemLine::DropLeaving() { ioctl(device_->descriptor, TCFLSH, TCOFLUSH); }
 
 void SystemLine::AwaitLastBytes() { ioctl(device_->descriptor, TCSBRK, 1); }
 

@@ -13,6 +13,7 @@ namespace {
 
 constexpr double kSpeedTolerance = 0.03;  // a controller still understands a line that is so far off
 constexpr DWORD kChunk = 4096;            // bytes
+constexpr std::size_t kMostAtOnce = 16 * kChunk;
 
 std::string PortName(int number) { return "COM" + std::to_string(number); }
 
@@ -115,6 +116,17 @@ struct SystemLine::Device {
            (Queued() > 0 && WaitForSingleObject(reading.state.hEvent, kMoment) == WAIT_OBJECT_0);
   }
 
+  /// Forgets the writes that are over; false when one of them did not send all its bytes.
+  bool DropWritten() {
+    while (!writes.empty() && writes.front().Over()) {
+      DWORD sent = 0;
+      const bool wentOut = GetOverlappedResult(handle, &writes.front().state, &sent, FALSE) != 0;
+      if (!wentOut || sent != writes.front().bytes.size()) return false;
+      writes.pop_front();
+    }
+    return true;
+  }
+
   HANDLE handle = INVALID_HANDLE_VALUE;
   Transfer reading;             // always on its way, so that its event tells of bytes
   bool reads = false;           // else the device failed
@@ -135,15 +147,24 @@ SystemLine::SystemLine(const std::string& programFolder, int number) : device_(s
 SystemLine::~SystemLine() = default;
 
 bool SystemLine::SetSpeed(int baud) {
+  constexpr char kXon = 0x11;
+  constexpr char kXoff = 0x13;
   DCB form{};
   form.DCBlength = sizeof form;
+  if (!GetCommState(device_->handle, &form)) return false;
   form.BaudRate = static_cast<DWORD>(baud);
-  form.fBinary = TRUE;
-  form.fDtrControl = DTR_CONTROL_ENABLE;
-  form.fRtsControl = RTS_CONTROL_ENABLE;
   form.ByteSize = 8;
   form.Parity = NOPARITY;
   form.StopBits = TWOSTOPBITS;
+  form.fBinary = TRUE;
+  form.fDtrControl = DTR_CONTROL_ENABLE;
+  form.fRtsControl = RTS_CONTROL_ENABLE;
+  // What the program before may have left: handshaking, bytes taken out of the stream, an end at the first
+  // error.
+  form.fOutxCtsFlow = form.fOutxDsrFlow = form.fDsrSensitivity = FALSE;
+  form.fOutX = form.fInX = form.fParity = form.fNull = form.fErrorChar = form.fAbortOnError = FALSE;
+  form.XonChar = kXon;  // some drivers refuse two that are the same, used or not
+  form.XoffChar = kXoff;
   if (!SetCommState(device_->handle, &form) || !GetCommState(device_->handle, &form)) return false;
   return form.ByteSize == 8 && form.Parity == NOPARITY && form.StopBits == TWOSTOPBITS &&
          std::abs(static_cast<double>(form.BaudRate) - baud) <= baud * kSpeedTolerance;
@@ -151,7 +172,7 @@ bool SystemLine::SetSpeed(int baud) {
 
 /// The system takes all bytes at once and sends them in order.
 std::ptrdiff_t SystemLine::Send(std::span<const std::uint8_t> bytes) {
-  while (!device_->writes.empty() && device_->writes.front().Over()) device_->writes.pop_front();
+  if (!device_->DropWritten()) return -1;
   Transfer& write = device_->writes.emplace_back();
   write.bytes.assign(bytes.begin(), bytes.end());
   const auto count = static_cast<DWORD>(bytes.size());
@@ -165,11 +186,12 @@ std::ptrdiff_t SystemLine::Send(std::span<const std::uint8_t> bytes) {
 
 bool SystemLine::Receive(std::vector<std::uint8_t>& bytes) {
   Transfer& reading = device_->reading;
-  while (device_->reads && device_->HasRead()) {
+  for (std::size_t taken = 0; taken < kMostAtOnce && device_->reads && device_->HasRead();) {
     DWORD count = 0;
     device_->reads = false;
     if (!GetOverlappedResult(device_->handle, &reading.state, &count, FALSE)) return false;
     bytes.insert(bytes.end(), reading.bytes.begin(), reading.bytes.begin() + count);
+    taken += count;
     device_->StartReading();
   }
   return device_->reads;
@@ -182,6 +204,13 @@ std::size_t SystemLine::Leaving() const {
   DWORD errors = 0;
   if (!ClearCommError(device_->handle, &errors, &state)) return 0;
   return std::max<std::size_t>(underWay, state.cbOutQue);
+}
+
+void SystemLine::DropLeaving() {
+  PurgeComm(device_->handle, PURGE_TXABORT | PURGE_TXCLEAR);
+  DWORD sent = 0;
+  for (Transfer& write : device_->writes) GetOverlappedResult(device_->handle, &write.state, &sent, TRUE);
+  device_->writes.clear();
 }
 
 void SystemLine::AwaitLastBytes() { FlushFileBuffers(device_->handle); }

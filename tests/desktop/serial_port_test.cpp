@@ -10,6 +10,8 @@
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
@@ -20,6 +22,7 @@
 #include <tuple>
 
 #include "desktop/desktop_clock.h"
+#include "desktop/desktop_events.h"
 #include "platform/run_error.h"
 
 namespace quillon {
@@ -61,6 +64,9 @@ class FarEnd {
 
   void Send(const Bytes& bytes) { EXPECT_EQ(write(master_, bytes.data(), bytes.size()), std::ssize(bytes)); }
 
+  /// Sends what the line takes of the bytes.
+  void Babble(const Bytes& bytes) { (void)!write(master_, bytes.data(), bytes.size()); }
+
   /// Reads until `count` bytes are there, the port is closed, or nothing came for a second.
   Bytes Receive(std::size_t count, std::chrono::milliseconds pause = 0ms) {
     Bytes all;
@@ -95,6 +101,7 @@ class SerialPortTest : public testing::Test {
 
   Bytes pattern = Bytes(200'000);
   DesktopClock clock;
+  DesktopEvents events{clock};
   QTemporaryDir folder;
   FarEnd line;
   const std::string home = folder.path().toStdString() + "/";
@@ -150,6 +157,49 @@ TEST_F(SerialPortTest, LetsBytesOutBeforeTheSpeedChangesOrThePortCloses) {
     EXPECT_EQ(line.Settings().c_ospeed, closes ? 38400u : 4800u);
     port.Close();
   }
+}
+
+TEST_F(SerialPortTest, WhatALineThatStandsStillDidNotTakeNeverLeavesAtTheNextSpeed) {
+  port.Open(kPort, {4'000'000});  // so that the bytes' own time is short
+  port.Write(pattern);            // more than the line holds
+  const double begin = clock.Now();
+  port.Configure({9600});
+  EXPECT_NEAR(clock.Now() - begin, 1.5, 0.6);
+  port.Write({pattern.data(), 3});
+  EXPECT_LT(line.Receive(pattern.size()).size(), 10'000u) << "more than stood at the far end already";
+}
+
+TEST_F(SerialPortTest, ALineThatBabblesHoldsNeitherTheWindowNorTheMemory) {
+  std::atomic<bool> babbles = true;
+  const auto babble = std::async(std::launch::async, [&] {
+    while (babbles) line.Babble(pattern);
+  });
+  port.Open(kPort, {9600});
+  double longest = 0;
+  std::size_t most = 0;
+  for (const double end = clock.Now() + 0.3; clock.Now() < end;) {
+    const double begin = clock.Now();
+    QCoreApplication::processEvents();
+    most = std::max(most, port.Waiting());
+    longest = std::max(longest, clock.Now() - begin);
+  }
+  EXPECT_LT(longest, 0.2);
+  EXPECT_LE(most, std::size_t{1} << 20);
+  EXPECT_GT(port.Read().size(), pattern.size()) << "it did not babble";
+  port.Close();
+  babbles = false;
+}
+
+TEST_F(SerialPortTest, ADeviceThatWentAwayKeepsNoEventLoopBusy) {
+  {
+    const FarEnd pulled;
+    LinkTo(pulled.Device(), kPort);
+    port.Open(kPort, {9600});
+  }
+  int passes = 0;
+  for (const double end = clock.Now() + 0.2; clock.Now() < end - 0.05; ++passes) events.YieldUntil(end);
+  EXPECT_LT(passes, 50);
+  EXPECT_EQ(NumberOf([&] { port.Read(); }), RunError::kDeviceFailed);
 }
 
 TEST_F(SerialPortTest, DeviceThatGoesAwayFailsTheNextOperationAndTheNextOpeningWorks) {

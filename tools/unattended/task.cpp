@@ -124,7 +124,7 @@ QString ReadHex(const QCommandLineParser& parser) {
   if (!file.isFile()) {
     throw Failure(Trouble::kFile, "--hex: there is no file \"" + path + "\". Give the path of a HEX file.");
   }
-  return file.absoluteFilePath();
+  return QDir::toNativeSeparators(file.absoluteFilePath());  // as the window shows it
 }
 
 QString ReadPictures(const QCommandLineParser& parser) {
