@@ -169,8 +169,8 @@ Options; what is not given stays as the settings have it:
 It ends with
   0   all is well
   1   a controller is not as wanted: its row is not good
-  2   a word, or a field left empty, makes no sense; no button was pressed for it
-  3   the port: not there, in use, no right to it, or gone in the middle of a run
+  2   a word makes no sense, or a field is empty; no button was pressed for it
+  3   the port: not there, in use, no right to it, or gone in mid-run
   4   a file: not there, not readable, contradicting itself, or the log or the
       output can't be written
   5   cancelled by Ctrl-C, or asked to end: the run stops at its next step
@@ -192,7 +192,8 @@ The settings on the disk stay as they are. One copy at a time works from one
 folder: a second one can't write its log, and ends with 4.
 
 Examples:
-  quillon-unattended --hex new.hex --port 33 --speed 9600 --protocol 63       --timeout 3000 --delay 170 --controllers 1,2,3,4 parallel
+  quillon-unattended --hex new.hex --port 33 --speed 9600 --protocol 63 \
+      --timeout 3000 --delay 170 --controllers 1,2,3,4 parallel
   quillon-unattended --port 33 --json flash-info:1,2 | jq .checksum
   quillon-unattended --port 33 auto flash-info
 )")
