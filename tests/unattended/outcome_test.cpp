@@ -28,8 +28,8 @@ TEST(Verdict, OfARow) {
       {"Programmation", "ERROR", "", white, "not-programmed"},
   };
   for (const auto& row : table) {
-    const Verdict verdict =
-        JudgeRow({row.version, row.checksum, black, row.checksumText, white}, row.fileChecksum);
+    const Verdict verdict = JudgeRow({row.version, row.checksum, black, row.checksumText, white},
+                                     row.fileChecksum, Job::kParallel);
     EXPECT_EQ(verdict.word, row.word) << row.version;
     EXPECT_EQ(verdict.trouble == Trouble::kNone, verdict.word == "good") << row.version;
     EXPECT_EQ(verdict.advice.isEmpty(), verdict.word == "good") << row.version;

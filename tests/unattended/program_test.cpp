@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
 
 #include "support/started_program.h"
 
@@ -82,6 +83,18 @@ TEST_F(ProgramAtTheBus, TellsARunInJsonAndHowLongItTakes) {
   EXPECT_THAT(good, testing::ElementsAre(1, 2));
   EXPECT_NEAR(foretoldEnd, end, 0.34);
   EXPECT_FALSE(std::filesystem::exists(folder_ + "Quillon.cfg"));
+}
+
+TEST_F(ProgramAtTheBus, EndsWith1WhereAControllerIsNotAsWantedAndTakesTheNextStep) {
+  test::StartedProgram program(Words({"flash-info:2", "flash-info:1"}));
+  std::map<int, QString> verdicts;
+  for (QJsonObject event = Next(program); !event.isEmpty(); event = Next(program)) {
+    if (event["event"] == "controller") verdicts[event["number"].toInt()] = event["verdict"].toString();
+  }
+  EXPECT_EQ(program.Wait(), 1);
+  // No file was loaded before, so their flash holds another image.
+  const std::map<int, QString> expected{{1, "other-image"}, {2, "other-image"}};
+  EXPECT_EQ(verdicts, expected);
 }
 
 TEST_F(ProgramAtTheBus, TakesAnInterruptAsCancel) {

@@ -34,6 +34,11 @@ std::optional<quillon::Task> TaskOf(int argc, char** argv) {
   return quillon::ReadCommandLine(QCoreApplication::arguments());
 }
 
+int TellHelp() {
+  std::fputs(qUtf8Printable(quillon::HelpText()), stdout);
+  return End(std::fflush(stdout) == 0 && std::ferror(stdout) == 0 ? Trouble::kNone : Trouble::kFile);
+}
+
 int Foretell(const quillon::Task& task, const std::string& folder) {
   quillon::Teller teller(task.json ? quillon::Teller::Form::kJson : quillon::Teller::Form::kText);
   for (const quillon::Task::Step& step : task.steps) {
@@ -75,7 +80,7 @@ int main(int argc, char** argv) {
   qInstallMessageHandler(HearQt);
   try {
     const auto task = TaskOf(argc, argv);
-    if (!task) return std::fputs(qUtf8Printable(quillon::HelpText()), stdout) < 0;
+    if (!task) return TellHelp();
     const std::string folder = quillon::system_files::ProgramFolder();
     if (task->forecastOnly) return Foretell(*task, folder);
     return Work(*task, folder, argc > 0 ? 1 : 0, argv);

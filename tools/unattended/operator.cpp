@@ -220,7 +220,7 @@ void Operator::Report(const Task::Step& step) {
   const QString checksum = Window(kTable) != nullptr ? Text(kTable, "File Cheksum") : "";
   for (const int number : ticked) {
     const Row row = Window(kTable) != nullptr ? RowOf(number) : Row{};
-    ReportController(number, row, JudgeRow(row, checksum));
+    ReportController(number, row, JudgeRow(row, checksum, step.job));
   }
 }
 

@@ -41,13 +41,15 @@ Trouble Worse(Trouble one, Trouble other) {
   return weight(one) < weight(other) ? other : one;
 }
 
-Verdict JudgeRow(const WindowDriver::Row& row, const QString& fileChecksum) {
+Verdict JudgeRow(const WindowDriver::Row& row, const QString& fileChecksum, Job job) {
   for (const FailedRow& failed : kFailedRows) {
     if (row.version == failed.version && row.checksum == failed.checksum)
       return Bad(failed.word, failed.advice);
   }
-  if (row.version.isEmpty() || row.checksum.isEmpty())
-    return Bad("not-read", "it was not read back; after a download it may be erased, so load it again");
+  if (row.version.isEmpty() || row.checksum.isEmpty()) {
+    return Bad("not-read", IsDownload(job) ? "it was not read back and may be erased, so load it again"
+                                           : "it was not read; when the cause is mended, read it again");
+  }
   if (!fileChecksum.isEmpty() && row.checksum != fileChecksum)
     return Bad("other-image", "it does not hold this file; load it if that is the one it shall hold");
   if (row.versionText != kBlack || row.checksumText != kBlack)

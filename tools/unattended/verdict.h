@@ -3,6 +3,7 @@
 #include <QString>
 
 #include "driver/window_driver.h"
+#include "unattended/task.h"
 #include "unattended/trouble.h"
 
 namespace quillon {
@@ -14,8 +15,9 @@ struct Verdict {
   QString advice;  ///< for people: what to do next; empty for a good one
 };
 
-/// Judges a row of the table against the checksum of the file; an empty one is that of no file.
-Verdict JudgeRow(const WindowDriver::Row& row, const QString& fileChecksum);
+/// Judges a row of the table after a run of this kind, against the checksum of the file; an empty one is that
+/// of no file.
+Verdict JudgeRow(const WindowDriver::Row& row, const QString& fileChecksum, Job job);
 
 /// The number in a run-error box, such as 8002; 0 in any other box.
 int BoxNumber(const QString& text);
