@@ -132,6 +132,7 @@ TEST_F(WindowTest, ThirtyTwoBoxesStandInTwoRowsEachOverItsNumber) {
     EXPECT_EQ(TextOf(*number), QString::number(i));
     EXPECT_EQ(number->y(), i < 16 ? 96 : 144) << i;
     EXPECT_NEAR(number->geometry().center().x(), box->geometry().center().x(), 1) << i;
+    EXPECT_TRUE(qobject_cast<const QLabel*>(number)->alignment() & Qt::AlignHCenter) << i;
   }
 }
 

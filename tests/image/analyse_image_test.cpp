@@ -147,6 +147,7 @@ TEST(ChosenFile, ThatCanNotBeHadLeavesTheButtonsOfAGoodOneBefore) {
   for (const std::string& name : {std::string("nowhere.hex"), std::string(300, 'a')}) {
     Bench bench;
     bench.ChooseHex({":042020001500400900"});
+    EXPECT_TRUE(bench.tool.FileWarning.Visible());
     bench.world.fileToChoose = bench.world.folder + name;
     bench.tool.Command1.Press();
     ASSERT_EQ(bench.world.boxes.size(), 1u);
@@ -156,7 +157,7 @@ TEST(ChosenFile, ThatCanNotBeHadLeavesTheButtonsOfAGoodOneBefore) {
     EXPECT_THAT(box.text, testing::EndsWith(absent ? "!" : "\rPlease, Check your HEX file !"));
     EXPECT_EQ(box.title, absent ? "Quillon" : "Quillon Error");
     EXPECT_EQ(bench.tool.FileCheksum.Text() + bench.tool.FileName.ToolTip(), "    []");
-    EXPECT_FALSE(bench.tool.useBB.Enabled());
+    EXPECT_FALSE(bench.tool.useBB.Enabled() || bench.tool.FileWarning.Visible());
     EXPECT_TRUE(bench.tool.ComLoad.Enabled());
     EXPECT_EQ(bench.tool.Pointer(), Form::MousePointer::kDefault);
   }

@@ -131,6 +131,11 @@ TEST(Exchange, RefusesEverySingleWrongBitButThoseOfTheLastByte) {
   }
 }
 
+TEST(Exchange, TakesThreeBytesForAnAnswerWhereTheyCarryTheirCrc) {
+  EXPECT_TRUE(CrcMatches({0x01, 0xEF, 0x30}));
+  EXPECT_FALSE(CrcMatches({0x01, 0xEF, 0x31}) || CrcMatches({0x01, 0xEF}));
+}
+
 TEST(Exchange, TakesAnyWholeNumberOfMillisecondsAsTimeOut) {
   for (const auto& [timeOut, wait] : {std::pair("0", 0ms), {"-5", 0ms}, {"40000", 40000ms}}) {
     OpenLine line;

@@ -28,6 +28,7 @@ TEST(Buttons, AllAndNoneTickTheThirtyTwo) {
     (all ? bench.tool.ALL : bench.tool.NONE).Press();
     for (int i = 0; i < 32; ++i) EXPECT_EQ(bench.tool.C(i).Ticked(), all) << i;
   }
+  EXPECT_TRUE(bench.world.boxes.empty());
 }
 
 TEST(PortList, TellsTheDeviceOfEachPort) {

@@ -29,6 +29,9 @@ TEST_P(RunFailure, ShowsItsBoxesAndLeavesTheNextRunFree) {
     bench.Press(button);
     EXPECT_EQ(bench.BoxNumbers(), c.boxes);
     EXPECT_EQ(bench.Talk(), c.talk);
+    if (button == kTo4 || button == kTo3) {
+      EXPECT_EQ(bench.world.boxes.back().title, (bench.tool.*button).Name() + "_Click ");
+    }
     EXPECT_EQ(bench.world.open, c.portLeftOpen);
     EXPECT_TRUE(bench.tool.Auto.Enabled());
     EXPECT_EQ(bench.tool.Text1.Text(), "500");

@@ -252,6 +252,7 @@ TEST(ParallelDownload, ShowsForTwoSecondsWhoseProgrammingFailed) {
                    [&] { stopShown = bench.tool.message.Stop.Visible(); });
   bench.Press(kParallel);
   EXPECT_TRUE(stopShown);
+  EXPECT_TRUE(bench.tool.info.Ver(5).FontBold() && bench.tool.info.CkSum(5).FontBold());
 }
 
 TEST(SpeedSearch, BeginsWhereTheLastOneEndedAndGoesOnFromTheLowest) {
