@@ -8,7 +8,7 @@
 namespace quillon {
 
 /// Where a firmware file contradicts itself. A run takes such a file as it stands, since the flash's checksum
-/// counts what is written in it; but the operator shall know before anything is erased.
+/// counts what is written in it; but the operator must know before anything is erased.
 ///
 /// Each line of an Intel HEX file is ":", LL, AAAA, TT, LL data bytes and a check byte, all bytes as two hex
 /// digits; the check byte makes the sum of all bytes of the line 0 in its low eight bits. The last line is

@@ -2,7 +2,7 @@
 // one.
 //
 // A step that fails at run time shows its box, and the next step is taken: the controller that was erased a
-// moment ago shall not be left empty because the status of the port could not be read once.
+// moment ago must not be left empty because the status of the port could not be read once.
 #include "link/outcome.h"
 #include "shell/quillon.h"
 

@@ -29,7 +29,7 @@ class Bench {
 
   void Tick(std::initializer_list<int> controllers);
 
-  /// Writes a file into the program's folder and gives its path.
+  /// Writes a file into the program's folder and returns its path.
   std::string Write(const std::string& name, const std::string& contents);
   std::string Read(const std::string& name) const;
 
@@ -47,7 +47,7 @@ class Bench {
   /// The numbers of all run-error boxes so far; 0 for any other box.
   std::vector<int> BoxNumbers() const;
 
-  /// Ends the program and gives the lines of its log.
+  /// Ends the program and returns the lines of its log.
   std::vector<std::string> EndAndReadLog();
 
   /// All that was sent, each as upper-case hex digits with the speed in front: "9600 40050173F8A904".

@@ -15,7 +15,7 @@ enum class Job { kParallel, kSerial, kFlashInfo, kBootInfo, kAuto };
 
 inline bool IsDownload(Job job) { return job == Job::kParallel || job == Job::kSerial; }
 
-/// What the operator shall do. An empty text leaves its box as the settings have it.
+/// What the operator has to do. An empty text leaves its box as the settings have it.
 struct Task {
   struct Step {
     QString words;  ///< as they stood on the command line

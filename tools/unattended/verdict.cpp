@@ -51,7 +51,7 @@ Verdict JudgeRow(const WindowDriver::Row& row, const QString& fileChecksum, Job 
                                            : "it was not read; when the cause is mended, read it again");
   }
   if (!fileChecksum.isEmpty() && row.checksum != fileChecksum)
-    return Bad("other-image", "it does not hold this file; load it if that is the one it shall hold");
+    return Bad("other-image", "it does not hold this file; load it if that is the one it should hold");
   if (row.versionText != kBlack || row.checksumText != kBlack)
     return Bad("marked", "the table marks it; read it again with the step flash-info");
   return {Trouble::kNone, "good", ""};
