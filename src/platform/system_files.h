@@ -40,6 +40,9 @@ bool PutInPlace(const std::string& fresh, const std::string& old);
 /// Removes a file. One that is not there is no failure.
 void Remove(const std::string& name);
 
+/// The number of C for the failure of the last reading, writing or closing of a file.
+int TransferError();
+
 /// Whether an `errno` says that there is no room for more.
 bool NoRoom(int error);
 

@@ -44,6 +44,8 @@ bool PutInPlace(const std::string& fresh, const std::string& old) {
 
 void Remove(const std::string& name) { std::remove(name.c_str()); }
 
+int TransferError() { return errno; }
+
 bool NoRoom(int error) { return error == ENOSPC || error == EDQUOT || error == EFBIG; }
 
 }  // namespace quillon::system_files

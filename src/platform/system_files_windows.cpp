@@ -97,7 +97,13 @@ std::FILE* Open(const std::string& name, bool writes, DWORD shared) {
     return nullptr;
   }
   const int descriptor = _open_osfhandle(reinterpret_cast<std::intptr_t>(handle), writes ? 0 : _O_RDONLY);
-  return _fdopen(descriptor, writes ? "wb" : "rb");
+  if (descriptor < 0) {
+    CloseHandle(handle);
+    return nullptr;
+  }
+  std::FILE* file = _fdopen(descriptor, writes ? "wb" : "rb");
+  if (file == nullptr) _close(descriptor);
+  return file;
 }
 
 constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
@@ -144,13 +150,31 @@ std::FILE* OpenForOneWriter(const std::string& name) {
 }
 
 bool PutInPlace(const std::string& fresh, const std::string& old) {
+  constexpr int kTries = 10;    // a virus scanner looks at each fresh file for a moment
+  constexpr DWORD kPause = 20;  // milliseconds
   const std::wstring target = Wide(old);
-  if (MoveFileExW(Wide(fresh).c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING)) return true;
-  errno = Reason(target);
-  return false;
+  for (int tries = 1;; ++tries) {
+    if (MoveFileExW(Wide(fresh).c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING)) return true;
+    errno = Reason(target);
+    if (errno == EWOULDBLOCK) errno = EACCES;
+    if (errno != EACCES || tries == kTries) return false;
+    Sleep(kPause);
+  }
 }
 
 void Remove(const std::string& name) { DeleteFileW(Wide(name).c_str()); }
+
+// The library has no number for most of the system's reasons; the system's own is kept beside it.
+int TransferError() {
+  switch (_doserrno) {
+    case ERROR_DISK_FULL:
+    case ERROR_HANDLE_DISK_FULL:
+    case kQuotaUsedUp:
+      return ENOSPC;
+    default:
+      return EIO;
+  }
+}
 
 bool NoRoom(int error) { return error == ENOSPC || error == EFBIG; }
 

@@ -139,9 +139,7 @@ SystemLine::SystemLine(const std::string& programFolder, int number) : device_(s
   if (device_->handle == INVALID_HANDLE_VALUE) throw OpenFailure(number, name, GetLastError());
   COMMTIMEOUTS timeouts = kTimeouts;
   if (!SetCommTimeouts(device_->handle, &timeouts)) throw OpenFailure(number, name, ERROR_INVALID_HANDLE);
-  PurgeComm(device_->handle, PURGE_RXCLEAR);
   device_->reading.bytes.resize(kChunk);
-  device_->StartReading();
 }
 
 SystemLine::~SystemLine() = default;
@@ -166,8 +164,14 @@ bool SystemLine::SetSpeed(int baud) {
   form.XonChar = kXon;  // some drivers refuse two that are the same, used or not
   form.XoffChar = kXoff;
   if (!SetCommState(device_->handle, &form) || !GetCommState(device_->handle, &form)) return false;
-  return form.ByteSize == 8 && form.Parity == NOPARITY && form.StopBits == TWOSTOPBITS &&
-         std::abs(static_cast<double>(form.BaudRate) - baud) <= baud * kSpeedTolerance;
+  const bool met = form.ByteSize == 8 && form.Parity == NOPARITY && form.StopBits == TWOSTOPBITS &&
+                   std::abs(static_cast<double>(form.BaudRate) - baud) <= baud * kSpeedTolerance;
+  // Reading begins here: what came before at another speed is noise.
+  if (met && !device_->reads) {
+    PurgeComm(device_->handle, PURGE_RXCLEAR);
+    device_->StartReading();
+  }
+  return met;
 }
 
 /// The system takes all bytes at once and sends them in order.

@@ -92,7 +92,7 @@ std::string Contents(std::FILE* file, const std::string& path) {
     filled += count;
     if (filled == contents.size()) contents.resize(2 * contents.size());
   }
-  if (std::ferror(file)) throw FileError(path, errno);
+  if (std::ferror(file)) throw FileError(path, system_files::TransferError());
   contents.resize(filled);
   return contents;
 }
@@ -136,7 +136,7 @@ void ReplaceFile(const std::string& path, std::string_view contents) {
   bool written = std::fwrite(contents.data(), 1, contents.size(), file.get()) == contents.size();
   written = std::fclose(file.release()) == 0 && written;
   if (written && system_files::PutInPlace(fresh, path)) return;
-  const int error = errno;
+  const int error = written ? errno : system_files::TransferError();
   system_files::Remove(fresh);
   throw FileError(path, error);
 }
@@ -162,7 +162,7 @@ void LineReader::ReadOn() {
   if (kept > piece_.size() / 2) piece_.resize(2 * piece_.size());
   const std::size_t room = piece_.size() - kept;
   const std::size_t count = std::fread(piece_.data() + kept, 1, room, file_.get());
-  if (std::ferror(file_.get())) throw FileError(path_, errno);
+  if (std::ferror(file_.get())) throw FileError(path_, system_files::TransferError());
   if (count < room) file_.reset();
   text_ = {piece_.data(), kept + count};
   position_ = 0;
@@ -184,14 +184,14 @@ void TextWriter::WriteLine(std::string_view line) {
   std::fwrite(line.data(), 1, line.size(), file_.get());
   std::fwrite("\r\n", 1, 2, file_.get());
   if (!std::ferror(file_.get())) return;
-  const int error = errno;
+  const int error = system_files::TransferError();
   file_.reset();
   throw FileError(path_, error);
 }
 
 void TextWriter::Close() {
   if (!file_) return;
-  if (std::fclose(file_.release()) != 0) throw FileError(path_, errno);
+  if (std::fclose(file_.release()) != 0) throw FileError(path_, system_files::TransferError());
 }
 
 }  // namespace quillon

@@ -8,8 +8,9 @@ namespace quillon {
 namespace console {
 
 /// From here on an interrupt (Ctrl-C) or a request to end is kept until the program looks at it, and a reader
-/// of the output who went away ends nothing: a controller must not be left with half an image by either.
-void KeepInterrupts();
+/// of the output who went away ends nothing: a controller must not be left with half an image by either. The
+/// console shows UTF-8.
+void Prepare();
 bool Interrupted();
 
 bool IsTerminal(std::FILE* stream);

@@ -13,7 +13,7 @@ void Keep(int) { interrupted = 1; }
 
 }  // namespace
 
-void KeepInterrupts() {
+void Prepare() {
   std::signal(SIGINT, Keep);
   std::signal(SIGTERM, Keep);
   if (std::signal(SIGHUP, Keep) == SIG_IGN) std::signal(SIGHUP, SIG_IGN);  // started by nohup

@@ -1,7 +1,9 @@
+#include <windows.h>
+// The system's header comes first; the others use its types.
 #include <io.h>
 
 #include <atomic>
-#include <csignal>
+#include <cstdlib>
 
 #include "unattended/console.h"
 
@@ -9,18 +11,25 @@ namespace quillon::console {
 namespace {
 
 std::atomic<bool> interrupted = false;  // the system tells it in a thread of its own
+UINT formerCodePage = 0;
 
-// The system puts its own handler back before each call.
-void Keep(int signal) {
-  std::signal(signal, Keep);
+BOOL WINAPI Keep(DWORD event) {
+  constexpr DWORD kLongest = 10'000;  // milliseconds; the system waits for less
   interrupted = true;
+  // When this returns from the closing of the console or the end of the session, the program is ended at
+  // once. So it does not return: the run comes to its end first, and the program with it.
+  if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) Sleep(kLongest);
+  return TRUE;
 }
 
 }  // namespace
 
-void KeepInterrupts() {
-  std::signal(SIGINT, Keep);
-  std::signal(SIGBREAK, Keep);
+void Prepare() {
+  SetConsoleCtrlHandler(Keep, TRUE);
+  formerCodePage = GetConsoleOutputCP();
+  if (formerCodePage == 0) return;  // there is no console
+  SetConsoleOutputCP(CP_UTF8);
+  std::atexit([] { SetConsoleOutputCP(formerCodePage); });
 }
 
 bool Interrupted() { return interrupted; }

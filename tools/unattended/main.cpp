@@ -64,7 +64,7 @@ int Work(const quillon::Task& task, const std::string& folder, int argc, char** 
   }
   QApplication application(argc, argv);
   QApplication::setQuitOnLastWindowClosed(false);
-  quillon::console::KeepInterrupts();
+  quillon::console::Prepare();
   quillon::GiveHouseLook(application);
   quillon::Operator operatorAtWork(task, folder);
   quillon::Program program(folder);
