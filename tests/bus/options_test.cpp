@@ -1,6 +1,7 @@
 #include "bus/options.h"
 
 #include <gtest/gtest.h>
+#include <utility>
 
 #include <string>
 #include <vector>
@@ -29,10 +30,7 @@ TEST(Options, ControllersTakeTheirKeysAndSpeedsInTurn) {
 TEST(Options, FaultsAreReadAsWritten) {
   using Kind = Fault::Kind;
   constexpr int kForever = Fault::kForever;
-  const struct {
-    const char* text;
-    Fault fault;
-  } cases[] = {
+  const std::pair<const char*, Fault> cases[] = {
       {"3:corrupt@1-2", {Kind::Corrupt, 1, 2}},
       {"3:lost-batch@7", {Kind::Silent, 7, 7, 0, {}, Command::Batch}},
       {"3:late=800/boot", {Kind::Late, 1, kForever, 0, 800ms, Command::Boot}},
@@ -40,11 +38,11 @@ TEST(Options, FaultsAreReadAsWritten) {
       {"3:short", {Kind::Short, 1, kForever, 1}},
       {"3:dead/erase@2-%25", {Kind::Dead, 2, kForever, 0, {}, Command::Erase, 0.25}},
   };
-  for (const auto& row : cases) {
-    const Options options = ParseOptions(Words{"--fault", row.text, "--count", "5"});
-    EXPECT_TRUE(options.controllers[2].faults.empty()) << row.text;
-    ASSERT_EQ(options.controllers[3].faults.size(), 1U) << row.text;
-    EXPECT_TRUE(options.controllers[3].faults[0] == row.fault) << row.text;
+  for (const auto& [text, fault] : cases) {
+    const Options options = ParseOptions(Words{"--fault", text, "--count", "5"});
+    EXPECT_TRUE(options.controllers[2].faults.empty()) << text;
+    ASSERT_EQ(options.controllers[3].faults.size(), 1U) << text;
+    EXPECT_TRUE(options.controllers[3].faults[0] == fault) << text;
   }
 }
 

@@ -18,9 +18,11 @@ TEST(KilledSaving, LeavesTheOldFileOrTheNewOne) {
   for (unsigned i = 0; i < 60; ++i) {
     const pid_t saver = fork();
     ASSERT_GE(saver, 0);
-    while (saver == 0) {
-      ReplaceFile(path, fresh);
-      ReplaceFile(path, old);
+    if (saver == 0) {
+      for (;;) {
+        ReplaceFile(path, fresh);
+        ReplaceFile(path, old);
+      }
     }
     usleep(300 + 61 * i);
     kill(saver, SIGKILL);

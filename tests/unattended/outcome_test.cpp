@@ -10,11 +10,11 @@ namespace {
 TEST(Verdict, OfARow) {
   const QColor black(Qt::black), white(Qt::white);
   const struct {
-    const char* version;
-    const char* checksum;
-    const char* fileChecksum;
+    const char* version = nullptr;
+    const char* checksum = nullptr;
+    const char* fileChecksum = nullptr;
     QColor checksumText;
-    const char* word;
+    const char* word = nullptr;
   } table[] = {
       {"12/05/31", "6E8C", "6E8C", black, "good"},
       {"12/05/31", "6E8C", "", black, "good"},
