@@ -13,6 +13,7 @@ struct FailureCase {
   std::vector<int> boxes;
   bool portLeftOpen;
   const char* talk = "";
+  const char* says = "";  // the first box
 };
 void PrintTo(const FailureCase& c, std::ostream* out) { *out << c.name; }
 
@@ -29,6 +30,7 @@ TEST_P(RunFailure, ShowsItsBoxesAndLeavesTheNextRunFree) {
     bench.Press(button);
     EXPECT_EQ(bench.BoxNumbers(), c.boxes);
     EXPECT_EQ(bench.Talk(), c.talk);
+    EXPECT_NE(bench.world.boxes[0].text.find(c.says), std::string::npos) << bench.world.boxes[0].text;
     if (button == kTo4 || button == kTo3) {
       EXPECT_EQ(bench.world.boxes.back().title, (bench.tool.*button).Name() + "_Click ");
     }
@@ -62,13 +64,13 @@ const char* const kErase = "9600 Erase5x3 4800 Erase5x3 19200 Erase5x3 38400 Era
 
 // clang-format off
 const FailureCase kTable[] = {
-    {"NoPort", kNoPort, {kParallel, kInfo, kBoot, kAuto, kTo4, kTo3}, {13}, false},
+    {"NoPort", kNoPort, {kParallel, kInfo, kBoot, kAuto, kTo4, kTo3}, {13}, false, "", "Select one in \"Com Port\""},
     {"NoPortInASerialDownload", kNoPort, {kSerial}, {13}, false, kErase},
     {"NoSpeed", kNoSpeed, {kParallel, kInfo, kBoot, kTo4, kTo3}, {380}, true},
     {"NoSpeedInAuto", kNoSpeed, {kAuto}, {380}, false},
     {"NoSpeedInASerialDownload", kNoSpeed, {kSerial}, {380}, false,
      "9600 Erase5x3 4800 Erase5x3 9600 Erase5x3 19200 Erase5x3 38400 Erase5x3"},
-    {"NoNumber", kNoNumber, {kParallel, kInfo, kAuto, kTo4, kTo3}, {13}, false},
+    {"NoNumber", kNoNumber, {kParallel, kInfo, kAuto, kTo4, kTo3}, {13}, false, "", ": Protocol holds"},
     {"NoNumberInBootInfo", kNoNumber, {kBoot}, {13}, true},
     {"NoNumberInASerialDownload", kNoNumber, {kSerial}, {13, 13, 13, 13, 13}, false, kErase},
     {"Refused", kRefused, {kParallel, kInfo, kBoot, kAuto, kTo4, kTo3}, {8002}, false},
