@@ -68,6 +68,7 @@ TEST(Browse, TakesTheChosenFileAndKeepsTheLastWhenCancelled) {
   bench.world.fileToChoose = "";
   bench.tool.Command1.Press();
   EXPECT_EQ(bench.tool.FileName.Text(), bench.world.folder + "image.hex");
+  EXPECT_EQ(bench.world.fileDialog, "Select a Hex file: Hexadecimal Files (*.hex)|*.hex");
 }
 
 TEST(Browse, NeverChoosesASecondFileInsideAFirstThatFails) {

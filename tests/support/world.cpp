@@ -81,7 +81,10 @@ void World::ShowBox(const std::string& text, const std::string& title, BoxKind k
   if (onBox) onBox(boxes.back());
 }
 
-std::string World::ChooseFile(const std::string&, const std::string&) { return fileToChoose; }
+std::string World::ChooseFile(const std::string& title, const std::string& filter) {
+  fileDialog = title + ": " + filter;
+  return fileToChoose;
+}
 
 void World::Open(int number, const LineSettings& settings) {
   if (beforeOperation) beforeOperation();

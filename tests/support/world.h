@@ -56,6 +56,7 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
   /// Runs while a box stands, before the operator's OK.
   std::function<void(const ShownBox&)> onBox;
 
+  std::string fileDialog;       ///< title and filter of the last file dialog
   std::string fileToChoose;     ///< what the operator picks in the next file dialogs; empty: Cancel
   std::vector<ShownBox> boxes;  ///< all boxes so far
   bool boxAnswered = false;     ///< the program answered the box that stands, or a click meanwhile did
