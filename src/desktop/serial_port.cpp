@@ -1,5 +1,6 @@
 #include "desktop/serial_port.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -10,10 +11,8 @@
 namespace quillon {
 namespace {
 
-using SteadyClock = std::chrono::steady_clock;
-
 constexpr double kBitsPerByte = 11;   // start bit, 8 data bits, 2 stop bits
-constexpr double kDrainGrace = 1.0;   // seconds
+constexpr double kDrainGrace = 1.0;   // seconds of a line that stands still
 constexpr double kDrainStep = 0.001;  // seconds
 
 /// Bytes that may wait. No answer is near it, and a line that babbles must not fill the memory.
@@ -93,21 +92,30 @@ std::vector<std::uint8_t> SerialPort::Read() {
 }
 
 /// Waits until all bytes have left; false when some did not. A line that stands still must not hold the
-/// program, so there is an end to waiting.
+/// program, however much waits for it: a line that works lets bytes out again and again.
 bool SerialPort::Drain() {
-  const double bytes = static_cast<double>(pending_.size() + line_->Leaving());
-  const auto time = std::chrono::duration<double>(bytes * kBitsPerByte / baud_ + kDrainGrace);
-  const auto deadline = SteadyClock::now() + std::chrono::duration_cast<SteadyClock::duration>(time);
+  std::size_t left = 0;
+  SteadyClock::time_point deadline;
   while (!line_->Gone() && SendPending()) {
-    if (pending_.empty() && line_->Leaving() == 0) {
+    const std::size_t before = std::exchange(left, pending_.size() + line_->Leaving());
+    if (left == 0) {
       line_->AwaitLastBytes();
       return true;
     }
-    if (SteadyClock::now() >= deadline) break;
+    const SteadyClock::time_point now = SteadyClock::now();
+    if (left != before) deadline = now + LongestStandstill(left);
+    if (now >= deadline) break;
     late_work::Do();  // no event is served here, and it can take long
     system_clock::SleepFor(kDrainStep);
   }
   return false;
+}
+
+/// How long a line that works can show no progress while so many bytes leave.
+SerialPort::SteadyClock::duration SerialPort::LongestStandstill(std::size_t bytes) const {
+  const auto step = static_cast<double>(std::min(bytes, SystemLine::kMostPerStep));
+  const std::chrono::duration<double> time(step * kBitsPerByte / baud_ + kDrainGrace);
+  return std::chrono::duration_cast<SteadyClock::duration>(time);
 }
 
 /// Hands on what the device takes now; false when the device failed.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -24,7 +25,8 @@ class SerialPort final : public SerialDevice {
 
   /// Drops what the device received before.
   void Open(int number, const LineSettings& settings) override;
-  /// Waits for what is leaving as long as it needs at the current speed, and a second; then the rest is lost.
+  /// Waits for what is leaving while the line lets it out. When it stands still for a second, the rest is
+  /// lost.
   void Close() override;
   /// Waits like Close.
   void Configure(const LineSettings& settings) override;
@@ -35,8 +37,11 @@ class SerialPort final : public SerialDevice {
   std::string Describe(int number) const override { return DescribePort(programFolder_, number); }
 
  private:
+  using SteadyClock = std::chrono::steady_clock;
+
   void SetSpeed(int baud);
   bool Drain();
+  SteadyClock::duration LongestStandstill(std::size_t bytes) const;
   void LetGo();
   bool SendPending();
   void Receive();

@@ -46,6 +46,9 @@ class SystemLine {
   /// when the device failed.
   bool Receive(std::vector<std::uint8_t>& bytes);
 
+  /// Bytes that leave between two changes of Leaving, at most: adapters count in blocks.
+  static constexpr std::size_t kMostPerStep = 512;
+
   /// Number of bytes that the device has taken and not yet sent; 0 where it can't tell.
   std::size_t Leaving() const;
 

@@ -202,7 +202,9 @@ bool SystemLine::SetSpeed(int baud) {
 std::ptrdiff_t SystemLine::Send(std::span<const std::uint8_t> bytes) {
   std::size_t sent = 0;
   while (sent < bytes.size()) {
-    const ssize_t taken = write(device_->descriptor, bytes.data() + sent, bytes.size() - sent);
+    // An adapter tells of a write when all of it has left.
+    const std::size_t count = std::min(bytes.size() - sent, kMostPerStep);
+    const ssize_t taken = write(device_->descriptor, bytes.data() + sent, count);
     if (taken < 0 && !WouldBlock()) return -1;
     if (taken <= 0) break;
     sent += static_cast<std::size_t>(taken);

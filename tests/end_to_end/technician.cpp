@@ -4,6 +4,7 @@
 #include <QMessageBox>
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -22,10 +23,8 @@ std::vector<std::string> BusWords(const std::string& folder, const std::vector<s
 Technician::Technician(std::chrono::seconds bound, const std::vector<std::string>& busOptions,
                        const Settings& settings)
     : watchdog_(
-          bound, [this] { TellWindows(); }, [this] { TellFiles(); }),
-      bus_(BusWords(Path(""), busOptions)) {
-  const std::string word = bus_.ReadLine();
-  if (!word.starts_with("bus: ")) throw std::runtime_error("the virtual bus does not start: " + word);
+          bound, [this] { TellWindows(); }, [this] { TellFiles(); }) {
+  PlugTheLineIn(busOptions);
   WriteSettings(settings);
   program_.emplace(Path(""));
   program_->Start();
@@ -35,7 +34,18 @@ Technician::~Technician() {
   // A program that ended has told the application to quit; the next test's dialogs need it to run again.
   QTimer::singleShot(0, qApp, [] { QCoreApplication::exit(); });
   QCoreApplication::exec();
-  bus_.End(SIGTERM);
+  bus_->End(SIGTERM);
+}
+
+void Technician::PlugTheLineIn(const std::vector<std::string>& busOptions) {
+  bus_.emplace(BusWords(Path(""), busOptions));
+  const std::string word = bus_->ReadLine();
+  if (!word.starts_with("bus: ")) throw std::runtime_error("the virtual bus does not start: " + word);
+}
+
+void Technician::SelectDevice(const std::string& device) {
+  std::filesystem::create_symlink(device, Path("COM8"));
+  Select("Com Port", "COM 8");
 }
 
 void Technician::WriteSettings(const Settings& settings) const {

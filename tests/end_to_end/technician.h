@@ -42,6 +42,16 @@ class Technician final : public WindowDriver {
   /// Writes a HEX file and chooses it through the file dialog.
   void ChooseHex(const std::vector<std::string>& lines);
 
+  /// The bus takes no byte from here on, as an adapter that hangs.
+  void HangTheLine() { bus_->Send(SIGSTOP); }
+  /// Ends the bus as a pulled cable does, with no farewell.
+  void PullTheLine() { bus_->End(SIGKILL); }
+  /// Starts another bus with these options in the place of the one before.
+  void PlugTheLineIn(const std::vector<std::string>& busOptions);
+
+  /// Puts a device beside the program as COM 8, and selects it.
+  void SelectDevice(const std::string& device);
+
   /// Does something once, as soon as the condition holds while the tool works.
   void When(std::function<bool()> condition, std::function<void()> action);
 
@@ -68,7 +78,7 @@ class Technician final : public WindowDriver {
 
   QTemporaryDir folder_;
   Watchdog watchdog_;
-  StartedProgram bus_;
+  std::optional<StartedProgram> bus_;
   std::vector<std::pair<std::function<bool()>, std::function<void()>>> plans_;
   std::optional<Program> program_;
 };

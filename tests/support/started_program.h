@@ -63,8 +63,12 @@ class StartedProgram {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
 
-  int End(int signal) {
+  void Send(int signal) {
     if (process_ > 0) kill(process_, signal);
+  }
+
+  int End(int signal) {
+    Send(signal);
     return Wait();
   }
 

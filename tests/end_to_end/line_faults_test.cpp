@@ -1,0 +1,137 @@
+// A line that goes wrong under a run: what the technician sees of it, and how soon.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <QElapsedTimer>
+#include <atomic>
+#include <fstream>
+#include <future>
+
+#include "end_to_end/image.h"
+#include "end_to_end/technician.h"
+
+namespace quillon::test {
+namespace {
+
+using testing::IsEmpty;
+
+/// The controllers' side of a pseudo-terminal that nobody reads.
+class DeadEnd {
+ public:
+  DeadEnd() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)) {
+    EXPECT_TRUE(grantpt(master_) == 0 && unlockpt(master_) == 0);
+  }
+  ~DeadEnd() { close(master_); }
+  std::string Device() const { return ptsname(master_); }
+  ssize_t Send(const Bytes& bytes) const { return write(master_, bytes.data(), bytes.size()); }
+
+ private:
+  int master_;
+};
+
+/// Memory that this process holds, in KB.
+long ResidentMemory() {
+  std::ifstream status("/proc/self/status");
+  for (std::string word; status >> word;) {
+    long size = 0;
+    if (word == "VmRSS:" && status >> size) return size;
+  }
+  return -1;
+}
+
+/// Milliseconds from Cancel to the end of a run: the pause of an answer, 0.5 s, the two seconds of the row's
+/// failure, which Cancel does not cut, and some for a busy machine.
+constexpr qint64 kCancelTakes = 3000;
+
+/// A run that the technician cancels at `cancelAt`, and what could be felt of it. Times in milliseconds.
+struct CancelledRun {
+  CancelledRun(Technician& technician, const char* button, qint64 cancelAt) {
+    QElapsedTimer time;
+    qint64 lastLook = 0;
+    long memoryBefore = 0;
+    const auto look = [&] {
+      standstill = std::max(standstill, time.elapsed() - lastLook);
+      lastLook = time.elapsed();
+      constexpr qint64 kWindowsAreOpen = 700;
+      if (lastLook < kWindowsAreOpen) memoryBefore = ResidentMemory();
+      growth = std::max(growth, ResidentMemory() - memoryBefore);
+      return lastLook >= cancelAt && Technician::Shows("Message");
+    };
+    technician.When(look, [&] {
+      cancelled = time.elapsed();
+      technician.Press("Message", "Cancel");
+    });
+    time.start();
+    technician.Press("Quillon", button);
+    untilEnd = time.elapsed() - cancelled;
+    EXPECT_GT(cancelled, 0) << "it was over before Cancel";
+    EXPECT_GT(memoryBefore, 0);
+  }
+  qint64 cancelled = 0;
+  qint64 untilEnd = 0;    // since Cancel
+  qint64 standstill = 0;  // the longest time without a look at the windows, until Cancel
+  long growth = 0;        // KB of memory, until Cancel
+};
+
+TEST(LineFaults, ALineThatBabblesIsNoAnswerAndHoldsNeitherTheWindowNorCancelNorMemory) {
+  Technician technician(30s, {"--count", "1"}, {.controllers = {5}});
+  const DeadEnd line;
+  technician.SelectDevice(line.Device());
+  std::atomic<bool> babbles = true;
+  const auto babble = std::async(std::launch::async, [&] {
+    for (const Bytes noise(4096, 0x5A); babbles;) line.Send(noise);
+  });
+  const CancelledRun run(technician, "Flash Info", 4000);
+  babbles = false;
+  EXPECT_LT(run.untilEnd, kCancelTakes);
+  EXPECT_LT(run.standstill, 1500);  // two pauses, since a look takes two passes of the events
+  EXPECT_LT(run.growth, 4096);
+  EXPECT_NE(technician.Read("Log.txt").find("CRC false 3 time"), std::string::npos);
+  EXPECT_THAT(technician.boxes, IsEmpty());
+}
+
+TEST(LineFaults, ALineThatTakesNoMoreBytesHoldsTheWindowHardlyLongerThanASecond) {
+  Technician technician(40s, {"--controller", "5"}, {.delay = "10", .controllers = {5}});
+  const Firmware firmware(0x6000);  // three times what a pseudo-terminal holds
+  technician.ChooseHex(firmware.HexLines());
+  technician.When([&] { return technician.Frames().size() >= 2; }, [&] { technician.HangTheLine(); });
+  const CancelledRun run(technician, "Download (Parallel)", 8500);  // when the check has set the speed
+  technician.PullTheLine();
+  EXPECT_LT(run.standstill, 3000);
+  EXPECT_LT(run.untilEnd, kCancelTakes + 2000);
+  EXPECT_NE(technician.RowOf(5).checksum.toStdString(), firmware.ShownChecksum());
+}
+
+TEST(LineFaults, APulledLineEndsTheRunWithItsNumberAndTheNextRunTakesTheNewOne) {
+  const std::vector<std::string> bus{"--quick", "--controller", "5-6"};
+  const Firmware firmware(0x100, 0x100 - 5);
+  const struct {
+    const char* button;
+    std::size_t frames;  // on the line when it is pulled
+  } kRuns[] = {{"Flash Info", 1}, {"Download (Parallel)", 4}};
+  for (const auto& run : kRuns) {
+    SCOPED_TRACE(testing::Message() << run.button << " at " << run.frames);
+    Technician technician(60s, bus, {.controllers = {5, 6}});
+    technician.ChooseHex(firmware.HexLines());
+    technician.When([&] { return technician.Frames().size() >= run.frames; },
+                    [&] { technician.PullTheLine(); });
+    technician.Press("Quillon", run.button);
+    EXPECT_FALSE(technician.boxes.empty());
+    for (const QString& box : technician.boxes)
+      EXPECT_TRUE(box.startsWith("Error #  8020")) << qUtf8Printable(box);
+    EXPECT_NE(technician.RowOf(6).checksum.toStdString(), firmware.ShownChecksum());
+
+    technician.boxes.clear();
+    technician.PlugTheLineIn(bus);
+    technician.Press("Quillon", "Download (Parallel)");
+    EXPECT_THAT(technician.boxes, IsEmpty());
+    for (const int y : {5, 6}) {
+      EXPECT_EQ(technician.RowOf(y).checksum.toStdString(), firmware.ShownChecksum()) << y;
+      EXPECT_EQ(technician.RowOf(y).checksumText, QColor(Qt::black)) << y;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace quillon::test
