@@ -97,6 +97,8 @@ class Desk:
         line = start(os.path.join(self.folder, 'quillon-bus'), '--link', os.path.join(self.folder, 'COM7'),
                      '--count', '2', '--delay', '600', stdout=subprocess.PIPE)
         line.stdout.readline()
+
+    def start_tool(self):
         self.tool = start(os.path.join(self.folder, 'quillon'))
 
     def close(self):
@@ -296,6 +298,7 @@ def main():
     try:
         desk.open(*sys.argv[1:3])
         reader = Reader()
+        desk.start_tool()  # not before: while both start, the tool may miss what the reader wants to hear
         reader.wait('the main window', lambda: reader.find('Quillon version', 'Exit'))
         check_main_window(reader)
         give_keyboard('Quillon version')
