@@ -100,13 +100,13 @@ class LabelView final : public ViewOf<Label, QLabel> {
         showingLate_ = false;
         ShowText();
         widget_.repaint();
+        if (widget_.isVisible()) screen_reader::TextChanged(widget_);
       });
     }
   }
 
   void ShowText() {
     widget_.setText(Shown(control_.Text()));
-    screen_reader::TextChanged(widget_);
     Fit();
   }
 

@@ -56,6 +56,7 @@ void AddEdge(QWidget* window, const QRect& line) {
 FormWindow::FormWindow(Form& form, FormWindow* owner)
     : QWidget(owner, FlagsOf(form.BorderStyle())), form_(form) {
   setObjectName(QString::fromUtf8(form.Name()));
+  if (form.Caption().empty()) setAccessibleName(objectName());  // a screen reader says where one is
   resize(SizeOf(form));
   views_ = DrawControls(form, this);
   FixSize();

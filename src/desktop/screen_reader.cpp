@@ -10,18 +10,36 @@
 namespace quillon::screen_reader {
 namespace {
 
+bool IsDialog(const FormWindow& window) { return window.TheForm().BorderStyle() == Form::Border::kDialog; }
+
 bool IsStatusLine(const QLabel& label) {
   const auto* window = dynamic_cast<FormWindow*>(label.window());
-  return window != nullptr && window->TheForm().BorderStyle() == Form::Border::kDialog;
+  return window != nullptr && IsDialog(*window);
 }
 
+/// A screen reader says a notification by itself, also while the keyboard is elsewhere.
+class StatusLine final : public QAccessibleWidget {
+ public:
+  explicit StatusLine(QLabel& label) : QAccessibleWidget(&label, QAccessible::Notification), label_(label) {}
+
+  QString text(QAccessible::Text kind) const override {
+    return kind == QAccessible::Name ? label_.text() : QAccessibleWidget::text(kind);
+  }
+
+ private:
+  const QLabel& label_;
+};
+
+/// Returns nullptr for what Qt describes well by itself.
 QAccessibleInterface* Describe(const QString&, QObject* object) {
+  if (auto* window = dynamic_cast<FormWindow*>(object)) {
+    return new QAccessibleWidget(window, IsDialog(*window) ? QAccessible::Dialog : QAccessible::Window);
+  }
   if (auto* picture = dynamic_cast<PictureWidget*>(object)) {
     return new QAccessibleWidget(picture, QAccessible::Graphic);
   }
   auto* label = qobject_cast<QLabel*>(object);
-  const bool statusLine = label != nullptr && IsStatusLine(*label);
-  return statusLine ? new QAccessibleWidget(label, QAccessible::Notification) : nullptr;
+  return label != nullptr && IsStatusLine(*label) ? new StatusLine(*label) : nullptr;
 }
 
 }  // namespace
@@ -29,9 +47,8 @@ QAccessibleInterface* Describe(const QString&, QObject* object) {
 void Install() { QAccessible::installFactory(&Describe); }
 
 void TextChanged(QLabel& label) {
-  if (!QAccessible::isActive() || !IsStatusLine(label)) return;
-  label.setAccessibleName(label.text());
-  // A notification is read when it appears. For the reader each new text appears anew.
+  if (!QAccessible::isActive() || label.text().isEmpty() || !IsStatusLine(label)) return;
+  // A notification is said when it appears. For the reader each new text appears anew.
   QAccessibleEvent appears(&label, QAccessible::ObjectShow);
   QAccessible::updateAccessibility(&appears);
 }

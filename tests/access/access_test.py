@@ -10,22 +10,29 @@ import signal
 import subprocess
 import sys
 import tempfile
-import threading
 import time
+import traceback
 
 BOUND = 60  # seconds for all of it; about four times what is needed on an idle machine
 STEP = 10   # seconds for a single thing to come about
 
 MAIN_WINDOW = {
     'text': ['File to download', 'File Cheksum', 'Time Out', 'Parallel Waiting Delay', 'Protocol'],
-    'push button': ['Browse ...', 'Download (Parallel)', 'Download (Serial)', 'Flash Info', 'Boot Info', 'Exit',
-                    'All', 'None', 'Auto', '3 -> 4', '4 -> 3'],
+    'push button': ['Browse ...', 'Download (Parallel)', 'Download (Serial)', 'Flash Info', 'Boot Info',
+                    'Exit', 'All', 'None', 'Auto', '3 -> 4', '4 -> 3'],
     'combo box': ['COM 7', '9600'],
     'check box': ['Controller %d' % number for number in range(32)] + [
         'Prot 3', 'Save configuration on exit',
         'Keep the existing baud rate for firmware download (ORVA only)'],
     'image': ['Warning about the file'],
 }
+INFO = {
+    'text': ['File Cheksum'] + ['%s %d' % (field, number) for field in ('Version', 'Cheksum')
+                                for number in range(32)],
+    'push button': ['Close'],
+}
+MESSAGE = {'push button': ['Cancel'], 'image': ['Work in progress', 'Failure', 'Searching']}
+FOCUSABLE = 'text', 'push button', 'combo box', 'check box'
 LABELS = {'COM 7': 'Com Port:', '9600': 'Speed:'}  # a list is told by its item; its label says what it is for
 DISABLED = ['Download (Parallel)', 'Download (Serial)', 'File Cheksum']  # no file is chosen
 ENABLED = ['Flash Info', 'Boot Info', 'Auto', 'Exit', 'Browse ...', 'Controller 0']
@@ -44,10 +51,14 @@ def start(*words, **options):
 
 
 def end_all():
-    """Ends what was started, the last first, and waits: a screen leaves files that the next one must not meet."""
+    """Ends what was started, the last first, and waits: a screen leaves files that must be gone."""
     for program in reversed(started):
         program.terminate()
-        program.wait()
+        try:
+            program.wait(STEP)
+        except subprocess.TimeoutExpired:
+            program.kill()
+            program.wait()
 
 
 def start_told(*words):
@@ -56,20 +67,26 @@ def start_told(*words):
     start(*[word % writing if '%d' in word else word for word in words], pass_fds=[writing],
           stderr=subprocess.DEVNULL)
     os.close(writing)
-    return os.fdopen(reading).readline().strip()
+    told = os.fdopen(reading).readline().strip()
+    check(told, words[0] + ' does not start')
+    return told
 
 
 def settings():
+    """The time-out leaves each status line standing for long enough to be read."""
     boxes = ' 0 \r\n' * 32
-    return '150\r\nCOM 7\r\n9600\r\n' + boxes + '50\r\n63\r\n 0 \r\n 0 \r\n'
+    return '1200\r\nCOM 7\r\n9600\r\n' + boxes + '50\r\n63\r\n 0 \r\n 0 \r\n'
 
 
 class Desk:
-    """The tool in a folder of its own, with two controllers behind COM 7, on a screen and buses of its own."""
+    """The tool in a folder of its own, two controllers behind COM 7, a screen and buses of its own."""
 
-    def __init__(self, quillon, bus):
+    def __init__(self):
         self.folder = tempfile.mkdtemp()
-        os.environ.update(XDG_RUNTIME_DIR=self.folder, QT_QPA_PLATFORM='xcb', QT_LINUX_ACCESSIBILITY_ALWAYS_ON='1')
+
+    def open(self, quillon, bus):
+        os.environ.update(XDG_RUNTIME_DIR=self.folder, QT_QPA_PLATFORM='xcb',
+                          QT_LINUX_ACCESSIBILITY_ALWAYS_ON='1')
         os.environ['DISPLAY'] = ':' + start_told('Xvfb', '-displayfd', '%d', '-screen', '0', '1280x1024x24')
         os.environ['DBUS_SESSION_BUS_ADDRESS'] = start_told('dbus-daemon', '--session', '--nofork',
                                                             '--print-address=%d')
@@ -78,8 +95,10 @@ class Desk:
         with open(os.path.join(self.folder, 'Quillon.cfg'), 'w', newline='') as file:
             file.write(settings())
         line = start(os.path.join(self.folder, 'quillon-bus'), '--link', os.path.join(self.folder, 'COM7'),
-                     '--count', '2', stdout=subprocess.PIPE)
+                     '--count', '2', '--delay', '600', stdout=subprocess.PIPE)
         line.stdout.readline()
+
+    def start_tool(self):
         self.tool = start(os.path.join(self.folder, 'quillon'))
 
     def close(self):
@@ -125,18 +144,24 @@ class Reader:
     def children(node):
         return [child for child in map(node.get_child_at_index, range(node.get_child_count())) if child]
 
-    def find(self, name):
-        """The control of this name; a label is none."""
-        return next((item for item in self.all()
-                     if item.get_name() == name and item.get_role_name() != 'label'), None)
+    def window(self, title):
+        """The tool's window whose title begins so, or None."""
+        return next((window for tool in self.children(self.desktop) for window in self.children(tool)
+                     if window.get_name().strip().startswith(title)), None)
 
-    def has(self, name, state):
-        item = self.find(name)
+    def find(self, title, name):
+        """The control of this name in a window; a label is none."""
+        window = self.window(title)
+        return window and next((item for item in self.all(window)
+                                if item.get_name() == name and item.get_role_name() != 'label'), None)
+
+    def is_in(self, state, item):
         return item is not None and item.get_state_set().contains(getattr(self.states, state))
 
-    def text(self, name):
-        item = self.find(name)
-        return self.text_of(item, 0, -1) if item else None
+    def row(self, number):
+        """The two fields of a controller in the table."""
+        fields = [self.find('Flash Info', '%s %d' % (field, number)) for field in ('Version', 'Cheksum')]
+        return [self.text_of(field, 0, -1) if field else None for field in fields]
 
     def wait(self, what, true):
         """Returns when `true()` is, and ends the test where it does not come about."""
@@ -144,7 +169,8 @@ class Reader:
         while not true():
             if time.monotonic() > end:
                 shown = [item.get_name() for item in self.all() if item.get_role_name() == 'notification']
-                sys.exit('FAILED: %s did not come about. Said: %s; status line: %s' % (what, self.said, shown))
+                sys.exit('FAILED: %s did not come about. Said: %s; status line: %s; focus went to %s' %
+                         (what, self.said, shown, self.focused))
             while self.context.pending():
                 self.context.iteration(False)
             time.sleep(0.02)
@@ -155,9 +181,10 @@ def press(*keys):
 
 
 def give_keyboard(title):
+    """What a window manager does when somebody turns to a window."""
     window = subprocess.run(['xdotool', 'search', '--sync', '--onlyvisible', '--name', title], check=True,
                             capture_output=True, text=True, timeout=STEP).stdout.split()[0]
-    subprocess.run(['xdotool', 'windowfocus', '--sync', window], check=True)
+    subprocess.run(['xdotool', 'windowfocus', '--sync', window], check=True, timeout=STEP)
 
 
 def check(true, what):
@@ -165,24 +192,37 @@ def check(true, what):
         sys.exit('FAILED: ' + what)
 
 
-def check_what_is_told(reader):
+def check_window(reader, title, role, controls):
+    """Every control has its name and its role, and takes the keyboard where it is for that. Returns them."""
+    window = reader.window(title)
+    check(window, 'there is no window "%s"' % title)
+    check(window.get_role_name() == role, '"%s" is told as a %s' % (title, window.get_role_name()))
     told = {}
-    for item in reader.all():
-        role, name = item.get_role_name(), item.get_name()
-        check(name or role not in MAIN_WINDOW, 'a %s has no name' % role)
-        if role != 'label':
-            told[name] = role, item
-    for role, names in MAIN_WINDOW.items():
+    for item in reader.all(window):
+        item_role, name = item.get_role_name(), item.get_name()
+        check(name or item_role == 'filler', 'a %s of "%s" has no name' % (item_role, title))
+        if item_role != 'label':
+            told[name] = item
+        if item_role in FOCUSABLE:
+            check(reader.is_in('FOCUSABLE', item), '"%s" is told as out of the keyboard\'s reach' % name)
+    for wanted, names in controls.items():
         for name in names:
-            check(name in told and told[name][0] == role, 'there is no %s "%s"' % (role, name))
+            check(name in told and told[name].get_role_name() == wanted,
+                  'there is no %s "%s"' % (wanted, name))
+    return told
+
+
+def check_main_window(reader):
+    told = check_window(reader, 'Quillon version', 'frame', MAIN_WINDOW)
     for name, label in LABELS.items():
-        labels = [relation.get_target(0).get_name() for relation in told[name][1].get_relation_set()
+        labels = [relation.get_target(0).get_name() for relation in told[name].get_relation_set()
                   if relation.get_relation_type() == reader.labelled]
         check(label in labels, 'the list "%s" has the labels %s' % (name, labels))
     for name in DISABLED + ENABLED:
-        enabled = told[name][1].get_state_set().contains(reader.states.ENABLED)
-        check(enabled == (name in ENABLED), '"%s" is told wrongly enabled or not' % name)
-    check(not reader.has('Controller 0', 'CHECKED'), '"Controller 0" is told as ticked')
+        check(reader.is_in('ENABLED', told[name]) == (name in ENABLED),
+              '"%s" is told wrongly enabled or not' % name)
+    for name, ticked in ('Controller 0', False), ('Save configuration on exit', True):
+        check(reader.is_in('CHECKED', told[name]) == ticked, '"%s" is told wrongly ticked or not' % name)
 
 
 def go_to(reader, name):
@@ -195,26 +235,53 @@ def go_to(reader, name):
     sys.exit('FAILED: the Tab key does not reach "%s"' % name)
 
 
-def survey_by_keyboard(reader, tool):
-    """Controller 1 answers, controller 2 is silent."""
-    give_keyboard('Quillon version')
+def tick_by_keyboard(reader):
+    """Ticks controllers 1 and 2; then the box that offers two buttons, and takes its tick away."""
+    def is_in(state, name):
+        return reader.is_in(state, reader.find('Quillon version', name))
+
+    go_to(reader, 'Prot 3')
+    for shown in True, False:
+        press('space')
+        reader.wait('the button that "Prot 3" shows or hides',
+                    lambda: is_in('CHECKED', 'Prot 3') == shown and is_in('SHOWING', '3 -> 4') == shown)
     go_to(reader, 'Controller 1')
     press('space', 'Right', 'space')
-    reader.wait('ticks at 1 and 2', lambda: reader.has('Controller 1', 'CHECKED') and
-                reader.has('Controller 2', 'CHECKED'))
+    reader.wait('ticks at 1 and 2',
+                lambda: is_in('CHECKED', 'Controller 1') and is_in('CHECKED', 'Controller 2'))
+
+
+def survey_by_keyboard(reader):
+    """Controller 1 answers, controller 2 is silent. Each status line is said, once, as it comes."""
     go_to(reader, 'Flash Info')
     press('Return')
-    for line in 'Controller 2 : Checking Flash ', 'Controller 2 : No Answer ':
-        reader.wait('"%s"' % line, lambda: any(said.startswith(line) for said in reader.said))
-    rows = {'Version 0': '', 'Version 1': '01/02/03', 'Cheksum 1': '1E02', 'Version 2': 'No', 'Cheksum 2': 'Answer'}
-    reader.wait('the rows', lambda: {name: reader.text(name) for name in rows} == rows)
+    lines = ['Controller 1 : Checking Flash  (Speed : 9600 Bds) ...',
+             'Controller 2 : Checking Flash  (Speed : 9600 Bds) ...',
+             'Controller 2 : No Answer   (Speed : 9600 Bds) ']
+    reader.wait('the last of %s' % lines, lambda: lines[-1] in reader.said)
+    check(reader.said[:len(lines)] == lines, 'what was said is %s' % reader.said)
+    for name, shown in ('Failure', True), ('Work in progress', False):
+        check(reader.is_in('SHOWING', reader.find('Message', name)) == shown,
+              'picture "%s" is told wrongly' % name)
+    check_window(reader, 'Message', 'dialog', MESSAGE)
+    check_window(reader, 'Flash Info', 'frame', INFO)
+    rows = [['', ''], ['01/02/03', '1E02'], ['No', 'Answer']]
+    reader.wait('the rows %s' % rows, lambda: [reader.row(number) for number in range(3)] == rows)
+
+
+def end_by_keyboard(tool):
     give_keyboard('Quillon version')
     press('alt+e')  # in the middle of the run
     check(tool.wait(STEP) == 0, 'the tool did not end by Alt+E')
 
 
+def time_is_up(_, frame):
+    traceback.print_stack(frame)
+    sys.exit('FAILED: %d seconds are over' % BOUND)
+
+
 def main():
-    for program in 'Xvfb', 'xdotool', 'dbus-daemon':
+    for program in 'Xvfb', 'xdotool', 'dbus-daemon', '/usr/libexec/at-spi-bus-launcher':
         if not shutil.which(program):
             print('%s is not there: not tried' % program)
             return 77
@@ -225,13 +292,19 @@ def main():
         print('%s: not tried' % reason)
         return 77
     end_with_parent()
+    signal.signal(signal.SIGALRM, time_is_up)
     signal.alarm(BOUND)
-    desk = Desk(*sys.argv[1:3])
+    desk = Desk()
     try:
+        desk.open(*sys.argv[1:3])
         reader = Reader()
-        reader.wait('the main window', lambda: reader.find('Exit'))
-        check_what_is_told(reader)
-        survey_by_keyboard(reader, desk.tool)
+        desk.start_tool()  # not before: while both start, the tool may miss what the reader wants to hear
+        reader.wait('the main window', lambda: reader.find('Quillon version', 'Exit'))
+        check_main_window(reader)
+        give_keyboard('Quillon version')
+        tick_by_keyboard(reader)
+        survey_by_keyboard(reader)
+        end_by_keyboard(desk.tool)
     finally:
         desk.close()
     return 0
