@@ -9,6 +9,7 @@
 #include "desktop/line_watch.h"
 #include "platform/computer.h"
 #include "platform/system_line.h"
+#include "platform/system_ports.h"
 
 namespace quillon {
 
@@ -32,7 +33,7 @@ class SerialPort final : public SerialDevice {
   void Write(std::span<const std::uint8_t> bytes) override;
   std::size_t Waiting() override;
   std::vector<std::uint8_t> Read() override;
-  std::string Describe(int number) const override { return DescribePort(programFolder_, number); }
+  PortDescription Describe(int number) const override { return DescribePort(programFolder_, number); }
 
  private:
   void SetSpeed(int baud);

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/port_description.h"
+
 namespace quillon {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -89,8 +91,8 @@ class SerialDevice {
   virtual std::size_t Waiting() = 0;
   /// Returns and removes all that wait.
   virtual Bytes Read() = 0;
-  /// Which device port `number` is, in words for the operator. Asks the system; opens nothing.
-  virtual std::string Describe(int number) const = 0;
+  /// Which device port `number` is. Asks the system; opens nothing.
+  virtual PortDescription Describe(int number) const = 0;
 };
 
 /// All of it, handed to the program once.

@@ -96,7 +96,7 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
   void Write(std::span<const std::uint8_t> bytes) override;
   std::size_t Waiting() override;
   std::vector<std::uint8_t> Read() override;
-  std::string Describe(int number) const override { return "device " + std::to_string(number); }
+  PortDescription Describe(int number) const override { return {"device " + std::to_string(number), true}; }
 
  private:
   void Act();
