@@ -2,10 +2,12 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "desktop/awake.h"
 #include "desktop/line_watch.h"
 #include "platform/computer.h"
 #include "platform/system_line.h"
@@ -51,6 +53,7 @@ class SerialPort final : public SerialDevice {
   int baud_ = 0;
   std::unique_ptr<SystemLine> line_;   // none while the port is closed
   std::unique_ptr<LineWatch> watch_;   // goes before the line
+  std::optional<Awake> awake_;         // a computer asleep would leave the controllers in the middle of a run
   std::vector<std::uint8_t> pending_;  // given to Write, not yet taken by the device
   std::vector<std::uint8_t> received_;
 };

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <signal.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -49,7 +50,7 @@ int NumberOf(const std::function<void()>& step) { return ErrorOf(step).number; }
 /// The far end of a line: the controllers' side of a pseudo-terminal.
 class FarEnd {
  public:
-  FarEnd() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK)) {
+  FarEnd() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)) {
     EXPECT_TRUE(grantpt(master_) == 0 && unlockpt(master_) == 0);
   }
   ~FarEnd() { close(master_); }
@@ -210,11 +211,15 @@ TEST_F(SerialPortTest, DeviceThatGoesAwayFailsTheNextOperationAndTheNextOpeningW
       {"Configure", [&] { port.Configure({19200}); }},
   };
   for (const auto& [name, operation] : cases) {
+    std::string device;
     {
       const FarEnd pulled;
-      LinkTo(pulled.Device(), kPort);
+      device = pulled.Device();
+      LinkTo(device, kPort);
       port.Open(kPort, {9600});
     }
+    // The program that keeps the computer awake holds all that is open until it has begun.
+    while (std::filesystem::exists(device)) std::this_thread::sleep_for(1ms);
     QCoreApplication::processEvents();
     EXPECT_EQ(NumberOf(operation), RunError::kDeviceFailed) << name;
     EXPECT_EQ(NumberOf([&] { port.Close(); }), 0) << name;
@@ -277,6 +282,39 @@ TEST_F(SerialPortTest, ADeviceWithoutTheRightToItTellsWhomToAsk) {
     EXPECT_EQ(error.number, RunError::kPermissionDenied);
     EXPECT_EQ(error.description.find("usermod") != std::string::npos, named) << error.description;
   }
+}
+
+TEST_F(SerialPortTest, TheComputerIsAskedToStayAwakeWhileAPortIsOpen) {
+  const QByteArray path = qgetenv("PATH");
+  // In the place of the system's own program. It never hears an end of its input, as while the bus is silent.
+  std::ofstream(home + "systemd-inhibit") << "#!/bin/sh\necho $$ \"$*\" >" + home + "asked\nexec sleep 60\n";
+  std::filesystem::permissions(home + "systemd-inhibit", std::filesystem::perms::owner_all);
+  qputenv("PATH", QByteArray::fromStdString(home + ":") + path);
+  for (const bool answered : {true, false}) {
+    const double begin = clock.Now();
+    port.Open(kPort, {9600});
+    EXPECT_LT(clock.Now() - begin, 0.05);
+    pid_t process = 0;
+    std::string words;
+    while (answered && words.empty() && clock.Now() - begin < 5) {
+      QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
+      std::getline(std::ifstream(home + "asked") >> process, words);
+    }
+    if (answered) {
+      EXPECT_EQ(words, " --what=sleep:idle --who=Quillon --why=a port is open --mode=block cat");
+      EXPECT_EQ(kill(process, 0), 0) << "the request must be held";
+    }
+    const double end = clock.Now();
+    port.Close();
+    EXPECT_LT(clock.Now() - end, 0.05);
+    if (answered) {
+      EXPECT_NE(kill(process, 0), 0);
+    }
+  }
+  qputenv("PATH", "/nowhere");
+  port.Open(kPort, {9600});
+  port.Close();
+  qputenv("PATH", path);
 }
 
 TEST(PortNames, NumbersStandForTheDevicesOfTheirKind) {
