@@ -52,6 +52,8 @@ class Desk {
   /// Answers the run error that stands, if one does, in the operator's place.
   virtual void AnswerBox() = 0;
   virtual void Beep() = 0;
+  /// Asks for the operator's attention, when another program has it.
+  virtual void CallOperator() = 0;
   /// The dialog for opening an existing file. Returns its path, or nothing when it was cancelled.
   /// `filter` is a text of the form "Description (*.ext)|*.ext".
   virtual std::string ChooseFile(const std::string& title, const std::string& filter) = 0;

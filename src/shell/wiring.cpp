@@ -57,7 +57,8 @@ std::function<void()> Quillon::Workflow(void (Quillon::*handler)()) {
     } catch (const RunUnwound&) {
       // The operator closed the main window; what the run had borrowed is back in its place.
     }
-    if (ending_) Form_Unload();
+    if (ending_) return Form_Unload();
+    desk_.CallOperator();
   };
 }
 

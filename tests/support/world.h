@@ -60,6 +60,7 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
   std::vector<ShownBox> boxes;  ///< all boxes so far
   bool boxAnswered = false;     ///< the program answered the box that stands, or a click meanwhile did
   int beeps = 0;
+  int calls = 0;  ///< for the operator
   bool ended = false;
 
   // The line.
@@ -88,6 +89,7 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
   void ShowBox(const std::string& text, const std::string& title, BoxKind kind) override;
   void AnswerBox() override { boxAnswered = true; }
   void Beep() override { ++beeps; }
+  void CallOperator() override { ++calls; }
   std::string ChooseFile(const std::string& title, const std::string& filter) override;
   void Draw(Form&) override {}
   void Open(int number, const LineSettings& settings) override;
