@@ -252,9 +252,10 @@ class ComboBoxView final : public ViewOf<ComboBox, DropList> {
   ComboBoxView(ComboBox& list, QWidget* parent, const Container& container)
       : ViewOf(list, new DropList(parent)) {
     TieToLabelBefore(container);
-    if (list.ItemToolTip) {
-      widget_.toolTipOf = [&list](int index) {
-        return Shown(list.ItemToolTip(static_cast<std::size_t>(index)));
+    if (list.ItemNote) {
+      widget_.noteOf = [&list](int index) {
+        const ComboBox::Note note = list.ItemNote(static_cast<std::size_t>(index));
+        return DropList::Note{Shown(note.toolTip), note.faint};
       };
     }
     widget_.setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);

@@ -5,7 +5,9 @@
 #include <QFileDialog>
 #include <QMessageBox>
 #include <QStringList>
+#include <QTimer>
 #include <QWindow>
+#include <chrono>
 
 #include "desktop/form_window.h"
 
@@ -84,6 +86,17 @@ void DesktopDesk::AnswerBox() {
 }
 
 void DesktopDesk::Beep() { QApplication::beep(); }
+
+void DesktopDesk::CallOperator() {
+  constexpr std::chrono::milliseconds kFocusMoves(300);  // after a window that had it went
+  QWidget* window = screen_.MainWindow();
+  QTimer::singleShot(kFocusMoves, window, [window] {
+    if (QGuiApplication::applicationState() == Qt::ApplicationActive) return;
+    QApplication::alert(window);
+    // On X11 Qt would keep that to itself until it has something else to send. A title goes out at once.
+    window->windowHandle()->setTitle(window->windowTitle());
+  });
+}
 
 std::string DesktopDesk::ChooseFile(const std::string& title, const std::string& filter) {
   QFileDialog dialog(OwnerWindow(screen_), QString::fromUtf8(title));

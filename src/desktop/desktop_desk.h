@@ -19,6 +19,7 @@ class DesktopDesk final : public Desk {
   void ShowBox(const std::string& text, const std::string& title, BoxKind kind) override;
   void AnswerBox() override;
   void Beep() override;
+  void CallOperator() override;
   /// Begins in the folder where the last file was chosen.
   std::string ChooseFile(const std::string& title, const std::string& filter) override;
 

@@ -2,6 +2,7 @@
 
 #include <QPainter>
 #include <QStyleOptionButton>
+#include <QTextDocument>
 #include <QTimer>
 #include <algorithm>
 #include <tuple>
@@ -65,6 +66,19 @@ void PictureButton::paintEvent(QPaintEvent*) {
   }
   if (!picture_.empty()) room.setTop(room.bottom() + 1 - caption.height());
   style()->drawItemText(&painter, room, kCaptionFlags, palette(), isEnabled(), text(), QPalette::ButtonText);
+}
+
+void DropList::showPopup() {
+  for (int i = 0; noteOf && i < count(); ++i) {
+    const Note note = noteOf(i);
+    // What an adapter says about itself is no page to be laid out.
+    const bool likeAPage = Qt::mightBeRichText(note.toolTip);
+    setItemData(i, likeAPage ? Qt::convertFromPlainText(note.toolTip) : note.toolTip, Qt::ToolTipRole);
+    setItemData(i, note.toolTip, Qt::AccessibleDescriptionRole);
+    const QVariant colour = note.faint ? palette().brush(QPalette::PlaceholderText) : QVariant();
+    setItemData(i, colour, Qt::ForegroundRole);
+  }
+  QComboBox::showPopup();
 }
 
 void TickBox::keyPressEvent(QKeyEvent* event) {

@@ -32,17 +32,18 @@ class PictureButton final : public QPushButton {
   QPixmap pixmap_;
 };
 
-/// A drop-down list that asks for the tool tips of its items when it drops down, and not before.
+/// A drop-down list that asks for the notes on its items when it drops down, and not before.
 class DropList final : public QComboBox {
  public:
   using QComboBox::QComboBox;
 
-  void showPopup() override {
-    for (int i = 0; toolTipOf && i < count(); ++i) setItemData(i, toolTipOf(i), Qt::ToolTipRole);
-    QComboBox::showPopup();
-  }
+  void showPopup() override;
 
-  std::function<QString(int index)> toolTipOf;
+  struct Note {
+    QString toolTip;
+    bool faint;
+  };
+  std::function<Note(int index)> noteOf;
 
  protected:
   /// The wheel turns nothing while the list is shut: a hand on it would change port or speed without a click.

@@ -39,6 +39,7 @@ void SerialPort::Open(int number, const LineSettings& settings) {
     if (!SendPending()) watch_->Stop();
   };
   watch_ = std::make_unique<LineWatch>(line_->Watched(), receive, send);
+  awake_.emplace();
 }
 
 void SerialPort::SetSpeed(int baud) {
@@ -58,6 +59,7 @@ void SerialPort::Close() {
 }
 
 void SerialPort::LetGo() {
+  awake_.reset();
   watch_.reset();
   line_.reset();
   pending_.clear();

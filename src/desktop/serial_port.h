@@ -3,13 +3,16 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "desktop/awake.h"
 #include "desktop/line_watch.h"
 #include "platform/computer.h"
 #include "platform/system_line.h"
+#include "platform/system_ports.h"
 
 namespace quillon {
 
@@ -34,7 +37,7 @@ class SerialPort final : public SerialDevice {
   void Write(std::span<const std::uint8_t> bytes) override;
   std::size_t Waiting() override;
   std::vector<std::uint8_t> Read() override;
-  std::string Describe(int number) const override { return DescribePort(programFolder_, number); }
+  PortDescription Describe(int number) const override { return DescribePort(programFolder_, number); }
 
  private:
   using SteadyClock = std::chrono::steady_clock;
@@ -55,6 +58,7 @@ class SerialPort final : public SerialDevice {
   int baud_ = 0;
   std::unique_ptr<SystemLine> line_;   // none while the port is closed
   std::unique_ptr<LineWatch> watch_;   // goes before the line
+  std::optional<Awake> awake_;         // a computer asleep would leave the controllers in the middle of a run
   std::vector<std::uint8_t> pending_;  // given to Write, not yet taken by the device
   std::vector<std::uint8_t> received_;
 };

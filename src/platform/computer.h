@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/port_description.h"
+
 namespace quillon {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -50,6 +52,8 @@ class Desk {
   /// Answers the run error that stands, if one does, in the operator's place.
   virtual void AnswerBox() = 0;
   virtual void Beep() = 0;
+  /// Asks for the operator's attention, when another program has it.
+  virtual void CallOperator() = 0;
   /// The dialog for opening an existing file. Returns its path, or nothing when it was cancelled.
   /// `filter` is a text of the form "Description (*.ext)|*.ext".
   virtual std::string ChooseFile(const std::string& title, const std::string& filter) = 0;
@@ -89,8 +93,8 @@ class SerialDevice {
   virtual std::size_t Waiting() = 0;
   /// Returns and removes all that wait.
   virtual Bytes Read() = 0;
-  /// Which device port `number` is, in words for the operator. Asks the system; opens nothing.
-  virtual std::string Describe(int number) const = 0;
+  /// Which device port `number` is. Asks the system; opens nothing.
+  virtual PortDescription Describe(int number) const = 0;
 };
 
 /// All of it, handed to the program once.

@@ -209,8 +209,13 @@ class ComboBox : public Control {
   void SetText(const std::string& text);
   void Accept(ControlVisitor& visitor) override;
 
-  /// Returns the tool tip of the item at an index; asked when the list drops down. Not set: there are none.
-  std::function<std::string(std::size_t index)> ItemToolTip;
+  /// What the open list shows of an item beside its text.
+  struct Note {
+    std::string toolTip;
+    bool faint = false;  ///< the item can be selected all the same
+  };
+  /// Returns the note of the item at an index; asked when the list drops down. Not set: there are none.
+  std::function<Note(std::size_t index)> ItemNote;
 
  private:
   std::vector<std::string> items_;

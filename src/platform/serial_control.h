@@ -19,8 +19,8 @@ class SerialControl {
   /// Selects the port that the next opening takes: 1 to 99, else RunError 8002.
   void SetCommPort(int number);
 
-  /// Which device port `number` is, in words for the operator.
-  std::string Describe(int number) const { return device_.Describe(number); }
+  /// Which device port `number` is.
+  PortDescription Describe(int number) const { return device_.Describe(number); }
 
   /// Opens or closes the port. Opening an open port raises RunError 8005; closing a closed one does nothing.
   /// Opening raises what SerialDevice::Open does.

@@ -9,17 +9,6 @@
 
 namespace quillon {
 
-/// The device that is port "COM `number`", 1 to 99; empty when the number stands for none.
-///
-/// On Linux first comes the symbolic link `COMn` in the program's folder, whatever it leads to: so any
-/// device, a simulated bus too, can be given any number. Without one, COM 1 to 32 are /dev/ttyS0 to 31, COM
-/// 33 to 64 /dev/ttyUSB0 to 31 and COM 65 to 96 /dev/ttyACM0 to 31. On Windows it is the port of that name.
-/// Whether the device is there shows when it is opened.
-std::string PortDevice(const std::string& programFolder, int number);
-
-/// The same in words for the operator. Asks the system; opens nothing.
-std::string DescribePort(const std::string& programFolder, int number);
-
 /// The open device of a serial port, as one operating system has it: bytes go straight to and from the
 /// device, since what waits and what left has to be known at once, with no event served. Nothing here waits,
 /// but AwaitLastBytes.

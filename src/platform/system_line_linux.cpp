@@ -20,6 +20,7 @@
 
 #include "platform/run_error.h"
 #include "platform/system_line.h"
+#include "platform/system_ports.h"
 
 namespace quillon {
 namespace {
@@ -29,14 +30,6 @@ namespace fs = std::filesystem;
 constexpr double kSpeedTolerance = 0.03;  // a controller still understands a line that is so far off
 constexpr std::size_t kChunk = 4096;      // bytes
 constexpr std::size_t kMostAtOnce = 16 * kChunk;
-constexpr int kPortsOfKind = 32;
-constexpr const char* kKinds[] = {"/dev/ttyS", "/dev/ttyUSB", "/dev/ttyACM"};
-
-std::string SystemDevice(int number) {
-  const int index = number - 1;
-  if (index < 0 || index >= kPortsOfKind * static_cast<int>(std::size(kKinds))) return "";
-  return kKinds[index / kPortsOfKind] + std::to_string(index % kPortsOfKind);
-}
 
 bool WouldBlock() { return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR; }
 
@@ -134,21 +127,6 @@ bool WriteLockFile(const std::string& lockFile) {
 }
 
 }  // namespace
-
-std::string PortDevice(const std::string& programFolder, int number) {
-  const std::string link = programFolder + "COM" + std::to_string(number);
-  std::error_code noLink;
-  return fs::is_symlink(link, noLink) ? link : SystemDevice(number);
-}
-
-std::string DescribePort(const std::string& programFolder, int number) {
-  const std::string device = PortDevice(programFolder, number);
-  if (device.empty()) return "No device. Link COM" + std::to_string(number) + " to one beside the program.";
-  std::error_code unknown;
-  if (!fs::exists(device, unknown)) return device + " (not there)";
-  const fs::path target = fs::canonical(device, unknown);
-  return unknown ? device : target.string();
-}
 
 struct SystemLine::Device {
   int descriptor = -1;

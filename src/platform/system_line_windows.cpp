@@ -7,6 +7,7 @@
 
 #include "platform/run_error.h"
 #include "platform/system_line.h"
+#include "platform/system_ports.h"
 
 namespace quillon {
 namespace {
@@ -14,8 +15,6 @@ namespace {
 constexpr double kSpeedTolerance = 0.03;  // a controller still understands a line that is so far off
 constexpr DWORD kChunk = 4096;            // bytes
 constexpr std::size_t kMostAtOnce = 16 * kChunk;
-
-std::string PortName(int number) { return "COM" + std::to_string(number); }
 
 RunError NoSuchPort(int number, const std::string& reason) {
   return RunError(RunError::kInvalidPort, "COM " + std::to_string(number) + ": no such port (" + reason +
@@ -73,15 +72,6 @@ struct Transfer {
 constexpr COMMTIMEOUTS kTimeouts = {};
 
 }  // namespace
-
-std::string PortDevice(const std::string&, int number) { return "\\\\.\\" + PortName(number); }
-
-std::string DescribePort(const std::string&, int number) {
-  char target[MAX_PATH];
-  const std::string name = PortName(number);
-  return QueryDosDeviceA(name.c_str(), target, sizeof target) != 0 ? name + " (" + target + ")"
-                                                                   : name + " (not there)";
-}
 
 struct SystemLine::Device {
   ~Device() {

@@ -11,7 +11,10 @@ void Quillon::Wire() {
   Protocol.Change = [this] { Protocol_Change(); };
   RUD3.Click = [this] { RUD3_Click(); };
 
-  ComPort.ItemToolTip = [this](std::size_t index) { return MSComm1.Describe(static_cast<int>(index) + 1); };
+  ComPort.ItemNote = [this](std::size_t index) {
+    const PortDescription port = MSComm1.Describe(static_cast<int>(index) + 1);
+    return ComboBox::Note{.toolTip = port.text, .faint = !port.there};
+  };
 
   Command1.Click = Handler(&Quillon::Command1_Click);
   ALL.Click = Handler(&Quillon::ALL_Click);
@@ -54,7 +57,8 @@ std::function<void()> Quillon::Workflow(void (Quillon::*handler)()) {
     } catch (const RunUnwound&) {
       // The operator closed the main window; what the run had borrowed is back in its place.
     }
-    if (ending_) Form_Unload();
+    if (ending_) return Form_Unload();
+    desk_.CallOperator();
   };
 }
 

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <signal.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -49,7 +50,7 @@ int NumberOf(const std::function<void()>& step) { return ErrorOf(step).number; }
 /// The far end of a line: the controllers' side of a pseudo-terminal.
 class FarEnd {
  public:
-  FarEnd() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK)) {
+  FarEnd() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)) {
     EXPECT_TRUE(grantpt(master_) == 0 && unlockpt(master_) == 0);
   }
   ~FarEnd() { close(master_); }
@@ -210,11 +211,15 @@ TEST_F(SerialPortTest, DeviceThatGoesAwayFailsTheNextOperationAndTheNextOpeningW
       {"Configure", [&] { port.Configure({19200}); }},
   };
   for (const auto& [name, operation] : cases) {
+    std::string device;
     {
       const FarEnd pulled;
-      LinkTo(pulled.Device(), kPort);
+      device = pulled.Device();
+      LinkTo(device, kPort);
       port.Open(kPort, {9600});
     }
+    // The program that keeps the computer awake holds all that is open until it has begun.
+    while (std::filesystem::exists(device)) std::this_thread::sleep_for(1ms);
     QCoreApplication::processEvents();
     EXPECT_EQ(NumberOf(operation), RunError::kDeviceFailed) << name;
     EXPECT_EQ(NumberOf([&] { port.Close(); }), 0) << name;
@@ -279,6 +284,39 @@ TEST_F(SerialPortTest, ADeviceWithoutTheRightToItTellsWhomToAsk) {
   }
 }
 
+TEST_F(SerialPortTest, TheComputerIsAskedToStayAwakeWhileAPortIsOpen) {
+  const QByteArray path = qgetenv("PATH");
+  // In the place of the system's own program. It never hears an end of its input, as while the bus is silent.
+  std::ofstream(home + "systemd-inhibit") << "#!/bin/sh\necho $$ \"$*\" >" + home + "asked\nexec sleep 60\n";
+  std::filesystem::permissions(home + "systemd-inhibit", std::filesystem::perms::owner_all);
+  qputenv("PATH", QByteArray::fromStdString(home + ":") + path);
+  for (const bool answered : {true, false}) {
+    const double begin = clock.Now();
+    port.Open(kPort, {9600});
+    EXPECT_LT(clock.Now() - begin, 0.05);
+    pid_t process = 0;
+    std::string words;
+    while (answered && words.empty() && clock.Now() - begin < 5) {
+      QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
+      std::getline(std::ifstream(home + "asked") >> process, words);
+    }
+    if (answered) {
+      EXPECT_EQ(words, " --what=sleep:idle --who=Quillon --why=a port is open --mode=block cat");
+      EXPECT_EQ(kill(process, 0), 0) << "the request must be held";
+    }
+    const double end = clock.Now();
+    port.Close();
+    EXPECT_LT(clock.Now() - end, 0.05);
+    if (answered) {
+      EXPECT_NE(kill(process, 0), 0);
+    }
+  }
+  qputenv("PATH", "/nowhere");
+  port.Open(kPort, {9600});
+  port.Close();
+  qputenv("PATH", path);
+}
+
 TEST(PortNames, NumbersStandForTheDevicesOfTheirKind) {
   EXPECT_EQ(PortDevice("/nowhere/", 1), "/dev/ttyS0");
   EXPECT_EQ(PortDevice("/nowhere/", 33), "/dev/ttyUSB0");
@@ -287,10 +325,69 @@ TEST(PortNames, NumbersStandForTheDevicesOfTheirKind) {
 }
 
 TEST_F(SerialPortTest, TellsTheDeviceOfAPort) {
-  EXPECT_EQ(port.Describe(kPort), line.Device());
+  EXPECT_EQ(port.Describe(kPort).text, line.Device());
   LinkTo("/dev/pulled-out", 9);
-  EXPECT_EQ(port.Describe(9), home + "COM9 (not there)");
-  EXPECT_EQ(port.Describe(98), "No device. Link COM98 to one beside the program.");
+  EXPECT_EQ(port.Describe(9).text, home + "COM9 (not there)");
+  EXPECT_EQ(port.Describe(98).text, "No device. Link COM98 to one beside the program.");
+}
+
+/// A tree of facts like the system's own, with 32 USB adapters and one port that is on a card.
+class MadeUpFacts : public SerialPortTest {
+ protected:
+  MadeUpFacts() {
+    std::filesystem::create_directories(facts + "class/tty");
+    for (int i = 0; i < 32; ++i) {
+      const std::string adapter = "devices/pci/usb1/1-" + std::to_string(i) + "/";
+      Tell(adapter + "idVendor", "0403");
+      AddTerminal("ttyUSB" + std::to_string(i), adapter + "1-0:1.0/ttyUSB" + std::to_string(i), 33 + i);
+    }
+    AddTerminal("ttyS0", "devices/pci/0000:00:16.3", 1);
+  }
+
+  void Tell(const std::string& name, const std::string& fact) {
+    const std::filesystem::path file = facts + name;
+    std::filesystem::create_directories(file.parent_path());
+    std::ofstream(file) << fact << "\n";
+  }
+
+  void AddTerminal(const std::string& name, const std::string& place, int number) {
+    std::filesystem::create_directories(facts + place);
+    std::filesystem::create_directories(facts + "class/tty/" + name);
+    std::filesystem::create_directory_symlink(facts + place, facts + "class/tty/" + name + "/device");
+    std::ofstream(home + name) << "";
+    LinkTo(home + name, number);
+  }
+
+  const std::string facts = home + "facts/";
+};
+
+TEST_F(MadeUpFacts, TellWhoMadeAnAdapterAndWhichPortsAreThere) {
+  const std::string adapter = "devices/pci/usb1/1-4/";
+  Tell("devices/pci/usb1/idVendor", "1d6b");
+  Tell("devices/pci/usb1/manufacturer", "the hub's");
+  Tell(adapter + "product", "FT232R USB UART");
+  const auto lines = [&](int number) { return DescribePort(home, number, facts).text; };
+  EXPECT_EQ(lines(37), home + "ttyUSB4\nFT232R USB UART");
+  Tell(adapter + "manufacturer", "FTDI");
+  Tell(adapter + "serial", "A50285BI");
+  EXPECT_EQ(lines(37), home + "ttyUSB4\nFTDI, FT232R USB UART, serial number A50285BI");
+  EXPECT_EQ(lines(38), home + "ttyUSB5");
+  EXPECT_EQ(lines(1), home + "ttyS0");
+  Tell("class/tty/ttyS0/type", "0");  // no hardware
+  const std::pair<int, bool> kPorts[] = {{1, false}, {37, true}, {98, false}};
+  for (const auto& [number, there] : kPorts)
+    EXPECT_EQ(DescribePort(home, number, facts).there, there) << number;
+}
+
+TEST_F(MadeUpFacts, OfAllPortsAreFoundAtOnce) {
+  for (int i = 0; i < 32; ++i) Tell("devices/pci/usb1/1-" + std::to_string(i) + "/serial", "A5");
+  const double begin = clock.Now();
+  int adapters = 0;
+  for (int number = 1; number <= 99; ++number) {
+    adapters += DescribePort(home, number, facts).text.find("serial number") != std::string::npos;
+  }
+  EXPECT_LT(clock.Now() - begin, 0.05);
+  EXPECT_EQ(adapters, 32);
 }
 
 }  // namespace

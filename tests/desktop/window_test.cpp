@@ -1,4 +1,5 @@
 // What passes between a window and the program: typing, clicks, keys, boxes, status lines.
+#include <QAbstractItemView>
 #include <QCheckBox>
 #include <QClipboard>
 #include <QComboBox>
@@ -12,6 +13,7 @@
 #include <QTest>
 #include <QTimer>
 #include <QWindow>
+#include <filesystem>
 #include <fstream>
 
 #include "desktop/held_keys.h"
@@ -105,6 +107,31 @@ TEST_F(WindowTest, TheWheelTurnsNeitherPortNorSpeed) {
   QWheelEvent wheel(middle, list->mapToGlobal(middle), {}, {0, -120}, {}, {}, Qt::NoScrollPhase, false);
   QApplication::sendEvent(list, &wheel);
   EXPECT_EQ(quillon.Vitesse.Text(), "9600");
+}
+
+TEST_F(WindowTest, TheOpenListShowsWhichPortsHaveADevice) {
+  std::filesystem::create_symlink("/dev/null", home + "COM97");
+  auto* ports = Drawn<QComboBox>(quillon, quillon.ComPort);
+  quillon.ComPort.SetText("COM 98");  // has none
+  const QImage shut = ports->grab().toImage();
+  const auto darkest = [&](int index) {
+    const QImage item =
+        ports->view()->grab(ports->view()->visualRect(ports->model()->index(index, 0))).toImage();
+    int value = 255;
+    for (int x = 0; x < item.width(); ++x)
+      for (int y = 0; y < item.height(); ++y) value = std::min(value, qGray(item.pixel(x, y)));
+    return value;
+  };
+  for (const bool inserted : {true, false}) {
+    ports->showPopup();
+    ports->view()->setCurrentIndex(ports->model()->index(98, 0));
+    EXPECT_EQ(darkest(96) < 40, inserted);
+    EXPECT_GT(darkest(97), 80);
+    EXPECT_LT(darkest(97), 160) << "it must still be readable";
+    ports->hidePopup();
+    EXPECT_EQ(ports->grab().toImage(), shut);
+    std::filesystem::remove(home + "COM97");
+  }
 }
 
 void SendKey(QWidget* window, QEvent::Type type, int key, Qt::KeyboardModifiers held = {}) {

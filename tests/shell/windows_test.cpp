@@ -33,8 +33,8 @@ TEST(Buttons, AllAndNoneTickTheThirtyTwo) {
 
 TEST(PortList, TellsTheDeviceOfEachPort) {
   Bench bench;
-  EXPECT_EQ(bench.tool.ComPort.ItemToolTip(0), "device 1");
-  EXPECT_EQ(bench.tool.ComPort.ItemToolTip(98), "device 99");
+  EXPECT_EQ(bench.tool.ComPort.ItemNote(0).toolTip, "device 1");
+  EXPECT_EQ(bench.tool.ComPort.ItemNote(98).toolTip, "device 99");
 }
 
 TEST(ProtocolNumber, IsOneMoreThanTheBoxSays) {

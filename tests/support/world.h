@@ -61,6 +61,7 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
   std::vector<ShownBox> boxes;  ///< all boxes so far
   bool boxAnswered = false;     ///< the program answered the box that stands, or a click meanwhile did
   int beeps = 0;
+  int calls = 0;  ///< for the operator
   bool ended = false;
 
   // The line.
@@ -89,6 +90,7 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
   void ShowBox(const std::string& text, const std::string& title, BoxKind kind) override;
   void AnswerBox() override { boxAnswered = true; }
   void Beep() override { ++beeps; }
+  void CallOperator() override { ++calls; }
   std::string ChooseFile(const std::string& title, const std::string& filter) override;
   void Draw(Form&) override {}
   void Open(int number, const LineSettings& settings) override;
@@ -97,7 +99,7 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
   void Write(std::span<const std::uint8_t> bytes) override;
   std::size_t Waiting() override;
   std::vector<std::uint8_t> Read() override;
-  std::string Describe(int number) const override { return "device " + std::to_string(number); }
+  PortDescription Describe(int number) const override { return {"device " + std::to_string(number), true}; }
 
  private:
   void Act();

@@ -107,6 +107,7 @@ TEST_P(Interruption, ClosingTheMainWindowEndsTheProgramInEachPhase) {
     });
     EXPECT_EQ(bench.world.sent.size(), sent);
     EXPECT_TRUE(bench.world.ended);
+    EXPECT_EQ(bench.world.calls, 0);
     EXPECT_FALSE(bench.world.open);
     EXPECT_EQ(bench.Read("Quillon.cfg").substr(0, 5), "500\r\n");
     EXPECT_NE(bench.Read("Log.txt"), "");
@@ -173,6 +174,7 @@ TEST(SecondClick, OnlyBeeps) {
       EXPECT_EQ(talkOf(bench, [&] { (bench.tool.*other).Press(); }), talk);
       const bool disabled = other == kAuto && run == kAuto;
       EXPECT_EQ(bench.world.beeps, undisturbed.world.beeps + (disabled ? 0 : 1));
+      EXPECT_EQ(bench.world.calls, 1);
       EXPECT_EQ(bench.world.openedPorts.size(), 1u);
       EXPECT_EQ(bench.Rows(), undisturbed.Rows());
     }

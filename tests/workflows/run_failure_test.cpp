@@ -34,6 +34,7 @@ TEST_P(RunFailure, ShowsItsBoxesAndLeavesTheNextRunFree) {
     if (button == kTo4 || button == kTo3) {
       EXPECT_EQ(bench.world.boxes.back().title, (bench.tool.*button).Name() + "_Click ");
     }
+    EXPECT_EQ(bench.world.calls, 1) << "at the end of the run, not for each box";
     EXPECT_EQ(bench.world.open, c.portLeftOpen);
     EXPECT_TRUE(bench.tool.Auto.Enabled());
     EXPECT_EQ(bench.tool.Text1.Text(), "500");

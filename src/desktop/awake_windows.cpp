@@ -1,0 +1,13 @@
+#include "desktop/awake.h"
+
+#include <windows.h>
+
+namespace quillon {
+
+struct Awake::Request {};
+
+Awake::Awake() { SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED); }
+
+Awake::~Awake() { SetThreadExecutionState(ES_CONTINUOUS); }
+
+}  // namespace quillon
