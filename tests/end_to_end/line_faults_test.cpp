@@ -93,7 +93,7 @@ TEST(LineFaults, ALineThatBabblesIsNoAnswerAndHoldsNeitherTheWindowNorCancelNorM
 
 TEST(LineFaults, ALineThatTakesNoMoreBytesHoldsTheWindowHardlyLongerThanASecond) {
   Technician technician(40s, {"--controller", "5"}, {.delay = "10", .controllers = {5}});
-  const Firmware firmware(0x6000);  // three times what a pseudo-terminal holds
+  const Firmware firmware(0x6000);  // some KB more than a pseudo-terminal holds
   technician.ChooseHex(firmware.HexLines());
   technician.When([&] { return technician.Frames().size() >= 2; }, [&] { technician.HangTheLine(); });
   const CancelledRun run(technician, "Download (Parallel)", 8500);  // when the check has set the speed
@@ -112,7 +112,7 @@ TEST(LineFaults, APulledLineEndsTheRunWithItsNumberAndTheNextRunTakesTheNewOne) 
   } kRuns[] = {{"Flash Info", 1}, {"Download (Parallel)", 4}};
   for (const auto& run : kRuns) {
     SCOPED_TRACE(testing::Message() << run.button << " at " << run.frames);
-    Technician technician(60s, bus, {.controllers = {5, 6}});
+    Technician technician(40s, bus, {.controllers = {5, 6}});
     technician.ChooseHex(firmware.HexLines());
     technician.When([&] { return technician.Frames().size() >= run.frames; },
                     [&] { technician.PullTheLine(); });
