@@ -1,5 +1,9 @@
-// The message $73: what do you hold? An answer of an unknown length, though its CRC is right, belongs to
-// another question: this one is then asked again.
+// The message $73 asks a controller for the version and the checksum of its firmware; flash_answer.h draws
+// both forms of the answer. The row of the controller then shows them. With a file chosen, a checksum other
+// than the file's is set white on red.
+//
+// An answer of another length is the late answer to an earlier question, though its CRC is right. So the
+// question is asked again, until it is answered, nobody answers, or the operator cancels.
 #include <string>
 
 #include "commands/flash_answer.h"
@@ -22,7 +26,7 @@ bool Quillon::FlashCheck(int& y) {
   return checked;
 }
 
-/// Asks until an answer of a known length fills the row of `y`; an exchange that fails, or Cancel, ends it.
+/// Asks until an answer of a known length fills the row of `y`. False: the exchange failed.
 bool Quillon::ReadFlash(int y) {
   for (;;) {
     FrameBuffer = FlashCheckFrame(ProtocolByteOrBox(), y);

@@ -2,9 +2,9 @@
 //
 // A broadcast has no answer: 32 controllers that answered together would drown each other. So the tool cannot
 // know when the slowest of them has written a batch into its flash. The delay of `Text2` after each batch is
-// the only flow control there is. It has to cover the batch's own time on the line, 160 ms for 140 bytes at
-// 9600, and the writing. Whether all arrived is asked afterwards, of each controller alone, by the full
-// checksum.
+// the only flow control there is. It has to cover the batch's own time on the line, 160 ms for 140 bytes of
+// 11 bits at 9600, and the writing. Whether all arrived is asked afterwards, of each controller alone, by the
+// full checksum: it finds every gap.
 #include "commands/frames.h"
 #include "image/batch_reader.h"
 #include "link/outcome.h"
@@ -17,7 +17,7 @@ namespace quillon {
 void Quillon::FlashProg() {
   Log("Programming 5F without answer");
   std::string file;
-  Try([&] { file = ReadFile(FileName.Text()); });
+  Try([&] { file = ReadFile(FileName.Text()); });  // one that can't be read counts as empty
   BatchReader batches(file);
   for (int batchNumber = 1; !batches.AtEnd(); ++batchNumber) {
     ShowProgress(" Programming Batch " + std::to_string(batchNumber) + "   ", StatusForm::kBrief);

@@ -22,7 +22,8 @@ QFont ControlFont(double points, bool bold);
 int Pixels(int twips);
 
 /// The picture `name` of the resources, as large as it can be within `size` (in pixels of the window).
-/// `scale` is the number of device pixels to a pixel of the window. For an unknown name a null picture is returned.
+/// `scale` is the number of device pixels to a pixel of the window. For an unknown name a null picture is
+/// returned.
 QPixmap DrawnPicture(const std::string& name, QSize size, double scale);
 
 }  // namespace quillon

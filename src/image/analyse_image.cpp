@@ -21,7 +21,7 @@
 namespace quillon {
 namespace {
 
-constexpr std::int64_t kFlashBytes = 57342;
+constexpr std::int64_t kFlashBytes = 56 * 1024 - 2;
 constexpr std::int64_t kErasedByte = 255;
 
 struct BaudRule {
@@ -64,7 +64,7 @@ std::string Joined(std::string_view first, std::string_view second, std::string_
   return std::string(first).append("-").append(second).append("-").append(third);
 }
 
-/// The low digits of data bytes 5, 6, 8, 9, 11 and 12, in pairs.
+/// The low digits of data bytes 5, 6, 8, 9, 11 and 12, counted from 0, in pairs.
 std::string LowDigitVersion(const HexLine& line) {
   const auto digit = [&line](std::size_t column) { return std::string(line.Columns(column, column)); };
   return Joined(digit(21) + digit(23), digit(27) + digit(29), digit(33) + digit(35));
@@ -112,6 +112,7 @@ std::int64_t AnalyseImage(LineReader lines, ImageFacts& facts) {
   return dataSum + kErasedByte * (kFlashBytes - lengthSum);
 }
 
+/// A file with far more data than the flash has room for makes the sum negative: then its low 32 bits count.
 std::string ChecksumText(std::int64_t checksum) {
   char text[2 * sizeof(std::int64_t) + 1];
   std::snprintf(text, sizeof text, "%llX",

@@ -1,3 +1,17 @@
+// A batch is what one programming frame carries: a load address, and the data of lines that follow each other
+// in the flash without a gap.
+//
+//     :10 0000 00 ...16 bytes      opens a batch at 0000
+//     :10 0010 00 ...16 bytes      its address is 0000 + 16: it joins
+//     ...                          until more than 112 bytes stand there: with lines of 16, after the eighth
+//     :10 0080 00 ...16 bytes      opens the next batch, as does a line with any other address
+//
+// 112 leaves room for one more line of usual length, so a frame stays below 140 bytes and below the 255 that
+// its length byte can say.
+//
+// The line that can't join is kept to open the next batch. So the end-of-file record has two fates: after a
+// batch with room it is kept, and dropped with the end of the file; after a full batch it opens one of its
+// own, an address without data, which is sent like any other.
 #include "image/batch_reader.h"
 
 #include <utility>
@@ -7,7 +21,7 @@
 namespace quillon {
 namespace {
 
-constexpr unsigned kGrowsUpTo = 112;  // data bytes
+constexpr unsigned kStopsGrowingAbove = 112;  // data bytes
 
 void AppendPair(Bytes& payload, std::string_view pair) {
   if (!pair.empty()) payload.push_back(static_cast<std::uint8_t>(HexToNumber(pair)));
@@ -19,6 +33,8 @@ void AppendData(Bytes& payload, const HexLine& line) {
 
 }  // namespace
 
+/// The line that opens the next batch. The record that selects the first segment holds no data; it stands
+/// where a file begins, so it is looked for here alone.
 HexLine BatchReader::FirstLine() {
   if (!kept_.Empty()) return std::exchange(kept_, HexLine({}));
   const HexLine line(lines_.Next());
@@ -30,7 +46,7 @@ Bytes BatchReader::Next() {
   Bytes payload{static_cast<std::uint8_t>(first.Address() >> 8), static_cast<std::uint8_t>(first.Address())};
   AppendData(payload, first);
   unsigned count = first.DataLength();
-  while (count <= kGrowsUpTo && !lines_.AtEnd()) {
+  while (count <= kStopsGrowingAbove && !lines_.AtEnd()) {
     const HexLine line(lines_.Next());
     if (first.Address() + count != line.Address()) {
       kept_ = line;

@@ -1,3 +1,5 @@
+// The two ends of every message: closing a frame that goes out, and taking apart an answer that came. frame.h
+// draws both. An answer is kept as hex digits, as it stands in the log.
 #include "link/frame.h"
 
 #include <string_view>
@@ -19,6 +21,10 @@ std::string AnswerByte(const std::string& answer, std::size_t n) {
   return 2 * n < answer.size() ? answer.substr(2 * n, 2) : std::string();
 }
 
-bool IsAcknowledge(const std::string& answer) { return AnswerByte(answer, 3) == "61"; }
+bool IsAcknowledge(const std::string& answer) {
+  constexpr std::size_t kCode = 3;
+  constexpr const char* kAccepted = "61";
+  return AnswerByte(answer, kCode) == kAccepted;
+}
 
 }  // namespace quillon

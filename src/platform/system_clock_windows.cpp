@@ -11,8 +11,8 @@
 namespace quillon::system_clock {
 namespace {
 
-/// Without one of high resolution (before Windows 10, 1803) the whole system is asked for steps of 1 ms: a
-/// sleep ends up to 16 ms late by default.
+/// The timer that a pause sleeps on. Without one of high resolution (before Windows 10, 1803) the whole
+/// system is asked for steps of 1 ms: a sleep ends up to 16 ms late by default.
 HANDLE Timer() {
   static const HANDLE timer = [] {
     const HANDLE fine =
@@ -33,6 +33,6 @@ void SleepFor(double seconds) {
   if (SetWaitableTimer(Timer(), &due, 0, nullptr, nullptr, FALSE)) WaitForSingleObject(Timer(), INFINITE);
 }
 
-double WokenLate() { return 0.002; }
+double WokenLate() { return 0.002; }  // two of those steps
 
 }  // namespace quillon::system_clock

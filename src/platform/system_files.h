@@ -19,7 +19,7 @@ std::string ProgramFolder();
 std::filesystem::path PathOf(const std::string& name);
 std::string NameOf(const std::filesystem::path& path);
 
-/// Whether a file could have this name. Where the standard library itself tells of a bad one: true.
+/// Whether a file could have this name. On Linux always true: opening the file reports a bad name.
 bool CanBeName(const std::string& name);
 
 /// Opens a file for reading; nullptr on failure. Others may write, replace and remove it meanwhile.

@@ -139,14 +139,14 @@ SystemLine::SystemLine(const std::string& programFolder, int number) : device_(s
   const int opened = OpenAlone(name.c_str());
   if (opened < 0) throw OpenFailure(number, name, -opened);
   // By the device's own name, which its lock file bears too; a link's would be locked beside it.
-  std::error_code goneAgain;  // then the next operation tells
-  const std::string lock = LockFileOf(fs::canonical(name, goneAgain).string());
+  std::error_code unresolved;  // then the next operation tells
+  const std::string lock = LockFileOf(fs::canonical(name, unresolved).string());
   if (HeldByAnother(lock)) {
     close(opened);
     throw InUse(number, name + ", by its lock file " + lock);
   }
   device_->descriptor = opened;
-  if (!goneAgain && WriteLockFile(lock)) device_->lockFile = lock;
+  if (!unresolved && WriteLockFile(lock)) device_->lockFile = lock;
   ioctl(opened, TIOCEXCL);
   ioctl(opened, TCFLSH, TCIFLUSH);
 }

@@ -25,8 +25,9 @@ HANDLE OpenHandle(const std::string& device, DWORD access) {
   return CreateFileA(device.c_str(), access, 0, nullptr, OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
 }
 
-/// A port in use refuses everybody; one that this user has no right to lets itself be looked at.
-bool LetsItselfBeLookedAt(const std::string& device) {
+/// Whether the port can be opened without the right to read or write. A port in use refuses that too; one
+/// that this user has no right to does not.
+bool OpensWithoutRights(const std::string& device) {
   const HANDLE handle = OpenHandle(device, 0);
   if (handle == INVALID_HANDLE_VALUE) return false;
   CloseHandle(handle);
@@ -34,13 +35,13 @@ bool LetsItselfBeLookedAt(const std::string& device) {
 }
 
 RunError OpenFailure(int number, const std::string& device, DWORD error) {
-  const std::string port = "COM " + std::to_string(number) + " (" + device + ")";
+  const std::string port = "COM " + std::to_string(number);
   switch (error) {
     case ERROR_FILE_NOT_FOUND:
     case ERROR_PATH_NOT_FOUND:
-      return NoSuchPort(number, "there is no " + device);
+      return NoSuchPort(number, "there is no " + PortName(number));
     case ERROR_ACCESS_DENIED:
-      if (LetsItselfBeLookedAt(device)) {
+      if (OpensWithoutRights(device)) {
         return {RunError::kPermissionDenied,
                 "Permission denied: you have no right to " + port + ". Ask the administrator for it."};
       }
@@ -51,7 +52,7 @@ RunError OpenFailure(int number, const std::string& device, DWORD error) {
       return {RunError::kPortAlreadyOpen, "Port already open: another program uses " + port +
                                               ". Close that program and start the run again."};
     default:
-      return NoSuchPort(number, device + " is no working serial device");
+      return NoSuchPort(number, PortName(number) + " is no working serial device");
   }
 }
 
@@ -68,7 +69,7 @@ struct Transfer {
   std::vector<std::uint8_t> bytes;
 };
 
-/// A read and a write take the time that they take.
+/// No time-outs: a read waits for its byte as long as the port is open.
 constexpr COMMTIMEOUTS kTimeouts = {};
 
 }  // namespace
@@ -80,7 +81,7 @@ struct SystemLine::Device {
     PurgeComm(handle, PURGE_TXABORT | PURGE_RXABORT | PURGE_TXCLEAR | PURGE_RXCLEAR);
     // The system writes into these until they are over.
     DWORD moved = 0;
-    if (reads) GetOverlappedResult(handle, &reading.state, &moved, TRUE);
+    if (readPending) GetOverlappedResult(handle, &reading.state, &moved, TRUE);
     for (Transfer& write : writes) GetOverlappedResult(handle, &write.state, &moved, TRUE);
     CloseHandle(handle);
   }
@@ -95,11 +96,11 @@ struct SystemLine::Device {
   /// Asks for as many bytes as are there, but at least for the next one.
   void StartReading() {
     const DWORD count = std::clamp<DWORD>(Queued(), 1, kChunk);
-    reads = ReadFile(handle, reading.bytes.data(), count, nullptr, &reading.state) != 0 ||
-            GetLastError() == ERROR_IO_PENDING;
+    readPending = ReadFile(handle, reading.bytes.data(), count, nullptr, &reading.state) != 0 ||
+                  GetLastError() == ERROR_IO_PENDING;
   }
 
-  /// Whether the read is over. One that bytes are there for is over in a moment.
+  /// Whether the read is over. When bytes are there it ends within a moment, which is waited for.
   bool HasRead() const {
     constexpr DWORD kMoment = 10;  // milliseconds
     return reading.Over() ||
@@ -119,7 +120,7 @@ struct SystemLine::Device {
 
   HANDLE handle = INVALID_HANDLE_VALUE;
   Transfer reading;             // always on its way, so that its event tells of bytes
-  bool reads = false;           // else the device failed
+  bool readPending = false;     // else the device failed
   std::deque<Transfer> writes;  // on their way, in order
 };
 
@@ -157,7 +158,7 @@ bool SystemLine::SetSpeed(int baud) {
   const bool met = form.ByteSize == 8 && form.Parity == NOPARITY && form.StopBits == TWOSTOPBITS &&
                    std::abs(static_cast<double>(form.BaudRate) - baud) <= baud * kSpeedTolerance;
   // Reading begins here: what came before at another speed is noise.
-  if (met && !device_->reads) {
+  if (met && !device_->readPending) {
     PurgeComm(device_->handle, PURGE_RXCLEAR);
     device_->StartReading();
   }
@@ -180,15 +181,15 @@ std::ptrdiff_t SystemLine::Send(std::span<const std::uint8_t> bytes) {
 
 bool SystemLine::Receive(std::vector<std::uint8_t>& bytes) {
   Transfer& reading = device_->reading;
-  for (std::size_t taken = 0; taken < kMostAtOnce && device_->reads && device_->HasRead();) {
+  for (std::size_t taken = 0; taken < kMostAtOnce && device_->readPending && device_->HasRead();) {
     DWORD count = 0;
-    device_->reads = false;
+    device_->readPending = false;
     if (!GetOverlappedResult(device_->handle, &reading.state, &count, FALSE)) return false;
     bytes.insert(bytes.end(), reading.bytes.begin(), reading.bytes.begin() + count);
     taken += count;
     device_->StartReading();
   }
-  return device_->reads;
+  return device_->readPending;
 }
 
 std::size_t SystemLine::Leaving() const {

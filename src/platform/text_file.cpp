@@ -1,4 +1,5 @@
-// Files as the program needs them. Three habits run through all of it:
+// Files as the program needs them: read line by line or whole, replaced, and the log. Three habits run
+// through it:
 //
 // - Whatever fails becomes a RunError with the number that operators know, the file's name and the way out.
 // - Nothing is lost: a file is replaced by writing a new one beside it and renaming that over the old one. A
@@ -102,8 +103,9 @@ std::string Contents(std::FILE* file, const std::string& path) {
 bool FileExists(const std::string& path) {
   std::error_code error;
   const fs::file_status status = fs::status(PathOf(path), error);
-  // Nobody can say what a folder holds that may not be entered. Opening the file will name the reason.
+  // A name that no file can have counts as that of a file: opening it will say what is wrong with the name.
   if (status.type() == fs::file_type::not_found) return !system_files::CanBeName(path);
+  // So does what nobody can look at, such as a file in a folder that may not be entered.
   return status.type() != fs::file_type::directory;
 }
 
@@ -172,8 +174,9 @@ void TextWriter::Open(const std::string& path) {
   file_.reset(system_files::OpenForOneWriter(path));
   if (!file_ && errno == EWOULDBLOCK) {
     throw RunError(RunError::kPermissionDenied,
-                   "Permission denied: another copy of the program, started from the same folder, writes \"" +
-                       path + "\". End that copy first, or go on without a log.");
+                   "Permission denied: another program, perhaps a second copy of this one from the same "
+                   "folder, writes \"" +
+                       path + "\". End that program first, or go on without a log.");
   }
   if (!file_) throw FileError(path, errno);
   path_ = path;

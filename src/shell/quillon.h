@@ -28,6 +28,7 @@ std::string DownloadSpeed(const std::string& folder);
 
 enum class ExchangeResult;  // link/exchange.h
 enum class ShortAnswer;
+enum class Wait;
 enum class FailureCode;  // link/outcome.h
 enum class StatusForm;
 struct FlashFacts;  // commands/flash_answer.h
@@ -292,8 +293,8 @@ class Quillon final : public Form {
 
   // Link.
   void StartLink();
-  bool AwaitAnswer(const Bytes& frame, double timeout, Bytes& received);
-  bool AwaitFirstByte(double deadline);
+  Wait AwaitAnswer(const Bytes& frame, double timeout, Bytes& received);
+  Wait AwaitFirstByte(double deadline);
   ExchangeResult JudgeAnswer(const Bytes& frame, const Bytes& received, std::string& answer,
                              ShortAnswer shortAnswer);
   void OpenLog();

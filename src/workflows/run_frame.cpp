@@ -1,5 +1,8 @@
-// The frame of a run: its opening, its loop over the controllers, what the image changes on the way, and its
-// end.
+// What all runs share. A run is what a click on one of the large buttons sets off: it opens the port, does
+// something with each controller, one after the other, and closes the port.
+//
+// Most runs end at the first step that fails at run time: nothing was changed yet, or all can be done again.
+// The serial download goes on, since a controller that it has erased must not be left empty.
 #include <string>
 
 #include "link/outcome.h"
@@ -14,6 +17,7 @@ constexpr std::size_t kPortNumberDigit = 4;  // "COM 7": where the number begins
 
 }  // namespace
 
+/// One step of a run. Where the run goes on, the box shows a failure and the next step is taken.
 void Quillon::TakeStep(OnFailure onFailure, const std::function<void()>& step) {
   if (onFailure == OnFailure::kGoOn) {
     Try(step);
@@ -66,14 +70,18 @@ void Quillon::EndRun() {
   MSComm1.SetPortOpen(false);
 }
 
+/// The new firmware speaks the protocol that its image names. `Protocol` shows one less than the protocol
+/// byte.
 void Quillon::TakeImageProtocol() {
   Protocol.SetText(std::to_string(static_cast<int>(HexToNumber(image.ImageProtocol)) - 1));
 }
 
+/// And it speaks at the speed that the image fixes, if it fixes one.
 void Quillon::TakeImageSpeed() {
   if (!image.ImageBaudRate.empty()) Vitesse.SetText(image.ImageBaudRate);
 }
 
+/// Holds what the controller reported against the file, and marks the row where they differ.
 void Quillon::CompareWithFile(int y) {
   TextBox& version = info.Ver(y);
   TextBox& checksum = info.CkSum(y);

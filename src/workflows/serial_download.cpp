@@ -14,7 +14,8 @@ void Quillon::ComLoad00_Click() {
   Try([this] { EndRun(); });
 }
 
-/// kEnd: the run is over, cancelled or stopped by a controller that acknowledges at no speed.
+/// kController: go on with the next one. kEnd: the run is over, cancelled or stopped by a controller that
+/// acknowledges at no speed.
 Quillon::Next Quillon::DownloadTo(int& i) {
   const Turn erased = EraseForDownload(i);
   if (erased == Turn::kSkipped) return Next::kController;
@@ -22,11 +23,15 @@ Quillon::Next Quillon::DownloadTo(int& i) {
   MarkController(i);
   Try([this] { FlushInput(); });
   if (AbortRequested) return Next::kEnd;
+
+  // An erased controller waits at the download speed, unless it was told to keep the line's.
   if (!useBB.Ticked()) Try([this] { MSComm1.SetSettings(DownloadSettings); });
-  int y = i;
+  int y = i;  // the programming must not move the current controller
   FlashProg00(y);
   Try([this] { FlushInput(); });
   if (AbortRequested) return Next::kEnd;
+
+  // From here on it runs the new firmware, which answers as the image says.
   TakeImageProtocol();
   Try([this] { TakeImageSpeed(); });
   if (CheckDownload(i) == Turn::kDone) CompareWithFile(i);
