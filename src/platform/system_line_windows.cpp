@@ -39,7 +39,7 @@ RunError OpenFailure(int number, const std::string& device, DWORD error) {
   switch (error) {
     case ERROR_FILE_NOT_FOUND:
     case ERROR_PATH_NOT_FOUND:
-      return NoSuchPort(number, "there is no " + PortName(number));
+      return NoSuchPort(number, "the system has none of this number");
     case ERROR_ACCESS_DENIED:
       if (OpensWithoutRights(device)) {
         return {RunError::kPermissionDenied,
@@ -52,7 +52,7 @@ RunError OpenFailure(int number, const std::string& device, DWORD error) {
       return {RunError::kPortAlreadyOpen, "Port already open: another program uses " + port +
                                               ". Close that program and start the run again."};
     default:
-      return NoSuchPort(number, PortName(number) + " is no working serial device");
+      return NoSuchPort(number, "its device is no working serial port");
   }
 }
 
