@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QMessageBox>
+#include <QSettings>
 #include <QStringList>
 #include <QTimer>
 #include <QWindow>
@@ -63,6 +64,10 @@ QString NameFilter(const std::string& filter) {
 }
 
 }  // namespace
+
+DesktopDesk::DesktopDesk(const DesktopScreen& screen, const std::string& folder) : screen_(screen) {
+  QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QString::fromStdString(folder));
+}
 
 void DesktopDesk::ShowBox(const std::string& text, const std::string& title, BoxKind kind) {
   const bool failure = kind == BoxKind::kRunError;

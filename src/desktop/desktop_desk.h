@@ -13,7 +13,8 @@ class DesktopScreen;
 /// Boxes, the beep and the file dialog. They belong to the active window, else to the main window.
 class DesktopDesk final : public Desk {
  public:
-  explicit DesktopDesk(const DesktopScreen& screen) : screen_(screen) {}
+  /// The file dialog remembers its places in `folder`, where all the files of the program are.
+  DesktopDesk(const DesktopScreen& screen, const std::string& folder);
 
   /// Carriage returns in `text` break its lines.
   void ShowBox(const std::string& text, const std::string& title, BoxKind kind) override;

@@ -142,11 +142,14 @@ void FormWindow::closeEvent(QCloseEvent* event) {
   form_.Close();
 }
 
+/// Esc closes the dialog that is open, in whichever window it is pressed: the dialog opened without the
+/// keyboard.
 void FormWindow::keyPressEvent(QKeyEvent* event) {
-  if (event->key() == Qt::Key_Escape && form_.BorderStyle() == Form::Border::kDialog) {
-    form_.Close();
-  } else {
-    QWidget::keyPressEvent(event);
+  if (event->key() != Qt::Key_Escape) return QWidget::keyPressEvent(event);
+  for (QWidget* window : QApplication::topLevelWidgets()) {
+    auto* other = dynamic_cast<FormWindow*>(window);
+    if (other != nullptr && other->form_.BorderStyle() == Form::Border::kDialog && other->form_.Visible())
+      other->form_.Close();
   }
 }
 

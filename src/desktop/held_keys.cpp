@@ -7,7 +7,7 @@ namespace {
 
 bool Presses(const QKeyEvent& event) {
   const int key = event.key();
-  return key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Space ||
+  return key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Space || key == Qt::Key_Escape ||
          event.modifiers().testFlag(Qt::AltModifier);
 }
 

@@ -63,6 +63,7 @@ QPalette LightPalette() {
 }  // namespace
 
 void GiveHouseLook(QApplication& application) {
+  QGuiApplication::setDesktopFileName(QUILLON_ID);  // where the desktop itself draws the icon
   QApplication::setStyle(new HouseStyle);
   application.setPalette(LightPalette());
   application.setFont(ControlFont(kFormPoints, false));
@@ -77,7 +78,6 @@ void GiveWindowIcon() {
   for (const int side : {16, 24, 32, 48, 64, 128})
     icon.addPixmap(DrawnPicture("quillon", QSize(side, side), 1.0));
   QApplication::setWindowIcon(icon);
-  QGuiApplication::setDesktopFileName(QUILLON_ID);  // where the desktop itself draws the icon
 }
 
 QFont ControlFont(double points, bool bold) {

@@ -15,7 +15,9 @@ namespace quillon {
 class Program {
  public:
   explicit Program(const std::string& folder)
-      : serialPort_(folder), quillon_(Computer{clock_, events_, desk_, screen_, serialPort_, folder}) {}
+      : desk_(screen_, folder),
+        serialPort_(folder),
+        quillon_(Computer{clock_, events_, desk_, screen_, serialPort_, folder}) {}
 
   void Start() { quillon_.Start(); }
   void ServeUntilEnd() { events_.ServeUntilEnd(); }
@@ -24,7 +26,7 @@ class Program {
   DesktopClock clock_;
   DesktopEvents events_{clock_};
   DesktopScreen screen_;
-  DesktopDesk desk_{screen_};
+  DesktopDesk desk_;
   SerialPort serialPort_;
   Quillon quillon_;
 };

@@ -269,9 +269,16 @@ def survey_by_keyboard(reader):
     reader.wait('the rows %s' % rows, lambda: [reader.row(number) for number in range(3)] == rows)
 
 
+def cancel_by_keyboard(reader):
+    """In mid-run, with the keyboard where the run was started: its window opened without it."""
+    press('Escape')
+    reader.wait('the end of "Message" by Esc',
+                lambda: not reader.is_in('SHOWING', reader.find('Message', 'Cancel')))
+
+
 def end_by_keyboard(tool):
     give_keyboard('Quillon version')
-    press('alt+e')  # in the middle of the run
+    press('alt+e')  # in the failure's pause
     check(tool.wait(STEP) == 0, 'the tool did not end by Alt+E')
 
 
@@ -304,6 +311,7 @@ def main():
         give_keyboard('Quillon version')
         tick_by_keyboard(reader)
         survey_by_keyboard(reader)
+        cancel_by_keyboard(reader)
         end_by_keyboard(desk.tool)
     finally:
         desk.close()

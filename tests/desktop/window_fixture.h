@@ -40,8 +40,8 @@ class WindowTest : public testing::Test {
   DesktopClock clock;
   DesktopEvents events{clock};
   DesktopScreen screen;
-  DesktopDesk desk{screen};
   const std::string home = folder.path().toStdString() + "/";
+  DesktopDesk desk{screen, home};
   SerialPort port{home};
   Quillon quillon{Computer{clock, events, desk, screen, port, home}};
 };

@@ -1,5 +1,6 @@
 // What passes between a window and the program: typing, clicks, keys, boxes, status lines.
 #include <QAbstractItemView>
+#include <QAccessible>
 #include <QCheckBox>
 #include <QClipboard>
 #include <QComboBox>
@@ -139,7 +140,7 @@ void SendKey(QWidget* window, QEvent::Type type, int key, Qt::KeyboardModifiers 
   QApplication::sendEvent(window->windowHandle(), &event);
 }
 
-TEST_F(WindowTest, EscapeCancelsInMessageAndTheFormSeesKeyReleasesFirst) {
+TEST_F(WindowTest, EscapeInAnyWindowIsCancelAndTheFormSeesKeyReleasesFirst) {
   std::vector<std::pair<Form::Key, bool>> released;
   quillon.KeyUp = [&](Form::Key key, bool shiftHeld) { released.emplace_back(key, shiftHeld); };
   Drawn(quillon, quillon.Text1)->setFocus();
@@ -147,11 +148,13 @@ TEST_F(WindowTest, EscapeCancelsInMessageAndTheFormSeesKeyReleasesFirst) {
   SendKey(Window(quillon), QEvent::KeyRelease, Qt::Key_7);
   EXPECT_EQ(released, (decltype(released){{Form::Key::kF12, true}, {Form::Key::kOther, false}}));
 
-  SendKey(Window(quillon), QEvent::KeyPress, Qt::Key_Escape);
-  EXPECT_TRUE(Window(quillon)->isVisible());
-  EXPECT_FALSE(quillon.AbortRequested);
-  SendKey(Window(quillon.message), QEvent::KeyPress, Qt::Key_Escape);
-  EXPECT_TRUE(quillon.AbortRequested);
+  for (QWidget* window : {Window(quillon.message), Window(quillon), Window(quillon.info)}) {
+    quillon.AbortRequested = false;
+    quillon.message.Show();
+    SendKey(window, QEvent::KeyPress, Qt::Key_Escape);
+    EXPECT_TRUE(quillon.AbortRequested) << window->objectName().toStdString();
+    EXPECT_TRUE(quillon.Visible() && quillon.info.Visible() && !quillon.message.Visible());
+  }
 }
 
 TEST_F(WindowTest, APastedTextEndsAtItsFirstLineEnd) {
@@ -242,6 +245,12 @@ TEST_F(WindowTest, ArrowKeysGoFromBoxToNeighbour) {
   const QImage withFocus = clicked->grab().toImage();
   Drawn(quillon, quillon.Text1)->setFocus();
   EXPECT_NE(clicked->grab().toImage(), withFocus) << "nobody sees where the keyboard is after a click";
+}
+
+TEST_F(WindowTest, AScreenReaderHearsTheWordsOfTheWarningSign) {
+  quillon.FileWarning.SetToolTip("line 37");
+  QAccessibleInterface* told = QAccessible::queryAccessibleInterface(Drawn(quillon, quillon.FileWarning));
+  EXPECT_EQ(told->text(QAccessible::Description), "line 37");
 }
 
 TEST_F(WindowTest, ADroppedFileIsChosenAndOtherThingsAreNot) {

@@ -155,6 +155,7 @@ TEST(TheLog, OfAnAutoDetectionNamesTheControllersByTheirOrder) {
 }
 
 TEST(TheLog, CutAnywhereIsReadAsFarAsItGoes) {
+  EXPECT_THAT(TellLog(kCheck2, Detail::kEverything), HasSubstr("asks controller 2 what it holds"));
   // clang-format off
   const std::string log = AsLog({"Message : $74", kErase2, kRefused2, kOk, kAccepted2,
       kOk, "Answer : 61",       "Programming 5F without answer", kBatchToAll,

@@ -9,7 +9,7 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 
-Task Read(const QString& words) { return *ReadCommandLine(("quillon-unattended " + words).split(' ')); }
+Task Read(const QString& words) { return ReadCommandLine(("quillon-unattended " + words).split(' ')); }
 
 // Words that make no sense, what the error must name, and the way out that it must tell.
 TEST(CommandLine, RefusesAWordThatMakesNoSense) {

@@ -25,6 +25,8 @@ class ProgramAtTheBus : public testing::Test {
     std::filesystem::copy_file(QUILLON_UNATTENDED, folder_ + "quillon-unattended");
     std::ofstream(folder_ + "Boot.ini") << "38400\n";
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    setenv("HOME", (folder_ + "home").c_str(), 1);
+    unsetenv("XDG_CONFIG_HOME");
     unsetenv("XDG_RUNTIME_DIR");  // of which the toolkit would complain
   }
   ~ProgramAtTheBus() override {
@@ -83,6 +85,7 @@ TEST_F(ProgramAtTheBus, TellsARunInJsonAndHowLongItTakes) {
   EXPECT_THAT(good, testing::ElementsAre(1, 2));
   EXPECT_NEAR(foretoldEnd, end, 0.34);
   EXPECT_FALSE(std::filesystem::exists(folder_ + "Quillon.cfg"));
+  EXPECT_FALSE(std::filesystem::exists(folder_ + "home")) << "all that is written stays in the folder";
 }
 
 TEST_F(ProgramAtTheBus, EndsWith1WhereAControllerIsNotAsWantedAndTakesTheNextStep) {

@@ -38,6 +38,11 @@ std::string Harmless(std::string_view line) {
   return "\"" + shown + (line.size() > kShown ? "...\"" : "\"");
 }
 
+bool IsWholeFrame(std::string_view line) {
+  const auto bytes = ReadByteText(line);
+  return bytes && ReadFrame(*bytes).question != Question::kUnknown;
+}
+
 class Reader {
  public:
   LogStory Read(std::string_view text) {
@@ -45,11 +50,9 @@ class Reader {
     for (LineReader lines(text); !lines.AtEnd();) {
       const std::string line(lines.Next());
       ++story_.lines;
-      if (lines.AtEnd() && cut) {
-        Note("the log is cut in this line: " + Harmless(line));
-      } else {
-        Take(line);
-      }
+      const bool last = lines.AtEnd() && cut;
+      if (last) Note("the log is cut in this line: " + Harmless(line));
+      if (!last || IsWholeFrame(line)) Take(line);
     }
     return std::move(story_);
   }

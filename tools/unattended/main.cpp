@@ -23,19 +23,21 @@ int End(Trouble trouble) { return static_cast<int>(trouble); }
 /// abort.
 void HearQt(QtMsgType kind, const QMessageLogContext&, const QString&) {
   if (kind != QtFatalMsg) return;
-  std::fputs("quillon-unattended: the display can't be reached. Unset DISPLAY: none is needed.\n", stderr);
+  std::fputs(
+      "quillon-unattended: the display can't be reached. None is needed: set QT_QPA_PLATFORM=offscreen.\n",
+      stderr);
   std::_Exit(End(Trouble::kUsage));
 }
 
 /// The task is read before there is an application with windows, so that a word which makes no sense opens
 /// nothing, needs no display, and is the only thing said.
-std::optional<quillon::Task> TaskOf(int argc, char** argv) {
+quillon::Task TaskOf(int argc, char** argv) {
   const QCoreApplication withoutWindows(argc, argv);
   return quillon::ReadCommandLine(QCoreApplication::arguments());
 }
 
-int TellHelp() {
-  std::fputs(qUtf8Printable(quillon::HelpText()), stdout);
+int Tell(const QString& answer) {
+  std::fputs(qUtf8Printable(answer), stdout);
   return End(std::fflush(stdout) == 0 && std::ferror(stdout) == 0 ? Trouble::kNone : Trouble::kFile);
 }
 
@@ -51,8 +53,12 @@ int Foretell(const quillon::Task& task, const std::string& folder) {
     const double seconds = quillon::Rounded(forecast.SecondsLeft(0));
     teller.Tell("step",
                 QString("step %1: %2 batches, %3 s").arg(step.words).arg(forecast.Batches()).arg(seconds),
-                {{"step", step.words}, {"batches", forecast.Batches()}, {"seconds", seconds}});
+                {{"step", step.words},
+                 {"batches", forecast.Batches()},
+                 {"controllers", forecast.Controllers()},
+                 {"seconds", seconds}});
   }
+  if (task.json) teller.Tell("end", "", {{"code", End(Trouble::kNone)}});
   return End(teller.Whole() ? Trouble::kNone : Trouble::kFile);
 }
 
@@ -79,11 +85,11 @@ int Work(const quillon::Task& task, const std::string& folder, int argc, char** 
 int main(int argc, char** argv) {
   qInstallMessageHandler(HearQt);
   try {
-    const auto task = TaskOf(argc, argv);
-    if (!task) return TellHelp();
+    const quillon::Task task = TaskOf(argc, argv);
+    if (!task.answer.isEmpty()) return Tell(task.answer);
     const std::string folder = quillon::system_files::ProgramFolder();
-    if (task->forecastOnly) return Foretell(*task, folder);
-    return Work(*task, folder, argc > 0 ? 1 : 0, argv);
+    if (task.forecastOnly) return Foretell(task, folder);
+    return Work(task, folder, argc > 0 ? 1 : 0, argv);
   } catch (const quillon::Failure& failure) {
     std::fprintf(stderr, "quillon-unattended: %s\n", failure.what());
     return End(failure.trouble);

@@ -136,8 +136,6 @@ QString ReadPictures(const QCommandLineParser& parser) {
   return folder;
 }
 
-}  // namespace
-
 QString HelpText() {
   return QString(R"(Usage: quillon-unattended [OPTION]... STEP...
 Works Quillon's windows with no operator: chooses the file, presses the buttons,
@@ -164,7 +162,7 @@ Options; what is not given stays as the settings have it:
   --json               one JSON object a line, for programs
   --pictures DIR       keep pictures of the windows there
   --forecast           only tell how long the downloads would take
-  --help               this text
+  --help, --version    this text, or which version this is
 
 It ends with
   0   all is well
@@ -194,22 +192,27 @@ folder: a second one can't write its log, and ends with 4.
 Examples:
   quillon-unattended --hex new.hex --port 33 --speed 9600 --protocol 63 \
       --timeout 3000 --delay 170 --controllers 1,2,3,4 parallel
-  quillon-unattended --port 33 --json flash-info:1,2 | jq .checksum
+  quillon-unattended --port 33 --json flash-info:1,2 |
+      jq -r 'select(.event == "controller") | .checksum'
   quillon-unattended --port 33 auto flash-info
 )")
       .arg(Speeds().replace(", 3", " or 3"));
 }
 
-std::optional<Task> ReadCommandLine(const QStringList& arguments) {
+}  // namespace
+
+Task ReadCommandLine(const QStringList& arguments) {
   QCommandLineParser parser;
-  parser.addOptions({{{"h", "help"}, ""}, {"force", ""}, {"json", ""}, {"forecast", ""}});
+  parser.addOptions({{{"h", "help"}, ""}, {"force", ""}, {"json", ""}, {"forecast", ""}, {"version", ""}});
   for (const char* name : {"hex", "port", "speed", "protocol", "timeout", "delay", "controllers", "pictures"})
     parser.addOption({name, "", "VALUE"});
-  if (!parser.parse(arguments)) Refuse(parser.errorText() + ". Ask with --help.");
-  if (parser.isSet("help")) return std::nullopt;
+  if (!parser.parse(arguments)) Refuse(parser.errorText() + " Ask with --help.");
+  Task task;
+  if (parser.isSet("help")) task.answer = HelpText();
+  if (parser.isSet("version")) task.answer = "quillon-unattended " QUILLON_VERSION "\n";
+  if (!task.answer.isEmpty()) return task;
   CheckTwice(parser);
   CheckNumbers(parser);
-  Task task;
   task.force = parser.isSet("force");
   task.json = parser.isSet("json");
   task.forecastOnly = parser.isSet("forecast");

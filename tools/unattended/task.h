@@ -17,6 +17,7 @@ inline bool IsDownload(Job job) { return job == Job::kParallel || job == Job::kS
 
 /// What the operator has to do. An empty text leaves its box as the settings have it.
 struct Task {
+  QString answer;  ///< the help or the version: asked for in place of work
   struct Step {
     QString words;  ///< as they stood on the command line
     Job job;
@@ -38,12 +39,8 @@ struct Task {
   std::vector<Step> steps;
 };
 
-/// What `--help` tells.
-QString HelpText();
-
-/// Reads the command line, its first word the program; nothing when it asks for help. Raises Failure, kUsage
-/// for a word that makes no sense: a guess could erase a controller; kFile for a file or folder that is not
-/// there.
-std::optional<Task> ReadCommandLine(const QStringList& arguments);
+/// Reads the command line, its first word the program. Raises Failure, kUsage for a word that makes no sense:
+/// a guess could erase a controller; kFile for a file or folder that is not there.
+Task ReadCommandLine(const QStringList& arguments);
 
 }  // namespace quillon
