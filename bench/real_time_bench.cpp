@@ -1,9 +1,11 @@
 // What only the real clock, the real windows and a real pseudo-terminal can show.
 #include <benchmark/benchmark.h>
+#include <sys/resource.h>
 
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <algorithm>
 #include <chrono>
 #include <vector>
@@ -118,6 +120,35 @@ void SerialOnThePacedLine(benchmark::State& state) {
   }
 }
 BENCHMARK(SerialOnThePacedLine)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+double ProcessorSeconds() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  const auto seconds = [](const timeval& time) {
+    return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
+  };
+  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+/// A survey of a silent controller takes at most 3 % of a core: three waits for an answer, the two seconds of
+/// the failure, and a cancelled wait at the next speed.
+void SilentSurvey(benchmark::State& state) {
+  constexpr double kMostOfACore = 0.03;
+  constexpr std::chrono::seconds kSurvey(8);
+  for (auto _ : state) {
+    Technician technician(30s, {"--count", "1"}, {.timeout = "1000", .controllers = {5}});
+    technician.CloseEyes();
+    QTimer::singleShot(kSurvey, &technician, [&] { technician.Click("Message", "Cancel"); });
+    const double before = ProcessorSeconds();
+    technician.Click("Quillon", "Flash Info");
+    const double share = (ProcessorSeconds() - before) / std::chrono::duration<double>(kSurvey).count();
+    const auto sends = technician.Frames().size();
+    state.counters["of_a_core"] = share;
+    if (sends < 4 || sends > 6) state.SkipWithError("it did not wait as it should");
+    if (share > kMostOfACore) state.SkipWithError("a silent controller takes more than 3 % of a core");
+  }
+}
+BENCHMARK(SilentSurvey)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace quillon::test

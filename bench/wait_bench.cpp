@@ -1,7 +1,6 @@
-// What a wait costs: the processor's time while a controller is silent, and how soon a byte is seen.
+// How soon a wait sees a byte.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <QTemporaryDir>
@@ -49,34 +48,6 @@ class Line {
  public:
   SerialPort port{folder_.path().toStdString() + "/"};
 };
-
-double ProcessorSeconds() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  const auto seconds = [](const timeval& time) {
-    return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
-  };
-  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
-
-/// A wait for a silent controller takes at most 3 % of a core.
-void SilentWait(benchmark::State& state) {
-  constexpr double kWait = 3;  // seconds
-  constexpr double kMostOfACore = 0.03;
-  Line line;
-  DesktopClock clock;
-  DesktopEvents events(clock);
-  double share = 0;
-  for (auto _ : state) {
-    const double before = ProcessorSeconds();
-    const double end = clock.Now() + kWait;
-    while (clock.Now() <= end && line.port.Waiting() == 0) events.YieldUntil(end);
-    share = (ProcessorSeconds() - before) / kWait;
-  }
-  state.counters["of_a_core"] = share;
-  if (share > kMostOfACore) state.SkipWithError("a silent wait takes more than 3 % of a core");
-}
-BENCHMARK(SilentWait)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 /// Median seconds from the sending of a byte to its being seen by a wait that takes `onePass` again and
 /// again.
