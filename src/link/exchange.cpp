@@ -3,19 +3,18 @@
 // The line is half duplex: all stations share one pair of wires, and one speaks at a time. So the tool speaks
 // and then listens, and a controller speaks only when it was asked.
 //
-// - **A pause ends an answer.** Nothing in an answer says reliably where it ends: its length byte may be
-// damaged,
-//   and two controllers with the same number may both speak. The tool waits half a second from the first byte
-//   on and takes what came by then as the answer.
-// - **An echo is no answer.** Many adapters hear what they send. The frame then comes back before any answer.
-// It
-//   proves only that the frame left, so the wait for the answer begins anew.
-// - **Three sends, and the last one decides.** The line is noisy, so a frame that got no good answer is sent
-// again.
-//   A controller that answered badly and then fell silent counts as silent.
-// - **The CRC makes an answer good**, but for one: an answer is a frame as drawn in frame.h, and the short
-// answer
-//   68 2F, with which a controller on protocol 3 says yes, has no CRC.
+// A pause ends an answer. Nothing in an answer says reliably where it ends: its length byte may be damaged,
+// and two controllers with the same number may both speak. The tool waits half a second from the first byte
+// on and takes what came by then as the answer.
+//
+// An echo is no answer. Many adapters hear what they send. The frame then comes back before any answer. It
+// proves only that the frame left, so the wait for the answer begins anew.
+//
+// Three sends, and the last one decides. The line is noisy, so a frame that got no good answer is sent again.
+// A controller that answered badly and then fell silent counts as silent.
+//
+// The CRC makes an answer good, with one exception. An answer is a frame as drawn in frame.h; but the short
+// answer 68 2F, with which a controller on protocol 3 says yes, has no CRC.
 #include "link/exchange.h"
 
 #include <algorithm>
