@@ -196,7 +196,7 @@ Examples:
       jq -r 'select(.event == "controller") | .checksum'
   quillon-unattended --port 33 auto flash-info
 )")
-      .arg(Speeds().replace(", 3", " or 3"));
+      .arg("one of " + Speeds());
 }
 
 }  // namespace
