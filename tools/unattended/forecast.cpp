@@ -1,8 +1,8 @@
 #include "unattended/forecast.h"
 
+#include <QRegularExpression>
 #include <algorithm>
 #include <charconv>
-#include <regex>
 #include <set>
 #include <utility>
 
@@ -85,21 +85,21 @@ void Forecast::PlanBatches(int controller) {
     plan_.push_back({Stage::kBatch, controller, number});
 }
 
-void Forecast::See(const std::string& status, double now) {
-  static const std::regex form(
-      "(?:Controller (\\d+) :)? *(?:(Erasing  \\()|Programming Batch (\\d+)|(Sending [Ff]ull)|Checking ).*");
-  static const std::regex withSpeed(".*Speed : (\\d+).*");
-  std::smatch parts;
-  if (!std::regex_match(status, parts, form)) return;
-  const int controller = parts[1].matched ? ToNumber(parts[1]) : kAll;
-  const Stage stage = parts[2].matched   ? Stage::kErase
-                      : parts[3].matched ? Stage::kBatch
-                      : parts[4].matched ? Stage::kConfirm
-                                         : Stage::kCheck;
-  const auto number = static_cast<std::size_t>(ToNumber(parts[3]));
-  std::smatch speed;
-  if (std::regex_match(status, speed, withSpeed)) {
-    facts_.speed = ToNumber(speed[1]);
+void Forecast::See(const QString& status, double now) {
+  static const QRegularExpression form(
+      "^(?:Controller (\\d+) :)? *(?:(Erasing  \\()|Programming Batch (\\d+)|(Sending [Ff]ull)|Checking )");
+  static const QRegularExpression withSpeed("Speed : (\\d+)");
+  const QRegularExpressionMatch parts = form.match(status);
+  if (!parts.hasMatch()) return;
+  const int controller = parts.hasCaptured(1) ? parts.captured(1).toInt() : kAll;
+  const Stage stage = parts.hasCaptured(2)   ? Stage::kErase
+                      : parts.hasCaptured(3) ? Stage::kBatch
+                      : parts.hasCaptured(4) ? Stage::kConfirm
+                                             : Stage::kCheck;
+  const auto number = static_cast<std::size_t>(parts.captured(3).toInt());
+  const QRegularExpressionMatch speed = withSpeed.match(status);
+  if (speed.hasMatch()) {
+    facts_.speed = speed.captured(1).toInt();
     if (stage == Stage::kErase) foundAt_[controller] = facts_.speed;
   }
   const auto seen = std::find_if(plan_.begin(), plan_.end(), [&](const Step& step) {

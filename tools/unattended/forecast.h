@@ -42,7 +42,7 @@ class Forecast {
   explicit Forecast(RunFacts facts);
 
   /// The status line reads so, at this time in seconds.
-  void See(const std::string& status, double now);
+  void See(const QString& status, double now);
 
   double SecondsLeft(double now) const;
   int Batches() const;

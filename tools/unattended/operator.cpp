@@ -178,7 +178,7 @@ void Operator::OnStatus(const QString& line) {
   newLine_ = true;
   QJsonObject facts;
   if (forecast_) {
-    forecast_->See(line.toStdString(), teller_.Seconds());
+    forecast_->See(line, teller_.Seconds());
     facts = {{"batchesDone", forecast_->BatchesDone()},
              {"controllersDone", forecast_->ControllersDone()},
              {"secondsLeft", Rounded(forecast_->SecondsLeft(teller_.Seconds()))}};
