@@ -86,7 +86,9 @@ TEST(LineFaults, ALineThatBabblesIsNoAnswerAndHoldsNeitherTheWindowNorCancelNorM
   babbles = false;
   EXPECT_LT(run.untilEnd, kCancelTakes);
   EXPECT_LT(run.standstill, 1500);  // two pauses, since a look takes two passes of the events
+#ifndef __SANITIZE_ADDRESS__  // which keeps what was freed
   EXPECT_LT(run.growth, 4096);
+#endif
   EXPECT_NE(technician.Read("Log.txt").find("CRC false 3 time"), std::string::npos);
   EXPECT_THAT(technician.boxes, IsEmpty());
 }
