@@ -4,7 +4,8 @@
 
 namespace quillon::soak {
 
-/// How many blocks of memory the process holds now.
+/// How much memory the process holds now.
 extern std::size_t liveBlocks;
+extern std::size_t liveBytes;
 
 }  // namespace quillon::soak

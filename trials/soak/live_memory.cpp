@@ -1,6 +1,8 @@
-// Counts every block of memory of the process: a heap's own figures hide small leaks among its caches. In a
-// file of its own, so that no compiler sees through new and delete.
-#include "live_blocks.h"
+// Counts all memory of the process, block by block: a heap's own figures hide small leaks among its caches.
+// In a file of its own, so that no compiler sees through new and delete.
+#include "live_memory.h"
+
+#include <malloc.h>
 
 #include <cstdlib>
 #include <new>
@@ -8,6 +10,7 @@
 namespace quillon::soak {
 
 std::size_t liveBlocks = 0;
+std::size_t liveBytes = 0;
 
 }  // namespace quillon::soak
 
@@ -15,11 +18,14 @@ void* operator new(std::size_t size) {
   void* const block = std::malloc(size);
   if (!block) throw std::bad_alloc();
   ++quillon::soak::liveBlocks;
+  quillon::soak::liveBytes += malloc_usable_size(block);
   return block;
 }
 
 void operator delete(void* block) noexcept {
-  if (block) --quillon::soak::liveBlocks;
+  if (!block) return;
+  --quillon::soak::liveBlocks;
+  quillon::soak::liveBytes -= malloc_usable_size(block);
   std::free(block);
 }
 
