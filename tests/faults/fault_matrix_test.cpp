@@ -154,7 +154,8 @@ class FaultBench : public RunBench {
       broken += "Auto kept what it borrowed; ";
     if (world.Time() > kPatience + 1min) broken += "Cancel did not end it; ";
     tool.Close();
-    if (row_.button != kAuto && !LogHolds("\n" + Read("Log.txt"), world.sent))
+    std::size_t from = 0;
+    if (row_.button != kAuto && !LogHolds("\n" + Read("Log.txt"), world.sent, from))
       broken += "the log lacks frames; ";
     return broken;
   }

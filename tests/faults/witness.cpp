@@ -16,8 +16,7 @@ int AddresseeOf(const Bytes& frame) {
   return frame[1] == bus::kBroadcastAddress ? -1 : frame[1];
 }
 
-bool LogHolds(const std::string& log, const std::vector<SentBytes>& frames) {
-  std::size_t from = 0;
+bool LogHolds(const std::string& log, const std::vector<SentBytes>& frames, std::size_t& from) {
   const Bytes* last = nullptr;
   for (const SentBytes& frame : frames) {
     if (last && *last == frame.bytes) continue;

@@ -17,8 +17,8 @@ bus::Command CommandOf(const Bytes& frame);
 /// The controller that a frame is for; -1: all of them.
 int AddresseeOf(const Bytes& frame);
 
-/// Whether each of these frames stands in the log, in their order. A frame that was sent again at once stands
-/// there once.
-bool LogHolds(const std::string& log, const std::vector<SentBytes>& frames);
+/// Whether each frame of a run stands in the log, in their order, from `from` on; that moves to where they
+/// end. A frame that was sent again at once stands there once.
+bool LogHolds(const std::string& log, const std::vector<SentBytes>& frames, std::size_t& from);
 
 }  // namespace quillon::test

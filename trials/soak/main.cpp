@@ -4,6 +4,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -160,6 +161,16 @@ bool ManyRunsGrow() {
   return Grew("1,000 runs of one program", before);
 }
 
+/// Whether so much less happened than in the sessions of a sound trial that it proves nothing.
+bool WasIdle(std::size_t sessions) {
+  constexpr std::size_t kEnough = 1000;  // sessions, for shares to be sound
+  const std::size_t least = sessions / 4;
+  if (sessions < kEnough || std::min({counts.goodRows, counts.cancelled, counts.failed}) >= least)
+    return false;
+  std::printf("soak: good rows, cancelled and failed runs are each to be %zu at least\n", least);
+  return true;
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -180,5 +191,5 @@ int main(int count, char** arguments) {
   }
   std::printf("soak: %zu sessions, %zu runs, %zu frames, %zu cancelled, %zu with a failure, %zu good rows\n",
               sessions, counts.runs, counts.frames, counts.cancelled, counts.failed, counts.goodRows);
-  return 0;
+  return WasIdle(sessions) ? 1 : 0;
 }

@@ -54,6 +54,8 @@ void InventBus(Dice& dice, Scenario& scenario) {
     setup.flash = {static_cast<std::uint8_t>(number), static_cast<std::uint8_t>(dice.Any())};
     setup.form = dice.OneIn(2) ? bus::AnswerForm::Bytes13 : bus::AnswerForm::Bytes14;
     setup.protocol3 = dice.OneIn(6);
+    setup.bootVersion = {1, 2, static_cast<std::uint8_t>(number)};
+    setup.bootChecksum = static_cast<std::uint16_t>(kFirstBootChecksum + number);
     for (int faults = dice.OneIn(2) ? dice.Below(3) : 0; faults > 0; --faults)
       setup.faults.push_back(InventFault(dice));
     scenario.controllers.push_back(setup);
@@ -151,12 +153,11 @@ Deed Ticking(Dice& dice) {
   }
 }
 
-Deed Files(Dice& dice, const Scenario& scenario) {
+Deed Files(Dice& dice) {
   const char* file = dice.Of({"a.hex", "b.hex", "a.hex", "b.hex", "bad.hex", "missing.hex", "empty.hex", ""});
   switch (dice.Below(8)) {
     case 0:
-      return {"b.hex is overwritten by a.hex",
-              [image = scenario.files.at("a.hex")](Session& s) { s.WriteFile("b.hex", image); }};
+      return {"b.hex is overwritten by a.hex", [](Session& s) { s.Overwrite("b.hex", "a.hex"); }};
     case 1:
       return {"a.hex goes", [](Session& s) { s.RemoveFile("a.hex"); }};
     default:
@@ -196,7 +197,7 @@ Deed Windows(Dice& dice) {
   }
 }
 
-Deed InventDeed(Dice& dice, const Scenario& scenario) {
+Deed InventDeed(Dice& dice) {
   const int kind = dice.Below(100);
   if (kind < 36) {
     const int run = dice.Below(7);
@@ -205,11 +206,11 @@ Deed InventDeed(Dice& dice, const Scenario& scenario) {
   if (kind < 48) return {"press Cancel", [](Session& s) { s.Cancel(false); }};
   if (kind < 57) return Typing(dice);
   if (kind < 70) return Ticking(dice);
-  if (kind < 85) return Files(dice, scenario);
+  if (kind < 85) return Files(dice);
   if (kind < 91) return Windows(dice);
   if (kind < 97) return LineTrouble(dice);
   if (kind < 99) return {"untick Check1", [](Session& s) { s.tool.Check1.SetValue(0); }};
-  return {"press Exit", [](Session& s) { s.tool.ComClose.Press(); }};
+  return {"press Exit", [](Session& s) { s.Leave(); }};
 }
 
 /// Most sessions begin with a file. A held key does the same thing many times, 30 ms apart.
@@ -220,7 +221,7 @@ void InventSteps(Dice& dice, Scenario& scenario) {
   if (!dice.OneIn(5)) add({"choose a.hex", [](Session& s) { s.Choose("a.hex"); }});
   for (int steps = 4 + dice.Below(30); steps > 0; --steps) {
     at += dice.Below(calm || dice.OneIn(6) ? 60000 : 3000) * 1ms;
-    const Deed deed = InventDeed(dice, scenario);
+    const Deed deed = InventDeed(dice);
     for (int repeats = dice.OneIn(12) ? 8 : 1; repeats > 0; --repeats, at += 30ms) add(deed);
   }
 }

@@ -21,6 +21,12 @@ std::string LowSum(std::uint32_t sum) {
   return test::ToHex({static_cast<std::uint8_t>(sum >> 8), static_cast<std::uint8_t>(sum)});
 }
 
+/// What a controller's row says of its boot code: each number has its own.
+std::string BootRowOf(int number) {
+  return "01/02/" + test::ToHex({static_cast<std::uint8_t>(number)}) + " " +
+         LowSum(kFirstBootChecksum + number);
+}
+
 }  // namespace
 
 Counts& Counts::operator+=(const Counts& more) {
@@ -37,9 +43,14 @@ Session::Session(const Scenario& scenario)
   for (const bus::ControllerSetup& setup : scenario.controllers)
     flashAtStart_[setup.number] = bus.At(setup.number).Flash();
   for (const auto& [name, contents] : scenario.files) WriteFile(name, contents);
+  for (const auto& [name, image] : scenario.images) imagesOf_.emplace(name, name);
   WriteFile("Quillon.cfg", scenario.settings);
   world.bus = &bus;
   world.beforeOperation = [this] { FailLine(); };
+  world.onBox = [this](const test::ShownBox& box) {
+    constexpr std::size_t kCancelAtEach = 7;  // box; Cancel alone is in reach beside one
+    if (box.kind == BoxKind::kRunError && world.boxes.size() % kCancelAtEach == 0) Cancel(false);
+  };
 }
 
 std::string Session::Play() {
@@ -87,6 +98,7 @@ void Session::Complain(const std::string& what) {
 }
 
 void Session::NoteChoices() {
+  run_.files.insert(std::filesystem::path(tool.FileName.Text()).filename().string());
   run_.mayKeepSpeed |= tool.useBB.Enabled();
   for (int i = 0; i < kControllers; ++i) {
     if (!tool.C(i).Ticked()) continue;
@@ -116,12 +128,17 @@ void Session::Press(Button button) {
 
 void Session::Cancel(bool byTheFrame) {
   if (!tool.message.Visible()) return;
-  if (running_ && run_.framesAtCancel == kNoCancel) run_.framesAtCancel = world.sent.size();
+  if (running_ && run_.framesAtCancel == kNever) run_.framesAtCancel = world.sent.size();
   if (byTheFrame) {
     tool.message.Close();
   } else {
     tool.message.Command1.Press();
   }
+}
+
+void Session::Leave() {
+  framesAtExit_ = world.sent.size();
+  tool.ComClose.Press();
 }
 
 void Session::Tick(int number, bool ticked) { tool.C(number).SetValue(ticked); }
@@ -133,6 +150,11 @@ void Session::Choose(const std::string& file) {
 
 void Session::WriteFile(const std::string& name, const std::string& contents) {
   std::ofstream(world.folder + name, std::ios::binary) << contents;
+}
+
+void Session::Overwrite(const std::string& name, const std::string& byName) {
+  WriteFile(name, scenario_.files.at(byName));
+  imagesOf_.emplace(name, byName);
 }
 
 void Session::RemoveFile(const std::string& name) { std::filesystem::remove(world.folder + name); }
@@ -183,7 +205,7 @@ bool Session::FailureShown() const {
 void Session::LookAfterRun() {
   counts_ += {.runs = 1,
               .frames = world.sent.size() - run_.firstFrame,
-              .cancelled = run_.framesAtCancel != kNoCancel,
+              .cancelled = run_.framesAtCancel != kNever,
               .failed = FailureShown()};
   const std::string name = (tool.*run_.button).Name();
   if (run_.button == &Quillon::Auto) {
@@ -191,8 +213,8 @@ void Session::LookAfterRun() {
     if (tool.Text1.Text() != run_.timeOut) Complain("borrowed: Auto leaves its own time-out in Text1");
     if (!run_.speed.empty() && tool.Vitesse.Text() != run_.speed) Complain("borrowed: Auto leaves its speed");
   } else {
-    framesToLog_.insert(framesToLog_.end(), world.sent.begin() + static_cast<std::ptrdiff_t>(run_.firstFrame),
-                        world.sent.end());
+    framesToLog_.emplace_back(world.sent.begin() + static_cast<std::ptrdiff_t>(run_.firstFrame),
+                              world.sent.end());
   }
   if (world.open && (world.ended || !FailureShown())) Complain("port: open after " + name);
   if (tool.message.Visible() && !FailureShown()) Complain("message: open after " + name);
@@ -222,15 +244,29 @@ void Session::LookAtFrames() {
 /// The exchange under way may send once more, and the one after it in its command. What a serial download
 /// has programmed is still asked once at each speed.
 void Session::LookAtFramesAfterCancel() {
-  if (run_.framesAtCancel == kNoCancel) return;
+  if (run_.framesAtCancel == kNever) return;
   if (run_.button == &Quillon::Auto && !tool.AbortRequested) return;  // before its opening forgot it
   const std::size_t commands = std::size(kSpeeds) * (run_.button == &Quillon::ComLoad00 ? 1 : 0) + 1;
   const std::size_t allowed = tool.RUD3.Ticked() ? 2 * commands : commands;
   const std::size_t sent = world.sent.size() - run_.framesAtCancel;
   if (sent > allowed) Complain("cancel: " + std::to_string(sent) + " frames after it");
   for (std::size_t i = run_.framesAtCancel; i < world.sent.size(); ++i) {
-    if (test::AddresseeOf(world.sent[i].bytes) == -1) Complain("cancel: a batch to all after it");
+    if (!MayFollowCancel(i)) Complain("cancel: " + test::ToHex(world.sent[i].bytes) + " after it");
   }
+}
+
+/// A question, a move to protocol 4, the frame under way once more, or the one whose status line stood; but
+/// never a further batch, and no erase of what was programmed.
+bool Session::MayFollowCancel(std::size_t frame) const {
+  using enum bus::Command;
+  const auto command = [&](std::size_t i) { return test::CommandOf(world.sent[i].bytes); };
+  if (test::AddresseeOf(world.sent[frame].bytes) == -1) return false;
+  if (command(frame) == Check || command(frame) == ToProtocol4) return true;
+  const bool first = frame == run_.firstFrame;
+  if (!first && world.sent[frame].bytes == world.sent[frame - 1].bytes) return true;
+  if (frame != run_.framesAtCancel || command(frame) == Batch) return false;
+  const bool programmed = !first && (command(frame - 1) == Batch || command(frame - 1) == Checksum);
+  return command(frame) != Erase || !programmed;
 }
 
 void Session::LookAtRows() {
@@ -246,20 +282,24 @@ void Session::LookAtRows() {
 /// A row that this run filled, and that looks good, must tell what the controller holds.
 void Session::LookAtRow(int y) {
   const std::string row = RowText(y);
-  if (row.find('/') == std::string::npos || run_.button == &Quillon::ComBoot) return;
+  if (row.find('/') == std::string::npos) return;
   if (!flashAtStart_.contains(y)) return Complain("row: of one that is not there, " + row);
   // Two echoes of $73 in one read have the length and the CRC of an answer: known, and left as it is.
   if (scenario_.line.echo && row.find(" 0173") != std::string::npos) return;
   ++counts_.goodRows;
+  if (run_.button == &Quillon::ComBoot) {
+    if (!row.starts_with(BootRowOf(y))) Complain("row: another controller's boot code, " + row);
+    return;
+  }
   const bus::Controller& controller = bus.At(y);
   if (row.find(" " + LowSum(controller.Checksum())) == std::string::npos)
     Complain("row: another sum, " + row);
   const bool download = run_.button == &Quillon::ComLoad || run_.button == &Quillon::ComLoad00;
   if (!download || row.ends_with("bold")) return;
-  const auto& images = scenario_.images;
-  const bool held = std::any_of(images.begin(), images.end(),
-                                [&](const auto& image) { return image.second == controller.Flash(); });
-  if (!held) Complain("row: good, but the flash holds no image, " + row);
+  const bool held = std::any_of(imagesOf_.begin(), imagesOf_.end(), [&](const auto& file) {
+    return run_.files.contains(file.first) && scenario_.images.at(file.second) == controller.Flash();
+  });
+  if (!held) Complain("row: good, but the flash does not hold the file's image, " + row);
 }
 
 void Session::LookAtControls() {
@@ -281,7 +321,11 @@ std::string Session::ReadBack(const std::string& name) const {
 
 void Session::LookAfterEnd() {
   if (world.open) Complain("port: open after the end");
-  if (!test::LogHolds("\n" + ReadBack("Log.txt"), framesToLog_)) Complain("log: a frame is missing");
+  if (framesAtExit_ != kNever && world.sent.size() != framesAtExit_) Complain("exit: a frame after it");
+  const std::string log = "\n" + ReadBack("Log.txt");
+  std::size_t from = 0;
+  for (const auto& frames : framesToLog_)
+    if (!test::LogHolds(log, frames, from)) Complain("log: a frame is missing");
   for (const auto& [number, flash] : flashAtStart_) {
     if (!everTicked_.contains(number) && bus.At(number).Flash() != flash)
       Complain("changed: controller " + std::to_string(number) + " was never ticked");

@@ -37,6 +37,9 @@ struct Scenario {
   std::vector<Step> steps;
 };
 
+/// Controller 0's checksum of its boot code; each further number has one more.
+constexpr int kFirstBootChecksum = 0xB000;
+
 /// A scenario as the seed has it.
 Scenario Invent(std::uint64_t seed);
 
@@ -65,9 +68,11 @@ class Session {
   // What steps do.
   void Press(Button button);
   void Cancel(bool byTheFrame);
+  void Leave();
   void Tick(int number, bool ticked);
   void Choose(const std::string& file);
   void WriteFile(const std::string& name, const std::string& contents);
+  void Overwrite(const std::string& name, const std::string& byName);
   void RemoveFile(const std::string& name);
   void PullAdapter(Nanoseconds howLong);
   void TakePort(Nanoseconds howLong);
@@ -84,14 +89,15 @@ class Session {
     Button button = nullptr;
     std::size_t firstFrame = 0;
     std::size_t firstBox = 0;
-    std::size_t framesAtCancel = kNoCancel;
-    std::set<int> ticked{};  // at any time of the run
+    std::size_t framesAtCancel = kNever;
+    std::set<int> ticked{};         // at any time of the run
+    std::set<std::string> files{};  // that were chosen at any time of the run
     std::vector<std::string> rows{};
     std::string timeOut;
     std::string speed;
     bool mayKeepSpeed = false;  // the file allowed it at some time
   };
-  static constexpr std::size_t kNoCancel = static_cast<std::size_t>(-1);
+  static constexpr std::size_t kNever = static_cast<std::size_t>(-1);
 
   void FailLine();
   void ArmNext();
@@ -103,6 +109,7 @@ class Session {
   void LookAfterRun();
   void LookAtFrames();
   void LookAtFramesAfterCancel();
+  bool MayFollowCancel(std::size_t frame) const;
   void LookAtRows();
   void LookAtRow(int y);
   void LookAtControls();
@@ -121,7 +128,9 @@ class Session {
   bool autoRan_ = false;
   std::set<int> everTicked_;
   std::map<int, Bytes> flashAtStart_;
-  std::vector<test::SentBytes> framesToLog_;
+  std::multimap<std::string, std::string> imagesOf_;       // which good file's image a file holds, or held
+  std::vector<std::vector<test::SentBytes>> framesToLog_;  // of each run
+  std::size_t framesAtExit_ = kNever;
 };
 
 }  // namespace quillon::soak
