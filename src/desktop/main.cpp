@@ -10,11 +10,14 @@
 
 namespace {
 
-/// Hears Qt while the application comes into being. Its one way to fail is that it finds no display; it would
-/// then print a page and abort.
+/// Hears Qt while the application comes into being. Its one way to fail is that it reaches no display, or
+/// lacks its part for that kind of display; it would then print a page and abort.
 void HearStart(QtMsgType kind, const QMessageLogContext&, const QString&) {
   if (kind != QtFatalMsg) return;
-  std::fputs("quillon: there is no display. Start it from a desktop session.\n", stderr);
+  std::fputs(
+      "quillon: the display can't be reached. Start it from a desktop session; on Debian, with the package "
+      "qt6-qpa-plugins installed.\n",
+      stderr);
   std::_Exit(EXIT_FAILURE);
 }
 

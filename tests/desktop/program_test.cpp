@@ -28,8 +28,10 @@ TEST(Program, LivesInAFolderOfAnyLettersAndTakesNoArguments) {
 }
 
 TEST(Program, SaysInOneLineThatThereIsNoDisplay) {
-  EXPECT_EQ(Shell("QT_QPA_PLATFORM=xcb ./quillon 2>&1; echo $?"),
-            "quillon: there is no display. Start it from a desktop session.\n1\n");
+  EXPECT_EQ(
+      Shell("QT_QPA_PLATFORM=xcb ./quillon 2>&1; echo $?"),
+      "quillon: the display can't be reached. Start it from a desktop session; on Debian, with the package "
+      "qt6-qpa-plugins installed.\n1\n");
 }
 
 }  // namespace
