@@ -1,5 +1,8 @@
-// A firmware file of any bytes: chosen, looked through for faults, and sent in both programming passes.
+// A firmware file of any bytes: chosen, looked through for faults, and sent in both programming passes. One
+// that begins with a line feed is repeated until it is longer than the pieces in which a file is read.
+#include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 #include "image/analyse_image.h"
 #include "image/hex_faults.h"
@@ -18,10 +21,32 @@ void HoldBatches(const std::vector<test::SentBytes>& sent) {
   }
 }
 
+/// Both passes send the same payloads, as far as the second came.
+void HoldPayloads(const std::vector<test::SentBytes>& toAll, const std::vector<test::SentBytes>& toOne) {
+  constexpr std::ptrdiff_t kLength = 2;  // where a frame's length byte is; before it stands whom it is for
+  constexpr std::ptrdiff_t kCrcAndEndByte = 3;
+  for (std::size_t i = 0; i < std::min(toAll.size(), toOne.size()); ++i) {
+    const Bytes& one = toOne[i].bytes;
+    const Bytes& all = toAll[i].bytes;
+    if (!std::equal(all.begin() + kLength, all.end() - kCrcAndEndByte, one.begin() + kLength,
+                    one.end() - kCrcAndEndByte)) {
+      std::abort();
+    }
+  }
+}
+
+std::string TextOf(const std::uint8_t* data, std::size_t size) {
+  constexpr std::size_t kLonger = 70'000;  // than two pieces
+  const std::string input(reinterpret_cast<const char*>(data), size);
+  std::string text = input;
+  while (input.starts_with('\n') && text.size() < kLonger) text += input;
+  return text;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string text(reinterpret_cast<const char*>(data), size);
+  const std::string text = TextOf(data, size);
   test::Bench bench;
   bench.world.fileToChoose = bench.Write("any.hex", text);
   bench.tool.Command1.Press();
@@ -34,11 +59,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   bench.tool.MSComm1.SetPortOpen(true);
   bench.tool.FlashProg();
   HoldBatches(bench.world.sent);
-  const std::size_t batches = bench.world.sent.size();
-  bench.world.sent.clear();
+  const auto toAll = std::exchange(bench.world.sent, {});
   int y = 5;
-  bench.world.script.assign(batches + 1, {{test::Nanoseconds(0), test::FromHex("40050161CADA04")}});
+  bench.world.script.assign(toAll.size() + 1, {{test::Nanoseconds(0), test::FromHex("40050161CADA04")}});
   bench.tool.FlashProg00(y);
   HoldBatches(bench.world.sent);
+  HoldPayloads(toAll, bench.world.sent);
   return 0;
 }
