@@ -258,17 +258,20 @@ void Session::LookAtFramesAfterCancel() {
 }
 
 /// A question or a move to protocol 4. Anything else only as the first frame: the one under way once more, or
-/// the one whose status line stood; but never a further batch, and no erase of what was programmed.
+/// the one whose status line stood; but never a further batch, no erase of what was programmed, and no
+/// checksum for one more controller.
 bool Session::MayFollowCancel(std::size_t frame) const {
   using enum bus::Command;
-  const auto command = [&](std::size_t i) { return test::CommandOf(world.sent[i].bytes); };
-  if (test::AddresseeOf(world.sent[frame].bytes) == -1) return false;
-  if (command(frame) == Check || command(frame) == ToProtocol4) return true;
+  const Bytes& bytes = world.sent[frame].bytes;
+  const bus::Command command = test::CommandOf(bytes);
+  if (test::AddresseeOf(bytes) == -1) return false;
+  if (command == Check || command == ToProtocol4) return true;
   if (frame != run_.framesAtCancel) return false;
-  if (frame == run_.firstFrame) return command(frame) != Batch;
-  if (world.sent[frame].bytes == world.sent[frame - 1].bytes) return true;
-  const bool programmed = command(frame - 1) == Batch || command(frame - 1) == Checksum;
-  return command(frame) != Batch && !(command(frame) == Erase && programmed);
+  if (frame == run_.firstFrame) return command != Batch;
+  const Bytes& before = world.sent[frame - 1].bytes;
+  if (bytes == before) return true;
+  if (test::CommandOf(before) == Checksum) return false;
+  return test::CommandOf(before) == Batch ? command == Checksum : command != Batch;
 }
 
 void Session::LookAtRows() {
