@@ -55,7 +55,7 @@ void InventBus(Dice& dice, Scenario& scenario) {
     setup.form = dice.OneIn(2) ? bus::AnswerForm::Bytes13 : bus::AnswerForm::Bytes14;
     setup.protocol3 = dice.OneIn(6);
     setup.bootVersion = {1, 2, static_cast<std::uint8_t>(number)};
-    setup.bootChecksum = static_cast<std::uint16_t>(kFirstBootChecksum + number);
+    setup.bootChecksum = static_cast<std::uint16_t>(0xB000 + number);
     for (int faults = dice.OneIn(2) ? dice.Below(3) : 0; faults > 0; --faults)
       setup.faults.push_back(InventFault(dice));
     scenario.controllers.push_back(setup);

@@ -17,14 +17,11 @@ bus::Bus MakeBus(const Scenario& scenario) {
   return bus;
 }
 
-std::string LowSum(std::uint32_t sum) {
-  return test::ToHex({static_cast<std::uint8_t>(sum >> 8), static_cast<std::uint8_t>(sum)});
-}
-
-/// What a controller's row says of its boot code: each number has its own.
-std::string BootRowOf(int number) {
-  return "01/02/" + test::ToHex({static_cast<std::uint8_t>(number)}) + " " +
-         LowSum(kFirstBootChecksum + number);
+/// What a row says of a version and a checksum, of which it shows the low 16 bits.
+std::string RowOf(const std::array<std::uint8_t, 3>& version, std::uint32_t sum) {
+  const auto byte = [](std::uint32_t value) { return test::ToHex({static_cast<std::uint8_t>(value)}); };
+  return byte(version[0]) + "/" + byte(version[1]) + "/" + byte(version[2]) + " " + byte(sum >> 8) +
+         byte(sum);
 }
 
 }  // namespace
@@ -43,7 +40,7 @@ Session::Session(const Scenario& scenario)
   for (const bus::ControllerSetup& setup : scenario.controllers)
     flashAtStart_[setup.number] = bus.At(setup.number).Flash();
   for (const auto& [name, contents] : scenario.files) WriteFile(name, contents);
-  for (const auto& [name, image] : scenario.images) imagesOf_.emplace(name, name);
+  for (const auto& [name, image] : scenario.images) imageIn_[name] = name;
   WriteFile("Quillon.cfg", scenario.settings);
   world.bus = &bus;
   world.beforeOperation = [this] { FailLine(); };
@@ -98,8 +95,10 @@ void Session::Complain(const std::string& what) {
 }
 
 void Session::NoteChoices() {
-  run_.files.insert(std::filesystem::path(tool.FileName.Text()).filename().string());
+  const auto chosen = imageIn_.find(std::filesystem::path(tool.FileName.Text()).filename().string());
+  if (chosen != imageIn_.end()) run_.images.insert(chosen->second);
   run_.mayKeepSpeed |= tool.useBB.Enabled();
+  run_.protocol3 |= tool.RUD3.Ticked();
   for (int i = 0; i < kControllers; ++i) {
     if (!tool.C(i).Ticked()) continue;
     everTicked_.insert(i);
@@ -137,7 +136,7 @@ void Session::Cancel(bool byTheFrame) {
 }
 
 void Session::Leave() {
-  framesAtExit_ = world.sent.size();
+  if (framesAtExit_ == kNever) framesAtExit_ = world.sent.size();
   tool.ComClose.Press();
 }
 
@@ -154,10 +153,13 @@ void Session::WriteFile(const std::string& name, const std::string& contents) {
 
 void Session::Overwrite(const std::string& name, const std::string& byName) {
   WriteFile(name, scenario_.files.at(byName));
-  imagesOf_.emplace(name, byName);
+  imageIn_[name] = byName;
 }
 
-void Session::RemoveFile(const std::string& name) { std::filesystem::remove(world.folder + name); }
+void Session::RemoveFile(const std::string& name) {
+  std::filesystem::remove(world.folder + name);
+  imageIn_.erase(name);
+}
 
 void Session::PullAdapter(Nanoseconds howLong) {
   pulledUntil_ = world.Time() + howLong;
@@ -247,7 +249,7 @@ void Session::LookAtFramesAfterCancel() {
   if (run_.framesAtCancel == kNever) return;
   if (run_.button == &Quillon::Auto && !tool.AbortRequested) return;  // before its opening forgot it
   const std::size_t commands = std::size(kSpeeds) * (run_.button == &Quillon::ComLoad00 ? 1 : 0) + 1;
-  const std::size_t allowed = tool.RUD3.Ticked() ? 2 * commands : commands;
+  const std::size_t allowed = run_.protocol3 ? 2 * commands : commands;
   const std::size_t sent = world.sent.size() - run_.framesAtCancel;
   if (sent > allowed) Complain("cancel: " + std::to_string(sent) + " frames after it");
   for (std::size_t i = run_.framesAtCancel; i < world.sent.size(); ++i) {
@@ -255,18 +257,21 @@ void Session::LookAtFramesAfterCancel() {
   }
 }
 
-/// A question, a move to protocol 4, the frame under way once more, or the one whose status line stood; but
-/// never a further batch, and no erase of what was programmed.
+/// A question or a move to protocol 4. Anything else only as the first frame: the one under way once more, or
+/// the one whose status line stood; but never a further batch, no erase of what was programmed, and no
+/// checksum for one more controller.
 bool Session::MayFollowCancel(std::size_t frame) const {
   using enum bus::Command;
-  const auto command = [&](std::size_t i) { return test::CommandOf(world.sent[i].bytes); };
-  if (test::AddresseeOf(world.sent[frame].bytes) == -1) return false;
-  if (command(frame) == Check || command(frame) == ToProtocol4) return true;
-  const bool first = frame == run_.firstFrame;
-  if (!first && world.sent[frame].bytes == world.sent[frame - 1].bytes) return true;
-  if (frame != run_.framesAtCancel || command(frame) == Batch) return false;
-  const bool programmed = !first && (command(frame - 1) == Batch || command(frame - 1) == Checksum);
-  return command(frame) != Erase || !programmed;
+  const Bytes& bytes = world.sent[frame].bytes;
+  const bus::Command command = test::CommandOf(bytes);
+  if (test::AddresseeOf(bytes) == -1) return false;
+  if (command == Check || command == ToProtocol4) return true;
+  if (frame != run_.framesAtCancel) return false;
+  if (frame == run_.firstFrame) return command != Batch;
+  const Bytes& before = world.sent[frame - 1].bytes;
+  if (bytes == before) return true;
+  if (test::CommandOf(before) == Checksum) return false;
+  return test::CommandOf(before) == Batch ? command == Checksum : command != Batch;
 }
 
 void Session::LookAtRows() {
@@ -283,21 +288,21 @@ void Session::LookAtRows() {
 void Session::LookAtRow(int y) {
   const std::string row = RowText(y);
   if (row.find('/') == std::string::npos) return;
-  if (!flashAtStart_.contains(y)) return Complain("row: of one that is not there, " + row);
+  const auto setup = std::find_if(scenario_.controllers.begin(), scenario_.controllers.end(),
+                                  [y](const bus::ControllerSetup& one) { return one.number == y; });
+  if (setup == scenario_.controllers.end()) return Complain("row: of one that is not there, " + row);
   // Two echoes of $73 in one read have the length and the CRC of an answer: known, and left as it is.
   if (scenario_.line.echo && row.find(" 0173") != std::string::npos) return;
   ++counts_.goodRows;
-  if (run_.button == &Quillon::ComBoot) {
-    if (!row.starts_with(BootRowOf(y))) Complain("row: another controller's boot code, " + row);
-    return;
-  }
   const bus::Controller& controller = bus.At(y);
-  if (row.find(" " + LowSum(controller.Checksum())) == std::string::npos)
-    Complain("row: another sum, " + row);
+  const bool boot = run_.button == &Quillon::ComBoot;
+  const std::string own = boot ? RowOf(setup->bootVersion, setup->bootChecksum)
+                               : RowOf(controller.Version(), controller.Checksum());
+  if (!row.starts_with(own)) Complain("row: " + row + " of a controller with " + own);
   const bool download = run_.button == &Quillon::ComLoad || run_.button == &Quillon::ComLoad00;
   if (!download || row.ends_with("bold")) return;
-  const bool held = std::any_of(imagesOf_.begin(), imagesOf_.end(), [&](const auto& file) {
-    return run_.files.contains(file.first) && scenario_.images.at(file.second) == controller.Flash();
+  const bool held = std::any_of(run_.images.begin(), run_.images.end(), [&](const std::string& file) {
+    return scenario_.images.at(file) == controller.Flash();
   });
   if (!held) Complain("row: good, but the flash does not hold the file's image, " + row);
 }

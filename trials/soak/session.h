@@ -37,9 +37,6 @@ struct Scenario {
   std::vector<Step> steps;
 };
 
-/// Controller 0's checksum of its boot code; each further number has one more.
-constexpr int kFirstBootChecksum = 0xB000;
-
 /// A scenario as the seed has it.
 Scenario Invent(std::uint64_t seed);
 
@@ -90,12 +87,13 @@ class Session {
     std::size_t firstFrame = 0;
     std::size_t firstBox = 0;
     std::size_t framesAtCancel = kNever;
-    std::set<int> ticked{};         // at any time of the run
-    std::set<std::string> files{};  // that were chosen at any time of the run
+    std::set<int> ticked{};          // at any time of the run
+    std::set<std::string> images{};  // that the chosen file held at any time of the run
     std::vector<std::string> rows{};
     std::string timeOut;
     std::string speed;
     bool mayKeepSpeed = false;  // the file allowed it at some time
+    bool protocol3 = false;     // ticked at some time
   };
   static constexpr std::size_t kNever = static_cast<std::size_t>(-1);
 
@@ -128,7 +126,7 @@ class Session {
   bool autoRan_ = false;
   std::set<int> everTicked_;
   std::map<int, Bytes> flashAtStart_;
-  std::multimap<std::string, std::string> imagesOf_;       // which good file's image a file holds, or held
+  std::map<std::string, std::string> imageIn_;             // a file's image, by the good file that it was in
   std::vector<std::vector<test::SentBytes>> framesToLog_;  // of each run
   std::size_t framesAtExit_ = kNever;
 };
