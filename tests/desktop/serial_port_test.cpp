@@ -7,6 +7,7 @@
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <QCoreApplication>
@@ -25,6 +26,7 @@
 #include "desktop/desktop_clock.h"
 #include "desktop/desktop_events.h"
 #include "platform/run_error.h"
+#include "support/without_rights.h"
 
 namespace quillon {
 namespace {
@@ -257,27 +259,14 @@ TEST_F(SerialPortTest, ALockFileOfAnotherProgramIsNamed) {
   EXPECT_FALSE(std::filesystem::exists(lock));
 }
 
-/// Takes an administrator's rights away for a while; anybody else has none.
-class WithoutRights {
- public:
-  WithoutRights() { Become(65534); }
-  ~WithoutRights() { Become(0); }
-
- private:
-  static void Become(id_t id) {
-    if (getuid() != 0) return;
-    EXPECT_EQ(id == 0 ? seteuid(id) + setegid(id) : setegid(id) + seteuid(id), 0);
-  }
-};
-
 TEST_F(SerialPortTest, ADeviceWithoutTheRightToItTellsWhomToAsk) {
   // A group that holds the right can be joined; the administrator's own can't.
   const std::tuple<mode_t, gid_t, bool> kDevices[] = {{0060, 5, true}, {0020, 5, false}, {0060, 0, false}};
   std::filesystem::permissions(home, std::filesystem::perms::all);
   for (const auto& [mode, group, named] : kDevices) {
-    if (chown(line.Device().c_str(), getuid(), group) != 0) continue;  // only an administrator can
+    if (chown(line.Device().c_str(), getuid(), group) != 0) GTEST_SKIP() << "only an administrator can";
     chmod(line.Device().c_str(), mode);
-    const WithoutRights withoutRights;
+    const test::WithoutRights withoutRights;
     const RunError error = ErrorOf([&] { port.Open(kPort, {9600}); });
     EXPECT_EQ(error.number, RunError::kPermissionDenied);
     EXPECT_EQ(error.description.find("usermod") != std::string::npos, named) << error.description;
@@ -315,6 +304,19 @@ TEST_F(SerialPortTest, TheComputerIsAskedToStayAwakeWhileAPortIsOpen) {
   port.Open(kPort, {9600});
   port.Close();
   qputenv("PATH", path);
+}
+
+TEST_F(SerialPortTest, AThousandOpeningsLeaveNeitherDescriptorsNorProcesses) {
+  const auto openAndCountDescriptors = [&] {
+    port.Open(kPort, {9600});
+    QCoreApplication::processEvents();
+    port.Close();
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+  };
+  const auto before = openAndCountDescriptors();
+  for (int i = 0; i < 998; ++i) openAndCountDescriptors();
+  EXPECT_EQ(openAndCountDescriptors(), before);
+  EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a process that keeps the computer awake is left";
 }
 
 TEST(PortNames, NumbersStandForTheDevicesOfTheirKind) {
