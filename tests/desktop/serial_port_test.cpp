@@ -1,11 +1,7 @@
 #include "desktop/serial_port.h"
 
-#include <asm/termbits.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <signal.h>
-#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,7 +10,6 @@
 #include <QTemporaryDir>
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -26,13 +21,14 @@
 #include "desktop/desktop_clock.h"
 #include "desktop/desktop_events.h"
 #include "platform/run_error.h"
+#include "support/far_end.h"
 #include "support/without_rights.h"
 
 namespace quillon {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
 using namespace std::chrono_literals;
+using test::FarEnd;
 
 constexpr int kPort = 7;
 
@@ -48,45 +44,6 @@ RunError ErrorOf(const std::function<void()>& step) {
 }
 
 int NumberOf(const std::function<void()>& step) { return ErrorOf(step).number; }
-
-/// The far end of a line: the controllers' side of a pseudo-terminal.
-class FarEnd {
- public:
-  FarEnd() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)) {
-    EXPECT_TRUE(grantpt(master_) == 0 && unlockpt(master_) == 0);
-  }
-  ~FarEnd() { close(master_); }
-
-  std::string Device() const { return ptsname(master_); }
-
-  termios2 Settings() const {
-    termios2 settings{};
-    EXPECT_EQ(ioctl(master_, TCGETS2, &settings), 0);
-    return settings;
-  }
-
-  void Send(const Bytes& bytes) { EXPECT_EQ(write(master_, bytes.data(), bytes.size()), std::ssize(bytes)); }
-
-  /// Sends what the line takes of the bytes.
-  void Babble(const Bytes& bytes) { (void)!write(master_, bytes.data(), bytes.size()); }
-
-  /// Reads until `count` bytes are there, the port is closed, or nothing came for a second.
-  Bytes Receive(std::size_t count, std::chrono::milliseconds pause = 0ms) {
-    Bytes all;
-    std::uint8_t chunk[1000];
-    pollfd state{master_, POLLIN, 0};
-    while (all.size() < count && poll(&state, 1, 1000) > 0) {
-      const ssize_t got = read(master_, chunk, sizeof chunk);
-      if (got < 0 && errno != EAGAIN) break;
-      if (got > 0) all.insert(all.end(), chunk, chunk + got);
-      std::this_thread::sleep_for(pause);
-    }
-    return all;
-  }
-
- private:
-  int master_;
-};
 
 class SerialPortTest : public testing::Test {
  protected:
@@ -319,14 +276,11 @@ TEST_F(SerialPortTest, AThousandOpeningsLeaveNeitherDescriptorsNorProcesses) {
   EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a process that keeps the computer awake is left";
 }
 
-TEST(PortNames, NumbersStandForTheDevicesOfTheirKind) {
+TEST_F(SerialPortTest, TellsTheDeviceOfAPort) {
   EXPECT_EQ(PortDevice("/nowhere/", 1), "/dev/ttyS0");
   EXPECT_EQ(PortDevice("/nowhere/", 33), "/dev/ttyUSB0");
   EXPECT_EQ(PortDevice("/nowhere/", 65), "/dev/ttyACM0");
   EXPECT_EQ(PortDevice("/nowhere/", 97), "");
-}
-
-TEST_F(SerialPortTest, TellsTheDeviceOfAPort) {
   EXPECT_EQ(port.Describe(kPort).text, line.Device());
   LinkTo("/dev/pulled-out", 9);
   EXPECT_EQ(port.Describe(9).text, home + "COM9 (not there)");
