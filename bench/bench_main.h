@@ -1,6 +1,7 @@
 #pragma once
 
 #include <benchmark/benchmark.h>
+#include <unistd.h>
 
 #include <cstdlib>
 
@@ -20,8 +21,10 @@ class BoundReporter : public benchmark::ConsoleReporter {
 };
 
 /// Runs the measurements that the command line asks for. Returns the exit status: a failure when one of them
-/// missed its bound.
+/// missed its bound. The system ends what hangs.
 inline int RunBenches(int argc, char** argv) {
+  constexpr unsigned kMostSeconds = 900;  // some times what all of them need
+  alarm(kMostSeconds);
   benchmark::Initialize(&argc, argv);
   BoundReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);

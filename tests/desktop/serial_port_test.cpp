@@ -1,19 +1,15 @@
 #include "desktop/serial_port.h"
 
-#include <asm/termbits.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <signal.h>
-#include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -25,12 +21,14 @@
 #include "desktop/desktop_clock.h"
 #include "desktop/desktop_events.h"
 #include "platform/run_error.h"
+#include "support/far_end.h"
+#include "support/without_rights.h"
 
 namespace quillon {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
 using namespace std::chrono_literals;
+using test::FarEnd;
 
 constexpr int kPort = 7;
 
@@ -46,45 +44,6 @@ RunError ErrorOf(const std::function<void()>& step) {
 }
 
 int NumberOf(const std::function<void()>& step) { return ErrorOf(step).number; }
-
-/// The far end of a line: the controllers' side of a pseudo-terminal.
-class FarEnd {
- public:
-  FarEnd() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)) {
-    EXPECT_TRUE(grantpt(master_) == 0 && unlockpt(master_) == 0);
-  }
-  ~FarEnd() { close(master_); }
-
-  std::string Device() const { return ptsname(master_); }
-
-  termios2 Settings() const {
-    termios2 settings{};
-    EXPECT_EQ(ioctl(master_, TCGETS2, &settings), 0);
-    return settings;
-  }
-
-  void Send(const Bytes& bytes) { EXPECT_EQ(write(master_, bytes.data(), bytes.size()), std::ssize(bytes)); }
-
-  /// Sends what the line takes of the bytes.
-  void Babble(const Bytes& bytes) { (void)!write(master_, bytes.data(), bytes.size()); }
-
-  /// Reads until `count` bytes are there, the port is closed, or nothing came for a second.
-  Bytes Receive(std::size_t count, std::chrono::milliseconds pause = 0ms) {
-    Bytes all;
-    std::uint8_t chunk[1000];
-    pollfd state{master_, POLLIN, 0};
-    while (all.size() < count && poll(&state, 1, 1000) > 0) {
-      const ssize_t got = read(master_, chunk, sizeof chunk);
-      if (got < 0 && errno != EAGAIN) break;
-      if (got > 0) all.insert(all.end(), chunk, chunk + got);
-      std::this_thread::sleep_for(pause);
-    }
-    return all;
-  }
-
- private:
-  int master_;
-};
 
 class SerialPortTest : public testing::Test {
  protected:
@@ -257,27 +216,14 @@ TEST_F(SerialPortTest, ALockFileOfAnotherProgramIsNamed) {
   EXPECT_FALSE(std::filesystem::exists(lock));
 }
 
-/// Takes an administrator's rights away for a while; anybody else has none.
-class WithoutRights {
- public:
-  WithoutRights() { Become(65534); }
-  ~WithoutRights() { Become(0); }
-
- private:
-  static void Become(id_t id) {
-    if (getuid() != 0) return;
-    EXPECT_EQ(id == 0 ? seteuid(id) + setegid(id) : setegid(id) + seteuid(id), 0);
-  }
-};
-
 TEST_F(SerialPortTest, ADeviceWithoutTheRightToItTellsWhomToAsk) {
   // A group that holds the right can be joined; the administrator's own can't.
   const std::tuple<mode_t, gid_t, bool> kDevices[] = {{0060, 5, true}, {0020, 5, false}, {0060, 0, false}};
   std::filesystem::permissions(home, std::filesystem::perms::all);
   for (const auto& [mode, group, named] : kDevices) {
-    if (chown(line.Device().c_str(), getuid(), group) != 0) continue;  // only an administrator can
+    if (chown(line.Device().c_str(), getuid(), group) != 0) GTEST_SKIP() << "only an administrator can";
     chmod(line.Device().c_str(), mode);
-    const WithoutRights withoutRights;
+    const test::WithoutRights withoutRights;
     const RunError error = ErrorOf([&] { port.Open(kPort, {9600}); });
     EXPECT_EQ(error.number, RunError::kPermissionDenied);
     EXPECT_EQ(error.description.find("usermod") != std::string::npos, named) << error.description;
@@ -317,14 +263,24 @@ TEST_F(SerialPortTest, TheComputerIsAskedToStayAwakeWhileAPortIsOpen) {
   qputenv("PATH", path);
 }
 
-TEST(PortNames, NumbersStandForTheDevicesOfTheirKind) {
+TEST_F(SerialPortTest, AThousandOpeningsLeaveNeitherDescriptorsNorProcesses) {
+  const auto openAndCountDescriptors = [&] {
+    port.Open(kPort, {9600});
+    QCoreApplication::processEvents();
+    port.Close();
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+  };
+  const auto before = openAndCountDescriptors();
+  for (int i = 0; i < 998; ++i) openAndCountDescriptors();
+  EXPECT_EQ(openAndCountDescriptors(), before);
+  EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a process that keeps the computer awake is left";
+}
+
+TEST_F(SerialPortTest, TellsTheDeviceOfAPort) {
   EXPECT_EQ(PortDevice("/nowhere/", 1), "/dev/ttyS0");
   EXPECT_EQ(PortDevice("/nowhere/", 33), "/dev/ttyUSB0");
   EXPECT_EQ(PortDevice("/nowhere/", 65), "/dev/ttyACM0");
   EXPECT_EQ(PortDevice("/nowhere/", 97), "");
-}
-
-TEST_F(SerialPortTest, TellsTheDeviceOfAPort) {
   EXPECT_EQ(port.Describe(kPort).text, line.Device());
   LinkTo("/dev/pulled-out", 9);
   EXPECT_EQ(port.Describe(9).text, home + "COM9 (not there)");

@@ -1,4 +1,8 @@
 // What passes between a window and the program: typing, clicks, keys, boxes, status lines.
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
 #include <QAbstractItemView>
 #include <QAccessible>
 #include <QCheckBox>
@@ -274,6 +278,54 @@ TEST_F(WindowTest, ADroppedFileIsChosenAndOtherThingsAreNot) {
   EXPECT_TRUE(drop({file}));
   EXPECT_EQ(quillon.FileName.Text(), home + "a b.hex");
   EXPECT_FALSE(Drawn(quillon, quillon.Text1)->acceptDrops()) << "a file's name is no time-out";
+}
+
+TEST_F(WindowTest, AnOddFileIsToldWithinASecondAndNeverHeldWhole) {
+  constexpr std::size_t kLarge = 100'000'000;
+  const auto write = [&](const char* name, const std::string& line, std::size_t size) {
+    std::ofstream file(home + name);
+    for (std::size_t i = 0; i < size; i += line.size()) file << line;
+  };
+  write("empty", "x", 0);
+  write("1 byte", "x", 1);
+  write("100 MB", ":10" + std::string(38, '0') + "F0\n", kLarge);
+  write("lines of 1 MB", ":" + std::string(1'000'000, '0') + "\n", kLarge);
+  write("one line", "", 0);
+  std::filesystem::resize_file(home + "one line", kLarge);
+  EXPECT_EQ(mkfifo((home + "pipe").c_str(), 0600), 0);
+  std::filesystem::create_symlink("/dev/zero", home + "device");
+  std::filesystem::create_directory(home + "folder");
+  const std::pair<const char*, const char*> kToldOf[] = {
+      {"empty", "the file is empty"},
+      {"1 byte", "line 1: begins with \"x\""},
+      {"100 MB", "the file has no end record"},
+      {"lines of 1 MB", "line 1: has 1000000 digits"},
+      {"one line", "Error #  7\nOut of memory"},
+      {"pipe", "is a pipe or a device"},
+      {"device", "is a pipe or a device"},
+      {"folder", "File not Found!"},
+  };
+  std::string told;
+  QTimer technician;
+  QObject::connect(&technician, &QTimer::timeout, [&] {
+    if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+      told = box->text().toStdString();
+      box->accept();
+    }
+  });
+  technician.start(1);
+  rusage before{}, after{};
+  getrusage(RUSAGE_SELF, &before);
+  for (const auto& [name, words] : kToldOf) {
+    told.clear();
+    const double begin = clock.Now();
+    quillon.FileName.SetText(home + name);
+    EXPECT_LT(clock.Now() - begin, 1) << name;
+    if (quillon.FileWarning.Visible()) told = quillon.FileWarning.ToolTip();
+    EXPECT_THAT(told, testing::HasSubstr(words)) << name;
+  }
+  getrusage(RUSAGE_SELF, &after);
+  EXPECT_LT(static_cast<std::size_t>(after.ru_maxrss - before.ru_maxrss) * 1024, kLarge);
 }
 
 TEST_F(WindowTest, AStatusLineComesToTheFrontAndLeavesTheKeyboardWhereItIs) {

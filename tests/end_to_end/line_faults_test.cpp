@@ -1,7 +1,5 @@
 // A line that goes wrong under a run: what the technician sees of it, and how soon.
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <unistd.h>
 
 #include <QElapsedTimer>
 #include <atomic>
@@ -10,25 +8,12 @@
 
 #include "end_to_end/image.h"
 #include "end_to_end/technician.h"
+#include "support/far_end.h"
 
 namespace quillon::test {
 namespace {
 
 using testing::IsEmpty;
-
-/// The controllers' side of a pseudo-terminal that nobody reads.
-class DeadEnd {
- public:
-  DeadEnd() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)) {
-    EXPECT_TRUE(grantpt(master_) == 0 && unlockpt(master_) == 0);
-  }
-  ~DeadEnd() { close(master_); }
-  std::string Device() const { return ptsname(master_); }
-  ssize_t Send(const Bytes& bytes) const { return write(master_, bytes.data(), bytes.size()); }
-
- private:
-  int master_;
-};
 
 /// Memory that this process holds, in KB.
 long ResidentMemory() {
@@ -76,17 +61,17 @@ struct CancelledRun {
 
 TEST(LineFaults, ALineThatBabblesIsNoAnswerAndHoldsNeitherTheWindowNorCancelNorMemory) {
   Technician technician(30s, {"--count", "1"}, {.controllers = {5}});
-  const DeadEnd line;
+  FarEnd line;
   technician.SelectDevice(line.Device());
   std::atomic<bool> babbles = true;
   const auto babble = std::async(std::launch::async, [&] {
-    for (const Bytes noise(4096, 0x5A); babbles;) line.Send(noise);
+    for (const Bytes noise(4096, 0x5A); babbles;) line.Babble(noise);
   });
   const CancelledRun run(technician, "Flash Info", 4000);
   babbles = false;
   EXPECT_LT(run.untilEnd, kCancelTakes);
   EXPECT_LT(run.standstill, 1500);  // two pauses, since a look takes two passes of the events
-#ifndef __SANITIZE_ADDRESS__  // which keeps what was freed
+#ifndef __SANITIZE_ADDRESS__        // which keeps what was freed
   EXPECT_LT(run.growth, 4096);
 #endif
   EXPECT_NE(technician.Read("Log.txt").find("CRC false 3 time"), std::string::npos);

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "faults/witness.h"
 #include "workflows/run_bench.h"
 
 namespace quillon::test {
@@ -36,13 +37,18 @@ TEST(ChangingFile, NeverMakesARowLookGoodForWhatIsNotThere) {
         bench.ChooseHex(kImage);
         bench.Tick({3});
         const std::string path = bench.tool.FileName.Text();
-        bench.world.When([&] { return bench.world.sent.size() >= sent; }, [&] { kChanges[change](path); });
+        bool changed = false;
+        bench.world.When([&] { return bench.world.sent.size() >= sent; },
+                         [&] {
+                           kChanges[change](path);
+                           changed = true;
+                         });
         bench.Press(button);
-        const auto sum = static_cast<std::uint16_t>(bench.bus.At(3).Checksum());
-        const std::string held = ToHex({static_cast<std::uint8_t>(sum >> 8), static_cast<std::uint8_t>(sum)});
         const std::string row = bench.Row(3);
         const bool looksGood = row.find('/') != row.npos && !row.ends_with("red") && !row.ends_with("marked");
-        EXPECT_TRUE(!looksGood || held == "07B6") << row << ", and it holds " << held;
+        const bool holdsImage = bench.bus.At(3).Flash() == ImageFlash();
+        EXPECT_TRUE(changed && (holdsImage || !looksGood)) << row;
+        EXPECT_TRUE(looksGood || sent < 5) << "all of the file had been read: " << row;
         EXPECT_TRUE(bench.Over());
       }
     }

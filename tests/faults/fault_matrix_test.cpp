@@ -75,18 +75,6 @@ void PrintTo(const MatrixRow& row, std::ostream* out) { *out << row.name; }
 
 bool Programs(Button button) { return button == kParallel || button == kSerial; }
 
-/// The flash of a controller that holds kImage and nothing else.
-Bytes ImageFlash() {
-  Bytes flash(0x10000, 0xFF);
-  const auto put = [&](std::size_t address, const char* digits) {
-    const Bytes data = FromHex(digits);
-    std::copy(data.begin(), data.end(), flash.begin() + static_cast<std::ptrdiff_t>(address));
-  };
-  put(0x0000, "01020304");
-  put(0x2010, "0000000000313200303500333100000020004105");
-  return flash;
-}
-
 class FaultBench : public RunBench {
  public:
   FaultBench(const MatrixRow& row, const Trouble& trouble) : row_(row) {

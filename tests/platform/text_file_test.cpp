@@ -102,14 +102,5 @@ TEST_F(FileTest, HasOneWriterAndTheSecondLeavesItAlone) {
   EXPECT_EQ(bench.Read("mine.txt"), "");
 }
 
-TEST_F(FileTest, TellsOnceOfAFullDisk) {
-  TextWriter writer;
-  writer.Open("/dev/full");
-  int failures = 0;
-  for (int i = 0; i < 3000; ++i)
-    failures += FailureNumber([&] { writer.WriteLine("twenty bytes a line"); }) == 61;
-  EXPECT_EQ(failures, 1);
-}
-
 }  // namespace
 }  // namespace quillon::test

@@ -7,6 +7,9 @@
 #include <memory>
 
 #include "support/bench.h"
+#ifndef _WIN32
+#include "support/without_rights.h"
+#endif
 
 namespace quillon::test {
 namespace {
@@ -183,6 +186,23 @@ TEST(Settings, ThatCannotBeSavedLeaveTheOldFileAndShowABoxBeforeTheEnd) {
   EXPECT_TRUE(start.world.ended);
   EXPECT_EQ(start.Read("Quillon.cfg"), "500\r\n");
 }
+
+#ifndef _WIN32
+TEST(Settings, WithoutTheRightToTheFolderLeaveTheOldFileAndShowABox) {
+  FreshStart start;
+  start.Write("Quillon.cfg", "500\r\n");
+  Quillon& tool = start.Start();
+  std::filesystem::permissions(start.world.folder, std::filesystem::perms(0555));
+  {
+    const WithoutRights withoutRights;
+    tool.ComClose.Press();
+  }
+  std::filesystem::permissions(start.world.folder, std::filesystem::perms::all);
+  ASSERT_EQ(start.world.boxes.size(), 1u);
+  EXPECT_THAT(start.world.boxes[0].text, testing::MatchesRegex("Error #  70\r.*Quillon.cfg.*"));
+  EXPECT_EQ(start.Read("Quillon.cfg"), "500\r\n");
+}
+#endif
 
 TEST(Stop, CompletesTheLogSavesSettingsAndClosesThePortOnce) {
   Bench bench;

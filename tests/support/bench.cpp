@@ -1,12 +1,14 @@
 #include "support/bench.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
 namespace quillon::test {
 
-Bench::Bench() : tool(world.AsComputer()) {
+Bench::Bench(const std::string& logDevice) : tool(world.AsComputer()) {
+  if (!logDevice.empty()) std::filesystem::create_symlink(logDevice, world.folder + "Log.txt");
   tool.Form_Load();
   tool.Text1.SetText("500");
   tool.Text2.SetText("10");

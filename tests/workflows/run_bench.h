@@ -23,7 +23,9 @@ inline constexpr Button kRuns[] = {kParallel, kSerial, kInfo, kBoot, kTo3, kTo4,
 /// A bench whose line leads to simulated controllers. They go to 38400 for programming.
 class RunBench : public Bench {
  public:
-  explicit RunBench(const std::vector<bus::ControllerSetup>& controllers = {}) {
+  explicit RunBench(const std::vector<bus::ControllerSetup>& controllers = {},
+                    const std::string& logDevice = "")
+      : Bench(logDevice) {
     for (const bus::ControllerSetup& setup : controllers) bus.Add(setup);
     world.bus = &bus;
     tool.DownloadSettings = "38400,N,8,2";

@@ -113,6 +113,21 @@ TEST(RunFailure, CancelAndClosingEndARunBetweenItsBoxesOrWhileOneStands) {
   }
 }
 
+#ifndef _WIN32
+TEST(RunFailure, AFullDiskUnderTheLogIsToldOnceAndHarmsNoRun) {
+  RunBench bench({{.number = 3}}, "/dev/full");
+  bench.Tick({3});
+  for (int run = 0; run < 50; ++run) {
+    bench.Press(kInfo);
+    EXPECT_EQ(bench.Row(3), "01/02/03 1E02");
+    EXPECT_TRUE(bench.Over());
+  }
+  bench.tool.Close();
+  EXPECT_EQ(bench.BoxNumbers(), std::vector<int>{RunError::kDiskFull});
+  EXPECT_EQ(bench.world.sent.size(), 50u);
+}
+#endif
+
 TEST(RunFailure, CancelActsBetweenTwoBoxesOfOneSpeed) {
   RunBench bench;
   bench.ChooseHex(kImage);
