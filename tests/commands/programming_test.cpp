@@ -49,6 +49,8 @@ TEST(FlashProg, PausesAfterEachBatch) {
     const auto pause = bench.world.sent[1].at - bench.world.sent[0].at;
     EXPECT_EQ(std::chrono::floor<std::chrono::milliseconds>(pause), c.between) << c.delay;
     EXPECT_EQ(bench.world.boxes.size(), c.boxes);
+    for (const ShownBox& box : bench.world.boxes)
+      EXPECT_NE(box.text.find(" Parallel Waiting Delay "), std::string::npos) << box.text;
   }
 }
 
