@@ -11,7 +11,7 @@ namespace quillon {
 
 /// The open device of a serial port, as one operating system has it: bytes go straight to and from the
 /// device, since what waits and what left has to be known at once, with no event served. Nothing here waits,
-/// but AwaitLastBytes.
+/// but AwaitLastBytes, and for a moment DropLeaving.
 class SystemLine {
  public:
   /// Opens a port for this program alone and drops what it received before. Raises RunError 8002 (no such

@@ -1,9 +1,11 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <deque>
+#include <utility>
 
 #include "platform/run_error.h"
 #include "platform/system_line.h"
@@ -14,6 +16,7 @@ namespace {
 
 constexpr double kSpeedTolerance = 0.03;  // a controller still understands a line that is so far off
 constexpr DWORD kChunk = 4096;            // bytes
+constexpr double kBitsPerByte = 11;       // start bit, 8 data bits, 2 stop bits
 constexpr std::size_t kMostAtOnce = 16 * kChunk;
 
 RunError NoSuchPort(int number, const std::string& reason) {
@@ -75,16 +78,27 @@ constexpr COMMTIMEOUTS kTimeouts = {};
 }  // namespace
 
 struct SystemLine::Device {
+  /// What is under way. The system writes into these until they are over.
+  struct Transfers {
+    Transfer reading;             // always on its way, so that its event tells of bytes
+    std::deque<Transfer> writes;  // in order
+  };
+
   ~Device() {
     if (handle == INVALID_HANDLE_VALUE) return;
-    CancelIo(handle);
+    CancelIoEx(handle, nullptr);
     PurgeComm(handle, PURGE_TXABORT | PURGE_RXABORT | PURGE_TXCLEAR | PURGE_RXCLEAR);
-    // The system writes into these until they are over.
-    DWORD moved = 0;
-    if (readPending) GetOverlappedResult(handle, &reading.state, &moved, TRUE);
-    for (Transfer& write : writes) GetOverlappedResult(handle, &write.state, &moved, TRUE);
+    const bool over = (!readPending || EndsSoon(transfers->reading)) && WritesEndSoon();
     CloseHandle(handle);
+    // Some drivers let go of nothing after their adapter was pulled out: then the memory stays theirs.
+    if (!over) static_cast<void>(transfers.release());
   }
+
+  static bool EndsSoon(const Transfer& transfer) {
+    constexpr DWORD kPatience = 500;  // milliseconds
+    return transfer.Over() || WaitForSingleObject(transfer.state.hEvent, kPatience) == WAIT_OBJECT_0;
+  }
+  bool WritesEndSoon() const { return std::ranges::all_of(transfers->writes, EndsSoon); }
 
   /// Number of bytes that came and that no read took.
   DWORD Queued() const {
@@ -95,33 +109,53 @@ struct SystemLine::Device {
 
   /// Asks for as many bytes as are there, but at least for the next one.
   void StartReading() {
+    Transfer& reading = transfers->reading;
     const DWORD count = std::clamp<DWORD>(Queued(), 1, kChunk);
     readPending = ReadFile(handle, reading.bytes.data(), count, nullptr, &reading.state) != 0 ||
                   GetLastError() == ERROR_IO_PENDING;
+    if (!readPending) failed = true;
   }
 
   /// Whether the read is over. When bytes are there it ends within a moment, which is waited for.
   bool HasRead() const {
     constexpr DWORD kMoment = 10;  // milliseconds
+    const Transfer& reading = transfers->reading;
     return reading.Over() ||
            (Queued() > 0 && WaitForSingleObject(reading.state.hEvent, kMoment) == WAIT_OBJECT_0);
   }
 
-  /// Forgets the writes that are over; false when one of them did not send all its bytes.
-  bool DropWritten() {
-    while (!writes.empty() && writes.front().Over()) {
+  /// Forgets the writes that are over; one that did not send all its bytes is a failure.
+  void DropWritten() {
+    std::deque<Transfer>& writes = transfers->writes;
+    for (; !writes.empty() && writes.front().Over(); writes.pop_front()) {
       DWORD sent = 0;
       const bool wentOut = GetOverlappedResult(handle, &writes.front().state, &sent, FALSE) != 0;
-      if (!wentOut || sent != writes.front().bytes.size()) return false;
-      writes.pop_front();
+      if (!wentOut || sent != writes.front().bytes.size()) failed = true;
     }
-    return true;
   }
 
+  /// The line takes its time for so many bytes, after those before them. Drivers and adapters say that a byte
+  /// has left as soon as they have it themselves.
+  void CountOnTheLine(std::size_t bytes) {
+    constexpr std::chrono::milliseconds kLag(4);  // until the adapter has the first one
+    lineFree = std::max(lineFree, Time::now() + kLag) +
+               std::chrono::duration_cast<Time::duration>(
+                   std::chrono::duration<double>(static_cast<double>(bytes) * kBitsPerByte / baud));
+  }
+  std::size_t StillOnTheLine() const {
+    const double seconds = std::chrono::duration<double>(lineFree - Time::now()).count();
+    return seconds > 0 ? static_cast<std::size_t>(std::ceil(seconds * baud / kBitsPerByte)) : 0;
+  }
+
+  using Time = std::chrono::steady_clock;
+
   HANDLE handle = INVALID_HANDLE_VALUE;
-  Transfer reading;             // always on its way, so that its event tells of bytes
-  bool readPending = false;     // else the device failed
-  std::deque<Transfer> writes;  // on their way, in order
+  std::unique_ptr<Transfers> transfers = std::make_unique<Transfers>();
+  bool begun = false;  // to read
+  bool readPending = false;
+  bool failed = false;  // from then on
+  int baud = 0;
+  Time::time_point lineFree;
 };
 
 SystemLine::SystemLine(const std::string& programFolder, int number) : device_(std::make_unique<Device>()) {
@@ -130,7 +164,7 @@ SystemLine::SystemLine(const std::string& programFolder, int number) : device_(s
   if (device_->handle == INVALID_HANDLE_VALUE) throw OpenFailure(number, name, GetLastError());
   COMMTIMEOUTS timeouts = kTimeouts;
   if (!SetCommTimeouts(device_->handle, &timeouts)) throw OpenFailure(number, name, ERROR_INVALID_HANDLE);
-  device_->reading.bytes.resize(kChunk);
+  device_->transfers->reading.bytes.resize(kChunk);
 }
 
 SystemLine::~SystemLine() = default;
@@ -157,55 +191,65 @@ bool SystemLine::SetSpeed(int baud) {
   if (!SetCommState(device_->handle, &form) || !GetCommState(device_->handle, &form)) return false;
   const bool met = form.ByteSize == 8 && form.Parity == NOPARITY && form.StopBits == TWOSTOPBITS &&
                    std::abs(static_cast<double>(form.BaudRate) - baud) <= baud * kSpeedTolerance;
+  if (!met) return false;
+  device_->baud = baud;
   // Reading begins here: what came before at another speed is noise.
-  if (met && !device_->readPending) {
+  if (!std::exchange(device_->begun, true)) {
     PurgeComm(device_->handle, PURGE_RXCLEAR);
     device_->StartReading();
   }
-  return met;
+  return true;
 }
 
 /// The system takes all bytes at once and sends them in order.
 std::ptrdiff_t SystemLine::Send(std::span<const std::uint8_t> bytes) {
-  if (!device_->DropWritten()) return -1;
-  Transfer& write = device_->writes.emplace_back();
+  device_->DropWritten();
+  if (device_->failed) return -1;
+  Transfer& write = device_->transfers->writes.emplace_back();
   write.bytes.assign(bytes.begin(), bytes.end());
   const auto count = static_cast<DWORD>(bytes.size());
   if (WriteFile(device_->handle, write.bytes.data(), count, nullptr, &write.state) ||
       GetLastError() == ERROR_IO_PENDING) {
+    device_->CountOnTheLine(bytes.size());
     return std::ssize(bytes);
   }
-  device_->writes.pop_back();
+  device_->transfers->writes.pop_back();
+  device_->failed = true;
   return -1;
 }
 
 bool SystemLine::Receive(std::vector<std::uint8_t>& bytes) {
-  Transfer& reading = device_->reading;
+  Transfer& reading = device_->transfers->reading;
   for (std::size_t taken = 0; taken < kMostAtOnce && device_->readPending && device_->HasRead();) {
     DWORD count = 0;
     device_->readPending = false;
-    if (!GetOverlappedResult(device_->handle, &reading.state, &count, FALSE)) return false;
+    if (!GetOverlappedResult(device_->handle, &reading.state, &count, FALSE)) device_->failed = true;
     bytes.insert(bytes.end(), reading.bytes.begin(), reading.bytes.begin() + count);
     taken += count;
-    device_->StartReading();
+    if (!device_->failed) device_->StartReading();
   }
-  return device_->readPending;
+  return !device_->failed;
 }
 
 std::size_t SystemLine::Leaving() const {
   std::size_t underWay = 0;
-  for (const Transfer& write : device_->writes) underWay += write.Over() ? 0 : write.bytes.size();
+  for (const Transfer& write : device_->transfers->writes) underWay += write.Over() ? 0 : write.bytes.size();
   COMSTAT state{};
   DWORD errors = 0;
   if (!ClearCommError(device_->handle, &errors, &state)) return 0;
-  return std::max<std::size_t>(underWay, state.cbOutQue);
+  return std::max({underWay, device_->StillOnTheLine(), std::size_t{state.cbOutQue}});
 }
 
 void SystemLine::DropLeaving() {
+  std::deque<Transfer>& writes = device_->transfers->writes;
+  for (Transfer& write : writes) CancelIoEx(device_->handle, &write.state);
   PurgeComm(device_->handle, PURGE_TXABORT | PURGE_TXCLEAR);
-  DWORD sent = 0;
-  for (Transfer& write : device_->writes) GetOverlappedResult(device_->handle, &write.state, &sent, TRUE);
-  device_->writes.clear();
+  device_->lineFree = {};
+  if (device_->WritesEndSoon()) {
+    writes.clear();
+  } else {
+    device_->failed = true;  // a driver that no longer works
+  }
 }
 
 void SystemLine::AwaitLastBytes() { FlushFileBuffers(device_->handle); }
@@ -213,11 +257,12 @@ void SystemLine::AwaitLastBytes() { FlushFileBuffers(device_->handle); }
 bool SystemLine::Gone() const {
   COMSTAT state{};
   DWORD errors = 0;
-  return !ClearCommError(device_->handle, &errors, &state);
+  device_->DropWritten();
+  return device_->failed || !ClearCommError(device_->handle, &errors, &state);
 }
 
 std::intptr_t SystemLine::Watched() const {
-  return reinterpret_cast<std::intptr_t>(device_->reading.state.hEvent);
+  return reinterpret_cast<std::intptr_t>(device_->transfers->reading.state.hEvent);
 }
 
 }  // namespace quillon
