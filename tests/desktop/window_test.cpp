@@ -305,6 +305,11 @@ TEST_F(WindowTest, AnOddFileIsToldWithinASecondAndNeverHeldWhole) {
       {"device", "is a pipe or a device"},
       {"folder", "File not Found!"},
   };
+#ifdef __SANITIZE_ADDRESS__      // which makes all reading many times slower
+  constexpr double kWithin = 5;  // seconds
+#else
+  constexpr double kWithin = 1;
+#endif
   std::string told;
   QTimer technician;
   QObject::connect(&technician, &QTimer::timeout, [&] {
@@ -320,7 +325,7 @@ TEST_F(WindowTest, AnOddFileIsToldWithinASecondAndNeverHeldWhole) {
     told.clear();
     const double begin = clock.Now();
     quillon.FileName.SetText(home + name);
-    EXPECT_LT(clock.Now() - begin, 1) << name;
+    EXPECT_LT(clock.Now() - begin, kWithin) << name;
     if (quillon.FileWarning.Visible()) told = quillon.FileWarning.ToolTip();
     EXPECT_THAT(told, testing::HasSubstr(words)) << name;
   }
