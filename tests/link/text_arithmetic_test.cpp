@@ -18,7 +18,7 @@ TEST(FrameCrc, GivesPublishedAndWorkedValues) {
 
 TEST(HexText, IsReadInBothCasesWithStrangersAsZero) {
   const std::pair<const char*, double> kValues[] = {
-      {"", 0}, {"FF", 255}, {"aF", 175}, {"1G3", 259}, {" 7", 7}, {"FFFFFFFFFF", 1099511627775.0}};
+      {"", 0}, {"FF", 255}, {"aF", 175}, {"1G3", 259}, {" :7", 7}, {"FFFFFFFFFF", 1099511627775.0}};
   for (const auto& [digits, value] : kValues) EXPECT_EQ(HexToNumber(digits), value) << digits;
 }
 

@@ -328,6 +328,7 @@ TEST(Auto, TicksWhoAnswersAtAnySpeedAndPutsTheSettingsBack) {
       testing::StartsWith("9600 Check0x3 4800 Check0x3 19200 Check0x3 38400 Check0 Check1x3 4800 Check1x3"));
   EXPECT_EQ(bench.tool.Text1.Text() + " " + bench.tool.Vitesse.Text(), "500 9600");
   EXPECT_TRUE(bench.tool.Auto.Enabled());
+  EXPECT_EQ(bench.EndAndReadLog().front(), "Message : AutoDetection $73");
   EXPECT_TRUE(bench.Over());
 }
 

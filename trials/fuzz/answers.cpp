@@ -1,8 +1,9 @@
 // Received bytes of any kind, in any pieces, through the exchange and each reader of an answer.
 //
 //     byte 0     which button is pressed
-//     then, again and again: n, d, and n bytes that arrive d times 8 ms after the sending; with d odd they
-//     get a right CRC, which chance would hardly ever find n 0        the next sending's answer begins
+//     n, d       and n bytes, again and again: they arrive d times 8 ms after the sending
+//     d odd      they get a right CRC, which chance would hardly ever find
+//     n 0        the next sending's answer begins
 #include <cstdlib>
 
 #include "support/bench.h"
