@@ -34,6 +34,10 @@ std::FILE* OpenForWriting(const std::string& name);
 /// it.
 std::FILE* OpenForOneWriter(const std::string& name);
 
+/// Closes a written file once its bytes are on the disk itself, where a power cut leaves them; whether all of
+/// them are.
+bool CloseOnDisk(std::FILE* file);
+
 /// Puts a closed file in the place of another, which is gone then or stays whole; whether it went well.
 bool PutInPlace(const std::string& fresh, const std::string& old);
 

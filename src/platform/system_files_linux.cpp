@@ -38,6 +38,15 @@ std::FILE* OpenForOneWriter(const std::string& name) {
   return file;
 }
 
+bool CloseOnDisk(std::FILE* file) {
+  // EINVAL: a file system that knows nothing of it.
+  const bool onDisk = std::fflush(file) == 0 && (fsync(fileno(file)) == 0 || errno == EINVAL);
+  const int error = errno;
+  const bool closed = std::fclose(file) == 0;
+  if (!onDisk) errno = error;
+  return onDisk && closed;
+}
+
 bool PutInPlace(const std::string& fresh, const std::string& old) {
   return std::rename(fresh.c_str(), old.c_str()) == 0;
 }

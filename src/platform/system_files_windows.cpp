@@ -149,6 +149,14 @@ std::FILE* OpenForOneWriter(const std::string& name) {
   return Open(name, true, FILE_SHARE_READ | FILE_SHARE_DELETE);
 }
 
+bool CloseOnDisk(std::FILE* file) {
+  const bool onDisk = std::fflush(file) == 0 && _commit(_fileno(file)) == 0;
+  const DWORD reason = _doserrno;
+  const bool closed = std::fclose(file) == 0;
+  if (!onDisk) _doserrno = reason;
+  return onDisk && closed;
+}
+
 bool PutInPlace(const std::string& fresh, const std::string& old) {
   constexpr int kTries = 10;    // a virus scanner looks at each fresh file for a moment
   constexpr DWORD kPause = 20;  // milliseconds

@@ -3,7 +3,7 @@
 //
 // - Whatever fails becomes a RunError with the number that operators know, the file's name and the way out.
 // - Nothing is lost: a file is replaced by writing a new one beside it and renaming that over the old one. A
-//   program that is killed, or a disk that is full, leaves the old file as it was.
+//   program that is killed, a disk that is full or a power cut leaves the old file as it was.
 // - Nothing waits for ever: a pipe or a device is refused, since it may never deliver.
 #include "platform/text_file.h"
 
@@ -136,7 +136,7 @@ void ReplaceFile(const std::string& path, std::string_view contents) {
   if (!file) throw FileError(fresh, errno);
   errno = 0;
   bool written = std::fwrite(contents.data(), 1, contents.size(), file.get()) == contents.size();
-  written = std::fclose(file.release()) == 0 && written;
+  written = system_files::CloseOnDisk(file.release()) && written;
   if (written && system_files::PutInPlace(fresh, path)) return;
   const int error = written ? errno : system_files::TransferError();
   system_files::Remove(fresh);
