@@ -144,6 +144,8 @@ TEST_F(WindowTest, TheTableHasFourBlocksOfEightRows) {
     const auto& [ver, ckSum, number] = kTops[i / 8];
     EXPECT_EQ(Named(Window(quillon.info), "Ver", i)->geometry(), QRect(left, ver, 57, 19)) << i;
     EXPECT_EQ(Named(Window(quillon.info), "CkSum", i)->geometry(), QRect(left, ckSum, 57, 19)) << i;
+    EXPECT_EQ(StateOf(*Named(Window(quillon.info), "Ver", i)), "read-only") << i;
+    EXPECT_EQ(StateOf(*Named(Window(quillon.info), "CkSum", i)), "read-only") << i;
     EXPECT_EQ(Named(Window(quillon.info), "Ver", i)->accessibleName(), QString("Version %1").arg(i));
     EXPECT_EQ(Named(Window(quillon.info), "CkSum", i)->accessibleName(), QString("Cheksum %1").arg(i));
     const auto labels = Window(quillon.info)->findChildren<QLabel*>();

@@ -134,9 +134,14 @@ TEST(ChosenFile, ForgetsTheFormerOneButForItsRate) {
   EXPECT_FALSE(bench.tool.useBB.Enabled() || bench.tool.useBB.Ticked());
 }
 
-TEST(ChosenFile, EmptiedTakesTheDownloadsAway) {
+TEST(ChosenFile, AllowsDownloadsBesideAProtocolUntilEmptied) {
   Bench bench;
+  bench.tool.Protocol.SetText("");
   bench.ChooseHex({":042020001500400900"});
+  EXPECT_FALSE(bench.tool.ComLoad.Enabled() || bench.tool.ComLoad00.Enabled());
+  bench.tool.Protocol.SetText("63");
+  bench.ChooseHex({":042020001500400900"});
+  EXPECT_TRUE(bench.tool.ComLoad.Enabled() && bench.tool.ComLoad00.Enabled());
   bench.tool.FileName.SetText("");
   EXPECT_FALSE(bench.tool.ComLoad.Enabled() || bench.tool.ComLoad00.Enabled());
   EXPECT_EQ(bench.tool.FileCheksum.Text() + bench.tool.FileName.ToolTip(), "");
