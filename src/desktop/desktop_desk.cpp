@@ -4,10 +4,12 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QMessageBox>
+#include <QScreen>
 #include <QSettings>
 #include <QStringList>
 #include <QTimer>
 #include <QWindow>
+#include <algorithm>
 #include <chrono>
 
 #include "desktop/form_window.h"
@@ -28,7 +30,18 @@ struct Box final : QMessageBox {
   using QWidget::create;
 };
 
-/// Puts `box` below `dialog`, and makes that a child of it meanwhile: a modal window leaves its own children
+/// Where a box of that size covers nothing of `dialog`: below it, or above it where the screen ends before.
+QPoint PlaceBeside(const QWidget& dialog, const QSize& size) {
+  constexpr int kTitleBar = 40;  // pixels, the box's and some room
+  const QRect screen = dialog.screen()->availableGeometry();
+  const QRect covered = dialog.geometry();
+  const int below = covered.bottom() + kTitleBar;
+  const bool fits = below + size.height() <= screen.bottom();
+  return {std::max(screen.left(), std::min(covered.left(), screen.right() - size.width())),
+          fits ? below : covered.top() - kTitleBar - size.height()};
+}
+
+/// Puts `box` beside `dialog`, and makes that a child of it meanwhile: a modal window leaves its own children
 /// the mouse and the keyboard.
 class BesideDialog {
  public:
@@ -37,8 +50,8 @@ class BesideDialog {
     box.create();
     owner_ = dialog_->transientParent();
     dialog_->setTransientParent(box.windowHandle());
-    constexpr int kTitleBar = 40;  // pixels, the box's and some room
-    box.move(dialog->geometry().bottomLeft() + QPoint(0, kTitleBar));
+    box.adjustSize();
+    box.move(PlaceBeside(*dialog, box.size()));
   }
   BesideDialog(const BesideDialog&) = delete;
   BesideDialog& operator=(const BesideDialog&) = delete;

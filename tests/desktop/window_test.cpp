@@ -383,8 +383,12 @@ TEST_F(WindowTest, ALabelNeverReachesIntoItsNeighbour) {
 }
 
 TEST_F(WindowTest, CancelIsInReachWhileARunErrorStandsAndNothingElseIs) {
-  for (const BoxKind kind : {BoxKind::kRunError, BoxKind::kInformation}) {
+  const int bottom = QGuiApplication::primaryScreen()->availableGeometry().bottom();
+  const std::pair<BoxKind, int> kBoxes[] = {
+      {BoxKind::kRunError, 200}, {BoxKind::kRunError, bottom}, {BoxKind::kInformation, 200}};
+  for (const auto& [kind, messageEnd] : kBoxes) {
     quillon.message.Show();
+    Window(quillon.message)->move(100, messageEnd - Window(quillon.message)->height());
     quillon.AbortRequested = false;
     const bool failure = kind == BoxKind::kRunError;
     const auto click = [&](const Form& form, const Control& button) {
@@ -396,6 +400,7 @@ TEST_F(WindowTest, CancelIsInReachWhileARunErrorStandsAndNothingElseIs) {
       ASSERT_NE(box, nullptr);
       EXPECT_EQ(box->icon(), failure ? QMessageBox::Warning : QMessageBox::Information);
       EXPECT_FALSE(failure && box->geometry().intersects(Window(quillon.message)->geometry()));
+      EXPECT_TRUE(box->screen()->availableGeometry().contains(box->geometry()));
       click(quillon, quillon.ComClose);
       click(quillon.info, quillon.info.ComClose);
       EXPECT_TRUE(Window(quillon)->isVisible() && Window(quillon.info)->isVisible());
