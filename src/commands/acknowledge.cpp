@@ -30,7 +30,7 @@ ExchangeResult Quillon::SendForAcknowledge(const Bytes& frame,
 }
 
 bool Quillon::RequestAcknowledge(int y, const Bytes& frame, const RequestTexts& texts) {
-  ExchangeResult result = ExchangeResult::kNoAnswer;  // which a run-time failure of the exchange counts as
+  ExchangeResult result = ExchangeResult::kNoAnswer;  // unless the exchange comes to its end
   Try([&] { result = SendForAcknowledge(frame); }, {.title = texts.errorTitle});
   if (result == ExchangeResult::kAnswered) {
     Log(texts.acknowledgedLog);

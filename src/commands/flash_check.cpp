@@ -32,9 +32,9 @@ bool Quillon::ReadFlash(int y) {
     FrameBuffer = FlashCheckFrame(ProtocolByteOrBox(), y);
     ShowProgress(ControllerText(y) + " : Checking Flash ", StatusForm::kWithSpeed);
     LogFrame("Message : $73  - Checking Flash", FrameBuffer);
-    ExchangeResult result = ExchangeResult::kNoAnswer;  // which a run-time failure of the exchange counts as
+    ExchangeResult result = ExchangeResult::kNoAnswer;  // unless the exchange comes to its end
     Try([&] { result = SendFrame(FrameBuffer, AnswerText, ShortAnswer::kIsBad); });
-    ReportFailure(y, FailureOf(result));
+    ReportFailure(y, FailureOf(result));  // an answer empties the row
     if (result != ExchangeResult::kAnswered) return false;
     if (const auto facts = ReadFlashAnswer(AnswerText)) {
       FillRow(y, *facts);

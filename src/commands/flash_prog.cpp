@@ -5,6 +5,9 @@
 // the only flow control there is. It has to cover the batch's own time on the line, 160 ms for 140 bytes of
 // 11 bits at 9600, and the writing. Whether all arrived is asked afterwards, of each controller alone, by the
 // full checksum: it finds every gap.
+//
+// Nothing ends the stream early but the operator. A step that fails shows its box, and the next one is taken:
+// the controllers are erased already, and those that heard the batch wait for the next.
 #include "commands/frames.h"
 #include "image/batch_reader.h"
 #include "link/outcome.h"
@@ -22,7 +25,7 @@ void Quillon::FlashProg() {
   for (int batchNumber = 1; !batches.AtEnd(); ++batchNumber) {
     ShowProgress(" Programming Batch " + std::to_string(batchNumber) + "   ", StatusForm::kBrief);
     Yield();
-    if (AbortRequested) return;
+    if (AbortRequested) return;  // Cancel has closed `Message`
     // What can't be read or framed must not reach a controller: the pass goes on with the next batch.
     if (Try([&] { FrameBuffer = BatchFrame(kBroadcast, batches.Next()); })) BroadcastBatch(FrameBuffer);
   }

@@ -10,29 +10,30 @@ namespace quillon {
 void Quillon::FlashProg00(int& y) {
   Try([&] {
     Log("******** PROGRAMMATION DU CTRL " + std::to_string(y) + " **********");
-    const std::string file = ReadFile(FileName.Text());
-    BatchReader batches(file);
-    for (int batchNumber = 1; !batches.AtEnd(); ++batchNumber) {
-      const std::string number = std::to_string(batchNumber);
-      ShowProgress(ControllerText(y) + " : Programming Batch " + number + "   ", StatusForm::kBrief);
-      Yield();
-      if (AbortRequested) return;
-      FrameBuffer = BatchFrame(y, batches.Next());
-      LogFrame("Message : $75 - Programmation Batch " + number, FrameBuffer);
-      if (!SendBatch(y, FrameBuffer)) {
-        message.Unload();
-        return;
-      }
-    }
+    if (!SendBatches(y)) return;
     FlushInput();
-    const auto result =
-        SendFullChecksum(y, " : Sending full CheckSum ", "Message : $75 Sending Full Checksum");
-    if (result == ExchangeResult::kRefused) {
-      Log(ExchangeResultText(result));
-      ReportFailure(y, FailureCode::kCommunicationFailure);
-    }
+    ConfirmImageAlone(y);
     message.Unload();
   });
+}
+
+/// True: `y` took all batches. False: the operator cancelled, or `y` did not take one; `Message` is closed.
+bool Quillon::SendBatches(int y) {
+  const std::string file = ReadFile(FileName.Text());
+  BatchReader batches(file);
+  for (int batchNumber = 1; !batches.AtEnd(); ++batchNumber) {
+    const std::string number = std::to_string(batchNumber);
+    ShowProgress(ControllerText(y) + " : Programming Batch " + number + "   ", StatusForm::kBrief);
+    Yield();
+    if (AbortRequested) return false;  // Cancel has closed `Message`
+    FrameBuffer = BatchFrame(y, batches.Next());
+    LogFrame("Message : $75 - Programmation Batch " + number, FrameBuffer);
+    if (!SendBatch(y, FrameBuffer)) {
+      message.Unload();
+      return false;
+    }
+  }
+  return true;
 }
 
 /// True: `y` took the batch. A silent controller ends the pass without a word: the run then reads its flash
@@ -45,6 +46,13 @@ bool Quillon::SendBatch(int y, const Bytes& frame) {
     ReportFailure(y, FailureCode::kCommunicationFailure);
   }
   return result == ExchangeResult::kAnswered;
+}
+
+void Quillon::ConfirmImageAlone(int y) {
+  const auto result = SendFullChecksum(y, " : Sending full CheckSum ", "Message : $75 Sending Full Checksum");
+  if (result != ExchangeResult::kRefused) return;
+  Log(ExchangeResultText(result));
+  ReportFailure(y, FailureCode::kCommunicationFailure);
 }
 
 }  // namespace quillon

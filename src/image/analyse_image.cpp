@@ -1,5 +1,6 @@
 // What a firmware file says about itself stands in four of its lines, known by their load address. The
-// columns of a line are those of hex_line.h: the data begins in column 10.
+// columns of a line are those of hex_line.h: the data begins in column 10. A file holds one pair of them,
+// 2010 and 2020 or 007B and 008B, in this order.
 //
 //     2010  the version, in the low digits of six data bytes: 21 23, 27 29, 33 35
 //     2020  10 11 flags, 14 15 protocol, 16 17 product
@@ -21,7 +22,7 @@
 namespace quillon {
 namespace {
 
-constexpr std::int64_t kFlashBytes = 56 * 1024 - 2;
+constexpr std::int64_t kFlashBytes = 56 * 1024 - 2;  // that the checksum covers: 56 K but for two
 constexpr std::int64_t kErasedByte = 255;
 
 struct BaudRule {

@@ -9,9 +9,9 @@
 // 112 leaves room for one more line of usual length, so a frame stays below 140 bytes and below the 255 that
 // its length byte can say.
 //
-// The line that can't join is kept to open the next batch. So the end-of-file record has two fates: after a
-// batch with room it is kept, and dropped with the end of the file; after a full batch it opens one of its
-// own, an address without data, which is sent like any other.
+// The line that can't join is kept and opens the next batch. The end-of-file record is such a line. After a
+// batch with room it is kept, and the end of the file drops it. After a full batch it was not looked at yet
+// and opens a batch of its own: an address without data, sent like any other.
 #include "image/batch_reader.h"
 
 #include <utility>
@@ -23,6 +23,7 @@ namespace {
 
 constexpr unsigned kStopsGrowingAbove = 112;  // data bytes
 
+/// A line cut short has fewer pairs than its length says.
 void AppendPair(Bytes& payload, std::string_view pair) {
   if (!pair.empty()) payload.push_back(static_cast<std::uint8_t>(HexToNumber(pair)));
 }

@@ -17,7 +17,6 @@
 // answer 68 2F, with which a controller on protocol 3 says yes, has no CRC.
 #include "link/exchange.h"
 
-#include <algorithm>
 #include <span>
 
 #include "link/log_lines.h"
@@ -28,8 +27,10 @@
 namespace quillon {
 namespace {
 
-std::string WithoutBlanks(std::string text) {
-  text.erase(std::remove(text.begin(), text.end(), ' '), text.end());
+/// The digits of all bytes without a blank between them, as an answer is kept.
+std::string DigitsOf(std::span<const std::uint8_t> bytes) {
+  std::string text = ByteArrayToHex(bytes);
+  std::erase(text, ' ');
   return text;
 }
 
@@ -38,8 +39,8 @@ std::string WithoutBlanks(std::string text) {
 bool CrcMatches(const Bytes& received) {
   constexpr std::size_t kCrcAndEndByte = 3;
   if (received.size() < kCrcAndEndByte) return false;
-  const std::string crc = WithoutBlanks(ByteArrayToHex(std::span(received).last(kCrcAndEndByte).first(2)));
-  return crc == FrameCrc(ByteArrayToHex(CrcPart(received)));
+  return DigitsOf(std::span(received).last(kCrcAndEndByte).first(2)) ==
+         FrameCrc(ByteArrayToHex(CrcPart(received)));
 }
 
 std::string ExchangeResultText(ExchangeResult result) {
@@ -96,8 +97,10 @@ Wait Quillon::AwaitAnswer(const Bytes& frame, double timeout, Bytes& received) {
 
 /// Until a byte came or the clock is past the deadline, in seconds.
 Wait Quillon::AwaitFirstByte(double deadline) {
-  for (Yield(); !AbortRequested; YieldUntil(deadline)) {
+  Yield();
+  while (!AbortRequested) {
     if (MSComm1.InBufferCount() != 0 || clock_.Now() > deadline) return Wait::kOver;
+    YieldUntil(deadline);
   }
   return Wait::kCancelled;
 }
@@ -106,9 +109,8 @@ Wait Quillon::AwaitFirstByte(double deadline) {
 ExchangeResult Quillon::JudgeAnswer(const Bytes& frame, const Bytes& received, std::string& answer,
                                     ShortAnswer shortAnswer) {
   if (received.empty() || received == frame) return ExchangeResult::kNoAnswer;
-  const std::string text = ByteArrayToHex(received);
-  Log(kReceivedLog + text);
-  const std::string digits = WithoutBlanks(text);
+  Log(kReceivedLog + ByteArrayToHex(received));
+  const std::string digits = DigitsOf(received);
   if (CrcMatches(received)) {
     answer = digits;
     return ExchangeResult::kAnswered;

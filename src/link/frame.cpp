@@ -1,5 +1,9 @@
-// The two ends of every message: closing a frame that goes out, and taking apart an answer that came. frame.h
-// draws both. An answer is kept as hex digits, as it stands in the log.
+// The two ends of every message: closing a frame that goes out, and taking apart an answer that came.
+//
+//     pp aa LL payload CC CC 04      protocol, address, length of the payload, CRC, end byte; more in frame.h
+//
+// The CRC is reckoned over hex text, and an answer is kept as hex digits: both as they stand in the log, so
+// that any line of it can be checked as the tool checked it.
 #include "link/frame.h"
 
 #include <string_view>

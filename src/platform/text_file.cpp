@@ -68,8 +68,8 @@ RunError OutOfMemory(const std::string& path, const char* what) {
 
 /// Opens a file to be read in large pieces that are not copied on the way.
 FileHandle OpenForReading(const std::string& path) {
-  std::error_code unknown;
-  const fs::file_type type = fs::status(PathOf(path), unknown).type();
+  std::error_code error;
+  const fs::file_type type = fs::status(PathOf(path), error).type();
   // A pipe or a device may keep the reader waiting for ever.
   if (type == fs::file_type::fifo || type == fs::file_type::character || type == fs::file_type::block) {
     throw RunError(RunError::kFileAccess,
@@ -77,7 +77,7 @@ FileHandle OpenForReading(const std::string& path) {
   }
   FileHandle file(system_files::OpenForReading(path));
   if (!file) throw FileError(path, errno);
-  if (fs::file_size(PathOf(path), unknown) > kLargestFile && !unknown)
+  if (fs::file_size(PathOf(path), error) > kLargestFile && !error)
     throw OutOfMemory(path, "has more than 1 GiB");
   std::setvbuf(file.get(), nullptr, _IONBF, 0);
   errno = 0;
@@ -85,9 +85,9 @@ FileHandle OpenForReading(const std::string& path) {
 }
 
 std::string Contents(std::FILE* file, const std::string& path) {
-  std::error_code unknown;
-  const std::uintmax_t size = fs::file_size(PathOf(path), unknown);
-  std::string contents(unknown ? kPiece : static_cast<std::size_t>(size) + 1, '\0');
+  std::error_code error;
+  const std::uintmax_t size = fs::file_size(PathOf(path), error);
+  std::string contents(error ? kPiece : static_cast<std::size_t>(size) + 1, '\0');
   std::size_t filled = 0;
   while (const std::size_t count = std::fread(contents.data() + filled, 1, contents.size() - filled, file)) {
     filled += count;
@@ -103,9 +103,9 @@ std::string Contents(std::FILE* file, const std::string& path) {
 bool FileExists(const std::string& path) {
   std::error_code error;
   const fs::file_status status = fs::status(PathOf(path), error);
-  // A name that no file can have counts as that of a file: opening it will say what is wrong with the name.
+  // Yes for a name that no file can have: opening it then says what is wrong with the name.
   if (status.type() == fs::file_type::not_found) return !system_files::CanBeName(path);
-  // So does what nobody can look at, such as a file in a folder that may not be entered.
+  // Yes for what nobody can look at, such as a file in a folder that may not be entered.
   return status.type() != fs::file_type::directory;
 }
 

@@ -324,11 +324,13 @@ class Quillon final : public Form {
   bool ReadFlash(int y);
   void FillRow(int y, const FlashFacts& facts);
   void BroadcastBatch(const Bytes& frame);
+  bool SendBatches(int y);
   bool SendBatch(int y, const Bytes& frame);
+  void ConfirmImageAlone(int y);
   ExchangeResult SendFullChecksum(int y, const char* status, const char* logLine);
   void ConfirmImage(int y);
 
-  // Workflows: the frame of a run (run_frame.cpp).
+  // Workflows: what all runs share (run_frame.cpp).
 
   void TakeStep(OnFailure onFailure, const std::function<void()>& step);
 
@@ -347,10 +349,13 @@ class Quillon final : public Form {
   Next ForEachController(const std::function<Next(int& i)>& step);
   void EndRun();
 
+  // Workflows: what both downloads do after programming (after_programming.cpp).
+
   /// The image's protocol takes effect: from here on `Protocol` speaks to the new firmware.
   void TakeImageProtocol();
   /// A fixed rate of the image becomes the first speed tried. Raises RunError 383 for one the list lacks.
   void TakeImageSpeed();
+  bool CheckProgrammed(int& i);
   /// Holds the row of `y` against the file's checksum: tells that the programming is OK, or marks the row.
   void CompareWithFile(int y);
 

@@ -46,10 +46,7 @@ bool Quillon::ProgramAll() {
 
 void Quillon::CheckTicked() {
   ForEachController([this](int& i) {
-    const auto check = [&] {
-      if (RUD3.Ticked()) SendP4(i);
-      return FlashCheck(i);
-    };
+    const auto check = [&] { return CheckProgrammed(i); };
     if (SearchSpeed(i, check, {.rowBetweenSpeeds = Search::Row::kKept}) == Turn::kDone) CompareWithFile(i);
     return Next::kController;
   });

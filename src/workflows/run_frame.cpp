@@ -5,15 +5,13 @@
 // The serial download goes on, since a controller that it has erased must not be left empty.
 #include <string>
 
-#include "link/outcome.h"
-#include "link/text_arithmetic.h"
 #include "platform/conversions.h"
 #include "shell/quillon.h"
 
 namespace quillon {
 namespace {
 
-constexpr std::size_t kPortNumberDigit = 4;  // "COM 7": where the number begins
+constexpr std::size_t kPortNumberDigit = 4;  // where the number of an item of the list begins: "COM 7"
 
 }  // namespace
 
@@ -68,34 +66,6 @@ Quillon::Next Quillon::ForEachController(const std::function<Next(int& i)>& step
 void Quillon::EndRun() {
   message.Unload();
   MSComm1.SetPortOpen(false);
-}
-
-/// The new firmware speaks the protocol that its image names. `Protocol` shows one less than the protocol
-/// byte.
-void Quillon::TakeImageProtocol() {
-  Protocol.SetText(std::to_string(static_cast<int>(HexToNumber(image.ImageProtocol)) - 1));
-}
-
-/// And it speaks at the speed that the image fixes, if it fixes one.
-void Quillon::TakeImageSpeed() {
-  if (!image.ImageBaudRate.empty()) Vitesse.SetText(image.ImageBaudRate);
-}
-
-/// Holds what the controller reported against the file, and marks the row where they differ.
-void Quillon::CompareWithFile(int y) {
-  TextBox& version = info.Ver(y);
-  TextBox& checksum = info.CkSum(y);
-  if (checksum.Text() == info.FileCheksum.Text()) {
-    ShowProgress(ControllerText(y) + " : Programming OK", StatusForm::kWithSpeed);
-    return;
-  }
-  version.SetForeColor(colour::kRed);
-  version.SetFontBold(true);
-  version.SetText("Programmation");
-  checksum.SetForeColor(colour::kWhite);
-  checksum.SetFontBold(true);
-  checksum.SetText("ERROR");
-  ShowProgressPaused(ControllerText(y) + " : Programming failure");
 }
 
 }  // namespace quillon

@@ -50,10 +50,7 @@ Quillon::Turn Quillon::EraseForDownload(int& i) {
 
 /// What was programmed is read back, whatever the operator cancels or unticks meanwhile.
 Quillon::Turn Quillon::CheckDownload(int& i) {
-  const auto check = [&] {
-    if (RUD3.Ticked()) SendP4(i);
-    return FlashCheck(i);
-  };
+  const auto check = [&] { return CheckProgrammed(i); };
   return SearchSpeed(i, check, {.onFailure = OnFailure::kGoOn, .takers = Search::Takers::kAny});
 }
 
