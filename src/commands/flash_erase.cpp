@@ -1,3 +1,5 @@
+// The message $74 has a controller erase its flash and wait for batches. Most wait for them at the download
+// speed, to which the tool then goes too; those of some products can be told to stay at the line's speed.
 #include "commands/frames.h"
 #include "shell/quillon.h"
 

@@ -36,8 +36,8 @@ bool Quillon::SendBatches(int y) {
   return true;
 }
 
-/// True: `y` took the batch. A silent controller ends the pass without a word: the run then reads its flash
-/// back (FlashCheck), and that tells.
+/// True: `y` took the batch. A controller that fell silent ends the pass without a word: the run then reads
+/// its flash back (FlashCheck), and its row shows what came of it.
 bool Quillon::SendBatch(int y, const Bytes& frame) {
   const ExchangeResult result = SendForAcknowledge(frame);
   if (result == ExchangeResult::kAnswered) Log("Answer : 61");

@@ -1,3 +1,6 @@
+// The chosen firmware file. It is analysed when it is chosen, so that nothing can be downloaded before its
+// checksum stands there; and once more for each controller that confirms its flash, so that what is compared
+// is the file as it is then.
 #include <string>
 
 #include "image/analyse_image.h"

@@ -1,3 +1,5 @@
+// What became of an exchange, in two places: `Message` shows it while the run goes on, and holds a failure
+// for two seconds so that nobody misses it; the controller's row in `Info` keeps it after the run.
 #include "link/outcome.h"
 
 #include "shell/quillon.h"

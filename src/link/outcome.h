@@ -6,7 +6,7 @@
 
 namespace quillon {
 
-/// What ReportFailure tells of a controller. The first three are the results of an exchange.
+/// What ReportFailure tells of a controller. The first four are the results of an exchange.
 enum class FailureCode {
   kNone = 0,
   kNoAnswer = 1,

@@ -84,8 +84,8 @@ RunError OpenFailure(int number, const std::string& device, int reason) {
   }
 }
 
-/// Opens a terminal device for this program alone, without touching its settings. Gives its file descriptor,
-/// or the negated error number of the system; -EBUSY when another program has claimed it.
+/// Opens a terminal device for this program alone, without touching its settings. Returns its file
+/// descriptor, or the negated error number of the system; -EBUSY when another program has claimed it.
 int OpenAlone(const char* device) {
   const int descriptor = open(device, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
   if (descriptor < 0) return -errno;
