@@ -232,8 +232,8 @@ class CheckBoxView final : public ViewOf<CheckBox, TickBox> {
     widget_.setText(Shown(box.Caption()));
     const int besideCaption = widget_.sizeHint().width() - CaptionWidth();
     widget_.setFont(SetCloser(widget_.font(), widget_.text(), widget_.width() - besideCaption));
-    QObject::connect(&widget_, &QCheckBox::stateChanged, &widget_, [this](int state) {
-      if (!Refreshing()) control_.SetValue(state == Qt::Unchecked ? CheckBox::kUnticked : CheckBox::kTicked);
+    QObject::connect(&widget_, &QCheckBox::toggled, &widget_, [this](bool ticked) {
+      if (!Refreshing()) control_.SetValue(ticked ? CheckBox::kTicked : CheckBox::kUnticked);
     });
   }
 

@@ -86,9 +86,9 @@ void TickBox::keyPressEvent(QKeyEvent* event) {
   const int across = (key == Qt::Key_Right) - (key == Qt::Key_Left);
   const int down = (key == Qt::Key_Down) - (key == Qt::Key_Up);
   if (across == 0 && down == 0) return QCheckBox::keyPressEvent(event);
-  TickBox* nearest = nullptr;
+  QCheckBox* nearest = nullptr;
   int shortest = 0;
-  for (TickBox* box : parentWidget()->findChildren<TickBox*>(Qt::FindDirectChildrenOnly)) {
+  for (QCheckBox* box : parentWidget()->findChildren<QCheckBox*>(Qt::FindDirectChildrenOnly)) {
     const QPoint way = box->pos() - pos();
     const int ahead = way.x() * across + way.y() * down;
     const int aside = way.x() * down + way.y() * across;
