@@ -9,7 +9,8 @@
 namespace bus {
 namespace {
 
-/// Adds a sender to a line: where it sends a 0 the line is 0. A line that is idle carries nothing but 1.
+/// Combines the bytes of one more sender with those on the line: where anyone sends a 0 the line is 0. An
+/// idle line is 1.
 void PullDown(Bytes& line, const Bytes& sent) {
   constexpr std::uint8_t kIdle = 0xFF;
   line.resize(std::max(line.size(), sent.size()), kIdle);
@@ -38,8 +39,8 @@ void Bus::Send(std::span<const std::uint8_t> bytes, const LineFormat& format, Ti
     const Time ends = ByteEnd(start, i + 1, format);
     const Reception reception = DestroyOverlapped(begins, ends);
     if (options_.echo) PutByte({begins, ends, format, bytes[i], reception});
-    for (Heard& frame : framer_.Add(bytes[i], begins, ends, format, reception)) {
-      if (frame.intact) HearFrame(frame);
+    for (ReceivedFrame& frame : framer_.Add(bytes[i], begins, ends, format, reception)) {
+      if (frame.intact) DeliverFrame(frame);
       traffic_.push_back(std::move(frame));
     }
   }
@@ -67,10 +68,10 @@ void Bus::ForgetTraffic() {
   answers_.clear();
 }
 
-void Bus::HearFrame(const Heard& frame) {
-  std::map<Time, Bytes> onTheLine;  // what the line carries, by the moment at which it begins
+void Bus::DeliverFrame(const ReceivedFrame& frame) {
+  std::map<Time, Bytes> onTheLine;  // combined answers, by the moment at which they begin
   for (Controller& controller : controllers_) {
-    const std::optional<Answer> answer = controller.Hear(frame, random_);
+    const std::optional<Answer> answer = controller.Receive(frame, random_);
     if (!answer) continue;
     const Time begins = frame.ends + options_.answerDelay + answer->extraDelay;
     const Time ends = ByteEnd(begins, answer->bytes.size(), frame.format);

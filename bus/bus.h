@@ -1,3 +1,4 @@
+// The simulated line in memory: takes the tool's bytes, returns what the tool receives.
 #pragma once
 
 #include <cstdint>
@@ -17,17 +18,17 @@ struct LineOptions {
   Time answerDelay = std::chrono::milliseconds(5);  // from the end of a frame to the first bit of its answer
   bool paced = true;                                // false: bytes take no time on the line
   int downloadBaud = 9600;                          // where controllers listen after $74 with $AA
-  std::uint64_t seed = 1;                           // of the faults that strike by chance
+  std::uint64_t seed = 1;                           // of everything that happens by chance
 };
 
-/// A half-duplex line with simulated controllers (line.h tells how such a line behaves).
+/// A half-duplex line with simulated controllers (line.h describes how such a line behaves).
 ///
-/// It has no threads and no clock of its own. The caller says what time it is: `now` may jump forward by any
-/// amount, and what was due by then has happened. So a test runs an hour of traffic in a moment, and the
+/// It has no threads and no clock of its own. The caller passes the time: `now` may jump forward by any
+/// amount, and everything due by then has happened. So a test runs an hour of traffic in a moment, and the
 /// server runs the same line in real time.
 ///
-/// A frame is acted on when its last byte has left the tool. The answer begins `answerDelay` later, at the
-/// speed of the frame. `At` shows a controller as it is after all that was sent so far.
+/// Controllers act on a frame when its last byte has left the tool. The answer begins `answerDelay` later, at
+/// the speed of the frame. `At` returns a controller in its state after all that was sent so far.
 ///
 /// Two controllers that begin to answer at the same moment stay in step, bit by bit. An idle line is 1, and a
 /// sender of 0 pulls it down, so the tool gets the AND of their bytes. Code and CRC of two such answers:
@@ -35,24 +36,24 @@ struct LineOptions {
 ///     accepted 61 CA DA    refused E1 5B 52    together 61 4A 52: the code looks good, the CRC does not
 ///
 /// All other overlaps, of the tool's bytes with an answer or of two answers that begin at different moments,
-/// destroy the bytes concerned: the tool does not get them, and no controller hears a frame that lost one.
+/// destroy the bytes concerned: the tool does not get them, and no controller acts on a frame that lost one.
 /// Unpaced bytes take no time and never overlap.
 class Bus {
  public:
   explicit Bus(LineOptions options = {});
 
-  /// Hangs a controller on the line; the reference stays valid as long as the bus. Two may have one number.
-  /// Throws std::invalid_argument when the setup is out of range.
+  /// Connects a controller to the line; the reference stays valid as long as the bus. Two may have one
+  /// number. Throws std::invalid_argument when the setup is out of range.
   Controller& Add(ControllerSetup setup);
 
   /// The first controller with this number. Throws std::out_of_range when there is none.
   Controller& At(int number);
 
-  /// The tool puts bytes on the line now; they leave one after the other, and after those still leaving.
+  /// The tool sends bytes now; they leave one after the other, and after those still leaving.
   /// Bytes of one frame may come in several calls. Throws std::invalid_argument for a speed below 1.
   void Send(std::span<const std::uint8_t> bytes, const LineFormat& format, Time now);
 
-  /// When the bytes sent so far have left the line (<= now: the line is idle).
+  /// When the last byte sent so far has left (<= now: the line is idle).
   Time SendingEnds() const { return sendingEnds_; }
 
   /// The next moment at which a byte reaches the tool, if one is under way.
@@ -61,20 +62,20 @@ class Bus {
   /// The bytes that reached the tool by now, at its current format (bytes sent at another one are lost).
   Bytes Receive(const LineFormat& listening, Time now);
 
-  /// Every frame the tool put on the line, in order: what was sent, when, at which speed.
-  const std::vector<Heard>& Traffic() const { return traffic_; }
+  /// Every frame that the tool sent, in order: the bytes, when, at which speed.
+  const std::vector<ReceivedFrame>& Traffic() const { return traffic_; }
 
-  /// Every answer a controller put on the line, in order of the frames that they answer.
-  struct Answered {
+  /// Every answer that a controller sent, in order of the frames that they answer.
+  struct SentAnswer {
     int number;
     Time begins;
     Time ends;
     LineFormat format;
     Bytes bytes;
   };
-  const std::vector<Answered>& Answers() const { return answers_; }
+  const std::vector<SentAnswer>& Answers() const { return answers_; }
 
-  /// Empties `Traffic` and `Answers`; a long run would pile them up.
+  /// Empties `Traffic` and `Answers`, which grow without limit otherwise.
   void ForgetTraffic();
 
  private:
@@ -86,7 +87,7 @@ class Bus {
     Reception reception;
   };
 
-  void HearFrame(const Heard& frame);
+  void DeliverFrame(const ReceivedFrame& frame);
   void PutAnswer(const Bytes& bytes, Time answerBegins, const LineFormat& format);
   void PutByte(const Arriving& byte);
   Reception DestroyOverlapped(Time begins, Time ends);
@@ -98,8 +99,8 @@ class Bus {
   Framer framer_;
   Time sendingEnds_{};
   std::deque<Arriving> arriving_;  // ordered by their ends
-  std::vector<Heard> traffic_;
-  std::vector<Answered> answers_;
+  std::vector<ReceivedFrame> traffic_;
+  std::vector<SentAnswer> answers_;
 };
 
 }  // namespace bus

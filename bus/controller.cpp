@@ -15,7 +15,7 @@ constexpr std::uint8_t kErased = 0xFF;
 constexpr std::uint8_t kAccepted = static_cast<std::uint8_t>(Code::Accepted);
 constexpr std::uint8_t kFiller = 0x00;
 
-// Where the parts of a question stand in its frame.
+// Index of each part of a question in its frame.
 constexpr std::size_t kProtocolByte = 0;
 constexpr std::size_t kAddress = 1;
 constexpr std::size_t kLength = 2;
@@ -26,7 +26,7 @@ constexpr std::size_t kSum = 7;           // of $75/$0F, three bytes
 constexpr std::size_t kBatchAddress = 7;  // of $75/$10, two bytes
 constexpr std::size_t kBatchData = 9;     // of $75/$10, up to the CRC
 
-// Where an image describes itself.
+// Addresses of the description inside an image.
 constexpr std::size_t kVersionAt2010 = 0x2010;
 constexpr std::size_t kFlagsAt2020 = 0x2020;
 constexpr std::size_t kProtocolAt2020 = 0x2022;
@@ -34,7 +34,7 @@ constexpr std::size_t kVersionBefore008B = 0x008A;  // the last byte of the reco
 constexpr std::size_t kFlagsAt008B = 0x008D;
 constexpr std::size_t kProtocolAt008B = 0x008E;
 
-/// The fixed rate in bits 6 to 4 of the flags; 0 where they name none.
+/// The speed in bits 6 to 4 of the flags; 0 when they name none.
 int FixedRate(std::uint8_t flags) {
   constexpr std::array<int, 8> kRates = {4800, 9600, 19200, 38400, 57600, 115200, 0, 0};
   return kRates[(flags >> 4) & 7];
@@ -70,8 +70,7 @@ std::optional<Command> CommandOf(const Bytes& message) {
 
 bool IsFrame(const Bytes& answer) { return answer.size() > kFrameOverhead; }
 
-/// The frame with `payload` bytes of payload, cut or filled with zeros, and with the CRC that is right for
-/// it.
+/// The frame with its payload cut or filled with zeros to `payload` bytes, and with a correct CRC.
 Bytes Resized(Bytes frame, std::size_t payload) {
   frame.resize(frame.size() - kAfterPayload);
   frame.resize(kBeforePayload + payload);
@@ -112,13 +111,13 @@ void Controller::AddFault(Fault fault) {
   faults_.push_back({fault, 0});
 }
 
-std::optional<Answer> Controller::Hear(const Heard& frame, Random& random) {
+std::optional<Answer> Controller::Receive(const ReceivedFrame& frame, Random& random) {
   if (dead_) return std::nullopt;
   const std::optional<Command> command = CommandOf(frame.bytes);
   if (!command || !IsForMe(*command, frame.bytes)) return std::nullopt;
   const bool atOwnSpeed = frame.format == LineFormat{baud_};
-  const bool repeated =
-      move_ && frame.format == LineFormat{move_->formerBaud} && frame.bytes == move_->message;
+  const bool repeated = speedChange_ && frame.format == LineFormat{speedChange_->formerBaud} &&
+                        frame.bytes == speedChange_->message;
   if (!atOwnSpeed && !repeated) return std::nullopt;
 
   const std::vector<Fault> striking = CountMessage(*command, random);
@@ -126,12 +125,12 @@ std::optional<Answer> Controller::Hear(const Heard& frame, Random& random) {
     if (fault.kind == Fault::Kind::Dead) dead_ = true;
     if (fault.kind == Fault::Kind::Dead || fault.kind == Fault::Kind::Silent) return std::nullopt;
   }
-  const Bytes answer = atOwnSpeed ? TakeMessage(*command, frame.bytes) : move_->answer;
+  const Bytes answer = atOwnSpeed ? HandleMessage(*command, frame.bytes) : speedChange_->answer;
   if (answer.empty()) return std::nullopt;
-  return Spoil({answer, {}}, frame.bytes, striking);
+  return ApplyFaults({answer, {}}, frame.bytes, striking);
 }
 
-/// True when address and protocol byte are ones that this controller takes for such a command now.
+/// True when address and protocol byte are valid for such a command to this controller in its current state.
 bool Controller::IsForMe(Command command, const Bytes& message) const {
   const std::uint8_t address = message[kAddress];
   const bool fixed = message[kProtocolByte] == kFixedProtocol;
@@ -155,11 +154,11 @@ bool Controller::IsForMe(Command command, const Bytes& message) const {
   return false;
 }
 
-/// Counts the message for each fault that it concerns. Returns those that strike at it.
+/// Counts the message for each fault that it concerns. Returns the faults that affect it.
 std::vector<Fault> Controller::CountMessage(Command command, Random& random) {
   constexpr std::uint64_t kParts = 1'000'000;
   std::vector<Fault> striking;
-  for (Counted& counted : faults_) {
+  for (CountedFault& counted : faults_) {
     const Fault& fault = counted.fault;
     if (fault.command && *fault.command != command) continue;
     ++counted.seen;
@@ -171,12 +170,12 @@ std::vector<Fault> Controller::CountMessage(Command command, Random& random) {
   return striking;
 }
 
-/// Does what a message at its own speed asks. Returns the answer; empty for a broadcast.
-Bytes Controller::TakeMessage(Command command, const Bytes& message) {
-  move_.reset();
+/// Executes a message received at its own speed. Returns the answer; empty for a broadcast.
+Bytes Controller::HandleMessage(Command command, const Bytes& message) {
+  speedChange_.reset();
   const int formerBaud = baud_;
   const Bytes answer = Act(command, message);
-  if (baud_ != formerBaud) move_ = Move{message, formerBaud, answer};
+  if (baud_ != formerBaud) speedChange_ = SpeedChange{message, formerBaud, answer};
   return message[kAddress] == kBroadcastAddress ? Bytes{} : answer;
 }
 
@@ -187,7 +186,7 @@ Bytes Controller::Act(Command command, const Bytes& message) {
     case Command::Erase:
       return Acknowledge(Erase(message[kSpeedChoice]));
     case Command::Batch:
-      return Acknowledge(TakeBatch(message));
+      return Acknowledge(WriteBatch(message));
     case Command::Checksum:
       return Acknowledge(EndProgramming(message));
     case Command::Boot:
@@ -237,18 +236,16 @@ Code Controller::Erase(std::uint8_t speedChoice) {
   std::fill(flash_.begin(), flash_.end(), kErased);
   wasErased_ = true;
   inDownloadMode_ = true;
-  batchesTaken_ = 0;
   if (speedChoice == kToDownloadSpeed) baud_ = downloadBaud_;
   return Code::Accepted;
 }
 
-Code Controller::TakeBatch(const Bytes& message) {
+Code Controller::WriteBatch(const Bytes& message) {
   if (!inDownloadMode_) return Code::Refused;
   const std::size_t address =
       static_cast<std::size_t>(message[kBatchAddress] << 8 | message[kBatchAddress + 1]);
   const std::size_t count = std::min(message.size() - kAfterPayload - kBatchData, kAddresses - address);
   std::copy_n(message.begin() + kBatchData, count, flash_.begin() + static_cast<std::ptrdiff_t>(address));
-  ++batchesTaken_;
   return Code::Accepted;
 }
 
@@ -258,12 +255,12 @@ Code Controller::EndProgramming(const Bytes& message) {
   if (inDownloadMode_) {
     inDownloadMode_ = false;
     inProtocol4_ = !setup_.protocol3;
-    LiveByImage();
+    ApplyImageSettings();
   }
   return sum == Checksum() ? Code::Accepted : Code::Refused;
 }
 
-void Controller::LiveByImage() {
+void Controller::ApplyImageSettings() {
   const Metadata place = FoundMetadata();
   if (place != Metadata::None) {
     const bool high = place == Metadata::At2020;
@@ -274,7 +271,7 @@ void Controller::LiveByImage() {
   baud_ = ownBaud_;
 }
 
-/// Where the flash tells of itself now; None while nothing is programmed there.
+/// Where the flash contains its description; None while nothing is programmed there.
 Metadata Controller::FoundMetadata() const {
   const auto allows = [this](Metadata place) {
     return setup_.metadata == Metadata::Find || setup_.metadata == place;
@@ -285,7 +282,7 @@ Metadata Controller::FoundMetadata() const {
 }
 
 std::array<std::uint8_t, 3> Controller::Version() const {
-  // Each digit stands in the low half of a byte of its own, in pairs with a byte between them.
+  // Each digit is the low half of a byte of its own; the pairs are one byte apart.
   const auto pair = [this](std::size_t offset) {
     const unsigned high = flash_[kVersionAt2010 + offset] & 0x0F;
     const unsigned low = flash_[kVersionAt2010 + offset + 1] & 0x0F;
@@ -309,8 +306,9 @@ std::uint32_t Controller::Checksum() const {
   return static_cast<std::uint32_t>(all - kBeyondFlash) & 0xFFFFFF;
 }
 
-/// The answer as the faults leave it.
-Answer Controller::Spoil(Answer answer, const Bytes& message, const std::vector<Fault>& striking) const {
+/// Returns the answer changed by the faults.
+Answer Controller::ApplyFaults(Answer answer, const Bytes& message,
+                               const std::vector<Fault>& striking) const {
   Bytes& bytes = answer.bytes;
   for (const Fault& fault : striking) {
     const auto value = static_cast<std::size_t>(fault.value);
@@ -335,7 +333,7 @@ Answer Controller::Spoil(Answer answer, const Bytes& message, const std::vector<
         break;
       case Fault::Kind::Silent:
       case Fault::Kind::Dead:
-        break;  // no answer to spoil
+        break;  // there is no answer
     }
   }
   return answer;

@@ -13,7 +13,7 @@ using View = std::span<const std::uint8_t>;
 constexpr std::uint8_t kEndByte = 0x04;
 constexpr std::array<std::uint8_t, 7> kText = {'p', '4', '0', '0', ':', '4', '/'};
 
-/// True when `bytes` begin with a text frame, or may once more of them have come.
+/// True when `bytes` begin with a text frame or with the first part of one.
 bool BeginsTextFrame(View bytes) {
   if (bytes[0] != kFixedProtocol) return false;
   if (bytes.size() < 2) return true;
@@ -30,25 +30,25 @@ bool IsClosed(View frame) {
   return frame[crcAt] == crc >> 8 && frame[crcAt + 1] == (crc & 0xFF) && frame[crcAt + 2] == kEndByte;
 }
 
-struct Verdict {
+struct Classification {
   enum { Unfinished, Frame, NoFrame } about = Unfinished;
   std::size_t length = 0;  // of a frame
 };
 
-/// Judges what `bytes`, one at least, begin with.
-Verdict Judge(View bytes) {
+/// Classifies what `bytes` (at least one) begin with.
+Classification Classify(View bytes) {
   if (BeginsTextFrame(bytes)) {
-    if (bytes.size() < kTextFrameLength) return {Verdict::Unfinished};
-    return {Verdict::Frame, kTextFrameLength};
+    if (bytes.size() < kTextFrameLength) return {Classification::Unfinished};
+    return {Classification::Frame, kTextFrameLength};
   }
-  if (bytes.size() >= 2 && !IsAddress(bytes[1])) return {Verdict::NoFrame};
-  if (bytes.size() < kBeforePayload) return {Verdict::Unfinished};
+  if (bytes.size() >= 2 && !IsAddress(bytes[1])) return {Classification::NoFrame};
+  if (bytes.size() < kBeforePayload) return {Classification::Unfinished};
   const std::size_t payload = bytes[2];
   const std::size_t length = payload + kFrameOverhead;
-  if (payload == 0) return {Verdict::NoFrame};
-  if (bytes.size() < length) return {Verdict::Unfinished};
-  if (!IsClosed(bytes.first(length))) return {Verdict::NoFrame};
-  return {Verdict::Frame, length};
+  if (payload == 0) return {Classification::NoFrame};
+  if (bytes.size() < length) return {Classification::Unfinished};
+  if (!IsClosed(bytes.first(length))) return {Classification::NoFrame};
+  return {Classification::Frame, length};
 }
 
 Time LongestPause(const LineFormat& format) {
@@ -82,53 +82,53 @@ Bytes CloseFrame(Bytes opened) {
 
 bool IsTextFrame(View bytes) { return bytes.size() == kTextFrameLength && BeginsTextFrame(bytes); }
 
-std::vector<Heard> Framer::Add(std::uint8_t value, Time begins, Time ends, const LineFormat& format,
-                               Reception reception) {
-  std::vector<Heard> found;
+std::vector<ReceivedFrame> Framer::Add(std::uint8_t value, Time begins, Time ends, const LineFormat& format,
+                                       Reception reception) {
+  std::vector<ReceivedFrame> found;
   if (!pending_.bytes.empty()) {
-    const Time pause = begins - pending_.stamps.back().ends;
+    const Time pause = begins - pending_.timings.back().ends;
     if (format != format_ || pause > LongestPause(format_)) {
       MoveFront(pending_.bytes.size(), pending_, noise_);
-      TakeNoise(found);
+      FlushNoise(found);
     }
   }
   format_ = format;
   pending_.bytes.push_back(value);
-  pending_.stamps.push_back({begins, ends, reception});
+  pending_.timings.push_back({begins, ends, reception});
 
   while (!pending_.bytes.empty()) {
-    const Verdict verdict = Judge(pending_.bytes);
-    if (verdict.about == Verdict::Unfinished) return found;
-    if (verdict.about == Verdict::NoFrame) {
+    const Classification verdict = Classify(pending_.bytes);
+    if (verdict.about == Classification::Unfinished) return found;
+    if (verdict.about == Classification::NoFrame) {
       MoveFront(1, pending_, noise_);
       continue;
     }
-    TakeNoise(found);
+    FlushNoise(found);
     Run frame;
     MoveFront(verdict.length, pending_, frame);
     found.push_back(Describe(frame, Content::Frame));
   }
-  TakeNoise(found);
+  FlushNoise(found);
   return found;
 }
 
 void Framer::MoveFront(std::size_t count, Run& from, Run& to) {
   const auto bytesEnd = from.bytes.begin() + static_cast<std::ptrdiff_t>(count);
-  const auto stampsEnd = from.stamps.begin() + static_cast<std::ptrdiff_t>(count);
+  const auto stampsEnd = from.timings.begin() + static_cast<std::ptrdiff_t>(count);
   std::copy(from.bytes.begin(), bytesEnd, std::back_inserter(to.bytes));
-  std::copy(from.stamps.begin(), stampsEnd, std::back_inserter(to.stamps));
+  std::copy(from.timings.begin(), stampsEnd, std::back_inserter(to.timings));
   from.bytes.erase(from.bytes.begin(), bytesEnd);
-  from.stamps.erase(from.stamps.begin(), stampsEnd);
+  from.timings.erase(from.timings.begin(), stampsEnd);
 }
 
-Heard Framer::Describe(const Run& run, Content content) const {
-  const bool clean = std::all_of(run.stamps.begin(), run.stamps.end(),
-                                 [](const Stamp& stamp) { return stamp.reception == Reception::Clean; });
-  return {run.stamps.front().begins, run.stamps.back().ends, format_, run.bytes,
+ReceivedFrame Framer::Describe(const Run& run, Content content) const {
+  const bool clean = std::all_of(run.timings.begin(), run.timings.end(),
+                                 [](const Timing& stamp) { return stamp.reception == Reception::Clean; });
+  return {run.timings.front().begins, run.timings.back().ends, format_, run.bytes,
           content == Content::Frame && clean};
 }
 
-void Framer::TakeNoise(std::vector<Heard>& found) {
+void Framer::FlushNoise(std::vector<ReceivedFrame>& found) {
   if (noise_.bytes.empty()) return;
   found.push_back(Describe(noise_, Content::Noise));
   noise_ = {};

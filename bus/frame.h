@@ -9,29 +9,31 @@
 
 namespace bus {
 
+// The frames of the simulated line: building them, checking them, finding them in a stream of bytes.
+//
 // Questions and answers are frames. A frame with a payload of L bytes is L + 6 bytes long:
 //
 //     index    0          1         2     3 ... 2+L     3+L       4+L      5+L
 //          | protocol | address |   L   |  payload  | CRC high | CRC low | 0x04 |
 //
-//     40 05 01 73 F8 A9 04       asks controller 5 (protocol byte 0x40) what it holds
+//     40 05 01 73 F8 A9 04       asks controller 5 (protocol byte 0x40) for version and checksum
 //     |  |  |  |  |     end byte
 //     |  |  |  |  CRC of 40 05 01 73
 //     |  |  |  payload: the command $73, with no data
 //     |  |  length of the payload
 //     |  address: a controller's number, 0 to 31, or 0x5F for all
-//     protocol byte: the one that the controller's firmware names; 0x40 fits all in some commands
+//     protocol byte: the one that the controller's firmware names; some commands use 0x40 for all
 //
 // The first byte of the payload is the command; in an answer it is the code: 0x61 accepted, 0xE1 refused.
 //
-// The CRC is CRC-16/XMODEM. It reads all bytes before it as one long binary number, highest bit first, and
+// The CRC is CRC-16/XMODEM. It treats all bytes before it as one long binary number, highest bit first, and
 // divides that by 1 0001 0000 0010 0001 (the polynomial x^16 + x^12 + x^5 + 1, written 0x1021 without its
 // highest bit). Subtraction is exclusive or, so nothing is carried. The remainder of 16 bits is the CRC. It
-// starts at 0, and nothing is inverted or mirrored. It finds every single wrong bit, and every run of up to
-// 16 damaged bits.
+// starts at 0, and nothing is inverted or mirrored. It detects every single wrong bit, and every burst of up
+// to 16 damaged bits.
 //
-// One message is no frame in this sense. The text frame moves a controller from protocol 3 to protocol 4, and
-// has neither length nor CRC:
+// One message is not a frame in this sense. The text frame moves a controller from protocol 3 to protocol 4,
+// and has neither length nor CRC:
 //
 //     40 23 70 34 30 30 3A 34 2F       to controller 5
 //     |  |  p  4  0  0  :  4  /
@@ -62,8 +64,8 @@ Bytes CloseFrame(Bytes opened);
 /// True for a text frame, whichever controller it is for.
 bool IsTextFrame(std::span<const std::uint8_t> bytes);
 
-/// What the tool put on the line: a frame, or a run of bytes that make none.
-struct Heard {
+/// What the tool sent: a frame, or a run of bytes that form none.
+struct ReceivedFrame {
   Time begins{};
   Time ends{};
   LineFormat format;
@@ -71,37 +73,37 @@ struct Heard {
   bool intact = true;  // false: no frame, or one that collided with an answer; no controller acts on it
 };
 
-/// Finds the frames in a stream of bytes, however the stream was cut on its way.
+/// Finds the frames in a stream of bytes, in whatever pieces the stream arrives.
 ///
-/// A frame ends by its length byte, a text frame by its nine characters. Where no frame can begin (impossible
-/// address, wrong CRC or end byte) one byte is passed over, and the search begins again at the next one. An
-/// unfinished frame is given up when the line pauses for ten characters (20 ms at least) or the format
-/// changes: otherwise a damaged length byte would swallow the questions that follow. Bytes that were passed
-/// over are returned as a `Heard` that is not intact, at the latest together with the next frame.
+/// The length byte determines where a frame ends; a text frame has nine bytes. Where no frame can begin
+/// (impossible address, wrong CRC or end byte) one byte is skipped, and the search continues at the next one.
+/// An unfinished frame is discarded when the line pauses for ten characters (20 ms at least) or the format
+/// changes. Otherwise a damaged length byte would consume the questions that follow. Skipped bytes are
+/// returned as a `ReceivedFrame` that is not intact, at the latest together with the next frame.
 class Framer {
  public:
   /// Adds one byte. Returns what is complete now.
-  std::vector<Heard> Add(std::uint8_t value, Time begins, Time ends, const LineFormat& format,
-                         Reception reception);
+  std::vector<ReceivedFrame> Add(std::uint8_t value, Time begins, Time ends, const LineFormat& format,
+                                 Reception reception);
 
  private:
-  struct Stamp {
+  struct Timing {
     Time begins;
     Time ends;
     Reception reception;
   };
-  struct Run {  // bytes that follow each other, each with its stamp
+  struct Run {  // consecutive bytes with their timing
     Bytes bytes;
-    std::vector<Stamp> stamps;
+    std::vector<Timing> timings;
   };
   enum class Content { Frame, Noise };
 
   static void MoveFront(std::size_t count, Run& from, Run& to);
-  Heard Describe(const Run& run, Content content) const;
-  void TakeNoise(std::vector<Heard>& found);
+  ReceivedFrame Describe(const Run& run, Content content) const;
+  void FlushNoise(std::vector<ReceivedFrame>& found);
 
   Run pending_;  // may still become a frame
-  Run noise_;    // passed over
+  Run noise_;    // skipped
   LineFormat format_;
 };
 

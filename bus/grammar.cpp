@@ -18,8 +18,8 @@ std::vector<std::string> Split(const std::string& text, char mark) {
   return parts;
 }
 
-/// Takes `mark` and what follows it off the text. Returns what followed; nothing when there is no mark.
-std::optional<std::string> CutOff(std::string& text, char mark) {
+/// Removes `mark` and everything after it from the text. Returns what followed the mark, if there is one.
+std::optional<std::string> SplitOff(std::string& text, char mark) {
   const std::size_t at = text.find(mark);
   if (at == std::string::npos) return std::nullopt;
   const std::string cut = text.substr(at + 1);
@@ -28,12 +28,12 @@ std::optional<std::string> CutOff(std::string& text, char mark) {
 }
 
 template <typename Value>
-Value ReadWord(const std::string& text, const std::map<std::string, Value>& words) {
+Value LookUp(const std::string& text, const std::map<std::string, Value>& words) {
   const auto word = words.find(text);
   if (word != words.end()) return word->second;
   std::string known;
   for (const auto& [name, value] : words) known += (known.empty() ? "" : ", ") + name;
-  throw std::invalid_argument("\"" + text + "\" is none of " + known);
+  throw std::invalid_argument("\"" + text + "\" is not one of " + known);
 }
 
 struct Range {
@@ -49,7 +49,7 @@ Range ReadRange(const std::string& text, int low, int high) {
 }
 
 /// "2", "2-4" or "2-".
-Range ReadStrikes(const std::string& text) {
+Range ReadMessageRange(const std::string& text) {
   constexpr int kMost = std::numeric_limits<int>::max();
   if (text.ends_with('-')) return {ReadNumber(text.substr(0, text.size() - 1), 1, kMost), Fault::kForever};
   return ReadRange(text, 1, kMost);
@@ -65,13 +65,13 @@ std::array<std::uint8_t, 3> ReadVersion(const std::string& text) {
 
 using Text = const std::string&;
 
-/// Controllers that differ in nothing but number and speed.
-struct Alike {
+/// Controllers that differ only in number and speed.
+struct ControllerGroup {
   ControllerSetup setup;
   std::vector<int> speeds = {setup.baud};
 };
 
-void ReadSpeeds(Alike& to, Text value) {
+void ReadSpeeds(ControllerGroup& to, Text value) {
   to.speeds.clear();
   for (const std::string& speed : Split(value, '/')) to.speeds.push_back(ReadNumber(speed, 1, kHighestSpeed));
   if (to.speeds.empty()) throw std::invalid_argument("baud needs a speed, or several with / between them");
@@ -80,24 +80,26 @@ void ReadSpeeds(Alike& to, Text value) {
 const std::map<std::string, AnswerForm> kForms = {{"13", AnswerForm::Bytes13}, {"14", AnswerForm::Bytes14}};
 const std::map<std::string, BootProtocol> kBootProtocols = {
     {"either", BootProtocol::Either}, {"own", BootProtocol::Own}, {"64", BootProtocol::Fixed}};
-const std::map<std::string, Metadata> kPlaces = {{"find", Metadata::Find},
-                                                 {"2020", Metadata::At2020},
-                                                 {"008B", Metadata::At008B},
-                                                 {"none", Metadata::None}};
+const std::map<std::string, Metadata> kMetadataPlaces = {{"find", Metadata::Find},
+                                                         {"2020", Metadata::At2020},
+                                                         {"008B", Metadata::At008B},
+                                                         {"none", Metadata::None}};
 
-using Setter = void (*)(Alike& to, Text value);
+using Setter = void (*)(ControllerGroup& to, Text value);
 
 const std::map<std::string, Setter> kControllerKeys = {
     {"baud", ReadSpeeds},
-    {"protocol", [](Alike& to, Text value) { to.setup.protocol = ReadNumber<std::uint8_t>(value, 0, 0xFF); }},
-    {"version", [](Alike& to, Text value) { to.setup.version = ReadVersion(value); }},
-    {"boot", [](Alike& to, Text value) { to.setup.bootVersion = ReadVersion(value); }},
-    {"bootsum",
-     [](Alike& to, Text value) { to.setup.bootChecksum = ReadNumber<std::uint16_t>(value, 0, 0xFFFF, 16); }},
-    {"form", [](Alike& to, Text value) { to.setup.form = ReadWord(value, kForms); }},
-    {"bootprotocol", [](Alike& to, Text value) { to.setup.bootProtocol = ReadWord(value, kBootProtocols); }},
-    {"metadata", [](Alike& to, Text value) { to.setup.metadata = ReadWord(value, kPlaces); }},
-    {"protocol3", [](Alike& to, Text value) { to.setup.protocol3 = ReadNumber(value, 0, 1) == 1; }},
+    {"protocol",
+     [](ControllerGroup& to, Text value) { to.setup.protocol = ReadNumber<std::uint8_t>(value, 0, 0xFF); }},
+    {"version", [](ControllerGroup& to, Text value) { to.setup.version = ReadVersion(value); }},
+    {"boot", [](ControllerGroup& to, Text value) { to.setup.bootVersion = ReadVersion(value); }},
+    {"bootsum", [](ControllerGroup& to,
+                   Text value) { to.setup.bootChecksum = ReadNumber<std::uint16_t>(value, 0, 0xFFFF, 16); }},
+    {"form", [](ControllerGroup& to, Text value) { to.setup.form = LookUp(value, kForms); }},
+    {"bootprotocol",
+     [](ControllerGroup& to, Text value) { to.setup.bootProtocol = LookUp(value, kBootProtocols); }},
+    {"metadata", [](ControllerGroup& to, Text value) { to.setup.metadata = LookUp(value, kMetadataPlaces); }},
+    {"protocol3", [](ControllerGroup& to, Text value) { to.setup.protocol3 = ReadNumber(value, 0, 1) == 1; }},
 };
 
 const std::map<std::string, Fault::Kind> kFaultKinds = {
@@ -134,41 +136,41 @@ void ReadFaultValue(Fault& fault, const std::string& value) {
 std::vector<ControllerSetup> ReadControllers(const std::string& text) {
   const std::size_t comma = text.find(',');
   const Range numbers = ReadRange(text.substr(0, comma), 0, kControllerNumbers - 1);
-  Alike alike;
+  ControllerGroup group;
   const std::string keys = comma == std::string::npos ? "" : text.substr(comma + 1);
   for (const std::string& key : Split(keys, ',')) {
     const std::size_t equals = key.find('=');
-    const Setter set = ReadWord(key.substr(0, equals), kControllerKeys);
-    set(alike, equals == std::string::npos ? "" : key.substr(equals + 1));
+    const Setter set = LookUp(key.substr(0, equals), kControllerKeys);
+    set(group, equals == std::string::npos ? "" : key.substr(equals + 1));
   }
   std::vector<ControllerSetup> controllers;
   for (int number = numbers.first; number <= numbers.last; ++number) {
-    alike.setup.number = number;
-    alike.setup.baud = alike.speeds[controllers.size() % alike.speeds.size()];
-    controllers.push_back(alike.setup);
+    group.setup.number = number;
+    group.setup.baud = group.speeds[controllers.size() % group.speeds.size()];
+    controllers.push_back(group.setup);
   }
   return controllers;
 }
 
-NamedFault ReadFault(const std::string& text) {
-  // From the right: each part begins with a mark that stands nowhere before it.
+FaultOption ReadFault(const std::string& text) {
+  // From the right: no mark occurs in the parts before it.
   std::string rest = text;
-  const std::optional<std::string> chance = CutOff(rest, '%');
-  const std::optional<std::string> strikes = CutOff(rest, '@');
-  const std::optional<std::string> command = CutOff(rest, '/');
-  const std::optional<std::string> value = CutOff(rest, '=');
-  const std::optional<std::string> kind = CutOff(rest, ':');
+  const std::optional<std::string> chance = SplitOff(rest, '%');
+  const std::optional<std::string> strikes = SplitOff(rest, '@');
+  const std::optional<std::string> command = SplitOff(rest, '/');
+  const std::optional<std::string> value = SplitOff(rest, '=');
+  const std::optional<std::string> kind = SplitOff(rest, ':');
   if (!kind)
     throw std::invalid_argument("\"" + text +
                                 "\" is not N:KIND[=VALUE][/COMMAND][@FIRST[-[LAST]]][%PERCENT]");
   const Range numbers = ReadRange(rest, 0, kControllerNumbers - 1);
   Fault fault;
-  fault.kind = ReadWord(*kind, kFaultKinds);
+  fault.kind = LookUp(*kind, kFaultKinds);
   ReadFaultValue(fault, value.value_or(""));
   if (*kind == "lost-batch") fault.command = Command::Batch;
-  if (command) fault.command = ReadWord(*command, kCommands);
+  if (command) fault.command = LookUp(*command, kCommands);
   if (strikes) {
-    const Range range = ReadStrikes(*strikes);
+    const Range range = ReadMessageRange(*strikes);
     fault.first = range.first;
     fault.last = range.last;
   }

@@ -1,3 +1,4 @@
+// quillon-bus: simulated controllers on a pseudo-terminal.
 #include <exception>
 #include <iostream>
 #include <string>
@@ -12,8 +13,8 @@ int main(int count, char** words) {
   try {
     const std::vector<std::string> arguments(words + 1, words + count);
     const bus::Options options = bus::ParseOptions(arguments);
-    if (!options.help.empty()) {
-      std::cout << options.help;
+    if (!options.answer.empty()) {
+      std::cout << options.answer;
       return 0;
     }
     bus::Server(options).Run();

@@ -12,13 +12,13 @@ namespace bus {
 namespace {
 
 constexpr char kGrammar[] = R"(--controller 3,KEY=VALUE,...  or several alike: --controller 0-31,KEY=VALUE,...
-  baud=9600[/19200...]         its speed; several are given in turn
+  baud=9600[/19200...]         its speed; several are assigned in turn
   protocol=64                  its protocol byte, decimal
   version=010203  boot=010000  bootsum=B007     in hexadecimal
   form=13|14                   bytes in the answer to $73
-  bootprotocol=either|own|64   protocol byte that $75/$50 has to carry
-  metadata=find|2020|008B|none where images tell speed, protocol, version
-  protocol3=1                  stands in protocol 3: answers $73 after the text frame
+  bootprotocol=either|own|64   protocol byte that $75/$50 must contain
+  metadata=find|2020|008B|none where images contain speed, protocol, version
+  protocol3=1                  is in protocol 3: answers $73 after the text frame
 
 --fault 3:KIND[=VALUE][/COMMAND][@FIRST[-[LAST]]][%PERCENT]  or several: --fault 0-31:KIND...
   kinds     silent, dead (for good), late=MS, corrupt (CRC), code=XX (hex),
@@ -32,7 +32,7 @@ Thirty-two at mixed speeds, number 3 answering the second $73 damaged:
               --fault 3:corrupt/check@2
 )";
 
-/// Makes a check for CLI11, which wants the reason as a text, of a reader that throws it.
+/// A check for CLI11 from a parser that throws: CLI11 expects the reason as the returned text.
 CLI::Validator Checked(const std::function<void(std::string&)>& read) {
   const auto check = [read](std::string& text) -> std::string {
     try {
@@ -45,13 +45,14 @@ CLI::Validator Checked(const std::function<void(std::string&)>& read) {
   return CLI::Validator(check, "");
 }
 
-/// Whole decimal numbers; CLI11's own reading takes 010 as eight and -1 as a large seed.
+/// Whole decimal numbers. CLI11's own conversion reads 010 as eight and -1 as a large seed.
 template <typename Number>
 CLI::Validator From(Number low, Number high) {
   return Checked([=](std::string& text) { text = std::to_string(ReadNumber(text, low, high)); });
 }
 
-void HandOut(const NamedFault& named, const std::string& text, std::vector<ControllerSetup>& controllers) {
+void AssignFault(const FaultOption& named, const std::string& text,
+                 std::vector<ControllerSetup>& controllers) {
   bool found = false;
   for (ControllerSetup& controller : controllers) {
     if (controller.number < named.first || controller.number > named.last) continue;
@@ -110,7 +111,7 @@ Options ParseOptions(std::span<const std::string> arguments) {
   try {
     app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));  // it takes the last first
   } catch (const CLI::CallForHelp&) {
-    options.help = app.help();
+    options.answer = app.help();
     return options;
   } catch (const CLI::ParseError& error) {
     throw OptionError(std::string(error.what()) + ". See quillon-bus --help.");
@@ -120,7 +121,7 @@ Options ParseOptions(std::span<const std::string> arguments) {
   for (int number = 0; number < count; ++number) options.controllers.push_back({.number = number});
   for (const std::string& text : controllers)
     for (const ControllerSetup& setup : ReadControllers(text)) options.controllers.push_back(setup);
-  for (const std::string& text : faults) HandOut(ReadFault(text), text, options.controllers);
+  for (const std::string& text : faults) AssignFault(ReadFault(text), text, options.controllers);
   options.line.answerDelay = std::chrono::milliseconds(delay);
   options.line.paced = !quick;
   if (!unplugged->empty()) options.unplug = {unplug.first, std::chrono::milliseconds(unplug.second)};

@@ -1,3 +1,4 @@
+// The command line of quillon-bus.
 #pragma once
 
 #include <chrono>
@@ -11,21 +12,20 @@
 
 namespace bus {
 
-/// An option that can't be used; the text names it and the way out.
+/// An option that can't be used; the text names the option and the remedy.
 class OptionError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// The cable comes off after so many frames of the tool, once, and is put back after a while.
+/// The cable is unplugged once, after so many frames of the tool, and plugged in again later.
 struct Unplug {
   int afterFrames;
   std::chrono::milliseconds away;
 };
 
-/// What the command line of quillon-bus asks for.
 struct Options {
-  std::string help;  // what --help prints; "" when it was not asked for
+  std::string answer;  // the text of --help or --version, when one of them was given; else ""
   LineOptions line;
   std::vector<ControllerSetup> controllers;
   std::string link;     // "" for none

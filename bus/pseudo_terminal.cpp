@@ -1,6 +1,6 @@
 #include "bus/pseudo_terminal.h"
 
-#include <asm/termbits.h>  // termios2, for unusual speeds; can't stand beside <termios.h>
+#include <asm/termbits.h>  // termios2, for unusual speeds; conflicts with <termios.h>
 #include <fcntl.h>
 #include <sys/inotify.h>
 #include <sys/ioctl.h>
@@ -59,15 +59,15 @@ char Parity(tcflag_t flags) {
   return odd ? 'O' : 'E';
 }
 
-/// Throws when the name of a link is taken by something that no bus left over.
-void RefuseTaken(const std::string& path) {
+/// Throws unless the path is free or a link to a pseudo-terminal. Any other link may be the user's own, such
+/// as one to an adapter that is unplugged at the moment.
+void RequireReplaceable(const std::string& path) {
   namespace fs = std::filesystem;
   std::error_code error;
   const fs::file_status present = fs::symlink_status(path, error);
   if (!fs::exists(present)) return;
   const bool leftOver =
-      fs::is_symlink(present) &&
-      (fs::read_symlink(path, error).string().starts_with("/dev/pts/") || !fs::exists(path, error));
+      fs::is_symlink(present) && fs::read_symlink(path, error).string().starts_with("/dev/pts/") || !fs::exists(path, error);
   if (!leftOver)
     throw std::runtime_error("--link " + path +
                              ": something else has that name. Remove it or choose another.");
@@ -98,7 +98,7 @@ PseudoTerminal::PseudoTerminal()
   Check(inotify_add_watch(watch_.Number(), name.data(), IN_OPEN | IN_CLOSE), "watching the pseudo-terminal");
 }
 
-void PseudoTerminal::NoteOpening() {
+void PseudoTerminal::UpdateOpenState() {
   std::array<char, 4096> events{};
   bool noted = false;
   ssize_t size = 0;
@@ -127,7 +127,8 @@ Bytes PseudoTerminal::Read() {
   const ssize_t size = read(master_.Number(), bytes.data(), bytes.size());
   if (size < 0 && errno != EAGAIN && errno != EINTR) Check(-1, "reading from the pseudo-terminal");
   bytes.resize(static_cast<std::size_t>(size > 0 ? size : 0));
-  // Another program (stty, say) may have closed the port in passing: who writes has it open all the same.
+  // The last event may be the closing by another program, such as stty, while the tool still has the port
+  // open. A program that writes has it open.
   if (!bytes.empty() && !justClosed_) inUse_ = true;
   return bytes;
 }
@@ -142,13 +143,14 @@ LinkClaim::LinkClaim(const std::string& path) {
   namespace fs = std::filesystem;
   const fs::path folder = fs::path(path).has_parent_path() ? fs::path(path).parent_path() : ".";
   struct stat status {};
-  if (stat(folder.c_str(), &status) != 0) return;  // the link itself will fail, and say why
+  if (stat(folder.c_str(), &status) != 0) return;  // making the link will fail, and report the reason
   const std::string name = "quillon-bus " + std::to_string(status.st_dev) + " " +
                            std::to_string(status.st_ino) + " " + fs::path(path).filename().string();
   socket_ = Descriptor(Check(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0), "claiming the link"));
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  const std::size_t size = name.copy(address.sun_path + 1, sizeof address.sun_path - 1);  // after a NUL
+  // A leading NUL makes the name abstract: it belongs to no file.
+  const std::size_t size = name.copy(address.sun_path + 1, sizeof address.sun_path - 1);
   const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + size);
   if (bind(socket_.Number(), reinterpret_cast<const sockaddr*>(&address), length) == 0) return;
   if (errno != EADDRINUSE) Check(-1, "claiming the link");
@@ -159,7 +161,7 @@ LinkClaim::LinkClaim(const std::string& path) {
 PortLink::PortLink(std::string path, std::string target)
     : path_(std::move(path)), target_(std::move(target)) {
   namespace fs = std::filesystem;
-  RefuseTaken(path_);
+  RequireReplaceable(path_);
   std::error_code error;
   fs::remove(path_, error);
   fs::create_symlink(target_, path_, error);

@@ -1,3 +1,4 @@
+// The port of the simulated bus: a pseudo-terminal and a link to it.
 #pragma once
 
 #include <span>
@@ -7,7 +8,7 @@
 
 namespace bus {
 
-/// An open file of the system's; closed with the object.
+/// A file descriptor; closed with the object.
 class Descriptor {
  public:
   explicit Descriptor(int number = -1) : number_(number) {}
@@ -22,15 +23,18 @@ class Descriptor {
 
 /// The bus's end of a pseudo-terminal that serves the tool as a serial port.
 ///
-/// A pseudo-terminal is a pair of ends: what is written to the one is read from the other. The bus keeps the
-/// master; the tool opens the slave by its path (/dev/pts/7) as it would open a real port, and the speed and
-/// format that it sets there can be read here. Three things are not as on a real port. It has no pace: a
-/// thousand bytes arrive at once, whatever the speed, so the bus has to pace them. It edits lines and echoes
-/// unless its settings say otherwise; it is made raw here, at 9600 8N2, and the bus holds the slave open too,
-/// so that this outlasts the tool's closing. And it keeps what nobody read, which a real port does not; that
-/// is dropped when the tool opens it.
+/// A pseudo-terminal has two ends: what is written to one is read from the other. The bus keeps the master.
+/// The tool opens the slave by its path (/dev/pts/7) as it would open a real port, and the speed and format
+/// that it sets there can be read here. It differs from a real port in four ways:
+///   - It has no speed: a thousand bytes arrive at once. The bus has to pace them.
+///   - It edits lines and echoes by default. It is made raw here, at 9600 8N2. The bus keeps the slave open
+///   too,
+///     so that these settings remain when the tool closes it.
+///   - It keeps bytes that nobody has read. They are discarded when the tool opens it.
+///   - The tool's claim to be the only user (TIOCEXCL) remains when the tool was killed, because the slave is
+///     still open here. Then only root could open the port. The claim is removed when the port is closed.
 ///
-/// The tool may open and close it any number of times, and sees it vanish when the object ends.
+/// The tool may open and close it any number of times. It disappears when the object ends.
 ///
 /// All calls throw std::system_error when the system refuses.
 class PseudoTerminal {
@@ -38,40 +42,39 @@ class PseudoTerminal {
   PseudoTerminal();
 
   const std::string& Path() const { return path_; }
-  int Readable() const { return master_.Number(); }  // to poll for: bytes from the tool
-  int Attention() const { return watch_.Number(); }  // to poll for: the port was opened or closed
+  int Readable() const { return master_.Number(); }       // to poll for: bytes from the tool
+  int OpenedOrClosed() const { return watch_.Number(); }  // to poll for: the port was opened or closed
 
-  /// Takes note of the port being opened and closed since the last call, and drops what waits for the tool if
-  /// it was. Call it before `Read` and `Write`: an answer to the first frame after an opening is then safe.
-  void NoteOpening();
+  /// Reads whether the port was opened or closed since the last call. If so, discards the bytes that wait for
+  /// the tool. Call it before `Read` and `Write`, so that no answer to a new frame is discarded.
+  void UpdateOpenState();
 
   /// The tool's current speed and format; speed 0 when it has hung up.
   LineFormat Format() const;
 
-  /// What the tool has written and nobody has read yet; empty when there is nothing.
+  /// Returns the bytes that the tool has written since the last call; may be empty.
   Bytes Read();
 
-  /// Passes bytes to the tool. They are lost while the port is closed, and when the tool doesn't read.
+  /// Sends bytes to the tool. They are lost while the port is closed, and when the tool doesn't read.
   void Write(std::span<const std::uint8_t> bytes);
 
  private:
   Descriptor master_;
-  Descriptor slave_;  // held open, so that format and bytes outlast the tool's closing
+  Descriptor slave_;  // kept open, so that format and bytes remain when the tool closes its own
   Descriptor watch_;
   std::string path_;
   bool inUse_ = false;       // the tool has the port open
-  bool justClosed_ = false;  // at the last NoteOpening: bytes that are read now were written before
+  bool justClosed_ = false;  // by the last UpdateOpenState: bytes that are read now were written before
 };
 
-/// The right of one bus to a link, for as long as the object lives.
+/// Reserves a link for one bus, for the lifetime of the object.
 ///
-/// Where the link leads can't tell whether a bus lives there: the system gives the number of a terminal that
-/// was closed to the next one that anybody opens. So a bus that serves a link binds a socket to an abstract
-/// name, made of the folder and the link's name. The system takes it away with the process, however that
-/// ends.
+/// The target of a link can't show whether a bus still serves it: the system assigns the number of a closed
+/// terminal to the next one that any program opens. So a bus binds a socket to an abstract name made of the
+/// folder and the name of the link. The system releases it when the process ends, in whatever way.
 class LinkClaim {
  public:
-  /// Throws std::runtime_error, naming the way out, when another bus has the claim. Changes no file.
+  /// Throws std::runtime_error, naming the remedy, when another bus has reserved the link. Changes no file.
   explicit LinkClaim(const std::string& path);
 
  private:
@@ -81,8 +84,8 @@ class LinkClaim {
 /// A symbolic link to a pseudo-terminal; removed with the object, unless it points elsewhere by then.
 class PortLink {
  public:
-  /// Replaces a link that a bus left over. Throws std::runtime_error, naming the way out, and changes nothing
-  /// when anything else is in the way or the folder does not take it.
+  /// Replaces a link to /dev/pts/, which an ended bus has left. Throws std::runtime_error, naming the remedy,
+  /// and changes nothing when anything else has that name or the folder can't be written.
   PortLink(std::string path, std::string target);
   ~PortLink();
   PortLink(const PortLink&) = delete;

@@ -15,15 +15,15 @@
 namespace bus {
 namespace {
 
-/// Turns the signals that end the program into something that can be polled for.
+/// Returns a descriptor that becomes readable when a signal is to end the program.
 Descriptor CatchSignals() {
-  std::signal(SIGPIPE, SIG_IGN);  // whoever read the standard output may go; the bus stays
+  std::signal(SIGPIPE, SIG_IGN);  // the bus continues when the reader of its output ends
   sigset_t ending;
   sigemptyset(&ending);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&ending, signal);
   sigprocmask(SIG_BLOCK, &ending, nullptr);
   const int descriptor = signalfd(-1, &ending, SFD_NONBLOCK | SFD_CLOEXEC);
-  if (descriptor < 0) throw std::system_error(errno, std::generic_category(), "taking signals");
+  if (descriptor < 0) throw std::system_error(errno, std::generic_category(), "reading signals");
   return Descriptor(descriptor);
 }
 
@@ -46,7 +46,7 @@ Server::Server(const Options& options)
       start_(std::chrono::steady_clock::now()) {
   for (const ControllerSetup& setup : options_.controllers) bus_.Add(setup);
   if (!options_.link.empty()) claim_.emplace(options_.link);
-  PlugIn();  // before the log: a bus that is refused here must not empty the log of the one that lives
+  PlugIn();  // before the log: a bus that is refused here must not empty the log of the running one
   if (options_.logFile.empty()) return;
   log_.open(options_.logFile);
   if (!log_)
@@ -59,16 +59,16 @@ void Server::Run() {
   std::cout << "bus: " << where << " (" << options_.controllers.size() << " controllers, seed "
             << options_.line.seed << ")" << std::endl;
   while (!ended_) {
-    WaitForSomething(Now());
+    WaitForEvent(Now());
     const Time now = Now();
     if (plugInAt_ && now >= *plugInAt_) {
-      bus_.Receive({}, now);  // answers that came while the cable was off reached nobody
+      bus_.Receive({}, now);  // answers that came while the cable was unplugged are lost
       PlugIn();
     }
     if (!terminal_) continue;
-    terminal_->NoteOpening();
-    HandToTool(now);
-    TakeFromTool();
+    terminal_->UpdateOpenState();
+    WriteToTool(now);
+    ReadFromTool();
   }
 }
 
@@ -87,8 +87,8 @@ void Server::PullCable(Time now) {
   terminal_.reset();
 }
 
-/// Sleeps until the tool writes, a byte is due to it, the cable goes back in, or a signal ends the program.
-void Server::WaitForSomething(Time now) {
+/// Sleeps until the tool writes, a byte for it is due, the cable is to be plugged in, or a signal comes.
+void Server::WaitForEvent(Time now) {
   std::optional<Time> due = plugInAt_ ? plugInAt_ : bus_.NextArrival();
   timespec timeout{};
   if (due) {
@@ -96,7 +96,7 @@ void Server::WaitForSomething(Time now) {
     timeout = {wait / kNanosecondsPerSecond, wait % kNanosecondsPerSecond};
   }
   const int port = terminal_ ? terminal_->Readable() : -1;
-  const int attention = terminal_ ? terminal_->Attention() : -1;
+  const int attention = terminal_ ? terminal_->OpenedOrClosed() : -1;
   std::array<pollfd, 3> wanted = {pollfd{signals_.Number(), POLLIN, 0}, pollfd{port, POLLIN, 0},
                                   pollfd{attention, POLLIN, 0}};
   if (ppoll(wanted.data(), wanted.size(), due ? &timeout : nullptr, nullptr) < 0 && errno != EINTR)
@@ -104,26 +104,26 @@ void Server::WaitForSomething(Time now) {
   if ((wanted[0].revents & POLLIN) != 0) ended_ = true;
 }
 
-void Server::TakeFromTool() {
+void Server::ReadFromTool() {
   const Bytes bytes = terminal_->Read();
-  const Time now = Now();  // after the reading: an earlier time would let an answer come before it can
+  const Time now = Now();  // after the reading: by an earlier time the answer would come too early
   const LineFormat format = terminal_->Format();
   if (bytes.empty() || format.baud < 1) return;
   bus_.Send(bytes, format, now);
-  framesHeard_ += static_cast<int>(bus_.Traffic().size());
+  framesReceived_ += static_cast<int>(bus_.Traffic().size());
   LogTraffic();
-  if (options_.unplug && framesHeard_ >= options_.unplug->afterFrames) PullCable(now);
+  if (options_.unplug && framesReceived_ >= options_.unplug->afterFrames) PullCable(now);
 }
 
-void Server::HandToTool(Time now) {
+void Server::WriteToTool(Time now) {
   const std::optional<Time> next = bus_.NextArrival();
   if (next && *next <= now) terminal_->Write(bus_.Receive(terminal_->Format(), now));
 }
 
 void Server::LogTraffic() {
-  for (const Heard& frame : bus_.Traffic())
+  for (const ReceivedFrame& frame : bus_.Traffic())
     Log(frame.begins, frame.format, (frame.intact ? "tool   " : "tool ? ") + HexText(frame.bytes));
-  for (const Bus::Answered& answer : bus_.Answers()) {
+  for (const Bus::SentAnswer& answer : bus_.Answers()) {
     std::array<char, 8> who{};
     std::snprintf(who.data(), who.size(), "%5d  ", answer.number);
     Log(answer.begins, answer.format, who.data() + HexText(answer.bytes));

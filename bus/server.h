@@ -1,3 +1,4 @@
+// Serves the simulated line in real time.
 #pragma once
 
 #include <chrono>
@@ -12,27 +13,27 @@
 
 namespace bus {
 
-/// A bus in real time on a pseudo-terminal: all of the program quillon-bus but its command line.
+/// A bus in real time on a pseudo-terminal: the program quillon-bus without its command line.
 ///
-/// One loop, one thread. It sleeps in the system until the tool has written, a byte is due to the tool, the
-/// port was opened or closed, the pulled cable goes back in, or a signal ends the program. Then it takes the
-/// time once, first passes on what is due by then and afterwards reads what the tool wrote: an answer that
-/// was due before the next question must not meet it on the line.
+/// One loop, one thread. It sleeps until the tool has written, a byte for the tool is due, the port was
+/// opened or closed, the cable is to be plugged in again, or a signal ends the program. Then it reads the
+/// clock once, first passes on what is due by then and afterwards reads what the tool wrote. In the other
+/// order an answer that was due before the next question would collide with it.
 class Server {
  public:
-  /// Lays the link and empties the log. From here on the process takes SIGINT, SIGTERM and SIGHUP only in
-  /// `Run`. Throws std::runtime_error, or one of its kind, with a text for the operator.
+  /// Creates the link and empties the log. From here on SIGINT, SIGTERM and SIGHUP take effect only in `Run`.
+  /// Throws std::runtime_error or a class derived from it, with a text for the user.
   explicit Server(const Options& options);
 
-  /// Says on the standard output where the bus is, and serves it until one of the three signals comes.
+  /// Prints where the bus is, and serves it until one of the three signals comes.
   void Run();
 
  private:
   void PlugIn();
   void PullCable(Time now);
-  void WaitForSomething(Time now);
-  void TakeFromTool();
-  void HandToTool(Time now);
+  void WaitForEvent(Time now);
+  void ReadFromTool();
+  void WriteToTool(Time now);
   void LogTraffic();
   void Log(Time at, const LineFormat& format, const std::string& text);
   void LogLine(const std::string& line);
@@ -46,7 +47,7 @@ class Server {
   std::unique_ptr<PortLink> link_;
   Descriptor signals_;
   std::chrono::steady_clock::time_point start_;
-  int framesHeard_ = 0;
+  int framesReceived_ = 0;
   std::optional<Time> plugInAt_;
   bool ended_ = false;
 };

@@ -102,7 +102,7 @@ class FaultBench : public RunBench {
     }
     // Who is to be moved back to protocol 3 has to stand in 4.
     if (row.button == kTo3)
-      for (const int y : {3, 5}) bus.At(y).Hear(TextFrameTo(y), random_);
+      for (const int y : {3, 5}) bus.At(y).Receive(TextFrameTo(y), random_);
     ChooseHex(kImage);
     Tick({3, 5});
     tool.Protocol.SetText(way.ownProtocol ? "4" : "63");
@@ -191,9 +191,9 @@ class FaultBench : public RunBench {
   /// Whether `y` stands in protocol 4: then it answers $73.
   bool InProtocol4(int y) {
     const Bytes check = bus::CloseFrame({0x40, static_cast<std::uint8_t>(y), 0x01, 0x73});
-    return bus.At(y).Hear({.format = {}, .bytes = check}, random_).has_value();
+    return bus.At(y).Receive({.format = {}, .bytes = check}, random_).has_value();
   }
-  static bus::Heard TextFrameTo(int y) {
+  static bus::ReceivedFrame TextFrameTo(int y) {
     return {.format = {},
             .bytes = {0x40, static_cast<std::uint8_t>(y + 30), 'p', '4', '0', '0', ':', '4', '/'}};
   }
