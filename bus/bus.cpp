@@ -91,6 +91,7 @@ void Bus::PutAnswer(const Bytes& bytes, Time answerBegins, const LineFormat& for
 }
 
 void Bus::PutByte(const Arriving& byte) {
+  longestByte_ = std::max(longestByte_, byte.ends - byte.begins);
   const auto later = std::upper_bound(arriving_.begin(), arriving_.end(), byte.ends,
                                       [](Time ends, const Arriving& other) { return ends < other.ends; });
   arriving_.insert(later, byte);
@@ -100,9 +101,11 @@ void Bus::PutByte(const Arriving& byte) {
 /// byte sent at that time is then destroyed as well.
 Reception Bus::DestroyOverlapped(Time begins, Time ends) {
   Reception ownByte = Reception::Clean;
-  for (Arriving& other : arriving_) {
-    if (other.begins >= ends || begins >= other.ends) continue;
-    other.reception = Reception::Garbled;
+  const auto endsAfter = [](Time moment, const Arriving& byte) { return moment < byte.ends; };
+  auto other = std::upper_bound(arriving_.begin(), arriving_.end(), begins, endsAfter);
+  for (; other != arriving_.end() && other->ends - longestByte_ < ends; ++other) {
+    if (other->begins >= ends) continue;
+    other->reception = Reception::Garbled;
     ownByte = Reception::Garbled;
   }
   return ownByte;

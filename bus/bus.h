@@ -99,6 +99,7 @@ class Bus {
   Framer framer_;
   Time sendingEnds_{};
   std::deque<Arriving> arriving_;  // ordered by their ends
+  Time longestByte_{};             // of those that have been in `arriving_`
   std::vector<ReceivedFrame> traffic_;
   std::vector<SentAnswer> answers_;
 };
