@@ -67,7 +67,7 @@ void RequireReplaceable(const std::string& path) {
   const fs::file_status present = fs::symlink_status(path, error);
   if (!fs::exists(present)) return;
   const bool leftOver =
-      fs::is_symlink(present) && fs::read_symlink(path, error).string().starts_with("/dev/pts/") || !fs::exists(path, error);
+      fs::is_symlink(present) && fs::read_symlink(path, error).string().starts_with("/dev/pts/");
   if (!leftOver)
     throw std::runtime_error("--link " + path +
                              ": something else has that name. Remove it or choose another.");

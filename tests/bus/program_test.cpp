@@ -108,8 +108,10 @@ TEST_F(Program, TwoBusesDoNotTakeEachOthersLink) {
   Open(B9600);
   EXPECT_EQ(AskCheck().size(), kCheckAnswer);
   fs::create_symlink(link_, folder_ / "COM8");
+  fs::create_symlink("/dev/serial/by-id/unplugged", folder_ / "COM9");
   const std::pair<const char*, const char*> kTaken[] = {{"COM7", "another quillon-bus serves it. End"},
-                                                        {"COM8", "something else has that name. Remove"}};
+                                                        {"COM8", "something else has that name. Remove"},
+                                                        {"COM9", "something else has that name. Remove"}};
   for (const auto& [name, reason] : kTaken) {
     const std::string link = (folder_ / name).string();
     quillon::test::StartedProgram second({QUILLON_BUS_PROGRAM, "--count", "4", "--log", log, "--link", link});
