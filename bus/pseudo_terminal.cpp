@@ -112,6 +112,7 @@ void PseudoTerminal::UpdateOpenState() {
     }
   }
   justClosed_ = noted && !inUse_;
+  if (justClosed_) ioctl(slave_.Number(), TIOCNXCL);
   if (noted) Check(ioctl(slave_.Number(), TCFLSH, TCIFLUSH), "emptying the pseudo-terminal");
 }
 

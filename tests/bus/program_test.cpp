@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -137,6 +138,20 @@ TEST_F(Program, ALinkLeftOverIsReplacedWhoeverHasItsNumberNow) {
     program_->End(SIGTERM);
     close(terminal);
   }
+}
+
+TEST_F(Program, APortThatAKilledToolHadForItselfOpensAgain) {
+  Start({"--count", "4"});
+  Open(B9600);
+  ASSERT_EQ(ioctl(port_, TIOCEXCL), 0);
+  close(port_);
+  int exclusive = 1;
+  for (int look = 0; look < 500 && exclusive == 1; ++look) {
+    port_ = open(link_.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);  // root opens it in any case
+    if (port_ >= 0) ioctl(port_, TIOCGEXCL, &exclusive);
+    if (exclusive == 1) close(port_), std::this_thread::sleep_for(10ms);
+  }
+  EXPECT_EQ(exclusive, 0);
 }
 
 TEST_F(Program, APulledCableTakesThePortAwayAndBringsItBack) {
