@@ -107,11 +107,15 @@ Options ParseOptions(std::span<const std::string> arguments) {
   app.add_flag("--echo", options.line.echo, "the adapter echoes what the tool sends");
   app.add_flag("--quick", quick, "bytes take no time (the delay stays)");
   add("--log", options.logFile, "FILE", "every frame with time, speed and direction");
+  app.set_version_flag("--version", "quillon-bus " QUILLON_VERSION "\n");
   app.add_flag("--verbose", options.verbose, "the same on the standard output");
   try {
     app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));  // it takes the last first
   } catch (const CLI::CallForHelp&) {
     options.answer = app.help();
+    return options;
+  } catch (const CLI::CallForVersion& version) {
+    options.answer = version.what();
     return options;
   } catch (const CLI::ParseError& error) {
     throw OptionError(std::string(error.what()) + ". See quillon-bus --help.");
