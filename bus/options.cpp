@@ -1,6 +1,7 @@
 #include "bus/options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <utility>
@@ -64,6 +65,20 @@ void AssignFault(const FaultOption& named, const std::string& text,
                       ": no such controller; add it with --controller. See quillon-bus --help.");
 }
 
+/// The controllers of --count, without those that a --controller describes, and then the described ones.
+std::vector<ControllerSetup> AllControllers(int count, const std::vector<std::string>& texts) {
+  std::vector<ControllerSetup> described;
+  for (const std::string& text : texts)
+    for (const ControllerSetup& setup : ReadControllers(text)) described.push_back(setup);
+  std::vector<ControllerSetup> all;
+  for (int number = 0; number < count; ++number) {
+    const auto sameNumber = [number](const ControllerSetup& setup) { return setup.number == number; };
+    if (std::none_of(described.begin(), described.end(), sameNumber)) all.push_back({.number = number});
+  }
+  all.insert(all.end(), described.begin(), described.end());
+  return all;
+}
+
 }  // namespace
 
 Options ParseOptions(std::span<const std::string> arguments) {
@@ -85,7 +100,8 @@ Options ParseOptions(std::span<const std::string> arguments) {
   };
   const auto* counted = add("--count", count, "N", "controllers 0 to N-1 at 9600 (0: an empty line)")
                             ->transform(From(0, kControllerNumbers));
-  add("--controller", controllers, "N,...", "a controller with settings of its own; see below")
+  add("--controller", controllers, "N,...",
+      "a controller with settings of its own, instead of that of --count; see below")
       ->take_all()
       ->allow_extra_args(false)
       ->check(Checked(ReadControllers));
@@ -122,9 +138,7 @@ Options ParseOptions(std::span<const std::string> arguments) {
   }
   if (counted->empty() && controllers.empty())
     throw OptionError("No controllers: give --count N or --controller N. See quillon-bus --help.");
-  for (int number = 0; number < count; ++number) options.controllers.push_back({.number = number});
-  for (const std::string& text : controllers)
-    for (const ControllerSetup& setup : ReadControllers(text)) options.controllers.push_back(setup);
+  options.controllers = AllControllers(count, controllers);
   for (const std::string& text : faults) AssignFault(ReadFault(text), text, options.controllers);
   options.line.answerDelay = std::chrono::milliseconds(delay);
   options.line.paced = !quick;

@@ -27,6 +27,16 @@ TEST(Options, ControllersTakeTheirKeysAndSpeedsInTurn) {
   EXPECT_EQ(last.metadata, Metadata::At008B);
 }
 
+TEST(Options, ADescribedControllerReplacesTheCountedOne) {
+  const Options options = ParseOptions(
+      Words{"--count", "6", "--controller", "3,baud=4800", "--controller", "3", "--controller", "9"});
+  std::vector<std::pair<int, int>> found;
+  for (const ControllerSetup& setup : options.controllers) found.emplace_back(setup.number, setup.baud);
+  EXPECT_EQ(found,
+            (std::vector<std::pair<int, int>>{
+                {0, 9600}, {1, 9600}, {2, 9600}, {4, 9600}, {5, 9600}, {3, 4800}, {3, 9600}, {9, 9600}}));
+}
+
 TEST(Options, FaultsAreReadAsWritten) {
   using Kind = Fault::Kind;
   constexpr int kForever = Fault::kForever;
