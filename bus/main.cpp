@@ -1,4 +1,6 @@
 // quillon-bus: simulated controllers on a pseudo-terminal.
+#include <fcntl.h>
+
 #include <exception>
 #include <iostream>
 #include <string>
@@ -7,9 +9,21 @@
 #include "bus/options.h"
 #include "bus/server.h"
 
+namespace {
+
+/// Opens the standard descriptors that are closed. Otherwise the pseudo-terminal or the log would get the
+/// number of the standard output.
+void OpenStandardDescriptors() {
+  for (int descriptor = 0; descriptor <= 2; ++descriptor)
+    if (fcntl(descriptor, F_GETFD) < 0) open("/dev/null", O_RDWR);  // gets the lowest free number, this one
+}
+
+}  // namespace
+
 int main(int count, char** words) {
   constexpr int kCantServe = 1;
   constexpr int kBadOptions = 2;
+  OpenStandardDescriptors();
   try {
     const std::vector<std::string> arguments(words + 1, words + count);
     const bus::Options options = bus::ParseOptions(arguments);
