@@ -1,27 +1,39 @@
 #!/bin/sh
-# Holds who may include whom: each folder of src/ only itself and the folders below it, the window system only
+# Checks who may include whom: each folder of src/ only itself and the folders below it, the window system only
 # in desktop/, the virtual bus and the tool nothing of each other, and neither of them anything of tools/.
 set -u
 cd "$1" || exit 2
 failed=0
+report() { printf '%s\n%s\n' "$1" "$2"; failed=1; }
 
 # check FOLDER ALLOWED: every #include "folder/..." in FOLDER must name one of the ALLOWED folders.
+checked=''
 check() {
+  checked="$checked $1 "
   wrong=$(grep -rnE '^#include "[a-z_]+/' "$1" --include='*.h' --include='*.cpp' | grep -vE "#include \"($2)/")
-  [ -z "$wrong" ] || { printf '%s may include only %s:\n%s\n' "$1" "$2" "$wrong"; failed=1; }
+  [ -z "$wrong" ] || report "$1 may include only $2:" "$wrong"
 }
+logic='platform|forms|link|image|commands|workflows|shell'
 check src/platform 'platform'
-check src/shell 'platform|shell'
-check src/link 'platform|shell|link'
-check src/image 'platform|shell|link|image'
-check src/commands 'platform|shell|link|image|commands'
-check src/workflows 'platform|shell|link|image|commands|workflows'
-check src/desktop 'platform|shell|link|image|commands|workflows|desktop'
+check src/forms 'platform|forms'
+check src/link 'platform|forms|link'
+check src/image 'platform|forms|link|image'
+check src/commands 'platform|forms|link|image|commands'
+check src/workflows 'platform|forms|link|image|commands|workflows'
+check src/shell "$logic"
+check src/desktop "$logic|desktop"
 check tools/driver 'driver'
-check tools/unattended 'platform|shell|link|image|commands|workflows|desktop|driver|unattended'
+check tools/unattended "$logic|desktop|driver|unattended"
+check tools/log 'platform|forms|link|commands|log'
 check bus 'bus'
-check tools/log 'platform|shell|link|commands|log'
+
+for folder in src/*/ tools/*/; do
+  case $checked in
+    *" ${folder%/} "*) ;;
+    *) report 'This folder has no rule; add one above:' "$folder" ;;
+  esac
+done
 
 outside=$(grep -rnE '#include <Q' src bus tools/log --include='*.h' --include='*.cpp' | grep -v '^src/desktop/')
-[ -z "$outside" ] || { printf 'Qt belongs to src/desktop alone:\n%s\n' "$outside"; failed=1; }
+[ -z "$outside" ] || report 'Only src/desktop may include Qt:' "$outside"
 exit $failed

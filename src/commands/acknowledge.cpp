@@ -1,10 +1,8 @@
-// Messages that a controller acknowledges. The code of its answer is 61 when it did what was asked; any other
-// code is a refusal. A refused message is worth repeating, since the controller may have been busy with its
-// flash: three refusals in a row are final. Silence and damaged answers end the tries at once, because the
-// exchange has already sent that frame three times.
+#include "commands/acknowledge.h"
+
 #include "link/frame.h"
+#include "link/log.h"
 #include "link/outcome.h"
-#include "shell/quillon.h"
 
 namespace quillon {
 namespace {
@@ -13,36 +11,36 @@ constexpr int kTries = 3;
 
 }  // namespace
 
-std::uint8_t Quillon::ProtocolByteOrBox() {
+std::uint8_t ProtocolByteOrBox(Quillon& form) {
   std::uint8_t protocol = 0;
-  Try([&] { protocol = ProtocolNumber(); });
+  Try(form, [&] { protocol = form.ProtocolNumber(); });
   return protocol;
 }
 
-ExchangeResult Quillon::SendForAcknowledge(const Bytes& frame,
-                                           const std::function<void(ExchangeResult result)>& onResult) {
+ExchangeResult SendForAcknowledge(Quillon& form, const Bytes& frame,
+                                  const std::function<void(ExchangeResult result)>& onResult) {
   for (int tries = 1; tries <= kTries; ++tries) {
-    const ExchangeResult result = SendFrame(frame, AnswerText, ShortAnswer::kIsBad);
+    const ExchangeResult result = SendFrame(form, frame, form.AnswerText, ShortAnswer::kIsBad);
     if (onResult) onResult(result);
-    if (result != ExchangeResult::kAnswered || IsAcknowledge(AnswerText)) return result;
+    if (result != ExchangeResult::kAnswered || IsAcknowledge(form.AnswerText)) return result;
   }
   return ExchangeResult::kRefused;
 }
 
-bool Quillon::RequestAcknowledge(int y, const Bytes& frame, const RequestTexts& texts) {
+bool RequestAcknowledge(Quillon& form, int y, const Bytes& frame, const RequestTexts& texts) {
   ExchangeResult result = ExchangeResult::kNoAnswer;  // unless the exchange comes to its end
-  Try([&] { result = SendForAcknowledge(frame); }, {.title = texts.errorTitle});
+  Try(form, [&] { result = SendForAcknowledge(form, frame); }, {.title = texts.errorTitle});
   if (result == ExchangeResult::kAnswered) {
-    Log(texts.acknowledgedLog);
-    ClearRow(y);
-    ShowProgress(ControllerText(y) + texts.acknowledgedStatus, StatusForm::kWithSpeed);
+    Log(form, texts.acknowledgedLog);
+    ClearRow(form, y);
+    ShowProgress(form, ControllerText(y) + texts.acknowledgedStatus, StatusForm::kWithSpeed);
   } else if (result == ExchangeResult::kRefused) {
-    Log(texts.refusedLog);
-    ReportFailure(y, FailureCode::kErasingFailure);
+    Log(form, texts.refusedLog);
+    ReportFailure(form, y, FailureCode::kErasingFailure);
   } else {
-    ReportFailure(y, FailureOf(result));
+    ReportFailure(form, y, FailureOf(result));
   }
-  message.Unload();
+  form.message.Unload();
   return result == ExchangeResult::kAnswered;
 }
 

@@ -1,51 +1,53 @@
-// The message $73 asks a controller for the version and the checksum of its firmware; flash_answer.h draws
-// both forms of the answer. The row of the controller then shows them. With a file chosen, a checksum other
-// than the file's is set white on red.
-//
-// An answer of another length is the late answer to an earlier question, though its CRC is right. So the
-// question is asked again, until it is answered, nobody answers, or the operator cancels.
+#include "commands/flash_check.h"
+
 #include <string>
 
-#include "commands/flash_answer.h"
+#include "commands/acknowledge.h"
 #include "commands/frames.h"
+#include "link/log.h"
 #include "link/outcome.h"
-#include "shell/quillon.h"
 
 namespace quillon {
-
-bool Quillon::FlashCheck(int& y) {
-  const bool checked = ReadFlash(y);
-  const std::string& fileChecksum = info.FileCheksum.Text();
-  if (checked && !fileChecksum.empty() && fileChecksum != info.CkSum(y).Text()) {
-    desk_.Beep();
-    info.CkSum(y).SetBackColor(colour::kRed);
-    info.CkSum(y).SetForeColor(colour::kWhite);
-    info.CkSum(y).SetFontBold(true);
-  }
-  message.Unload();
-  return checked;
-}
+namespace {
 
 /// Asks until an answer of a known length fills the row of `y`. False: the exchange failed.
-bool Quillon::ReadFlash(int y) {
+///
+/// An answer of another length is the late answer to an earlier question, though its CRC is right. So the
+/// question is repeated until it is answered, no answer comes, or the operator cancels.
+bool ReadFlash(Quillon& form, int y) {
   for (;;) {
-    FrameBuffer = FlashCheckFrame(ProtocolByteOrBox(), y);
-    ShowProgress(ControllerText(y) + " : Checking Flash ", StatusForm::kWithSpeed);
-    LogFrame("Message : $73  - Checking Flash", FrameBuffer);
+    form.FrameBuffer = FlashCheckFrame(ProtocolByteOrBox(form), y);
+    ShowProgress(form, ControllerText(y) + " : Checking Flash ", StatusForm::kWithSpeed);
+    LogFrame(form, "Message : $73  - Checking Flash", form.FrameBuffer);
     ExchangeResult result = ExchangeResult::kNoAnswer;  // unless the exchange comes to its end
-    Try([&] { result = SendFrame(FrameBuffer, AnswerText, ShortAnswer::kIsBad); });
-    ReportFailure(y, FailureOf(result));  // an answer empties the row
+    Try(form, [&] { result = SendFrame(form, form.FrameBuffer, form.AnswerText, ShortAnswer::kIsBad); });
+    ReportFailure(form, y, FailureOf(result));  // an answer empties the row
     if (result != ExchangeResult::kAnswered) return false;
-    if (const auto facts = ReadFlashAnswer(AnswerText)) {
-      FillRow(y, *facts);
+    if (const auto facts = ReadFlashAnswer(form.AnswerText)) {
+      FillRow(form, y, *facts);
       return true;
     }
   }
 }
 
-void Quillon::FillRow(int y, const FlashFacts& facts) {
-  info.Ver(y).SetText(facts.version);
-  info.CkSum(y).SetText(facts.checksum);
+}  // namespace
+
+bool FlashCheck(Quillon& form, int& y) {
+  const bool checked = ReadFlash(form, y);
+  const std::string& fileChecksum = form.info.FileCheksum.Text();
+  if (checked && !fileChecksum.empty() && fileChecksum != form.info.CkSum(y).Text()) {
+    form.dialogs.Beep();
+    form.info.CkSum(y).SetBackColor(colour::kRed);
+    form.info.CkSum(y).SetForeColor(colour::kWhite);
+    form.info.CkSum(y).SetFontBold(true);
+  }
+  form.message.Unload();
+  return checked;
+}
+
+void FillRow(Quillon& form, int y, const FlashFacts& facts) {
+  form.info.Ver(y).SetText(facts.version);
+  form.info.CkSum(y).SetText(facts.checksum);
 }
 
 }  // namespace quillon

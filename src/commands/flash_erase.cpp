@@ -1,15 +1,16 @@
-// The message $74 has a controller erase its flash and wait for batches. Most wait for them at the download
-// speed, to which the tool then goes too; those of some products can be told to stay at the line's speed.
+#include "commands/flash_erase.h"
+
+#include "commands/acknowledge.h"
 #include "commands/frames.h"
-#include "shell/quillon.h"
+#include "link/log.h"
 
 namespace quillon {
 
-bool Quillon::FlashErase(int& y) {
-  const auto speed = useBB.Ticked() ? SpeedWhileProgramming::kKept : SpeedWhileProgramming::kDownload;
-  FrameBuffer = FlashEraseFrame(ProtocolByteOrBox(), y, speed);
-  LogFrame("Message : $74", FrameBuffer);
-  return RequestAcknowledge(y, FrameBuffer,
+bool FlashErase(Quillon& form, int& y) {
+  const auto speed = form.useBB.Ticked() ? SpeedWhileProgramming::kKept : SpeedWhileProgramming::kDownload;
+  form.FrameBuffer = FlashEraseFrame(ProtocolByteOrBox(form), y, speed);
+  LogFrame(form, "Message : $74", form.FrameBuffer);
+  return RequestAcknowledge(form, y, form.FrameBuffer,
                             {.acknowledgedLog = "Answer : 61",
                              .acknowledgedStatus = " : Erasing OK",
                              .refusedLog = "Answer : Failure 3*E1"});

@@ -1,28 +1,29 @@
-// The bus has two protocols. A controller on protocol 3 reads text; on protocol 4 it reads frames. SendP4
-// moves one to protocol 4 by the text "p400:4/", Send55 moves it back by a frame.
+#include "commands/protocol_switch.h"
+
+#include "commands/acknowledge.h"
 #include "commands/frames.h"
-#include "link/outcome.h"
-#include "shell/quillon.h"
+#include "link/log.h"
 
 namespace quillon {
 
-bool Quillon::SendP4(int& y) {
+bool SendP4(Quillon& form, int& y) {
   bool moved = false;
-  Try(
+  Try(form,
       [&] {
-        FrameBuffer = ToProtocol4Frame(y);
-        LogFrame("Message : p4 => RUD3", FrameBuffer);
-        moved = SendFrame(FrameBuffer, AnswerText, ShortAnswer::kIsGood) == ExchangeResult::kAnswered;
+        form.FrameBuffer = ToProtocol4Frame(y);
+        LogFrame(form, "Message : p4 => RUD3", form.FrameBuffer);
+        moved = SendFrame(form, form.FrameBuffer, form.AnswerText, ShortAnswer::kIsGood) ==
+                ExchangeResult::kAnswered;
       },
       {.title = "SendP4"});
-  if (moved) desk_.ShowBox("send p4 OK!!!", "Quillon", BoxKind::kInformation);
+  if (moved) form.dialogs.ShowBox("send p4 OK!!!", "Quillon", BoxKind::kInformation);
   return moved;
 }
 
-bool Quillon::Send55(int& y) {
-  FrameBuffer = ToProtocol3Frame(y);
-  LogFrame("Message : Cmd 55 to return to RUD3", FrameBuffer);
-  return RequestAcknowledge(y, FrameBuffer,
+bool Send55(Quillon& form, int& y) {
+  form.FrameBuffer = ToProtocol3Frame(y);
+  LogFrame(form, "Message : Cmd 55 to return to RUD3", form.FrameBuffer);
+  return RequestAcknowledge(form, y, form.FrameBuffer,
                             {.acknowledgedLog = "Answer : Ok",
                              .acknowledgedStatus = " : Sending p4 OK",
                              .refusedLog = "Answer : Failure Sending p4 ",

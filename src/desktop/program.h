@@ -7,7 +7,7 @@
 #include "desktop/desktop_events.h"
 #include "desktop/form_window.h"
 #include "desktop/serial_port.h"
-#include "shell/quillon.h"
+#include "shell/start_stop.h"
 
 namespace quillon {
 
@@ -19,7 +19,7 @@ class Program {
         serialPort_(folder),
         quillon_(Computer{clock_, events_, desk_, screen_, serialPort_, folder}) {}
 
-  void Start() { quillon_.Start(); }
+  void Start() { quillon::Start(quillon_); }
   void ServeUntilEnd() { events_.ServeUntilEnd(); }
 
  private:

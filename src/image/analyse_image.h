@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include "forms/image_facts.h"
 #include "platform/text_file.h"
-#include "shell/image_facts.h"
 
 namespace quillon {
 

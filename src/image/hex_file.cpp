@@ -1,12 +1,9 @@
-// The chosen firmware file. It is analysed when it is chosen, so that nothing can be downloaded before its
-// checksum stands there; and once more for each controller that confirms its flash, so that what is compared
-// is the file as it is then.
-#include <string>
+#include "image/hex_file.h"
 
+#include "forms/run_error_box.h"
 #include "image/analyse_image.h"
 #include "image/hex_faults.h"
 #include "platform/finally.h"
-#include "shell/quillon.h"
 
 namespace quillon {
 namespace {
@@ -19,58 +16,59 @@ std::string ToolTipOf(const ImageFacts& image) {
          image.ImageProtocol + "]";
 }
 
+/// The sign beside the checksum is visible while the chosen file contradicts itself. Its tool tip describes
+/// the first fault.
+void WarnOfFaults(Quillon& form) {
+  form.FileWarning.SetVisible(false);
+  if (form.FileCheksum.Text().empty()) return;
+  Try(form, [&] {
+    const auto fault = FirstHexFault(LineReader::OfFile(form.FileName.Text()));
+    form.FileWarning.SetToolTip(fault.value_or(""));
+    form.FileWarning.SetVisible(fault.has_value());
+  });
+}
+
 }  // namespace
 
-std::string Quillon::AnalyseHexFile() {
-  image = {.ImageBaudRate = image.ImageBaudRate};
-  if (!FileExists(FileName.Text())) {
-    desk_.ShowBox("File not Found!", "Quillon", BoxKind::kInformation);
+std::string AnalyseHexFile(Quillon& form) {
+  form.image = {.ImageBaudRate = form.image.ImageBaudRate};
+  if (!FileExists(form.FileName.Text())) {
+    form.dialogs.ShowBox("File not Found!", "Quillon", BoxKind::kInformation);
     return "";
   }
   std::string checksum;
-  Try([&] { checksum = ChecksumText(AnalyseImage(LineReader::OfFile(FileName.Text()), image)); },
+  Try(form,
+      [&] { checksum = ChecksumText(AnalyseImage(LineReader::OfFile(form.FileName.Text()), form.image)); },
       {.addition = "\rPlease, Check your HEX file !"});
   return checksum;
 }
 
-/// The sign beside the checksum: shown while the chosen file contradicts itself, with the first fault in
-/// words.
-void Quillon::WarnOfFaults() {
-  FileWarning.SetVisible(false);
-  if (FileCheksum.Text().empty()) return;
-  Try([this] {
-    const auto fault = FirstHexFault(LineReader::OfFile(FileName.Text()));
-    FileWarning.SetToolTip(fault.value_or(""));
-    FileWarning.SetVisible(fault.has_value());
-  });
-}
-
-void Quillon::FileName_Change() {
-  if (FileName.Text().empty()) {
-    EnableDownloads(false);
-    FileCheksum.SetText("");
-    FileName.SetToolTip("");
-    FileWarning.SetVisible(false);
-    useBB.SetValue(CheckBox::kUnticked);
-    useBB.SetVisible(false);
+void FileName_Change(Quillon& form) {
+  if (form.FileName.Text().empty()) {
+    form.EnableDownloads(false);
+    form.FileCheksum.SetText("");
+    form.FileName.SetToolTip("");
+    form.FileWarning.SetVisible(false);
+    form.useBB.SetValue(CheckBox::kUnticked);
+    form.useBB.SetVisible(false);
     return;
   }
-  SetPointer(MousePointer::kHourglass);
-  const Finally pointerBack([this] { SetPointer(MousePointer::kDefault); });
-  Yield();
-  const std::string checksum = AnalyseHexFile();
-  FileCheksum.SetText(checksum.size() > kShownDigits ? checksum.substr(checksum.size() - kShownDigits)
-                                                     : checksum);
-  if (!FileCheksum.Text().empty() && !Protocol.Text().empty()) {
-    EnableDownloads(true);
-    ComLoad.SetFocus();
+  form.SetPointer(Form::MousePointer::kHourglass);
+  const Finally pointerBack([&] { form.SetPointer(Form::MousePointer::kDefault); });
+  form.run.Yield();
+  const std::string checksum = AnalyseHexFile(form);
+  form.FileCheksum.SetText(checksum.size() > kShownDigits ? checksum.substr(checksum.size() - kShownDigits)
+                                                          : checksum);
+  if (!form.FileCheksum.Text().empty() && !form.Protocol.Text().empty()) {
+    form.EnableDownloads(true);
+    form.ComLoad.SetFocus();
   }
-  Yield();
-  FileName.SetToolTip(ToolTipOf(image));
-  WarnOfFaults();
-  const bool keepsSpeed = image.ImageProduct == kKeepsSpeed;
-  useBB.SetEnabled(keepsSpeed);
-  useBB.SetValue(keepsSpeed ? CheckBox::kTicked : CheckBox::kUnticked);
+  form.run.Yield();
+  form.FileName.SetToolTip(ToolTipOf(form.image));
+  WarnOfFaults(form);
+  const bool keepsSpeed = form.image.ImageProduct == kKeepsSpeed;
+  form.useBB.SetEnabled(keepsSpeed);
+  form.useBB.SetValue(keepsSpeed ? CheckBox::kTicked : CheckBox::kUnticked);
 }
 
 }  // namespace quillon

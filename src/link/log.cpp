@@ -1,25 +1,25 @@
-// The log, "Log.txt": what was sent and received, in lines of text. It is emptied at each start and complete
-// when the program has ended; in between, lines may wait in a buffer.
+#include "link/log.h"
+
+#include "forms/run_error_box.h"
 #include "link/text_arithmetic.h"
-#include "shell/quillon.h"
 
 namespace quillon {
 
-void Quillon::OpenLog() {
-  Try([this] { log_.Open(PathInFolder(AppFolder, "Log.txt")); });
+void OpenLog(Quillon& form) {
+  Try(form, [&] { form.log.Open(PathInFolder(form.AppFolder, "Log.txt")); });
 }
 
-void Quillon::CloseLog() {
-  Try([this] { log_.Close(); });
+void CloseLog(Quillon& form) {
+  Try(form, [&] { form.log.Close(); });
 }
 
-void Quillon::Log(const std::string& line) {
-  Try([&] { log_.WriteLine(line); });
+void Log(Quillon& form, const std::string& line) {
+  Try(form, [&] { form.log.WriteLine(line); });
 }
 
-void Quillon::LogFrame(const std::string& line, const Bytes& frame) {
-  Log(line);
-  Log(ByteArrayToHex(frame));
+void LogFrame(Quillon& form, const std::string& line, const Bytes& frame) {
+  Log(form, line);
+  Log(form, ByteArrayToHex(frame));
 }
 
 }  // namespace quillon

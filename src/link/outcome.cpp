@@ -1,8 +1,4 @@
-// What became of an exchange, in two places: `Message` shows it while the run goes on, and holds a failure
-// for two seconds so that nobody misses it; the controller's row in `Info` keeps it after the run.
 #include "link/outcome.h"
-
-#include "shell/quillon.h"
 
 namespace quillon {
 namespace {
@@ -23,52 +19,53 @@ constexpr Wording kWordings[] = {
     {" : Erasing Failure", "Erasing", "Failure"},
 };
 
-}  // namespace
-
-std::string ControllerText(int y) { return "Controller " + std::to_string(y); }
-
-void Quillon::ReportFailure(int y, FailureCode code) {
-  if (code == FailureCode::kNone) {
-    ClearRow(y);
-    return;
-  }
-  const Wording& wording = kWordings[static_cast<int>(code) - 1];
-  ShowProgressPaused(ControllerText(y) + wording.status);
-  PaintRow(y, colour::kRed, true);
-  info.Ver(y).SetText(wording.version);
-  info.CkSum(y).SetText(wording.checksum);
-}
-
-void Quillon::MarkController(int y) { PaintRow(y, colour::kBlack, false); }
-
-void Quillon::PaintRow(int y, int foreColor, bool bold) {
-  for (TextBox* box : {&info.Ver(y), &info.CkSum(y)}) {
+void PaintRow(Quillon& form, int y, int foreColor, bool bold) {
+  for (TextBox* box : {&form.info.Ver(y), &form.info.CkSum(y)}) {
     box->SetForeColor(foreColor);
     box->SetFontBold(bold);
   }
 }
 
-void Quillon::ClearRow(int y) {
-  MarkController(y);
-  info.Ver(y).SetText("");
-  info.CkSum(y).SetText("");
+}  // namespace
+
+std::string ControllerText(int y) { return "Controller " + std::to_string(y); }
+
+void ReportFailure(Quillon& form, int y, FailureCode code) {
+  if (code == FailureCode::kNone) {
+    ClearRow(form, y);
+    return;
+  }
+  const Wording& wording = kWordings[static_cast<int>(code) - 1];
+  ShowProgressPaused(form, ControllerText(y) + wording.status);
+  PaintRow(form, y, colour::kRed, true);
+  form.info.Ver(y).SetText(wording.version);
+  form.info.CkSum(y).SetText(wording.checksum);
 }
 
-void Quillon::ShowProgress(const std::string& text, StatusForm form) {
-  const std::string speed = form == StatusForm::kBrief ? "" : " (Speed : " + Vitesse.Text() + " Bds)";
-  ShowStatus(message.Inquiet, text + speed + " ...");
+void MarkController(Quillon& form, int y) { PaintRow(form, y, colour::kBlack, false); }
+
+void ClearRow(Quillon& form, int y) {
+  MarkController(form, y);
+  form.info.Ver(y).SetText("");
+  form.info.CkSum(y).SetText("");
 }
 
-void Quillon::ShowProgressPaused(const std::string& text) {
-  ShowStatus(message.Stop, text + "   (Speed : " + Vitesse.Text() + " Bds) ");
-  const double end = clock_.Now() + kFailurePause;
-  while (clock_.Now() < end) YieldUntil(end);
+void ShowProgress(Quillon& form, const std::string& text, StatusForm statusForm) {
+  const std::string speed =
+      statusForm == StatusForm::kBrief ? "" : " (Speed : " + form.Vitesse.Text() + " Bds)";
+  ShowStatus(form, form.message.Inquiet, text + speed + " ...");
 }
 
-void Quillon::ShowStatus(const Picture& picture, const std::string& line) {
-  message.ShowPicture(picture);
-  message.Label1.SetText(line);
-  message.Show();
+void ShowProgressPaused(Quillon& form, const std::string& text) {
+  ShowStatus(form, form.message.Stop, text + "   (Speed : " + form.Vitesse.Text() + " Bds) ");
+  const double end = form.clock.Now() + kFailurePause;
+  while (form.clock.Now() < end) form.run.YieldUntil(end);
+}
+
+void ShowStatus(Quillon& form, const Picture& picture, const std::string& line) {
+  form.message.ShowPicture(picture);
+  form.message.Label1.SetText(line);
+  form.message.Show();
 }
 
 }  // namespace quillon

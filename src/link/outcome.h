@@ -2,11 +2,15 @@
 
 #include <string>
 
+#include "forms/quillon.h"
 #include "link/exchange.h"
 
 namespace quillon {
 
-/// What ReportFailure tells of a controller. The first four are the results of an exchange.
+// How the result of an exchange is shown: `Message` shows it during the run and displays a failure for two
+// seconds, so that nobody misses it. The controller's row in `Info` keeps it after the run.
+
+/// What ReportFailure shows of a controller. The first four are the results of an exchange.
 enum class FailureCode {
   kNone = 0,
   kNoAnswer = 1,
@@ -15,13 +19,32 @@ enum class FailureCode {
   kErasingFailure = 4,        ///< it refused to be erased or moved
 };
 
-/// A status line tells the line's speed, or is brief.
+/// A status line includes the line's speed, or is brief.
 enum class StatusForm { kWithSpeed, kBrief };
 
-/// How a failed exchange is told; kNone for one that was answered.
+/// The failure code of an exchange; kNone for one that was answered.
 inline FailureCode FailureOf(ExchangeResult result) { return static_cast<FailureCode>(result); }
 
-/// "Controller 5": how all texts name a controller.
+/// "Controller 5": the name of a controller in all texts.
 std::string ControllerText(int y);
+
+/// Shows how an exchange with controller `y` ended. kNone empties its row. The others show a status line for
+/// two seconds, then red words in the row. Raises RunError 9 for a `y` outside 0 to 31.
+void ReportFailure(Quillon& form, int y, FailureCode code);
+
+/// Shows a status line on `Message` and returns.
+void ShowProgress(Quillon& form, const std::string& text, StatusForm statusForm);
+
+/// Shows a failure on `Message` and waits two seconds, yielding. Cancel does not shorten them.
+void ShowProgressPaused(Quillon& form, const std::string& text);
+
+/// Shows `Message` with `line` as it is and one of its pictures.
+void ShowStatus(Quillon& form, const Picture& picture, const std::string& line);
+
+/// Row `y` becomes black and not bold. Its texts and backgrounds stay.
+void MarkController(Quillon& form, int y);
+
+/// As MarkController; empties the texts too.
+void ClearRow(Quillon& form, int y);
 
 }  // namespace quillon

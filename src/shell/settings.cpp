@@ -1,8 +1,11 @@
+#include "shell/settings.h"
+
 #include <functional>
 #include <string>
 
 #include "platform/conversions.h"
-#include "shell/quillon.h"
+#include "platform/run_error.h"
+#include "platform/text_file.h"
 
 namespace quillon {
 namespace {
@@ -16,52 +19,51 @@ std::string BoxLine(const CheckBox& box) {
 
 void SetBox(CheckBox& box, const std::string& line) { box.SetValue(ToInteger(line, box.Name())); }
 
-/// Of a damaged file all that is good is taken: a step that fails is skipped without a word, and the next one
-/// is taken.
+/// Executes a step and ignores its failure.
 void TrySilently(const std::function<void()>& step) {
   try {
     step();
   } catch (const RunError&) {
-    // The control keeps what it had, and the text read last stands for the line that is missing.
+    // The control keeps its value, and the line read before replaces the one that is missing.
   }
 }
 
 }  // namespace
 
-// The two procedures below are the file's format: 39 lines that are known by their place alone.
+// The two procedures below are the file's format.
 
-void Quillon::SaveConfig() {
+void SaveConfig(Quillon& form) {
   std::string text;
   const auto write = [&text](const std::string& line) { text.append(line).append(kLineEnd); };
-  write(Text1.Text());
-  write(ComPort.Text());
-  write(Vitesse.Text());
-  for (int i = 0; i < kControllers; ++i) write(BoxLine(C(i)));
-  write(Text2.Text());
-  write(Protocol.Text());
-  write(BoxLine(ChkProto));
-  write(BoxLine(RUD3));
-  ReplaceFile(PathInFolder(AppFolder, kFile), text);
+  write(form.Text1.Text());
+  write(form.ComPort.Text());
+  write(form.Vitesse.Text());
+  for (int i = 0; i < kControllers; ++i) write(BoxLine(form.C(i)));
+  write(form.Text2.Text());
+  write(form.Protocol.Text());
+  write(BoxLine(form.ChkProto));
+  write(BoxLine(form.RUD3));
+  ReplaceFile(PathInFolder(form.AppFolder, kFile), text);
 }
 
-void Quillon::ReadConfig() {
+void ReadConfig(Quillon& form) {
   std::string text;
-  TrySilently([&] { text = ReadFile(PathInFolder(AppFolder, kFile)); });
+  TrySilently([&] { text = ReadFile(PathInFolder(form.AppFolder, kFile)); });
   LineReader lines(text);
   std::string line;
   const auto read = [&](const std::function<void()>& set) {
     TrySilently([&] { line = lines.Next(); });
     TrySilently(set);
   };
-  read([&] { Text1.SetText(line); });
-  read([&] { ComPort.SetText(line); });
-  read([&] { Vitesse.SetText(line); });
-  for (int i = 0; i < kControllers; ++i) read([&] { SetBox(C(i), line); });
-  read([&] { Text2.SetText(line); });
-  read([&] { Protocol.SetText(line); });
-  read([&] { SetBox(ChkProto, line); });
-  read([&] { SetBox(RUD3, line); });
-  if (ChkProto.Ticked()) ChkProto.SetVisible(true);
+  read([&] { form.Text1.SetText(line); });
+  read([&] { form.ComPort.SetText(line); });
+  read([&] { form.Vitesse.SetText(line); });
+  for (int i = 0; i < kControllers; ++i) read([&] { SetBox(form.C(i), line); });
+  read([&] { form.Text2.SetText(line); });
+  read([&] { form.Protocol.SetText(line); });
+  read([&] { SetBox(form.ChkProto, line); });
+  read([&] { SetBox(form.RUD3, line); });
+  if (form.ChkProto.Ticked()) form.ChkProto.SetVisible(true);
 }
 
 }  // namespace quillon

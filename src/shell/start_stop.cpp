@@ -1,7 +1,17 @@
-#include <string>
+// The start and the end of the program.
+//
+// The line speaks 8 data bits, no parity, 2 stop bits: ",N,8,2" in the settings of the serial control. The
+// programming phase has a speed of its own, since an erased controller waits at the speed of its boot code.
+#include "shell/start_stop.h"
+
 #include <utility>
 
-#include "shell/quillon.h"
+#include "forms/run_error_box.h"
+#include "link/exchange.h"
+#include "link/log.h"
+#include "platform/run_error.h"
+#include "shell/settings.h"
+#include "shell/wiring.h"
 
 namespace quillon {
 namespace {
@@ -23,31 +33,32 @@ std::string DownloadSpeed(const std::string& folder) {
   }
 }
 
-void Quillon::Start() {
-  Form_Load();
-  Show();
+void Start(Quillon& form) {
+  Wire(form);
+  Form_Load(form);
+  form.Show();
 }
 
-void Quillon::Form_Load() {
-  DownloadSettings = DownloadSpeed(AppFolder) + ",N,8,2";
-  SetCaption(" Quillon version " QUILLON_VERSION);
-  for (int port = 1; port <= kPorts; ++port) ComPort.AddItem("COM " + std::to_string(port));
-  for (const char* speed : kSpeeds) Vitesse.AddItem(speed);
-  OpenLog();
-  ReadConfig();
-  Check1.SetValue(CheckBox::kTicked);
-  StartLink();
+void Form_Load(Quillon& form) {
+  form.DownloadSettings = DownloadSpeed(form.AppFolder) + ",N,8,2";
+  form.SetCaption(" Quillon version " QUILLON_VERSION);
+  for (int port = 1; port <= kPorts; ++port) form.ComPort.AddItem("COM " + std::to_string(port));
+  for (const char* speed : kSpeeds) form.Vitesse.AddItem(speed);
+  OpenLog(form);
+  ReadConfig(form);
+  form.Check1.SetValue(CheckBox::kTicked);
+  StartLink(form);
 }
 
-void Quillon::Form_Unload() {
-  if (std::exchange(ended_, true)) return;
-  CloseLog();
-  if (Check1.Ticked()) Try([this] { SaveConfig(); });
-  MSComm1.SetPortOpen(false);
-  message.Hide();
-  info.Hide();
-  Hide();
-  events_.End();
+void Form_Unload(Quillon& form) {
+  if (std::exchange(form.ended, true)) return;
+  CloseLog(form);
+  if (form.Check1.Ticked()) Try(form, [&] { SaveConfig(form); });
+  form.MSComm1.SetPortOpen(false);
+  form.message.Hide();
+  form.info.Hide();
+  form.Hide();
+  form.events.End();
 }
 
 }  // namespace quillon

@@ -1,60 +1,66 @@
-// Auto: who is on the line? Every number is asked at every speed, and its box ticked when it answers. A
-// station that is there answers at once, so the wait for each is short; on an empty line the run still takes
-// minutes.
+#include "workflows/auto_detection.h"
+
+#include <string>
+
 #include "commands/frames.h"
+#include "forms/run_error_box.h"
 #include "link/exchange.h"
+#include "link/log.h"
 #include "link/log_lines.h"
+#include "link/outcome.h"
 #include "platform/finally.h"
-#include "shell/quillon.h"
+#include "workflows/run_frame.h"
+#include "workflows/speed_search.h"
 
 namespace quillon {
 namespace {
 
 constexpr const char* kTimeOut = "50";  // milliseconds
 
+/// Ticks `i` when it answers at any speed, and unticks it when it answers at none. After Cancel its
+/// state is unknown and stays.
+void Detect(Quillon& form, int i) {
+  ResetTriedSpeeds(form);
+  do {
+    ApplySpeed(form);
+    if (form.AbortRequested) return;
+    form.FrameBuffer = FlashCheckFrame(form.ProtocolNumber(), i);
+    Log(form, kDetectionLog);
+    if (SendFrame(form, form.FrameBuffer, form.AnswerText, ShortAnswer::kIsBad) ==
+        ExchangeResult::kAnswered) {
+      form.C(i).SetValue(CheckBox::kTicked);
+      return;
+    }
+  } while (NextUntriedSpeed(form));
+  if (!form.AbortRequested) form.C(i).SetValue(CheckBox::kUnticked);
+}
+
 }  // namespace
 
-void Quillon::Auto_Click() {
-  const std::string timeOut = Text1.Text();
-  const std::string speed = Vitesse.Text();
-  // However the run ends: the settings are the operator's.
+void Auto_Click(Quillon& form) {
+  const std::string timeOut = form.Text1.Text();
+  const std::string speed = form.Vitesse.Text();
+  // However the run ends, it restores the operator's settings.
   const Finally putBack([&] {
-    Auto.SetEnabled(true);
-    Text1.SetText(timeOut);
-    if (!speed.empty()) Vitesse.SetText(speed);
+    form.Auto.SetEnabled(true);
+    form.Text1.SetText(timeOut);
+    if (!speed.empty()) form.Vitesse.SetText(speed);
   });
-  Auto.SetEnabled(false);
-  Text1.SetText(kTimeOut);
-  Yield();
-  ShowStatus(message.Jumelle, "Auto Detection in Progress  ...");
-  AbortRequested = false;
-  Try([this] {
-    SelectPort();
-    MSComm1.SetPortOpen(true);
-    ForEachController([this](int& i) {
-      Detect(i);
+  form.Auto.SetEnabled(false);
+  form.Text1.SetText(kTimeOut);
+  form.run.Yield();
+  ShowStatus(form, form.message.Jumelle, "Auto Detection in Progress  ...");
+  form.AbortRequested = false;
+  Try(form, [&] {
+    SelectPort(form);
+    form.MSComm1.SetPortOpen(true);
+    ForEachController(form, [&](int& i) {
+      Detect(form, i);
       return Next::kController;
     });
   });
-  MSComm1.SetPortOpen(false);
-  message.Unload();
-}
-
-/// Ticks `i` when it answers at any speed, and unticks it when it answers at none. After Cancel it keeps its
-/// state: nobody knows.
-void Quillon::Detect(int i) {
-  ResetTriedSpeeds();
-  do {
-    ApplySpeed();
-    if (AbortRequested) return;
-    FrameBuffer = FlashCheckFrame(ProtocolNumber(), i);
-    Log(kDetectionLog);
-    if (SendFrame(FrameBuffer, AnswerText, ShortAnswer::kIsBad) == ExchangeResult::kAnswered) {
-      C(i).SetValue(CheckBox::kTicked);
-      return;
-    }
-  } while (NextUntriedSpeed());
-  if (!AbortRequested) C(i).SetValue(CheckBox::kUnticked);
+  form.MSComm1.SetPortOpen(false);
+  form.message.Unload();
 }
 
 }  // namespace quillon

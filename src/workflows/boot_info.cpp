@@ -1,57 +1,64 @@
-// Boot Info: version and checksum of each controller's boot code.
-//
-// The boot code of some controllers knows the fixed protocol byte alone, whatever their firmware speaks.
-// After the first silence the whole run, and each later one, therefore asks with that byte; only then do the
-// other speeds get their turn.
+#include "workflows/boot_info.h"
+
 #include "commands/flash_answer.h"
+#include "commands/flash_check.h"
 #include "commands/frames.h"
+#include "forms/run_error_box.h"
+#include "link/exchange.h"
 #include "link/frame.h"
+#include "link/log.h"
 #include "link/outcome.h"
-#include "shell/quillon.h"
+#include "workflows/run_frame.h"
+#include "workflows/speed_search.h"
 
 namespace quillon {
+namespace {
 
-void Quillon::ComBoot_Click() {
-  Try(
-      [this] {
-        OpenRun(Table::kBootInfo);
-        ForEachController([this](int& i) {
-          ResetTriedSpeeds();
-          while (AskForBoot(i) == Attempt::kAgain) {
-          }
-          return Next::kController;
-        });
-        EndRun();
-      },
-      {.addition = "\r\n comBoot_Click"});
+enum class Attempt { kDone, kAgain };
+
+/// After a failed exchange: with the fixed protocol byte in `Protocol`, tries the other speeds. With any
+/// other, sends the fixed one from now on, at this speed, until an answer or Cancel.
+Attempt TryBootOtherwise(Quillon& form, int i) {
+  if (form.ProtocolNumber() != kFixedProtocol) {
+    form.BootProtocolFallback = true;
+    return Attempt::kAgain;
+  }
+  if (!NextUntriedSpeed(form)) return Attempt::kDone;
+  MarkController(form, i);
+  return Attempt::kAgain;
 }
 
-/// Asks controller `i` once, at the speed and protocol byte that stand now.
-Quillon::Attempt Quillon::AskForBoot(int i) {
-  ApplySpeed();
-  if (!TakesPart(i)) return Attempt::kDone;
-  FrameBuffer = BootCheckFrame(BootProtocolFallback ? kFixedProtocol : ProtocolNumber(), i);
-  ShowProgress(ControllerText(i) + " : Checking Boot ", StatusForm::kWithSpeed);
-  LogFrame("Message Checking BOOT", FrameBuffer);
-  const ExchangeResult result = SendFrame(FrameBuffer, AnswerText, ShortAnswer::kIsBad);
-  ReportFailure(i, FailureOf(result));
-  if (result != ExchangeResult::kAnswered) return TryBootOtherwise(i);
-  const auto facts = ReadBootAnswer(AnswerText);
+/// Asks controller `i` once, at the current speed and protocol byte.
+Attempt AskForBoot(Quillon& form, int i) {
+  ApplySpeed(form);
+  if (!TakesPart(form, i)) return Attempt::kDone;
+  form.FrameBuffer = BootCheckFrame(form.BootProtocolFallback ? kFixedProtocol : form.ProtocolNumber(), i);
+  ShowProgress(form, ControllerText(i) + " : Checking Boot ", StatusForm::kWithSpeed);
+  LogFrame(form, "Message Checking BOOT", form.FrameBuffer);
+  const ExchangeResult result = SendFrame(form, form.FrameBuffer, form.AnswerText, ShortAnswer::kIsBad);
+  ReportFailure(form, i, FailureOf(result));
+  if (result != ExchangeResult::kAnswered) return TryBootOtherwise(form, i);
+  const auto facts = ReadBootAnswer(form.AnswerText);
   if (!facts) return Attempt::kAgain;
-  FillRow(i, *facts);
+  FillRow(form, i, *facts);
   return Attempt::kDone;
 }
 
-/// After a failed exchange: with the fixed protocol byte in `Protocol`, the other speeds; with any other, the
-/// fixed one from now on, at this speed, until an answer or Cancel.
-Quillon::Attempt Quillon::TryBootOtherwise(int i) {
-  if (ProtocolNumber() != kFixedProtocol) {
-    BootProtocolFallback = true;
-    return Attempt::kAgain;
-  }
-  if (!NextUntriedSpeed()) return Attempt::kDone;
-  MarkController(i);
-  return Attempt::kAgain;
+}  // namespace
+
+void ComBoot_Click(Quillon& form) {
+  Try(form,
+      [&] {
+        OpenRun(form, Table::kBootInfo);
+        ForEachController(form, [&](int& i) {
+          ResetTriedSpeeds(form);
+          while (AskForBoot(form, i) == Attempt::kAgain) {
+          }
+          return Next::kController;
+        });
+        EndRun(form);
+      },
+      {.addition = "\r\n comBoot_Click"});
 }
 
 }  // namespace quillon

@@ -1,16 +1,20 @@
-// Flash Info: version and checksum of each ticked controller's flash.
-#include "shell/quillon.h"
+#include "workflows/flash_info.h"
+
+#include "commands/flash_check.h"
+#include "forms/run_error_box.h"
+#include "workflows/run_frame.h"
+#include "workflows/speed_search.h"
 
 namespace quillon {
 
-void Quillon::ComInfo_Click() {
-  Try([this] {
-    OpenRun(Table::kFlashInfo);
-    ForEachController([this](int& i) {
-      SearchSpeed(i, [&] { return FlashCheck(i); });
+void ComInfo_Click(Quillon& form) {
+  Try(form, [&] {
+    OpenRun(form, Table::kFlashInfo);
+    ForEachController(form, [&](int& i) {
+      SearchSpeed(form, i, [&] { return FlashCheck(form, i); });
       return Next::kController;
     });
-    EndRun();
+    EndRun(form);
   });
 }
 

@@ -1,54 +1,62 @@
-// Download (Parallel): erase each ticked controller, stream the image once to all of them, check each.
-//
-// One controller that can't be erased ends the run before the first batch. The batches are heard by all: it
-// would take them into a flash that still holds the old image.
+#include "workflows/parallel_download.h"
+
+#include "commands/flash_erase.h"
+#include "commands/flash_prog.h"
+#include "forms/run_error_box.h"
+#include "link/exchange.h"
 #include "link/outcome.h"
-#include "shell/quillon.h"
+#include "workflows/after_programming.h"
+#include "workflows/run_frame.h"
+#include "workflows/speed_search.h"
 
 namespace quillon {
+namespace {
 
-void Quillon::ComLoad_Click() {
-  Try([this] {
-    OpenRun(Table::kFlashInfo);
-    if (EraseTicked() && ProgramAll()) {
-      TakeImageProtocol();
-      TakeImageSpeed();
-      CheckTicked();
-    }
-    EndRun();
-  });
-}
-
-/// False: the run is over, cancelled or stopped by a controller that acknowledges at no speed.
-bool Quillon::EraseTicked() {
-  const Next next = ForEachController([this](int& i) {
-    const Turn turn = SearchSpeed(i, [&] {
-      ShowProgress(ControllerText(i) + " : Erasing ", StatusForm::kWithSpeed);
-      Yield();
-      FlushInput();
-      return FlashErase(i);
+/// False: the run was cancelled, or a controller acknowledged at no speed.
+bool EraseTicked(Quillon& form) {
+  const Next next = ForEachController(form, [&](int& i) {
+    const SearchResult turn = SearchSpeed(form, i, [&] {
+      ShowProgress(form, ControllerText(i) + " : Erasing ", StatusForm::kWithSpeed);
+      form.run.Yield();
+      FlushInput(form);
+      return FlashErase(form, i);
     });
-    if (turn == Turn::kDone) MarkController(i);
-    return turn == Turn::kNoSpeedLeft ? Next::kEnd : Next::kController;
+    if (turn == SearchResult::kDone) MarkController(form, i);
+    return turn == SearchResult::kNoSpeedLeft ? Next::kEnd : Next::kController;
   });
   if (next == Next::kEnd) return false;
-  FlushInput();
-  return !AbortRequested;
+  FlushInput(form);
+  return !form.AbortRequested;
 }
 
 /// False: the operator cancelled.
-bool Quillon::ProgramAll() {
-  if (!useBB.Ticked()) MSComm1.SetSettings(DownloadSettings);
-  FlashProg();
-  FlushInput();
-  return !AbortRequested;
+bool ProgramAll(Quillon& form) {
+  if (!form.useBB.Ticked()) form.MSComm1.SetSettings(form.DownloadSettings);
+  FlashProg(form);
+  FlushInput(form);
+  return !form.AbortRequested;
 }
 
-void Quillon::CheckTicked() {
-  ForEachController([this](int& i) {
-    const auto check = [&] { return CheckProgrammed(i); };
-    if (SearchSpeed(i, check, {.rowBetweenSpeeds = Search::Row::kKept}) == Turn::kDone) CompareWithFile(i);
+void CheckTicked(Quillon& form) {
+  ForEachController(form, [&](int& i) {
+    const auto check = [&] { return CheckProgrammed(form, i); };
+    if (SearchSpeed(form, i, check, {.rowBetweenSpeeds = Search::Row::kKept}) == SearchResult::kDone)
+      CompareWithFile(form, i);
     return Next::kController;
+  });
+}
+
+}  // namespace
+
+void ComLoad_Click(Quillon& form) {
+  Try(form, [&] {
+    OpenRun(form, Table::kFlashInfo);
+    if (EraseTicked(form) && ProgramAll(form)) {
+      ApplyImageProtocol(form);
+      ApplyImageSpeed(form);
+      CheckTicked(form);
+    }
+    EndRun(form);
   });
 }
 

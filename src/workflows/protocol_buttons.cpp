@@ -1,23 +1,30 @@
-// "3 -> 4" and "4 -> 3": has each ticked controller moved. One that can't be moved does not stop the run.
-#include "shell/quillon.h"
+#include "workflows/protocol_buttons.h"
+
+#include "commands/protocol_switch.h"
+#include "forms/run_error_box.h"
+#include "workflows/run_frame.h"
+#include "workflows/speed_search.h"
 
 namespace quillon {
+namespace {
 
-void Quillon::Cmd3to4_Click() { MoveTicked(&Quillon::SendP4, "Cmd3to4_Click "); }
-
-void Quillon::Cmd4to3_Click() { MoveTicked(&Quillon::Send55, "Cmd4to3_Click "); }
-
-void Quillon::MoveTicked(bool (Quillon::*command)(int& y), const char* errorTitle) {
-  Try(
+void MoveTicked(Quillon& form, bool (*command)(Quillon& form, int& y), const char* errorTitle) {
+  Try(form,
       [&] {
-        OpenRun(Table::kNone);
-        ForEachController([&](int& i) {
-          SearchSpeed(i, [&] { return (this->*command)(i); });
+        OpenRun(form, Table::kNone);
+        ForEachController(form, [&](int& i) {
+          SearchSpeed(form, i, [&] { return command(form, i); });
           return Next::kController;
         });
-        EndRun();
+        EndRun(form);
       },
       {.title = errorTitle});
 }
+
+}  // namespace
+
+void Cmd3to4_Click(Quillon& form) { MoveTicked(form, &SendP4, "Cmd3to4_Click "); }
+
+void Cmd4to3_Click(Quillon& form) { MoveTicked(form, &Send55, "Cmd4to3_Click "); }
 
 }  // namespace quillon

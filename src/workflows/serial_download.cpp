@@ -1,57 +1,64 @@
-// Download (Serial): each ticked controller erased, programmed batch by batch and checked before the next
-// one.
-//
-// A step that fails at run time shows its box, and the next step is taken: the controller that was erased a
-// moment ago must not be left empty because the status of the port could not be read once.
+#include "workflows/serial_download.h"
+
+#include "commands/flash_erase.h"
+#include "commands/flash_prog00.h"
+#include "forms/run_error_box.h"
+#include "link/exchange.h"
 #include "link/outcome.h"
-#include "shell/quillon.h"
+#include "workflows/after_programming.h"
+#include "workflows/run_frame.h"
+#include "workflows/speed_search.h"
 
 namespace quillon {
+namespace {
 
-void Quillon::ComLoad00_Click() {
-  OpenRun(Table::kFlashInfo, OnFailure::kGoOn);
-  ForEachController([this](int& i) { return C(i).Ticked() ? DownloadTo(i) : Next::kController; });
-  Try([this] { EndRun(); });
+SearchResult EraseForDownload(Quillon& form, int& i) {
+  const auto erase = [&] {
+    ShowProgress(form, ControllerText(i) + " : Erasing ", StatusForm::kWithSpeed);
+    form.run.Yield();
+    Try(form, [&] { FlushInput(form); });
+    return FlashErase(form, i);
+  };
+  return SearchSpeed(form, i, erase, {.onFailure = OnFailure::kContinue});
 }
 
-/// kController: go on with the next one. kEnd: the run is over, cancelled or stopped by a controller that
-/// acknowledges at no speed.
-Quillon::Next Quillon::DownloadTo(int& i) {
-  const Turn erased = EraseForDownload(i);
-  if (erased == Turn::kSkipped) return Next::kController;
-  if (erased == Turn::kNoSpeedLeft) return Next::kEnd;
-  MarkController(i);
-  Try([this] { FlushInput(); });
-  if (AbortRequested) return Next::kEnd;
+/// Reads back what was programmed, also after Cancel or when the controller was unticked meanwhile.
+SearchResult CheckDownload(Quillon& form, int& i) {
+  const auto check = [&] { return CheckProgrammed(form, i); };
+  return SearchSpeed(form, i, check,
+                     {.onFailure = OnFailure::kContinue, .controllers = Search::Controllers::kAny});
+}
 
-  // An erased controller waits at the download speed, unless it was told to keep the line's.
-  if (!useBB.Ticked()) Try([this] { MSComm1.SetSettings(DownloadSettings); });
+/// kEnd: the run was cancelled, or the controller acknowledged at no speed.
+Next DownloadTo(Quillon& form, int& i) {
+  const SearchResult erased = EraseForDownload(form, i);
+  if (erased == SearchResult::kSkipped) return Next::kController;
+  if (erased == SearchResult::kNoSpeedLeft) return Next::kEnd;
+  MarkController(form, i);
+  Try(form, [&] { FlushInput(form); });
+  if (form.AbortRequested) return Next::kEnd;
+
+  // An erased controller waits at the download speed, unless the erase frame told it to keep the line's.
+  if (!form.useBB.Ticked()) Try(form, [&] { form.MSComm1.SetSettings(form.DownloadSettings); });
   int y = i;  // the programming must not move the current controller
-  FlashProg00(y);
-  Try([this] { FlushInput(); });
-  if (AbortRequested) return Next::kEnd;
+  FlashProg00(form, y);
+  Try(form, [&] { FlushInput(form); });
+  if (form.AbortRequested) return Next::kEnd;
 
-  // From here on it runs the new firmware, which answers as the image says.
-  TakeImageProtocol();
-  Try([this] { TakeImageSpeed(); });
-  if (CheckDownload(i) == Turn::kDone) CompareWithFile(i);
+  // From here on it executes the new firmware, which answers as the image says.
+  ApplyImageProtocol(form);
+  Try(form, [&] { ApplyImageSpeed(form); });
+  if (CheckDownload(form, i) == SearchResult::kDone) CompareWithFile(form, i);
   return Next::kController;
 }
 
-Quillon::Turn Quillon::EraseForDownload(int& i) {
-  const auto erase = [&] {
-    ShowProgress(ControllerText(i) + " : Erasing ", StatusForm::kWithSpeed);
-    Yield();
-    Try([this] { FlushInput(); });
-    return FlashErase(i);
-  };
-  return SearchSpeed(i, erase, {.onFailure = OnFailure::kGoOn});
-}
+}  // namespace
 
-/// What was programmed is read back, whatever the operator cancels or unticks meanwhile.
-Quillon::Turn Quillon::CheckDownload(int& i) {
-  const auto check = [&] { return CheckProgrammed(i); };
-  return SearchSpeed(i, check, {.onFailure = OnFailure::kGoOn, .takers = Search::Takers::kAny});
+void ComLoad00_Click(Quillon& form) {
+  OpenRun(form, Table::kFlashInfo, OnFailure::kContinue);
+  ForEachController(form,
+                    [&](int& i) { return form.C(i).Ticked() ? DownloadTo(form, i) : Next::kController; });
+  Try(form, [&] { EndRun(form); });
 }
 
 }  // namespace quillon

@@ -1,64 +1,49 @@
-// The search for a controller's speed.
-//
-// Nobody knows at which speed a controller listens: a new one has its factory's, a programmed one its
-// image's. One that is addressed at a wrong speed hears noise and stays silent. So a command that failed is
-// tried again at the other speeds. The search begins at the speed that stands in `Vitesse`: controllers on
-// one line mostly share theirs, and the last one found is the best guess for the next.
-#include "shell/quillon.h"
+#include "workflows/speed_search.h"
+
+#include <string>
+
+#include "link/outcome.h"
 
 namespace quillon {
 namespace {
-
-constexpr int kFirstBoxTop = 840;
-constexpr int kBoxPitch = 180;
 
 /// The speed that a tried-speed box stands for: "V9600" is "9600".
 std::string SpeedOf(const CheckBox& box) { return box.Caption().substr(1); }
 
 }  // namespace
 
-/// One hidden box for each speed, `V4800` to `V38400`: ticked when the current controller was tried at it.
-void Quillon::AddTriedSpeedBoxes() {
-  int top = kFirstBoxTop;
-  for (const char* speed : kSpeeds) {
-    const std::string name = std::string("V") + speed;
-    triedSpeeds_.emplace_back(*this, name, Place{6285, top, 855, 195},
-                              Design{.text = name, .visible = false});
-    top += kBoxPitch;
-  }
+void ResetTriedSpeeds(Quillon& form) {
+  for (CheckBox& box : form.triedSpeeds) box.SetValue(CheckBox::kUnticked);
 }
 
-void Quillon::ResetTriedSpeeds() {
-  for (CheckBox& box : triedSpeeds_) box.SetValue(CheckBox::kUnticked);
-}
-
-void Quillon::ApplySpeed() {
-  const std::string& speed = Vitesse.Text();
-  // Ticked first: a search on a line that fails must come to its end too.
-  for (CheckBox& box : triedSpeeds_) {
+void ApplySpeed(Quillon& form) {
+  const std::string& speed = form.Vitesse.Text();
+  // Ticked first, so that a search on a line that fails comes to its end too.
+  for (CheckBox& box : form.triedSpeeds) {
     if (SpeedOf(box) == speed) box.SetValue(CheckBox::kTicked);
   }
-  MSComm1.SetSettings(speed + ",N,8,2");
+  form.MSComm1.SetSettings(speed + ",N,8,2");
 }
 
-bool Quillon::NextUntriedSpeed() {
-  for (const CheckBox& box : triedSpeeds_) {
+bool NextUntriedSpeed(Quillon& form) {
+  for (const CheckBox& box : form.triedSpeeds) {
     if (box.Ticked()) continue;
-    Vitesse.SetText(SpeedOf(box));
+    form.Vitesse.SetText(SpeedOf(box));
     return true;
   }
   return false;
 }
 
-bool Quillon::TakesPart(int i) const { return C(i).Ticked() && !AbortRequested; }
+bool TakesPart(const Quillon& form, int i) { return form.C(i).Ticked() && !form.AbortRequested; }
 
-Quillon::Turn Quillon::SearchSpeed(int i, const std::function<bool()>& command, const Search& search) {
-  for (ResetTriedSpeeds();;) {
-    TakeStep(search.onFailure, [this] { ApplySpeed(); });
-    if (search.takers == Search::Takers::kTicked && !TakesPart(i)) return Turn::kSkipped;
-    if (command()) return Turn::kDone;
-    if (!NextUntriedSpeed()) return Turn::kNoSpeedLeft;
-    if (search.rowBetweenSpeeds == Search::Row::kMarked) MarkController(i);
+SearchResult SearchSpeed(Quillon& form, int i, const std::function<bool()>& command, const Search& search) {
+  for (ResetTriedSpeeds(form);;) {
+    RunStep(form, search.onFailure, [&] { ApplySpeed(form); });
+    if (search.controllers == Search::Controllers::kTicked && !TakesPart(form, i))
+      return SearchResult::kSkipped;
+    if (command()) return SearchResult::kDone;
+    if (!NextUntriedSpeed(form)) return SearchResult::kNoSpeedLeft;
+    if (search.rowBetweenSpeeds == Search::Row::kMarked) MarkController(form, i);
   }
 }
 

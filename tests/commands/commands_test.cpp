@@ -2,28 +2,33 @@
 #include <gtest/gtest.h>
 
 #include "commands/command_bench.h"
+#include "commands/flash_check.h"
+#include "commands/flash_erase.h"
+#include "commands/flash_prog.h"
+#include "commands/flash_prog00.h"
+#include "commands/protocol_switch.h"
 
 namespace quillon::test {
 namespace {
 
 TEST(CommandFrame, GoesOutToTheByteAfterItsLineInTheLog) {
   const struct {
-    bool (Quillon::*command)(int&);
+    bool (*command)(Quillon&, int&);
     int number;
     const char* protocol;  // the text of the box
     bool keepSpeed;
     const char* frame;
     const char* log;
   } kCases[] = {
-      {&Quillon::FlashCheck, 0, "63", false, "40000173135904", "Message : $73  - Checking Flash"},
-      {&Quillon::FlashCheck, 5, "4", false, "050501732A7004", "Message : $73  - Checking Flash"},
-      {&Quillon::FlashCheck, 5, "255", false, "00050173963504", "Message : $73  - Checking Flash"},
-      {&Quillon::FlashErase, 2, "63", false, "4002047455AAF0FFBA04", "Message : $74"},
-      {&Quillon::FlashErase, 2, "63", true, "4002047455BBF0CFF804", "Message : $74"},
-      {&Quillon::FlashErase, 5, "4", false, "0505047455AAF093B004", "Message : $74"},
-      {&Quillon::SendP4, 0, "63", false, "401E703430303A342F", "Message : p4 => RUD3"},
-      {&Quillon::SendP4, 31, "4", false, "403D703430303A342F", "Message : p4 => RUD3"},
-      {&Quillon::Send55, 5, "4", false, "40050155BC0D04", "Message : Cmd 55 to return to RUD3"},
+      {&FlashCheck, 0, "63", false, "40000173135904", "Message : $73  - Checking Flash"},
+      {&FlashCheck, 5, "4", false, "050501732A7004", "Message : $73  - Checking Flash"},
+      {&FlashCheck, 5, "255", false, "00050173963504", "Message : $73  - Checking Flash"},
+      {&FlashErase, 2, "63", false, "4002047455AAF0FFBA04", "Message : $74"},
+      {&FlashErase, 2, "63", true, "4002047455BBF0CFF804", "Message : $74"},
+      {&FlashErase, 5, "4", false, "0505047455AAF093B004", "Message : $74"},
+      {&SendP4, 0, "63", false, "401E703430303A342F", "Message : p4 => RUD3"},
+      {&SendP4, 31, "4", false, "403D703430303A342F", "Message : p4 => RUD3"},
+      {&Send55, 5, "4", false, "40050155BC0D04", "Message : Cmd 55 to return to RUD3"},
   };
   for (const auto& c : kCases) {
     CommandBench bench;
@@ -31,7 +36,7 @@ TEST(CommandFrame, GoesOutToTheByteAfterItsLineInTheLog) {
     bench.tool.useBB.SetValue(c.keepSpeed);
     bench.tool.AbortRequested = true;  // so that each goes out once
     int y = c.number;
-    (bench.tool.*c.command)(y);
+    c.command(bench.tool, y);
     EXPECT_EQ(bench.Sent(), std::vector{std::string("9600 ") + c.frame});
     EXPECT_EQ(bench.EndAndReadLog().front(), c.log);
   }
@@ -64,12 +69,12 @@ TEST_P(Outcome, FillsTheRowAndTheLog) {
   EXPECT_EQ(bench.EndAndReadLog().back(), GetParam().lastLog);
 }
 
-constexpr Command kErase = [](Quillon& tool, int y) { tool.FlashErase(y); };
-constexpr Command kTo3 = [](Quillon& tool, int y) { tool.Send55(y); };
-constexpr Command kTo4 = [](Quillon& tool, int y) { tool.SendP4(y); };
-constexpr Command kCheck = [](Quillon& tool, int y) { tool.FlashCheck(y); };
-constexpr Command kAll = [](Quillon& tool, int) { tool.FlashProg(); };
-constexpr Command kOwn = [](Quillon& tool, int y) { tool.FlashProg00(y); };
+constexpr Command kErase = [](Quillon& tool, int y) { FlashErase(tool, y); };
+constexpr Command kTo3 = [](Quillon& tool, int y) { Send55(tool, y); };
+constexpr Command kTo4 = [](Quillon& tool, int y) { SendP4(tool, y); };
+constexpr Command kCheck = [](Quillon& tool, int y) { FlashCheck(tool, y); };
+constexpr Command kAll = [](Quillon& tool, int) { FlashProg(tool); };
+constexpr Command kOwn = [](Quillon& tool, int y) { FlashProg00(tool, y); };
 const char* const k61 = "Answer : 61";
 const char* const kOk = "Communication OK  - CRC checked";
 const char* const kFalse = "Communication Error - CRC false 3 time";

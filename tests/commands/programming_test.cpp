@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "commands/command_bench.h"
+#include "commands/flash_prog.h"
+#include "commands/flash_prog00.h"
 #include "commands/frames.h"
 
 namespace quillon::test {
@@ -27,7 +29,7 @@ TEST(FlashProg00, LogsTheBatchesAndTheChecksum) {
   bench.Answer({kRefuses, kAccepts});
   bench.CancelWhen("Sending full");
   int y = 5;
-  bench.tool.FlashProg00(y);
+  FlashProg00(bench.tool, y);
   EXPECT_EQ(bench.EndAndReadLog(),
             (Lines{"******** PROGRAMMATION DU CTRL 5 **********", "Message : $75 - Programmation Batch 1",
                    "40 05 0A 75 AA 55 10 00 00 01 02 03 04 05 C9 04 ",
@@ -45,7 +47,7 @@ TEST(FlashProg, PausesAfterEachBatch) {
   for (const auto& c : kCases) {
     CommandBench bench;
     bench.tool.Text2.SetText(c.delay);
-    bench.tool.FlashProg();
+    FlashProg(bench.tool);
     const auto pause = bench.world.sent[1].at - bench.world.sent[0].at;
     EXPECT_EQ(std::chrono::floor<std::chrono::milliseconds>(pause), c.between) << c.delay;
     EXPECT_EQ(bench.world.boxes.size(), c.boxes);
@@ -59,14 +61,14 @@ TEST(FlashProg, NothingHappensInThePause) {
   bench.tool.Text2.SetText("1000");
   Nanoseconds acted{};
   bench.world.At(500ms, [&] { acted = bench.world.Time(); });
-  bench.tool.FlashProg();
+  FlashProg(bench.tool);
   EXPECT_GE(acted, 1000ms);
 }
 
 TEST(FlashProg, ABatchThatFitsNoFrameIsLeftOut) {
   CommandBench bench;
   bench.ChooseHex({HexRecord(0, Bytes(255, 1)), HexRecord(0x1000, Bytes(1, 2)), ":00000001FF"}, "long.hex");
-  bench.tool.FlashProg();
+  FlashProg(bench.tool);
   ASSERT_EQ(bench.BoxNumbers(), std::vector<int>{6});
   EXPECT_EQ(
       bench.world.boxes[0].text,
@@ -82,7 +84,7 @@ TEST(FlashProg, GoesOnWhereAStepFails) {
   bench.world.beforeOperation = [&] {
     if (bench.world.sent.size() == 1 && failures-- > 0) throw RunError(RunError::kDeviceFailed, "gone");
   };
-  bench.tool.FlashProg();
+  FlashProg(bench.tool);
   EXPECT_EQ(bench.BoxNumbers(), (std::vector<int>{8020, 8020, 8020}))
       << "the second batch, the flush, one sum";
   EXPECT_EQ(bench.Sent().size(), 4u) << "the other sum goes out, three times";
@@ -92,7 +94,7 @@ TEST(FlashProg, AFileThatWentAwayConfirmsZeros) {
   CommandBench bench;
   bench.Tick({3});
   std::remove(bench.tool.FileName.Text().c_str());
-  bench.tool.FlashProg();
+  FlashProg(bench.tool);
   EXPECT_EQ(bench.BoxNumbers(), (std::vector<int>{53, 0}));
   EXPECT_EQ(bench.Sent(), Lines(3, "9600 40030775AA550F000000E02104"));
 }
@@ -101,7 +103,7 @@ TEST(FlashProg00, ARunFailureEndsThePassAfterOneBox) {
   CommandBench bench;
   bench.tool.Text1.SetText("soon");
   int y = 5;
-  bench.tool.FlashProg00(y);
+  FlashProg00(bench.tool, y);
   EXPECT_EQ(bench.BoxNumbers(), std::vector<int>{13});
   EXPECT_TRUE(bench.tool.message.Visible()) << "the caller closes it";
 }

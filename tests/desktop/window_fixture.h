@@ -12,7 +12,8 @@
 #include "desktop/desktop_events.h"
 #include "desktop/form_window.h"
 #include "desktop/serial_port.h"
-#include "shell/quillon.h"
+#include "forms/quillon.h"
+#include "shell/start_stop.h"
 
 namespace quillon {
 
@@ -20,7 +21,7 @@ namespace quillon {
 class WindowTest : public testing::Test {
  protected:
   WindowTest() {
-    quillon.Start();
+    Start(quillon);
     quillon.info.Show();
     quillon.message.Show();
   }

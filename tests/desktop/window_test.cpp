@@ -346,7 +346,7 @@ TEST_F(WindowTest, AStatusLineComesToTheFrontAndLeavesTheKeyboardWhereItIs) {
   EXPECT_TRUE(Window(quillon.message)->testAttribute(Qt::WA_ShowWithoutActivating));
   Window(quillon)->activateWindow();
   Drawn(quillon, quillon.Text2)->setFocus();
-  quillon.ShowProgress("Controller 5 : Erasing", StatusForm::kBrief);
+  ShowProgress(quillon, "Controller 5 : Erasing", StatusForm::kBrief);
   clock.SleepUntil(clock.Now() + 0.01);
   events.Yield();
   EXPECT_EQ(raised.count, 1);

@@ -51,7 +51,7 @@ class OpenLine : public Bench {
   std::string answer = "before";
 
   ExchangeResult Send(ShortAnswer shortAnswer = ShortAnswer::kIsBad) {
-    return tool.SendFrame(kFrame, answer, shortAnswer);
+    return SendFrame(tool, kFrame, answer, shortAnswer);
   }
 };
 

@@ -26,7 +26,7 @@ TEST(FailureReport, StandsTwoSecondsThenTurnsTheRowRed) {
       during = bench.tool.message.Label1.Text() + "|" + bench.Row(expected.y);
       EXPECT_TRUE(bench.tool.message.Stop.Visible());
     });
-    bench.tool.ReportFailure(expected.y, static_cast<FailureCode>(++code));
+    ReportFailure(bench.tool, expected.y, static_cast<FailureCode>(++code));
     EXPECT_EQ(during, std::string(expected.status) + "| ");
     EXPECT_EQ(bench.world.Time(), 2000ms);
     EXPECT_EQ(bench.Row(expected.y), expected.row);
@@ -39,11 +39,11 @@ TEST(FailureReport, StandsTwoSecondsThenTurnsTheRowRed) {
 TEST(FailureReport, OfNoFailureEmptiesTheRowButForItsBackground) {
   Bench bench;
   for (const int y : {-1, 32}) {
-    EXPECT_EQ(FailureNumber([&] { bench.tool.ReportFailure(y, FailureCode::kNone); }), 9) << y;
+    EXPECT_EQ(FailureNumber([&] { ReportFailure(bench.tool, y, FailureCode::kNone); }), 9) << y;
   }
-  bench.tool.ReportFailure(5, FailureCode::kCommunicationError);
+  ReportFailure(bench.tool, 5, FailureCode::kCommunicationError);
   bench.tool.info.CkSum(5).SetBackColor(colour::kRed);
-  bench.tool.ReportFailure(5, FailureCode::kNone);
+  ReportFailure(bench.tool, 5, FailureCode::kNone);
   EXPECT_EQ(bench.Row(5), " ");
   EXPECT_FALSE(bench.tool.info.Ver(5).FontBold() || bench.tool.info.CkSum(5).FontBold());
   EXPECT_EQ(bench.tool.info.CkSum(5).BackColor(), colour::kRed);
@@ -53,7 +53,7 @@ TEST(FailureReport, OfNoFailureEmptiesTheRowButForItsBackground) {
 TEST(FailureReport, KeepsItsPauseAndItsWordsWhenCancelledInIt) {
   Bench bench;
   bench.CancelAt(500ms);
-  bench.tool.ReportFailure(5, FailureCode::kNoAnswer);
+  ReportFailure(bench.tool, 5, FailureCode::kNoAnswer);
   EXPECT_FALSE(bench.tool.message.Visible());
   EXPECT_EQ(bench.world.Time(), 2000ms);
   EXPECT_EQ(bench.Row(5), "No Answer red");
@@ -63,10 +63,10 @@ TEST(Progress, TellsTheSpeedUnlessBriefAndHoldsNobody) {
   Bench bench;
   bench.tool.Vitesse.SetText("38400");
   bench.tool.message.ShowPicture(bench.tool.message.Jumelle);
-  bench.tool.ShowProgress("Controller 7 : Erasing", StatusForm::kWithSpeed);
+  ShowProgress(bench.tool, "Controller 7 : Erasing", StatusForm::kWithSpeed);
   EXPECT_EQ(bench.tool.message.Label1.Text(), "Controller 7 : Erasing (Speed : 38400 Bds) ...");
   EXPECT_TRUE(bench.tool.message.Inquiet.Visible() && !bench.tool.message.Jumelle.Visible());
-  bench.tool.ShowProgress("Controller 7 : Erasing", StatusForm::kBrief);
+  ShowProgress(bench.tool, "Controller 7 : Erasing", StatusForm::kBrief);
   EXPECT_EQ(bench.tool.message.Label1.Text(), "Controller 7 : Erasing ...");
   EXPECT_EQ(bench.world.Time(), 0ms);
 }

@@ -6,6 +6,8 @@
 #include <iterator>
 #include <memory>
 
+#include "link/log.h"
+#include "shell/start_stop.h"
 #include "support/bench.h"
 #ifndef _WIN32
 #include "support/without_rights.h"
@@ -31,7 +33,7 @@ class FreshStart {
   /// Starts the program; one that was started before is gone.
   Quillon& Start() {
     tool_ = std::make_unique<Quillon>(world.AsComputer());
-    tool_->Start();
+    quillon::Start(*tool_);
     return *tool_;
   }
 
@@ -76,7 +78,7 @@ TEST(Log, ThatCannotBeCreatedShowsOneBoxAndTheToolWorksWithout) {
   FreshStart start;
   start.MakeFolder("Log.txt");
   Quillon& tool = start.Start();
-  tool.Log("lost");
+  Log(tool, "lost");
   tool.ComClose.Press();
   ASSERT_EQ(start.world.boxes.size(), 1u);
   EXPECT_THAT(start.world.boxes[0].text, testing::MatchesRegex("Error #  75\r.*Log.txt.*"));
@@ -208,7 +210,7 @@ TEST(Stop, CompletesTheLogSavesSettingsAndClosesThePortOnce) {
   Bench bench;
   for (Form* form : std::initializer_list<Form*>{&bench.tool, &bench.tool.info, &bench.tool.message})
     form->Show();
-  bench.tool.Log("of today");
+  Log(bench.tool, "of today");
   bench.tool.MSComm1.SetPortOpen(true);
   bench.tool.Close();
   EXPECT_TRUE(bench.world.ended);

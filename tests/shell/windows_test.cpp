@@ -91,7 +91,7 @@ TEST(MessageWindow, TakesAnyWayOfClosingItAsCancel) {
   Bench bench;
   for (const bool byButton : {true, false}) {
     bench.tool.AbortRequested = false;
-    bench.tool.ShowProgressPaused("Controller 5 : No Answer");
+    ShowProgressPaused(bench.tool, "Controller 5 : No Answer");
     byButton ? bench.tool.message.Command1.Press() : bench.tool.message.Close();
     EXPECT_TRUE(bench.tool.AbortRequested);
     EXPECT_FALSE(bench.tool.message.Visible());
@@ -110,7 +110,7 @@ TEST(InfoWindow, ClosedLosesItsContents) {
     EXPECT_FALSE(bench.tool.info.Visible());
     EXPECT_EQ(bench.tool.info.Caption(), "Flash Info");
     EXPECT_EQ(bench.Row(31), " ");
-    bench.tool.ReportFailure(31, FailureCode::kNoAnswer);
+    ReportFailure(bench.tool, 31, FailureCode::kNoAnswer);
     EXPECT_FALSE(bench.tool.info.Visible()) << "writing to a row does not open it again";
     EXPECT_EQ(bench.tool.info.CkSum(31).BackColor(), colour::kWhite);
   }

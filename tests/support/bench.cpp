@@ -1,4 +1,6 @@
 #include "support/bench.h"
+#include "shell/start_stop.h"
+#include "shell/wiring.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -9,7 +11,8 @@ namespace quillon::test {
 
 Bench::Bench(const std::string& logDevice) : tool(world.AsComputer()) {
   if (!logDevice.empty()) std::filesystem::create_symlink(logDevice, world.folder + "Log.txt");
-  tool.Form_Load();
+  Wire(tool);
+  Form_Load(tool);
   tool.Text1.SetText("500");
   tool.Text2.SetText("10");
   tool.ComPort.SetText("COM 1");

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "shell/quillon.h"
+#include "forms/quillon.h"
 #include "support/world.h"
 
 namespace quillon::test {

@@ -118,7 +118,7 @@ TEST(Interruption, OfAnEarlierRunIsForgottenWithItsRedRows) {
   for (const Button button : kRuns) {
     InterruptedBench bench(button);
     SCOPED_TRACE((bench.tool.*button).Name());
-    for (const int y : {0, 31}) bench.tool.ReportFailure(y, FailureCode::kNoAnswer);
+    for (const int y : {0, 31}) ReportFailure(bench.tool, y, FailureCode::kNoAnswer);
     bench.tool.AbortRequested = true;
     bench.Press(button);
     EXPECT_GT(bench.world.sent.size(), 1u);

@@ -4,9 +4,9 @@
 #include <span>
 
 #include "commands/frames.h"
+#include "forms/quillon.h"
 #include "link/exchange.h"
 #include "link/text_arithmetic.h"
-#include "shell/quillon.h"
 
 namespace quillon {
 namespace {

@@ -5,11 +5,11 @@
 #include <iterator>
 #include <optional>
 
+#include "forms/quillon.h"
 #include "link/exchange.h"
 #include "link/log_lines.h"
 #include "link/text_arithmetic.h"
 #include "platform/text_file.h"
-#include "shell/quillon.h"
 
 namespace quillon {
 namespace {

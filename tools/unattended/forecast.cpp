@@ -7,10 +7,10 @@
 #include <utility>
 
 #include "commands/frames.h"
+#include "forms/quillon.h"
 #include "image/analyse_image.h"
 #include "image/batch_reader.h"
 #include "link/exchange.h"
-#include "shell/quillon.h"
 
 namespace quillon {
 namespace {

@@ -4,8 +4,9 @@
 #include <QMessageBox>
 #include <utility>
 
+#include "forms/quillon.h"
 #include "platform/run_error.h"
-#include "shell/quillon.h"
+#include "shell/start_stop.h"
 #include "unattended/console.h"
 
 namespace quillon {

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <iterator>
 
-#include "shell/quillon.h"
+#include "forms/quillon.h"
 
 namespace quillon {
 namespace {

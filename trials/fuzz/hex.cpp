@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "commands/flash_prog.h"
+#include "commands/flash_prog00.h"
 #include "image/analyse_image.h"
 #include "image/hex_faults.h"
 #include "support/bench.h"
@@ -58,12 +60,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (FirstHexFault(LineReader(text)).has_value() != bench.tool.FileWarning.Visible()) std::abort();
 
   bench.tool.MSComm1.SetPortOpen(true);
-  bench.tool.FlashProg();
+  FlashProg(bench.tool);
   HoldBatches(bench.world.sent);
   const auto toAll = std::exchange(bench.world.sent, {});
   int y = 5;
   bench.world.script.assign(toAll.size() + 1, {{test::Nanoseconds(0), test::FromHex("40050161CADA04")}});
-  bench.tool.FlashProg00(y);
+  FlashProg00(bench.tool, y);
   HoldBatches(bench.world.sent);
   HoldPayloads(toAll, bench.world.sent);
   return 0;

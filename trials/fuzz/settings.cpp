@@ -6,7 +6,8 @@
 #include <iterator>
 #include <sstream>
 
-#include "shell/quillon.h"
+#include "forms/quillon.h"
+#include "shell/start_stop.h"
 #include "support/world.h"
 
 using namespace quillon;
@@ -18,7 +19,7 @@ constexpr std::ptrdiff_t kLines = 39;
 std::string SavedAfterStart(test::World& world) {
   {
     Quillon tool(world.AsComputer());
-    tool.Start();
+    Start(tool);
     tool.ComClose.Press();
   }
   std::ifstream file(world.folder + "Quillon.cfg", std::ios::binary);

@@ -12,6 +12,7 @@
 
 #include "live_memory.h"
 #include "session.h"
+#include "shell/start_stop.h"
 
 namespace {
 
@@ -143,7 +144,7 @@ bool ManyRunsGrow() {
   scenario.line = {.downloadBaud = scenario.line.downloadBaud};
   scenario.controllers = {{.number = 3, .protocol3 = true}, {.number = 5, .protocol3 = true}};
   Session session(scenario);
-  session.tool.Start();
+  Start(session.tool);
   session.Choose("a.hex");
   session.tool.NONE.Press();
   session.tool.Text1.SetText("50");

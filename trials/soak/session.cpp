@@ -5,6 +5,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "shell/start_stop.h"
+
 namespace quillon::soak {
 namespace {
 
@@ -51,7 +53,7 @@ Session::Session(const Scenario& scenario)
 }
 
 std::string Session::Play() {
-  tool.Start();
+  Start(tool);
   NoteChoices();
   ArmNext();
   EndAtLast();
@@ -340,7 +342,7 @@ void Session::LookAfterEnd() {
     return;
   }
   Quillon again(world.AsComputer());
-  again.Start();
+  Start(again);
   const auto settings = [](Quillon& program) {
     std::vector<std::string> all = {program.Text1.Text(), program.Text2.Text(), program.Protocol.Text(),
                                     program.ComPort.Text(), program.Vitesse.Text()};

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "faults/witness.h"
-#include "shell/quillon.h"
+#include "forms/quillon.h"
 #include "support/world.h"
 
 namespace quillon::soak {

@@ -1,4 +1,4 @@
-#include "shell/info.h"
+#include "forms/info.h"
 
 #include <string>
 

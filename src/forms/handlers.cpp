@@ -1,4 +1,5 @@
-#include "shell/quillon.h"
+// The small handlers of the main window: each reacts to one control and changes a few others.
+#include "forms/quillon.h"
 
 namespace quillon {
 
@@ -29,7 +30,7 @@ void Quillon::NONE_Click() {
 }
 
 void Quillon::Command1_Click() {
-  const std::string chosen = desk_.ChooseFile("Select a Hex file", "Hexadecimal Files (*.hex)|*.hex");
+  const std::string chosen = dialogs.ChooseFile("Select a Hex file", "Hexadecimal Files (*.hex)|*.hex");
   if (!chosen.empty()) FileName.SetText(chosen);
 }
 
@@ -42,7 +43,7 @@ void Quillon::ComClose_Click() { Close(); }
 void Quillon::MessageCommand1_Click() {
   AbortRequested = true;
   message.Unload();
-  desk_.AnswerBox();  // the run must get to its end, and a line that fails shows a box per batch
+  dialogs.AnswerBox();  // the run must get to its end, and a line that fails shows a box per batch
 }
 
 }  // namespace quillon

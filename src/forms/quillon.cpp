@@ -1,4 +1,4 @@
-#include "shell/quillon.h"
+#include "forms/quillon.h"
 
 #include "platform/conversions.h"
 
@@ -13,6 +13,8 @@ constexpr int kBoxHeight = 195;
 constexpr int kBoxRowTops[] = {1200, 1920};
 constexpr int kNumberDrop = 240;  // from a box's top to the number under it
 constexpr int kNumberWidth = 375;
+constexpr int kFirstSpeedBoxTop = 840;
+constexpr int kSpeedBoxPitch = 180;
 constexpr int kMainWidth = 9195;
 constexpr int kMainHeight = 5400;
 
@@ -24,13 +26,13 @@ Quillon::Quillon(const Computer& computer)
       info(computer.screen),
       message(computer.screen, *this),
       AppFolder(computer.programFolder),
-      clock_(computer.clock),
-      events_(computer.events),
-      desk_(computer.desk) {
+      run(computer.events),
+      clock(computer.clock),
+      events(computer.events),
+      dialogs(computer.desk) {
   AddTriedSpeedBoxes();
   AddFrameLabels();
   AddControllerBoxes();
-  Wire();
 }
 
 void Quillon::AddFrameLabels() {
@@ -51,6 +53,16 @@ void Quillon::AddControllerBoxes() {
     numbers_.Add(Frame1, "Number",
                  {left + (kBoxWidth - kNumberWidth) / 2, top + kNumberDrop, kNumberWidth, 195},
                  {.text = std::to_string(number), .centred = true});
+  }
+}
+
+/// One hidden box for each speed, `V4800` to `V38400`.
+void Quillon::AddTriedSpeedBoxes() {
+  int top = kFirstSpeedBoxTop;
+  for (const char* speed : kSpeeds) {
+    const std::string name = std::string("V") + speed;
+    triedSpeeds.emplace_back(*this, name, Place{6285, top, 855, 195}, Design{.text = name, .visible = false});
+    top += kSpeedBoxPitch;
   }
 }
 

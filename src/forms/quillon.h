@@ -1,0 +1,154 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <string>
+
+#include "forms/image_facts.h"
+#include "forms/info.h"
+#include "forms/message.h"
+#include "forms/run_control.h"
+#include "platform/computer.h"
+#include "platform/controls.h"
+#include "platform/serial_control.h"
+#include "platform/text_file.h"
+
+namespace quillon {
+
+inline constexpr int kControllers = 32;  ///< numbers 0 to 31
+
+/// The speeds of the line in bits per second, in ascending order. The list of `Vitesse`, the boxes of the
+/// tried speeds and the speed search all follow this one.
+inline constexpr const char* kSpeeds[] = {"4800", "9600", "19200", "38400"};
+
+/// The main window and the state of the program: its controls are the settings, and the variables below them
+/// are all that the procedures share. What the program does is in free procedures that receive this form;
+/// only the small handlers of the form's own controls are methods. One object is one program.
+class Quillon final : public Form {
+ public:
+  /// A program at rest: nothing is read, shown or wired.
+  explicit Quillon(const Computer& computer);
+
+  // Controls, in the order of the Tab key: the left part from top to bottom, then the column on the right.
+
+  // Controls: the choice of a file.
+  Label Label3{*this, "Label3", {360, 480, 1245, 195}, {.text = "File to download :"}};
+  TextBox FileName{
+      *this, "FileName", {360, 765, 3015, 300}, {.readOnly = true, .accessibleName = "File to download"}};
+  CommandButton Command1{*this, "Command1", {3480, 765, 1455, 300}, {.text = "&Browse ..."}};
+  Label Label4{*this, "Label4", {360, 1200, 945, 195}, {.text = "File Cheksum"}};
+  TextBox FileCheksum{
+      *this,
+      "FileCheksum",
+      {360, 1440, 1335, 300},
+      {.enabled = false, .readOnly = true, .centred = true, .accessibleName = "File Cheksum"}};
+  Picture FileWarning{*this,
+                      "FileWarning",
+                      {1750, 1470, 240, 240},
+                      {.visible = false, .accessibleName = "Warning about the file", .picture = "warning"}};
+  CheckBox useBB{*this,
+                 "useBB",
+                 {2040, 1493, 5295, 195},
+                 {.text = "Keep the existing baud rate for firmware download (ORVA only)", .enabled = false}};
+
+  // Controls: the protocol switches.
+  CommandButton Cmd3to4{*this, "Cmd3to4", {5760, 120, 855, 255}, {.text = "3 -> 4", .visible = false}};
+  CommandButton Cmd4to3{*this, "Cmd4to3", {5760, 480, 855, 255}, {.text = "4 -> 3", .visible = false}};
+
+  // Controls: the line and the controllers, in their frame.
+  Frame Frame1{*this, "Frame1", {120, 2280, 7815, 2655}, {.text = "  Controllers Selection  "}};
+  ControlArray<Label> Label39;
+  /// Time-out of an exchange, in milliseconds.
+  TextBox Text1{Frame1, "Text1", {300, 495, 615, 285}, {.centred = true, .accessibleName = "Time Out"}};
+  /// Delay after each batch of a parallel download, in milliseconds.
+  TextBox Text2{
+      Frame1, "Text2", {1575, 495, 615, 285}, {.centred = true, .accessibleName = "Parallel Waiting Delay"}};
+  Label Label5{Frame1, "Label5", {3240, 240, 1215, 195}, {.text = "Com Port:"}};
+  ComboBox ComPort{Frame1, "ComPort", {3240, 480, 1215, 315}, {.accessibleName = "Com Port"}};
+  Label Label17{Frame1, "Label17", {4560, 240, 1335, 195}, {.text = "Speed:"}};
+  /// The line's speed in bits per second; the speed search writes it.
+  ComboBox Vitesse{Frame1, "Vitesse", {4560, 480, 1335, 315}, {.accessibleName = "Speed"}};
+  /// One less than the protocol byte.
+  TextBox Protocol{
+      Frame1, "Protocol", {6120, 480, 615, 285}, {.centred = true, .accessibleName = "Protocol"}};
+  /// Controllers still on protocol 3.
+  CheckBox RUD3{Frame1, "RUD3", {6840, 360, 855, 255}, {.text = "Prot 3"}};
+  CommandButton ALL{Frame1, "ALL", {240, 1080, 615, 375}, {.text = "All"}};
+  CommandButton NONE{Frame1, "NONE", {240, 1560, 615, 375}, {.text = "None"}};
+  CommandButton Auto{Frame1, "Auto", {240, 2025, 615, 375}, {.text = "Auto", .enabled = false}};
+  /// Which controllers take part, by number.
+  ControlArray<CheckBox> C;
+
+  CheckBox ChkProto{*this,
+                    "ChkProto",
+                    {2640, 5025, 2655, 255},
+                    {.text = "All Controllers same protocol", .visible = false}};
+  CheckBox Check1{*this, "Check1", {5505, 5025, 2415, 255}, {.text = "Save configuration on exit"}};
+
+  // Controls: the buttons of the workflows.
+  CommandButton ComLoad{*this,
+                        "ComLoad",
+                        {7800, 120, 1335, 1215},
+                        {.text = "&Download (Parallel)", .enabled = false, .picture = "download"}};
+  CommandButton ComLoad00{
+      *this, "ComLoad00", {8040, 1440, 1095, 855}, {.text = "Download (Serial)", .enabled = false}};
+  CommandButton ComInfo{*this,
+                        "ComInfo",
+                        {8040, 2400, 1095, 855},
+                        {.text = "&Flash Info", .enabled = false, .picture = "flash-info"}};
+  CommandButton ComBoot{*this,
+                        "ComBoot",
+                        {8040, 3360, 1095, 855},
+                        {.text = "&Boot Info", .enabled = false, .picture = "boot-info"}};
+  CommandButton ComClose{*this, "ComClose", {8040, 4320, 1095, 855}, {.text = "&Exit", .picture = "exit"}};
+
+  SerialControl MSComm1;
+  Info info;
+  Message message;
+
+  // Shared variables.
+  bool AbortRequested = false;        ///< the operator cancelled the run
+  double AnswerDelay = 0;             ///< seconds from the first byte of an answer to its reading
+  std::string AppFolder;              ///< the program's folder; ends with a separator
+  std::string DownloadSettings;       ///< line settings of the programming phase
+  int CurrentController = 0;          ///< loop variable of the workflows
+  Bytes FrameBuffer;                  ///< the current message's frame
+  std::string AnswerText;             ///< the last checked answer, as hex digits
+  bool BootProtocolFallback = false;  ///< Boot Info sends protocol byte 0x40 from now on
+
+  ImageFacts image;                  ///< what the firmware file says about itself; AnalyseHexFile fills it
+  std::deque<CheckBox> triedSpeeds;  ///< `V4800` to `V38400`, never shown: ticked when that speed was tried
+  RunControl run;
+  bool ended = false;  ///< Form_Unload was executed
+  TextWriter log;      ///< "Log.txt"
+
+  // What the program asks of the computer.
+  Clock& clock;
+  Events& events;
+  Desk& dialogs;
+
+  /// The protocol byte: the number in `Protocol` plus one. Raises RunError 13 or 6 when the box does not
+  /// contain a number from 0 to 254.
+  std::uint8_t ProtocolNumber() const;
+
+  void EnableDownloads(bool enabled);
+
+  // The handlers of the form's own controls.
+  void Form_KeyUp(Key key, bool shiftHeld);
+  void Protocol_Change();
+  void RUD3_Click();
+  void ALL_Click();
+  void NONE_Click();
+  void Command1_Click();
+  void ComClose_Click();
+  void MessageCommand1_Click();
+
+ private:
+  void AddFrameLabels();
+  void AddControllerBoxes();
+  void AddTriedSpeedBoxes();
+
+  ControlArray<Label> numbers_;
+};
+
+}  // namespace quillon

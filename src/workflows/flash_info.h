@@ -1,0 +1,10 @@
+#pragma once
+
+#include "forms/quillon.h"
+
+namespace quillon {
+
+/// Flash Info: version and checksum of each ticked controller's flash.
+void ComInfo_Click(Quillon& form);
+
+}  // namespace quillon
