@@ -12,6 +12,7 @@ namespace {
 constexpr std::size_t kAddresses = 0x10000;
 constexpr std::size_t kFlashSize = 57342;  // bytes
 constexpr std::uint8_t kErased = 0xFF;
+constexpr std::int64_t kErasedSum = std::int64_t{kErased} * kAddresses;
 constexpr std::uint8_t kAccepted = static_cast<std::uint8_t>(Code::Accepted);
 constexpr std::uint8_t kFiller = 0x00;
 
@@ -100,6 +101,7 @@ Controller::Controller(ControllerSetup setup, int downloadBaud)
   if (baud_ < 1 || downloadBaud_ < 1) throw std::invalid_argument(name + ": a speed has to be above 0");
   if (flash_.size() > kAddresses) throw std::invalid_argument(name + ": flash ends at address 0xFFFF");
   flash_.resize(kAddresses, kErased);
+  flashSum_ = std::accumulate(flash_.begin(), flash_.end(), std::int64_t{0});
   for (const Fault& fault : setup_.faults) AddFault(fault);
 }
 
@@ -234,6 +236,7 @@ Code Controller::Erase(std::uint8_t speedChoice) {
   constexpr std::uint8_t kKeepSpeed = 0xBB;
   if (speedChoice != kToDownloadSpeed && speedChoice != kKeepSpeed) return Code::Refused;
   std::fill(flash_.begin(), flash_.end(), kErased);
+  flashSum_ = kErasedSum;
   wasErased_ = true;
   inDownloadMode_ = true;
   if (speedChoice == kToDownloadSpeed) baud_ = downloadBaud_;
@@ -245,7 +248,10 @@ Code Controller::WriteBatch(const Bytes& message) {
   const std::size_t address =
       static_cast<std::size_t>(message[kBatchAddress] << 8 | message[kBatchAddress + 1]);
   const std::size_t count = std::min(message.size() - kAfterPayload - kBatchData, kAddresses - address);
-  std::copy_n(message.begin() + kBatchData, count, flash_.begin() + static_cast<std::ptrdiff_t>(address));
+  for (std::size_t i = 0; i < count; ++i) {
+    flashSum_ += message[kBatchData + i] - flash_[address + i];
+    flash_[address + i] = message[kBatchData + i];
+  }
   return Code::Accepted;
 }
 
@@ -301,9 +307,8 @@ std::array<std::uint8_t, 3> Controller::Version() const {
 }
 
 std::uint32_t Controller::Checksum() const {
-  constexpr std::int64_t kBeyondFlash = static_cast<std::int64_t>(kErased) * (kAddresses - kFlashSize);
-  const std::int64_t all = std::accumulate(flash_.begin(), flash_.end(), std::int64_t{0});
-  return static_cast<std::uint32_t>(all - kBeyondFlash) & 0xFFFFFF;
+  constexpr std::int64_t kBeyondFlash = kErasedSum - std::int64_t{kErased} * kFlashSize;
+  return static_cast<std::uint32_t>(flashSum_ - kBeyondFlash) & 0xFFFFFF;
 }
 
 /// Returns the answer changed by the faults.

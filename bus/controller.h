@@ -178,6 +178,7 @@ class Controller {
   int ownBaud_;  // outside download mode
   std::uint8_t protocol_;
   Bytes flash_;
+  std::int64_t flashSum_;  // of all addresses, kept up to date: adding them up takes longer than all else
   bool inDownloadMode_ = false;
   bool wasErased_ = false;
   bool inProtocol4_;
