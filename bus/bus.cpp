@@ -19,7 +19,9 @@ void PullDown(Bytes& line, const Bytes& sent) {
 
 }  // namespace
 
-Bus::Bus(LineOptions options) : options_(options), random_(options.seed) {}
+Bus::Bus(LineOptions options) : options_(options), random_(options.seed), idleRandom_(~options.seed) {
+  ScheduleIdleByte({});
+}
 
 Controller& Bus::Add(ControllerSetup setup) {
   return controllers_.emplace_back(std::move(setup), options_.downloadBaud);
@@ -49,16 +51,18 @@ void Bus::Send(std::span<const std::uint8_t> bytes, const LineFormat& format, Ti
 
 std::optional<Time> Bus::NextArrival() const {
   for (const Arriving& byte : arriving_)
-    if (byte.reception == Reception::Clean) return byte.ends;
+    if (byte.reception == Reception::Clean) return PassedOn(byte);
   return std::nullopt;
 }
 
 Bytes Bus::Receive(const LineFormat& listening, Time now) {
   Bytes received;
-  while (!arriving_.empty() && arriving_.front().ends <= now) {
-    const Arriving& byte = arriving_.front();
-    if (byte.reception == Reception::Clean && byte.format == listening) received.push_back(byte.value);
+  while (!arriving_.empty() && PassedOn(arriving_.front()) <= now) {
+    const Arriving byte = arriving_.front();
     arriving_.pop_front();
+    const bool understood = byte.format == listening || byte.sender == Sender::Nobody;
+    if (byte.reception == Reception::Clean && understood) received.push_back(byte.value);
+    if (byte.sender == Sender::Nobody) ScheduleIdleByte(byte.ends);
   }
   return received;
 }
@@ -69,24 +73,32 @@ void Bus::ForgetTraffic() {
 }
 
 void Bus::DeliverFrame(const ReceivedFrame& frame) {
-  std::map<Time, Bytes> onTheLine;  // combined answers, by the moment at which they begin
+  std::map<Time, Transmission> onTheLine;  // combined answers, by the moment at which they begin
   for (Controller& controller : controllers_) {
+    const Disturbance& disturbance = controller.Disturbed();
+    if (Damage(frame.bytes, disturbance, frame.format.baud, random_) != frame.bytes) continue;
     const std::optional<Answer> answer = controller.Receive(frame, random_);
     if (!answer) continue;
-    const Time begins = frame.ends + options_.answerDelay + answer->extraDelay;
-    const Time ends = ByteEnd(begins, answer->bytes.size(), frame.format);
+    Time begins = frame.ends + options_.answerDelay + answer->extraDelay;
+    const Time ends = ByteEnd(begins, answer->bytes.size(), frame.format, disturbance.slowClock);
     answers_.push_back({controller.Number(), begins, ends, frame.format, answer->bytes});
-    PullDown(onTheLine[begins], answer->bytes);
+    Bytes bytes = Damage(answer->bytes, disturbance, frame.format.baud, random_);
+    if (Happens(disturbance.lostStart, random_)) {
+      bytes.erase(bytes.begin());
+      begins = ByteEnd(begins, 1, frame.format, disturbance.slowClock);
+    }
+    onTheLine[begins].slowClock = disturbance.slowClock;
+    PullDown(onTheLine[begins].bytes, bytes);
   }
-  for (const auto& [begins, bytes] : onTheLine) PutAnswer(bytes, begins, frame.format);
+  for (const auto& [begins, answer] : onTheLine) PutAnswer(answer, begins, frame.format);
 }
 
-void Bus::PutAnswer(const Bytes& bytes, Time answerBegins, const LineFormat& format) {
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
-    const Time begins = ByteEnd(answerBegins, i, format);
-    const Time ends = ByteEnd(answerBegins, i + 1, format);
+void Bus::PutAnswer(const Transmission& answer, Time answerBegins, const LineFormat& format) {
+  for (std::size_t i = 0; i < answer.bytes.size(); ++i) {
+    const Time begins = ByteEnd(answerBegins, i, format, answer.slowClock);
+    const Time ends = ByteEnd(answerBegins, i + 1, format, answer.slowClock);
     const Reception reception = DestroyOverlapped(begins, ends);
-    PutByte({begins, ends, format, bytes[i], reception});
+    PutByte({begins, ends, format, answer.bytes[i], reception});
   }
 }
 
@@ -97,8 +109,8 @@ void Bus::PutByte(const Arriving& byte) {
   arriving_.insert(later, byte);
 }
 
-/// Destroys the bytes that are on their way to the tool at that time. Returns Garbled when there were any: a
-/// byte sent at that time is then destroyed as well.
+/// Destroys the bytes that are on their way to the tool at that time. Returns Garbled when a station had sent
+/// any of them: a byte sent at that time is then destroyed as well.
 Reception Bus::DestroyOverlapped(Time begins, Time ends) {
   Reception ownByte = Reception::Clean;
   const auto endsAfter = [](Time moment, const Arriving& byte) { return moment < byte.ends; };
@@ -106,14 +118,34 @@ Reception Bus::DestroyOverlapped(Time begins, Time ends) {
   for (; other != arriving_.end() && other->ends - longestByte_ < ends; ++other) {
     if (other->begins >= ends) continue;
     other->reception = Reception::Garbled;
-    ownByte = Reception::Garbled;
+    if (other->sender == Sender::Station) ownByte = Reception::Garbled;
   }
   return ownByte;
 }
 
 /// When `count` bytes that begin at `begins` have left; unpaced bytes take no time.
-Time Bus::ByteEnd(Time begins, std::size_t count, const LineFormat& format) const {
-  return options_.paced ? begins + TimeOf(count, format) : begins;
+Time Bus::ByteEnd(Time begins, std::size_t count, const LineFormat& format, double slowClock) const {
+  if (!options_.paced) return begins;
+  return begins + std::chrono::duration_cast<Time>(TimeOf(count, format) / (1 - slowClock));
+}
+
+/// When the adapter passes a byte on to the tool.
+Time Bus::PassedOn(const Arriving& byte) const {
+  if (options_.latency == Time{}) return byte.ends;
+  const auto periods = (byte.ends.count() + options_.latency.count() - 1) / options_.latency.count();
+  return periods * options_.latency;
+}
+
+/// Puts the next byte from nobody on the line, if the line has such bytes and is idle at that moment.
+void Bus::ScheduleIdleByte(Time after) {
+  if (options_.idleInterval == Time{}) return;
+  const Time begins = after + RandomInterval(options_.idleInterval, idleRandom_);
+  const LineFormat format;
+  const Time ends = ByteEnd(begins, 1, format);
+  const auto overlaps = [&](const Arriving& byte) { return byte.begins < ends && begins < byte.ends; };
+  const bool idle = begins >= sendingEnds_ && std::none_of(arriving_.begin(), arriving_.end(), overlaps);
+  const auto value = static_cast<std::uint8_t>(idleRandom_());
+  PutByte({begins, ends, format, value, idle ? Reception::Clean : Reception::Garbled, Sender::Nobody});
 }
 
 }  // namespace bus

@@ -18,7 +18,9 @@ struct LineOptions {
   Time answerDelay = std::chrono::milliseconds(5);  // from the end of a frame to the first bit of its answer
   bool paced = true;                                // false: bytes take no time on the line
   int downloadBaud = 9600;                          // where controllers listen after $74 with $AA
-  std::uint64_t seed = 1;                           // of everything that happens by chance
+  Time idleInterval{};     // mean time between bytes from nobody (weak bias); 0: none
+  Time latency{};          // the adapter passes bytes on at multiples of it; 0: at once
+  std::uint64_t seed = 1;  // of everything that happens by chance
 };
 
 /// A half-duplex line with simulated controllers (line.h describes how such a line behaves).
@@ -38,6 +40,10 @@ struct LineOptions {
 /// All other overlaps, of the tool's bytes with an answer or of two answers that begin at different moments,
 /// destroy the bytes concerned: the tool does not get them, and no controller acts on a frame that lost one.
 /// Unpaced bytes take no time and never overlap.
+///
+/// Physical causes (disturbance.h) damage bytes on their way: a controller does not act on a question that
+/// reaches it damaged. A line whose bias is too weak floats while nobody sends, and the tool receives bytes
+/// that nobody has sent; any sender suppresses them.
 class Bus {
  public:
   explicit Bus(LineOptions options = {});
@@ -79,22 +85,31 @@ class Bus {
   void ForgetTraffic();
 
  private:
+  enum class Sender { Station, Nobody };
   struct Arriving {  // a byte on its way to the tool
     Time begins;
     Time ends;
     LineFormat format;
     std::uint8_t value;
     Reception reception;
+    Sender sender = Sender::Station;
+  };
+  struct Transmission {
+    Bytes bytes;
+    double slowClock = 0;  // of the sender: its bytes take longer
   };
 
   void DeliverFrame(const ReceivedFrame& frame);
-  void PutAnswer(const Bytes& bytes, Time answerBegins, const LineFormat& format);
+  void PutAnswer(const Transmission& answer, Time answerBegins, const LineFormat& format);
   void PutByte(const Arriving& byte);
   Reception DestroyOverlapped(Time begins, Time ends);
-  Time ByteEnd(Time begins, std::size_t count, const LineFormat& format) const;
+  Time ByteEnd(Time begins, std::size_t count, const LineFormat& format, double slowClock = 0) const;
+  Time PassedOn(const Arriving& byte) const;
+  void ScheduleIdleByte(Time after);
 
   LineOptions options_;
   Random random_;
+  Random idleRandom_;  // one of its own: idle bytes depend on the time, all else only on what is sent
   std::deque<Controller> controllers_;
   Framer framer_;
   Time sendingEnds_{};

@@ -99,6 +99,8 @@ Controller::Controller(ControllerSetup setup, int downloadBaud)
   if (setup_.number < 0 || setup_.number >= kControllerNumbers)
     throw std::invalid_argument(name + ": numbers run from 0 to 31");
   if (baud_ < 1 || downloadBaud_ < 1) throw std::invalid_argument(name + ": a speed has to be above 0");
+  if (!(setup_.disturbance.slowClock <= 0.5))
+    throw std::invalid_argument(name + ": a clock can be up to 50 % slow");
   if (flash_.size() > kAddresses) throw std::invalid_argument(name + ": flash ends at address 0xFFFF");
   flash_.resize(kAddresses, kErased);
   flashSum_ = std::accumulate(flash_.begin(), flash_.end(), std::int64_t{0});

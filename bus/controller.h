@@ -3,9 +3,9 @@
 #include <array>
 #include <cstdint>
 #include <optional>
-#include <random>
 #include <vector>
 
+#include "bus/disturbance.h"
 #include "bus/frame.h"
 #include "bus/line.h"
 
@@ -52,8 +52,6 @@ namespace bus {
 // former one. If that answer gets lost, the tool repeats its question at the former speed. So the controller
 // keeps the last message that changed its speed. It answers the same message at the former speed again, until
 // it has received a message at the new one.
-
-using Random = std::mt19937_64;
 
 /// The commands; the table above shows their bytes.
 enum class Command { Check, Erase, Batch, Checksum, Boot, ToProtocol3, ToProtocol4 };
@@ -112,6 +110,7 @@ struct ControllerSetup {
   Metadata metadata = Metadata::Find;
   bool protocol3 = false;  // starts in protocol 3: answers $73 only after the text frame
   std::vector<Fault> faults{};
+  Disturbance disturbance{};
 };
 
 /// The bytes that a controller sends, and how much later than the line's answer delay.
@@ -134,6 +133,7 @@ class Controller {
   std::optional<Answer> Receive(const ReceivedFrame& frame, Random& random);
 
   int Number() const { return setup_.number; }
+  const Disturbance& Disturbed() const { return setup_.disturbance; }
   int Baud() const { return baud_; }                   // current speed
   std::uint8_t Protocol() const { return protocol_; }  // its own protocol byte
   const Bytes& Flash() const { return flash_; }        // all 65,536 addresses

@@ -1,5 +1,6 @@
 #include "bus/grammar.h"
 
+#include <charconv>
 #include <limits>
 #include <map>
 #include <optional>
@@ -132,6 +133,19 @@ void ReadFaultValue(Fault& fault, const std::string& value) {
 }
 
 }  // namespace
+
+Share ReadShare(const std::string& text) {
+  std::string numbers = text;
+  const std::string percent = SplitOff(numbers, ',').value_or("");
+  const Range range = ReadRange(numbers, 0, kControllerNumbers - 1);
+  const char* end = percent.data() + percent.size();
+  double value = 0;
+  const auto [stopped, error] = std::from_chars(percent.data(), end, value, std::chars_format::fixed);
+  if (error != std::errc{} || stopped != end || !(value > 0 && value <= 100))
+    throw std::invalid_argument("\"" + text +
+                                "\" is not NUMBERS,PERCENT with a percentage above 0, at most 100");
+  return {range.first, range.last, value / 100};
+}
 
 std::vector<ControllerSetup> ReadControllers(const std::string& text) {
   const std::size_t comma = text.find(',');

@@ -1,4 +1,4 @@
-// Parses the values of --controller and --fault.
+// Parses the values of --controller, --fault and the physical causes.
 #pragma once
 
 #include <string>
@@ -25,7 +25,7 @@ namespace bus {
 ///      |     answer with the code $E1
 ///      controllers 3 and 4, each with its own count
 ///
-/// Both functions throw std::invalid_argument; its text names the wrong word and the valid ones.
+/// All functions throw std::invalid_argument; its text names the wrong word and the valid ones.
 
 /// Returns the controllers in ascending order of their numbers.
 std::vector<ControllerSetup> ReadControllers(const std::string& text);
@@ -37,5 +37,13 @@ struct FaultOption {
   Fault fault;
 };
 FaultOption ReadFault(const std::string& text);
+
+/// "12-31,2.5", NUMBERS,PERCENT: 2.5 % at each of the controllers 12 to 31.
+struct Share {
+  int first = 0;
+  int last = 0;
+  double fraction = 0;  // above 0, at most 1
+};
+Share ReadShare(const std::string& text);
 
 }  // namespace bus

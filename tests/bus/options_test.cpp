@@ -56,6 +56,22 @@ TEST(Options, FaultsAreReadAsWritten) {
   }
 }
 
+TEST(Options, PhysicalCausesAreAppliedToTheControllersNamed) {
+  const Options options = ParseOptions(Words{"--count", "6", "--noise", "3-5,0.5", "--lost-start", "4,30",
+                                             "--slow-clock", "4,4.5", "--reflections", "0-31,100", "--double",
+                                             "4", "--weak-bias", "200", "--latency", "16"});
+  EXPECT_EQ(options.controllers[2].disturbance.noise, 0);
+  const ControllerSetup& four = options.controllers[4];
+  EXPECT_EQ(four.disturbance.noise, 0.005);
+  EXPECT_EQ(four.disturbance.lostStart, 0.3);
+  EXPECT_EQ(four.disturbance.slowClock, 0.045);
+  EXPECT_EQ(four.disturbance.reflections, 1);
+  EXPECT_EQ(options.controllers.back().number, 4);
+  EXPECT_NE(options.controllers.back().version, four.version);
+  EXPECT_EQ(options.line.idleInterval, 200ms);
+  EXPECT_EQ(options.line.latency, 16ms);
+}
+
 TEST(Options, BadOnesAreRefusedByName) {
   const struct {
     Words words;
@@ -75,6 +91,9 @@ TEST(Options, BadOnesAreRefusedByName) {
       {{"--count", "4", "--fault", "3:echo=2"}, "takes no value"},
       {{"--count", "4", "--fault", "3:length=6"}, "7 to 261"},
       {{"--count", "3", "--fault", "3:echo"}, "no such controller"},
+      {{"--count", "3", "--double", "3"}, "no such controller"},
+      {{"--count", "4", "--noise", "3"}, "NUMBERS,PERCENT"},
+      {{"--count", "4", "--noise", "3,100.5"}, "at most 100"},
   };
   for (const auto& row : cases) {
     std::string said;
