@@ -1,5 +1,7 @@
 #include "link/outcome.h"
 
+#include <iterator>
+
 namespace quillon {
 namespace {
 
@@ -35,7 +37,9 @@ void ReportFailure(Quillon& form, int y, FailureCode code) {
     ClearRow(form, y);
     return;
   }
-  const Wording& wording = kWordings[static_cast<int>(code) - 1];
+  const auto place = static_cast<std::size_t>(code) - 1;
+  if (place >= std::size(kWordings)) return;
+  const Wording& wording = kWordings[place];
   ShowProgressPaused(form, ControllerText(y) + wording.status);
   PaintRow(form, y, colour::kRed, true);
   form.info.Ver(y).SetText(wording.version);

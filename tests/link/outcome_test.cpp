@@ -50,6 +50,16 @@ TEST(FailureReport, OfNoFailureEmptiesTheRowButForItsBackground) {
   EXPECT_EQ(bench.world.Time(), 2000ms);
 }
 
+TEST(FailureReport, OfAnyOtherCodeChangesNothing) {
+  Bench bench;
+  ReportFailure(bench.tool, 5, FailureCode::kNoAnswer);
+  for (const int code : {-1, 5, 1000}) {
+    ReportFailure(bench.tool, 5, static_cast<FailureCode>(code));
+  }
+  EXPECT_EQ(bench.Row(5), "No Answer red");
+  EXPECT_EQ(bench.world.Time(), 2000ms);
+}
+
 TEST(FailureReport, KeepsItsPauseAndItsWordsWhenCancelledInIt) {
   Bench bench;
   bench.CancelAt(500ms);
