@@ -17,15 +17,17 @@ std::string ToolTipOf(const ImageFacts& image) {
 }
 
 /// The sign beside the checksum is visible while the chosen file contradicts itself. Its tool tip describes
-/// the first fault.
+/// the first fault. A file that can't be read again is not marked: the run that needs it shows the box.
 void WarnOfFaults(Quillon& form) {
   form.FileWarning.SetVisible(false);
   if (form.FileCheksum.Text().empty()) return;
-  Try(form, [&] {
+  try {
     const auto fault = FirstHexFault(LineReader::OfFile(form.FileName.Text()));
     form.FileWarning.SetToolTip(fault.value_or(""));
     form.FileWarning.SetVisible(fault.has_value());
-  });
+  } catch (const RunError&) {
+    // Nothing is known of its faults.
+  }
 }
 
 }  // namespace
