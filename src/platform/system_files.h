@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 namespace quillon {
 
@@ -22,27 +23,26 @@ std::string NameOf(const std::filesystem::path& path);
 /// Whether a file could have this name. On Linux always true: opening the file reports a bad name.
 bool CanBeName(const std::string& name);
 
-/// Opens a file for reading; nullptr on failure. Others may write, replace and remove it meanwhile.
+/// Opens a regular file for reading; nullptr on failure. Others may write, replace and remove it meanwhile.
+///
+/// `errno` is ENXIO for a pipe, a device or a socket: it is not opened, since that could wait for ever.
 std::FILE* OpenForReading(const std::string& name);
 
-/// Opens a file for writing, empty; nullptr on failure.
-std::FILE* OpenForWriting(const std::string& name);
-
-/// Opens a file for writing, empty, for one writer at a time: while it is open nobody else gets it this way.
+/// Opens a regular file for writing, empty, for one writer at a time: while it is open nobody else gets it
+/// this way. A link to a regular file is followed.
 ///
 /// Returns nullptr on failure and leaves the file as it was; `errno` is EWOULDBLOCK when another writer has
-/// it.
+/// it, ENXIO for what is not a regular file and for a link to nothing.
 std::FILE* OpenForOneWriter(const std::string& name);
 
-/// Closes a written file once its bytes are on the disk itself, where a power cut leaves them; whether all of
-/// them are.
-bool CloseOnDisk(std::FILE* file);
-
-/// Puts a closed file in the place of another, which is gone then or stays whole; whether it went well.
-bool PutInPlace(const std::string& fresh, const std::string& old);
-
-/// Removes a file. One that is not there is no failure.
-void Remove(const std::string& name);
+/// Gives a regular file new contents, or creates it; whether they are on the disk itself, where a power cut
+/// leaves them. On failure the file is as it was.
+///
+/// The contents are written into a new file beside the old one, which is then renamed over it. Links are
+/// followed to the file behind them. On Linux the file keeps its mode, and a file that this program may write
+/// but not replace (it belongs to another user, or its folder is write-protected) is written in place: then a
+/// failure in the middle damages it.
+bool Replace(const std::string& name, std::string_view contents);
 
 /// The number of C for the failure of the last reading, writing or closing of a file.
 int TransferError();

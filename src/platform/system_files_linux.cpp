@@ -1,12 +1,137 @@
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #include "platform/system_files.h"
 
 namespace quillon::system_files {
+namespace {
+
+constexpr mode_t kNewFile = 0666;  // less the user's own mask
+constexpr mode_t kModeBits = 07777;
+constexpr mode_t kWritable = S_IWUSR | S_IWGRP | S_IWOTH;
+
+/// An open file, closed at the end of the scope with `errno` kept.
+class Descriptor {
+ public:
+  explicit Descriptor(int number) : number_(number) {}
+  Descriptor(Descriptor&& other) noexcept : number_(other.Release()) {}
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor() {
+    const int error = errno;
+    if (IsOpen()) close(number_);
+    errno = error;
+  }
+
+  bool IsOpen() const { return number_ >= 0; }
+  int Number() const { return number_; }
+  int Release() { return std::exchange(number_, -1); }
+
+ private:
+  int number_;
+};
+
+bool IsRegular(const struct stat& state) {
+  errno = S_ISDIR(state.st_mode) ? EISDIR : ENXIO;
+  return S_ISREG(state.st_mode);
+}
+
+/// Opens a regular file. Nothing else is even opened: that would wake the other side of a pipe, or raise the
+/// lines of a serial port.
+Descriptor OpenRegular(const std::string& name, int access) {
+  struct stat state {};
+  if (stat(name.c_str(), &state) != 0 || !IsRegular(state)) return Descriptor(-1);
+  Descriptor file(open(name.c_str(), access | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  // A pipe may have come into its place since.
+  if (!file.IsOpen() || (fstat(file.Number(), &state) == 0 && IsRegular(state))) return file;
+  return Descriptor(-1);
+}
+
+/// Creates a file of a name that nobody has, not even a link.
+Descriptor Create(const std::string& name, mode_t mode) {
+  return Descriptor(open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode & kModeBits));
+}
+
+/// Opens a regular file for writing, or creates it.
+Descriptor OpenOrCreate(const std::string& name) {
+  Descriptor old = OpenRegular(name, O_WRONLY);
+  if (old.IsOpen() || errno != ENOENT) return old;
+  Descriptor created = Create(name, kNewFile);
+  if (!created.IsOpen() && errno == EEXIST) errno = ENXIO;  // a link to nothing
+  return created;
+}
+
+std::FILE* StreamOf(Descriptor file, const char* access) {
+  std::FILE* stream = file.IsOpen() ? fdopen(file.Number(), access) : nullptr;
+  if (stream != nullptr) file.Release();
+  return stream;
+}
+
+/// Locks a file for this program; false when another writer has it. Some network file systems have no locks:
+/// there the file is written without one.
+bool LockForOneWriter(int file) {
+  return flock(file, LOCK_EX | LOCK_NB) == 0 || errno == ENOLCK || errno == ENOSYS || errno == EOPNOTSUPP;
+}
+
+/// The file that a link leads to, whether it exists or not; any other name as it is.
+std::string BehindLinks(const std::string& name) {
+  namespace fs = std::filesystem;
+  constexpr int kMostLinks = 40;  // the system follows no more
+  fs::path path = name;
+  std::error_code unreadable;
+  for (int links = 0; links < kMostLinks && fs::is_symlink(path, unreadable); ++links)
+    path = path.parent_path() / fs::read_symlink(path, unreadable);
+  return path.string();
+}
+
+bool WriteOnDisk(int file, std::string_view contents) {
+  while (!contents.empty()) {
+    const ssize_t written = write(file, contents.data(), contents.size());
+    if (written < 0 && errno != EINTR) return false;
+    contents.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
+  }
+  return fsync(file) == 0 || errno == EINVAL;  // EINVAL: a file system that does not know it
+}
+
+bool WriteInPlace(int file, std::string_view contents) {
+  return WriteOnDisk(file, contents) && ftruncate(file, static_cast<off_t>(contents.size())) == 0;
+}
+
+/// Creates a file with a name of its own beside `name`. What a killed program left behind stays.
+Descriptor CreateBeside(const std::string& name, mode_t mode, std::string& fresh) {
+  constexpr int kMostLeft = 1000;
+  for (int left = 0;; ++left) {
+    fresh = name + ".new" + (left == 0 ? "" : std::to_string(left));
+    Descriptor file = Create(fresh, mode);
+    if (file.IsOpen() || errno != EEXIST || left == kMostLeft) return file;
+  }
+}
+
+/// Renames a new file with these contents over the old one, or to a name that no file has. `old` is what the
+/// old one is like, none: nullptr.
+bool Rename(const std::string& name, const struct stat* old, std::string_view contents) {
+  std::string fresh;
+  const Descriptor file = CreateBeside(name, old != nullptr ? old->st_mode : kNewFile, fresh);
+  if (!file.IsOpen()) return false;
+  const bool alike = old == nullptr || (fchown(file.Number(), static_cast<uid_t>(-1), old->st_gid) == 0 &&
+                                        fchmod(file.Number(), old->st_mode & kModeBits) == 0);
+  if (alike && WriteOnDisk(file.Number(), contents) && rename(fresh.c_str(), name.c_str()) == 0) return true;
+  const int error = errno;
+  unlink(fresh.c_str());
+  errno = error;
+  return false;
+}
+
+/// Whether a file can only be written in place, by the reason that its folder gave.
+bool OnlyInPlace() { return errno == EACCES || errno == EPERM || errno == EROFS || errno == EBUSY; }
+
+}  // namespace
 
 std::string ProgramFolder() {
   return std::filesystem::read_symlink("/proc/self/exe").parent_path().string() + "/";
@@ -18,40 +143,29 @@ std::string NameOf(const std::filesystem::path& path) { return path.string(); }
 
 bool CanBeName(const std::string&) { return true; }
 
-std::FILE* OpenForReading(const std::string& name) { return std::fopen(name.c_str(), "rb"); }
-
-std::FILE* OpenForWriting(const std::string& name) { return std::fopen(name.c_str(), "wb"); }
+std::FILE* OpenForReading(const std::string& name) { return StreamOf(OpenRegular(name, O_RDONLY), "rb"); }
 
 std::FILE* OpenForOneWriter(const std::string& name) {
-  constexpr mode_t kReadableByAll = 0666;
-  const int descriptor = open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kReadableByAll);
-  if (descriptor < 0) return nullptr;
-  // Emptied only when it is ours: another writer's lines must not go. A device can't be emptied, nor need it.
-  const bool ours =
-      flock(descriptor, LOCK_EX | LOCK_NB) == 0 && (ftruncate(descriptor, 0) == 0 || errno == EINVAL);
-  std::FILE* file = ours ? fdopen(descriptor, "wb") : nullptr;
-  if (file == nullptr) {
-    const int error = errno;
-    close(descriptor);
-    errno = error;
+  Descriptor file = OpenOrCreate(name);
+  // Emptied only when it is locked: another writer's lines must not go.
+  if (!file.IsOpen() || !LockForOneWriter(file.Number()) || ftruncate(file.Number(), 0) != 0) return nullptr;
+  return StreamOf(std::move(file), "wb");
+}
+
+bool Replace(const std::string& name, std::string_view contents) {
+  const std::string target = BehindLinks(name);
+  const Descriptor old = OpenRegular(target, O_WRONLY);
+  if (!old.IsOpen()) return errno == ENOENT && Rename(target, nullptr, contents);
+  struct stat state {};
+  if (fstat(old.Number(), &state) != 0) return false;
+  if ((state.st_mode & kWritable) == 0) {  // an administrator could write it anyway
+    errno = EACCES;
+    return false;
   }
-  return file;
+  const bool own = state.st_uid == geteuid() && state.st_nlink == 1;
+  if (own && Rename(target, &state, contents)) return true;
+  return (!own || OnlyInPlace()) && WriteInPlace(old.Number(), contents);
 }
-
-bool CloseOnDisk(std::FILE* file) {
-  // EINVAL: a file system that knows nothing of it.
-  const bool onDisk = std::fflush(file) == 0 && (fsync(fileno(file)) == 0 || errno == EINVAL);
-  const int error = errno;
-  const bool closed = std::fclose(file) == 0;
-  if (!onDisk) errno = error;
-  return onDisk && closed;
-}
-
-bool PutInPlace(const std::string& fresh, const std::string& old) {
-  return std::rename(fresh.c_str(), old.c_str()) == 0;
-}
-
-void Remove(const std::string& name) { std::remove(name.c_str()); }
 
 int TransferError() { return errno; }
 

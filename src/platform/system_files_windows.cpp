@@ -83,15 +83,17 @@ int Reason(const std::wstring& name) {
   }
 }
 
-std::FILE* Open(const std::string& name, bool writes, DWORD shared) {
+/// `creation` is OPEN_EXISTING to read, CREATE_NEW or CREATE_ALWAYS to write.
+std::FILE* Open(const std::string& name, DWORD creation, DWORD shared) {
+  const bool writes = creation != OPEN_EXISTING;
   const std::wstring wide = Wide(name);
   const HANDLE handle = CreateFileW(wide.c_str(), writes ? GENERIC_WRITE : GENERIC_READ, shared, nullptr,
-                                    writes ? CREATE_ALWAYS : OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+                                    creation, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (handle == INVALID_HANDLE_VALUE) {
     errno = Reason(wide);
     return nullptr;
   }
-  if (!writes && GetFileType(handle) != FILE_TYPE_DISK) {  // NUL, CON, a pipe: reading it may never end
+  if (GetFileType(handle) != FILE_TYPE_DISK) {  // NUL, CON, a pipe: it may wait for ever
     CloseHandle(handle);
     errno = ENXIO;
     return nullptr;
@@ -104,6 +106,29 @@ std::FILE* Open(const std::string& name, bool writes, DWORD shared) {
   std::FILE* file = _fdopen(descriptor, writes ? "wb" : "rb");
   if (file == nullptr) _close(descriptor);
   return file;
+}
+
+/// Closes a written file once its bytes are on the disk itself; whether all of them are.
+bool CloseOnDisk(std::FILE* file) {
+  const bool onDisk = std::fflush(file) == 0 && _commit(_fileno(file)) == 0;
+  const DWORD reason = _doserrno;
+  const bool closed = std::fclose(file) == 0;
+  if (!onDisk) _doserrno = reason;
+  return onDisk && closed;
+}
+
+/// Renames a closed file over another, which is gone then or stays whole.
+bool PutInPlace(const std::string& fresh, const std::string& old) {
+  constexpr int kTries = 10;    // a virus scanner looks at each fresh file for a moment
+  constexpr DWORD kPause = 20;  // milliseconds
+  const std::wstring target = Wide(old);
+  for (int tries = 1;; ++tries) {
+    if (MoveFileExW(Wide(fresh).c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING)) return true;
+    errno = Reason(target);
+    if (errno == EWOULDBLOCK) errno = EACCES;
+    if (errno != EACCES || tries == kTries) return false;
+    Sleep(kPause);
+  }
 }
 
 constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
@@ -134,43 +159,31 @@ bool CanBeName(const std::string& name) {
 }
 
 std::FILE* OpenForReading(const std::string& name) {
-  std::FILE* file = Open(name, false, kAll);
+  std::FILE* file = Open(name, OPEN_EXISTING, kAll);
   if (file == nullptr && errno == EWOULDBLOCK) errno = EACCES;  // its writer lets nobody look
   return file;
 }
 
-std::FILE* OpenForWriting(const std::string& name) {
-  std::FILE* file = Open(name, true, 0);
-  if (file == nullptr && errno == EWOULDBLOCK) errno = EACCES;
-  return file;
-}
-
 std::FILE* OpenForOneWriter(const std::string& name) {
-  return Open(name, true, FILE_SHARE_READ | FILE_SHARE_DELETE);
+  return Open(name, CREATE_ALWAYS, FILE_SHARE_READ | FILE_SHARE_DELETE);
 }
 
-bool CloseOnDisk(std::FILE* file) {
-  const bool onDisk = std::fflush(file) == 0 && _commit(_fileno(file)) == 0;
-  const DWORD reason = _doserrno;
-  const bool closed = std::fclose(file) == 0;
-  if (!onDisk) _doserrno = reason;
-  return onDisk && closed;
-}
-
-bool PutInPlace(const std::string& fresh, const std::string& old) {
-  constexpr int kTries = 10;    // a virus scanner looks at each fresh file for a moment
-  constexpr DWORD kPause = 20;  // milliseconds
-  const std::wstring target = Wide(old);
-  for (int tries = 1;; ++tries) {
-    if (MoveFileExW(Wide(fresh).c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING)) return true;
-    errno = Reason(target);
+bool Replace(const std::string& name, std::string_view contents) {
+  const std::string fresh = name + ".new";
+  DeleteFileW(Wide(fresh).c_str());  // what a killed program left behind
+  std::FILE* file = Open(fresh, CREATE_NEW, 0);
+  if (file == nullptr) {
     if (errno == EWOULDBLOCK) errno = EACCES;
-    if (errno != EACCES || tries == kTries) return false;
-    Sleep(kPause);
+    return false;
   }
+  bool written = std::fwrite(contents.data(), 1, contents.size(), file) == contents.size();
+  written = CloseOnDisk(file) && written;
+  if (written && PutInPlace(fresh, name)) return true;
+  const int error = written ? errno : TransferError();
+  DeleteFileW(Wide(fresh).c_str());
+  errno = error;
+  return false;
 }
-
-void Remove(const std::string& name) { DeleteFileW(Wide(name).c_str()); }
 
 // The library has no number for most of the system's reasons; the system's own is kept beside it.
 int TransferError() {

@@ -2,9 +2,10 @@
 // through it:
 //
 // - Whatever fails becomes a RunError with the number that operators know, the file's name and the way out.
-// - Nothing is lost: a file is replaced by writing a new one beside it and renaming that over the old one. A
-//   program that is killed, a disk that is full or a power cut leaves the old file as it was.
-// - Nothing waits for ever: a pipe or a device is refused, since it may never deliver.
+// - Nothing is lost: a file is replaced by writing a new one beside it and renaming that over the old one,
+//   wherever the user may do that. A program that is killed, a disk that is full or a power cut then leaves
+//   the old file as it was.
+// - Nothing waits for ever: only regular files are opened, since a pipe or a device may never deliver.
 #include "platform/text_file.h"
 
 #include <algorithm>
@@ -45,8 +46,11 @@ RunError FileError(const std::string& path, int error) {
     case EINVAL:
     case EILSEQ:
       return {RunError::kBadFileName, "Bad file name: " + why + ". Rename the file."};
-    case EISDIR:
     case ENXIO:
+      return {RunError::kFileAccess,
+              "Path/File access error: " + name + " is a pipe or a device. Choose a file."};
+    case EISDIR:
+    case ELOOP:
     case EROFS:
     case ETXTBSY:
       return {RunError::kFileAccess, "Path/File access error: " + why + ". Choose another file or folder."};
@@ -68,15 +72,9 @@ RunError OutOfMemory(const std::string& path, const char* what) {
 
 /// Opens a file to be read in large pieces that are not copied on the way.
 FileHandle OpenForReading(const std::string& path) {
-  std::error_code error;
-  const fs::file_type type = fs::status(PathOf(path), error).type();
-  // A pipe or a device may keep the reader waiting for ever.
-  if (type == fs::file_type::fifo || type == fs::file_type::character || type == fs::file_type::block) {
-    throw RunError(RunError::kFileAccess,
-                   "Path/File access error: \"" + path + "\" is a pipe or a device. Choose a file.");
-  }
   FileHandle file(system_files::OpenForReading(path));
   if (!file) throw FileError(path, errno);
+  std::error_code error;
   if (fs::file_size(PathOf(path), error) > kLargestFile && !error)
     throw OutOfMemory(path, "has more than 1 GiB");
   std::setvbuf(file.get(), nullptr, _IONBF, 0);
@@ -131,16 +129,7 @@ std::string ReadFile(const std::string& path) {
 }
 
 void ReplaceFile(const std::string& path, std::string_view contents) {
-  const std::string fresh = path + ".new";
-  FileHandle file(system_files::OpenForWriting(fresh));
-  if (!file) throw FileError(fresh, errno);
-  errno = 0;
-  bool written = std::fwrite(contents.data(), 1, contents.size(), file.get()) == contents.size();
-  written = system_files::CloseOnDisk(file.release()) && written;
-  if (written && system_files::PutInPlace(fresh, path)) return;
-  const int error = written ? errno : system_files::TransferError();
-  system_files::Remove(fresh);
-  throw FileError(path, error);
+  if (!system_files::Replace(path, contents)) throw FileError(path, errno);
 }
 
 LineReader LineReader::OfFile(const std::string& path) {
@@ -152,11 +141,13 @@ LineReader LineReader::OfFile(const std::string& path) {
   return reader;
 }
 
-void LineReader::RaisePastEnd() {
+void LineReader::RaisePastEnd() const {
+  if (failure_) throw *failure_;
   throw RunError(RunError::kInputPastEnd, "Input past end of file: the file ends too early. Check it.");
 }
 
-/// Drops the lines given out and reads a further piece of the file; at its end, closes it.
+/// Drops the lines given out and reads a further piece of the file; at its end, closes it. A failure comes
+/// after the whole lines before it; the one that it cut is dropped.
 void LineReader::ReadOn() {
   const std::size_t kept = text_.size() - position_;
   if (kept > kLongestLine) throw OutOfMemory(path_, "holds a line of more than 16 MB");
@@ -164,10 +155,13 @@ void LineReader::ReadOn() {
   if (kept > piece_.size() / 2) piece_.resize(2 * piece_.size());
   const std::size_t room = piece_.size() - kept;
   const std::size_t count = std::fread(piece_.data() + kept, 1, room, file_.get());
-  if (std::ferror(file_.get())) throw FileError(path_, system_files::TransferError());
-  if (count < room) file_.reset();
   text_ = {piece_.data(), kept + count};
   position_ = 0;
+  if (std::ferror(file_.get())) {
+    failure_ = FileError(path_, system_files::TransferError());
+    text_ = text_.substr(0, text_.find_last_of("\r\n") + 1);
+  }
+  if (count < room) file_.reset();
 }
 
 void TextWriter::Open(const std::string& path) {
@@ -177,6 +171,11 @@ void TextWriter::Open(const std::string& path) {
                    "Permission denied: another program, perhaps a second copy of this one from the same "
                    "folder, writes \"" +
                        path + "\". End that program first, or go on without a log.");
+  }
+  if (!file_ && errno == ENXIO) {
+    throw RunError(RunError::kPermissionDenied,
+                   "Permission denied: \"" + path +
+                       "\" is not a regular file, nor a link to one. Remove it, or go on without a log.");
   }
   if (!file_) throw FileError(path, errno);
   path_ = path;

@@ -4,9 +4,12 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "platform/run_error.h"
 
 namespace quillon {
 
@@ -30,8 +33,8 @@ std::string PathInFolder(const std::string& folder, const std::string& name);
 /// All bytes of a file, read in one go. A file of more than 1 GiB is a mistake and counts as too large.
 std::string ReadFile(const std::string& path);
 
-/// Puts `contents` in the place of the file, or leaves the old file whole when that fails: the new file is
-/// written beside it and renamed over it.
+/// Gives the file new contents, or creates it. A failure leaves the old contents: see system_files::Replace
+/// for how, and for the one exception. Raises 70 for a file that is write-protected.
 void ReplaceFile(const std::string& path, std::string_view contents);
 
 /// Walks over the lines of a text or of a file. A line ends at a carriage return, with or without a line feed
@@ -45,16 +48,17 @@ class LineReader {
   /// Raises what ReadFile does.
   static LineReader OfFile(const std::string& path);
 
-  bool AtEnd() const { return position_ >= text_.size(); }
+  bool AtEnd() const { return position_ >= text_.size() && !failure_; }
 
-  /// The next line without its end; it is good until the next call. Raises RunError 62 at the end, and what
-  /// reading the file raises; 7 for a line of more than 16 MB.
+  /// The next line without its end; it is good until the next call. Raises RunError 62 at the end; 7 for a
+  /// line of more than 16 MB; what reading the file raises, after the last whole line before it.
   std::string_view Next() {
-    if (AtEnd()) RaisePastEnd();
+    if (position_ >= text_.size()) RaisePastEnd();
     std::size_t stop = LineEnd();
     // A return at the end of a piece may have its feed in the next one.
     while (stop + 2 >= text_.size() && file_) {
       ReadOn();
+      if (position_ >= text_.size()) RaisePastEnd();
       stop = LineEnd();
     }
     const std::string_view line = text_.substr(position_, stop - position_);
@@ -78,7 +82,7 @@ class LineReader {
     std::memcpy(&bytes, eight, sizeof bytes);
     return ((bytes - 0x2020202020202020) & ~bytes & 0x8080808080808080) != 0;
   }
-  [[noreturn]] static void RaisePastEnd();
+  [[noreturn]] void RaisePastEnd() const;
   void ReadOn();
 
   std::string_view text_;  // the whole text, or the piece of the file that is read
@@ -87,14 +91,15 @@ class LineReader {
   FileHandle file_;  // none for a text, and at the end of a file
   std::string path_;
   std::vector<char> piece_;
+  std::optional<RunError> failure_;  // of reading the file, raised after the lines before it
 };
 
 /// A text file that is written line by line, each ended by carriage return and line feed. The lines go
 /// through a buffer: the file is complete after Close.
 class TextWriter {
  public:
-  /// Opens the file, empty. Raises RunError when it can't be created, 70 too when another writer has it; then
-  /// nothing is open, and what another one writes is left alone.
+  /// Opens the file, empty. Raises RunError when it can't be created, 70 too when another writer has it or
+  /// when it is a pipe or a device; then nothing is open, and what another one writes is left alone.
   void Open(const std::string& path);
 
   /// Writes a line; with no file open it does nothing. A write that fails raises RunError once and closes

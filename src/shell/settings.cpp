@@ -47,9 +47,8 @@ void SaveConfig(Quillon& form) {
 }
 
 void ReadConfig(Quillon& form) {
-  std::string text;
-  TrySilently([&] { text = ReadFile(PathInFolder(form.AppFolder, kFile)); });
-  LineReader lines(text);
+  LineReader lines{std::string_view()};
+  TrySilently([&] { lines = LineReader::OfFile(PathInFolder(form.AppFolder, kFile)); });
   std::string line;
   const auto read = [&](const std::function<void()>& set) {
     TrySilently([&] { line = lines.Next(); });

@@ -5,6 +5,27 @@
 #include <filesystem>
 
 #include "support/bench.h"
+#ifndef _WIN32
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "support/full_disk.h"
+#include "support/without_rights.h"
+
+namespace {
+int lockFailure = 0;  // an error number: then the file system has no locks
+}
+
+/// Replaces the C library's function, which the tool calls.
+extern "C" int flock(int file, int operation) {
+  if (lockFailure == 0) return static_cast<int>(syscall(SYS_flock, file, operation));
+  errno = lockFailure;
+  return -1;
+}
+#endif
 
 namespace quillon::test {
 namespace {
@@ -79,9 +100,12 @@ TEST_F(FileTest, IsReplacedWholeOrNotAtAll) {
   EXPECT_FALSE(fs::exists(folder + "a.cfg.new"));
 
 #ifndef _WIN32
-  fs::create_symlink("/dev/full", folder + "a.cfg.new");
-  EXPECT_EQ(FailureNumber([&] { ReplaceFile(folder + "a.cfg", "newest"); }), 61);
+  {
+    const FullDisk fullDisk;
+    EXPECT_EQ(FailureNumber([&] { ReplaceFile(folder + "a.cfg", "newest"); }), 61);
+  }
   EXPECT_EQ(bench.Read("a.cfg"), "new");
+  EXPECT_FALSE(fs::exists(folder + "a.cfg.new"));
 #endif
 
   fs::create_directory(folder + "b.cfg");  // the new file can't take its place
@@ -101,6 +125,95 @@ TEST_F(FileTest, HasOneWriterAndTheSecondLeavesItAlone) {
   second.Open(folder + "mine.txt");
   EXPECT_EQ(bench.Read("mine.txt"), "");
 }
+
+#ifndef _WIN32
+TEST_F(FileTest, IsReplacedBehindItsLinkWithItsModeAndNeverThroughAnotherLink) {
+  bench.Write("victim", "victim");
+  bench.Write("real.cfg", "old");
+  fs::permissions(folder + "real.cfg", fs::perms(0660));
+  fs::create_symlink("victim", folder + "real.cfg.new");
+  fs::create_symlink("real.cfg", folder + "a.cfg");
+  ReplaceFile(folder + "a.cfg", "new");
+  EXPECT_EQ(bench.Read("real.cfg"), "new");
+  EXPECT_EQ(fs::status(folder + "real.cfg").permissions(), fs::perms(0660));
+  EXPECT_EQ(fs::read_symlink(folder + "a.cfg"), "real.cfg");
+  EXPECT_EQ(fs::read_symlink(folder + "real.cfg.new"), "victim");
+  EXPECT_EQ(bench.Read("victim"), "victim");
+  EXPECT_FALSE(fs::exists(folder + "real.cfg.new1"));
+
+  fs::create_symlink("created.cfg", folder + "b.cfg");
+  ReplaceFile(folder + "b.cfg", "new");
+  EXPECT_EQ(bench.Read("created.cfg"), "new");
+}
+
+TEST_F(FileTest, IsWrittenInPlaceWhereItsFolderIsProtectedAndNotAtAllWhereItIsProtectedItself) {
+  const std::pair<int, const char*> kModes[] = {{0666, "new"}, {0444, "old and longer"}};
+  for (const auto& [mode, expected] : kModes) {
+    bench.Write("a.cfg", "old and longer");
+    fs::permissions(folder + "a.cfg", fs::perms(mode));
+    fs::permissions(folder, fs::perms(0555));
+    {
+      const WithoutRights withoutRights;
+      EXPECT_EQ(FailureNumber([&] { ReplaceFile(folder + "a.cfg", "new"); }), mode == 0444 ? 70 : 0);
+    }
+    EXPECT_EQ(bench.Read("a.cfg"), expected);
+    fs::permissions(folder, fs::perms::owner_all);
+  }
+  EXPECT_EQ(FailureNumber([&] { ReplaceFile(folder + "a.cfg", "new"); }), 70) << "of an administrator too";
+}
+
+TEST_F(FileTest, OfAnotherKindIsRefusedAtOnce) {
+  ASSERT_EQ(mkfifo((folder + "pipe").c_str(), 0666), 0);
+  fs::create_symlink("/dev/null", folder + "device");
+  for (const std::string name : {"pipe", "device"}) {
+    TextWriter log;
+    EXPECT_EQ(FailureNumber([&] { ReadFile(folder + name); }), 75) << name;
+    EXPECT_EQ(FailureNumber([&] { ReplaceFile(folder + name, "new"); }), 75) << name;
+    EXPECT_EQ(FailureNumber([&] { log.Open(folder + name); }), 70) << name;
+  }
+}
+
+TEST_F(FileTest, OfALogIsWrittenThroughALinkToAFileAlone) {
+  fs::create_symlink("elsewhere.txt", folder + "mine.txt");
+  TextWriter log;
+  EXPECT_EQ(FailureNumber([&] { log.Open(folder + "mine.txt"); }), 70) << "the link leads to nothing";
+  bench.Write("elsewhere.txt", "of yesterday");
+  log.Open(folder + "mine.txt");
+  log.WriteLine("of today");
+  log.Close();
+  EXPECT_EQ(bench.Read("elsewhere.txt"), "of today\r\n");
+}
+
+TEST_F(FileTest, OfALogNeedsNoLockWhereThereAreNone) {
+  for (const int failure : {ENOLCK, ENOSYS, EOPNOTSUPP}) {
+    lockFailure = failure;
+    TextWriter log;
+    EXPECT_EQ(FailureNumber([&] { log.Open(folder + "mine.txt"); }), 0) << failure;
+  }
+  lockFailure = 0;
+}
+
+TEST_F(FileTest, ThatFailsInTheMiddleGivesTheWholeLinesBefore) {
+  std::string text;
+  for (int i = 0; i < 10'000; ++i) text += "whole\r\n";
+  const std::string path = bench.Write("lines", text);
+  LineReader reader = LineReader::OfFile(path);
+  const int unreadable = open("/dev/null", O_WRONLY);
+  for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+    std::error_code closed;
+    if (fs::read_symlink(entry, closed) == path) dup2(unreadable, std::stoi(entry.path().filename()));
+  }
+  close(unreadable);
+  int lines = 0;
+  EXPECT_EQ(FailureNumber([&] {
+              for (; !reader.AtEnd(); ++lines) EXPECT_EQ(reader.Next(), "whole");
+            }),
+            57);
+  EXPECT_GT(lines, 1000);
+  EXPECT_LT(lines, 10'000);
+  EXPECT_EQ(FailureNumber([&] { reader.Next(); }), 57);
+}
+#endif
 
 }  // namespace
 }  // namespace quillon::test

@@ -3,14 +3,12 @@
 #include "shell/wiring.h"
 
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 
 namespace quillon::test {
 
-Bench::Bench(const std::string& logDevice) : tool(world.AsComputer()) {
-  if (!logDevice.empty()) std::filesystem::create_symlink(logDevice, world.folder + "Log.txt");
+Bench::Bench() : tool(world.AsComputer()) {
   Wire(tool);
   Form_Load(tool);
   tool.Text1.SetText("500");

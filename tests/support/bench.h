@@ -19,11 +19,11 @@ constexpr const char* kDevice = "/dev/zero";  // reading it would never end
 
 /// A technician's bench: one program at work, with usual settings, in a world of its own.
 ///
-/// Its log is a file, or goes to a device. At start: time-out 500 ms, delay 10 ms, COM 1, 9600, protocol 63
+/// At start: time-out 500 ms, delay 10 ms, COM 1, 9600, protocol 63
 /// (byte 0x40), no controller ticked.
 class Bench {
  public:
-  explicit Bench(const std::string& logDevice = "");
+  Bench();
 
   World world;
   Quillon tool;

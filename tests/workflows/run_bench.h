@@ -23,9 +23,7 @@ inline constexpr Button kRuns[] = {kParallel, kSerial, kInfo, kBoot, kTo3, kTo4,
 /// A bench whose line leads to simulated controllers. They go to 38400 for programming.
 class RunBench : public Bench {
  public:
-  explicit RunBench(const std::vector<bus::ControllerSetup>& controllers = {},
-                    const std::string& logDevice = "")
-      : Bench(logDevice) {
+  explicit RunBench(const std::vector<bus::ControllerSetup>& controllers = {}) {
     for (const bus::ControllerSetup& setup : controllers) bus.Add(setup);
     world.bus = &bus;
     tool.DownloadSettings = "38400,N,8,2";

@@ -2,6 +2,9 @@
 #include <gtest/gtest.h>
 
 #include "workflows/run_bench.h"
+#ifndef _WIN32
+#include "support/full_disk.h"
+#endif
 
 namespace quillon::test {
 namespace {
@@ -115,12 +118,15 @@ TEST(RunFailure, CancelAndClosingEndARunBetweenItsBoxesOrWhileOneStands) {
 
 #ifndef _WIN32
 TEST(RunFailure, AFullDiskUnderTheLogIsToldOnceAndHarmsNoRun) {
-  RunBench bench({{.number = 3}}, "/dev/full");
+  RunBench bench(std::vector<bus::ControllerSetup>{{.number = 3}});
   bench.Tick({3});
-  for (int run = 0; run < 50; ++run) {
-    bench.Press(kInfo);
-    EXPECT_EQ(bench.Row(3), "01/02/03 1E02");
-    EXPECT_TRUE(bench.Over());
+  {
+    const FullDisk fullDisk;
+    for (int run = 0; run < 50; ++run) {
+      bench.Press(kInfo);
+      EXPECT_EQ(bench.Row(3), "01/02/03 1E02");
+      EXPECT_TRUE(bench.Over());
+    }
   }
   bench.tool.Close();
   EXPECT_EQ(bench.BoxNumbers(), std::vector<int>{RunError::kDiskFull});
