@@ -15,6 +15,8 @@ constexpr double kBitsPerByte = 11;   // start bit, 8 data bits, 2 stop bits
 constexpr double kDrainGrace = 1.0;   // seconds of a line that stands still
 constexpr double kDrainStep = 0.001;  // seconds
 
+constexpr std::size_t kOutputBuffer = 512;  // bytes that can still be leaving when Write returns
+
 /// Bytes that may wait. No answer is near it, and a line that babbles must not fill the memory.
 constexpr std::size_t kMostWaiting = 1 << 20;
 
@@ -70,6 +72,7 @@ void SerialPort::Configure(const LineSettings& settings) {
   RequireDevice();
   if (!Drain()) {
     pending_.clear();
+    watch_->AwaitRoom(false);
     line_->DropLeaving();
   }
   RequireDevice();
@@ -79,6 +82,7 @@ void SerialPort::Configure(const LineSettings& settings) {
 void SerialPort::Write(std::span<const std::uint8_t> bytes) {
   pending_.insert(pending_.end(), bytes.begin(), bytes.end());
   if (!SendPending()) RaiseGone();
+  AwaitLeaving(kOutputBuffer);
 }
 
 std::size_t SerialPort::Waiting() {
@@ -93,17 +97,21 @@ std::vector<std::uint8_t> SerialPort::Read() {
   return std::exchange(received_, {});
 }
 
-/// Waits until all bytes have left; false when some did not. A line that stands still must not hold the
-/// program, however much waits for it: a line that works lets bytes out again and again.
+/// Waits until all bytes have left; false when some did not.
 bool SerialPort::Drain() {
+  if (!AwaitLeaving(0)) return false;
+  line_->AwaitLastBytes();
+  return true;
+}
+
+/// Waits until at most so many bytes are still to leave; false when the line took nothing for longer than
+/// LongestStandstill, however much waits for it: a line that works lets bytes out again and again.
+bool SerialPort::AwaitLeaving(std::size_t most) {
   std::size_t left = 0;
   SteadyClock::time_point deadline;
   while (!line_->Gone() && SendPending()) {
     const std::size_t before = std::exchange(left, pending_.size() + line_->Leaving());
-    if (left == 0) {
-      line_->AwaitLastBytes();
-      return true;
-    }
+    if (left <= most) return true;
     const SteadyClock::time_point now = SteadyClock::now();
     if (left != before) deadline = now + LongestStandstill(left);
     if (now >= deadline) break;

@@ -33,7 +33,8 @@ class SerialPort final : public SerialDevice {
   void Close() override;
   /// Waits like Close.
   void Configure(const LineSettings& settings) override;
-  /// What the device can't take yet follows in order, with the events and with every later operation.
+  /// What the device can't take yet follows in order, with the events and with every later operation. On a
+  /// line that takes nothing it returns after the time of 512 bytes and one second, with the bytes queued.
   void Write(std::span<const std::uint8_t> bytes) override;
   std::size_t Waiting() override;
   std::vector<std::uint8_t> Read() override;
@@ -44,6 +45,7 @@ class SerialPort final : public SerialDevice {
 
   void SetSpeed(int baud);
   bool Drain();
+  bool AwaitLeaving(std::size_t most);
   SteadyClock::duration LongestStandstill(std::size_t bytes) const;
   void LetGo();
   bool SendPending();

@@ -87,7 +87,8 @@ class SerialDevice {
   virtual void Close() = 0;
   /// Lets out what is still leaving, then changes the speed. Raises RunError 380 for one that is refused.
   virtual void Configure(const LineSettings& settings) = 0;
-  /// Queues all bytes in order and starts them on their way; does not wait for the line.
+  /// Queues all bytes in order and starts them on their way. Returns when at most 512 bytes, the size of the
+  /// output buffer, are still to leave, so that what is queued never delays a change of speed for long.
   virtual void Write(std::span<const std::uint8_t> bytes) = 0;
   /// Number of received bytes that wait.
   virtual std::size_t Waiting() = 0;

@@ -1,5 +1,7 @@
 #include "platform/serial_control.h"
 
+#include <utility>
+
 #include "platform/conversions.h"
 #include "platform/run_error.h"
 
@@ -41,11 +43,23 @@ void SerialControl::SetPortOpen(bool open) {
                                                    " is open. Close it before it is opened again.");
   }
   if (open) {
-    device_.Open(port_, line_);
+    OpenDevice();
     open_ = true;
   } else if (open_) {
     open_ = false;
     device_.Close();
+  }
+}
+
+/// The speed of an opening can be left from a run that failed. One that the device refused is not tried
+/// again: the next opening takes the speed at start, and the run sets its own on the open port.
+void SerialControl::OpenDevice() {
+  if (std::exchange(speedRefused_, false)) line_ = LineSettings{};
+  try {
+    device_.Open(port_, line_);
+  } catch (const RunError& error) {
+    speedRefused_ = error.number == RunError::kInvalidPropertyValue;
+    throw;
   }
 }
 

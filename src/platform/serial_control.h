@@ -10,8 +10,8 @@
 namespace quillon {
 
 /// The serial port as the program sees it: selected by number, opened and closed, its speed changed while
-/// open. No handshaking; bytes are never translated. Its buffers, InBufferSize 1024 and OutBufferSize 512 at
-/// start, show nothing on the line: they grow as they must, so no byte is lost and no sending waits for room.
+/// open. No handshaking; bytes are never translated. InBufferSize, 1024 at start, is not a limit: no received
+/// byte is lost. OutBufferSize, 512, is one: see Output.
 class SerialControl {
  public:
   explicit SerialControl(SerialDevice& device) : device_(device) {}
@@ -23,7 +23,8 @@ class SerialControl {
   PortDescription Describe(int number) const { return device_.Describe(number); }
 
   /// Opens or closes the port. Opening an open port raises RunError 8005; closing a closed one does nothing.
-  /// Opening raises what SerialDevice::Open does.
+  /// Opening raises what SerialDevice::Open does. After an opening that was refused for its speed the next
+  /// one takes 9600 bits per second.
   void SetPortOpen(bool open);
 
   /// "9600,N,8,2": speed, no parity, 8 data bits, 2 stop bits, the only form there is. Acts at once on an
@@ -41,7 +42,8 @@ class SerialControl {
   void SetInputLen(int count);
 
   /// The operations on the line raise RunError 8018 on a closed port and 8020 when the device fails.
-  /// Queues all bytes for sending at once, with no waiting for the line.
+  /// Queues all bytes for sending at once. Returns when at most 512 bytes are still to leave, see
+  /// SerialDevice::Write.
   void Output(std::span<const std::uint8_t> bytes);
   /// Number of received bytes that wait.
   std::size_t InBufferCount();
@@ -49,6 +51,7 @@ class SerialControl {
   Bytes Input();
 
  private:
+  void OpenDevice();
   void RequireOpen() const;
 
   SerialDevice& device_;
@@ -56,6 +59,7 @@ class SerialControl {
   bool open_ = false;
   std::string settings_ = "9600,N,8,2";
   LineSettings line_;
+  bool speedRefused_ = false;  // by the device, at the last opening
 };
 
 }  // namespace quillon

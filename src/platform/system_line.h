@@ -24,7 +24,7 @@ class SystemLine {
   ~SystemLine();
 
   /// Sets the speed (bits per second, met to 3 %), 8 data bits, no parity, 2 stop bits and no handshaking;
-  /// false when the device runs otherwise then.
+  /// false when the device takes something else, which is undone.
   bool SetSpeed(int baud);
 
   /// Hands on as many bytes as the device takes now and returns their number; -1 when the device failed, now

@@ -14,8 +14,12 @@
 #include <cmath>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <limits>
+#include <sstream>
 #include <string_view>
 
 #include "platform/run_error.h"
@@ -106,12 +110,54 @@ std::string LockFileOf(const std::string& device) {
   return "/var/lock/LCK.." + name;
 }
 
-/// Whether a lock file is there and holds, in its first line, the number of another process that lives.
+/// When a process started, in seconds since 1970, by the clock ticks since the computer's start that the
+/// system counts for it.
+double StartTime(double ticks) {
+  const auto now = [](clockid_t clock) {
+    timespec time{};
+    clock_gettime(clock, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+  };
+  return now(CLOCK_REALTIME) - now(CLOCK_BOOTTIME) + ticks / static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+/// Whether a process lives that can have written a file at that time (seconds since 1970). One that started
+/// later got the number of a process that ended.
+bool LivesSince(pid_t process, double written) {
+  constexpr double kSlack = 2;               // seconds, for what the clock was set meanwhile
+  constexpr int kBetweenStateAndStart = 18;  // fields
+  if (kill(process, 0) != 0 && errno != EPERM) return false;
+  std::string text;
+  std::getline(std::ifstream("/proc/" + std::to_string(process) + "/stat"), text);
+  const std::size_t name = text.rfind(')');  // the field before; it can contain blanks
+  if (name == text.npos) return true;        // the system does not show other users' processes
+  std::istringstream fields(text.substr(name + 1));
+  char state = 0;
+  fields >> state;
+  std::string other;
+  for (int i = 0; i < kBetweenStateAndStart; ++i) fields >> other;
+  double start = 0;
+  fields >> start;
+  const bool ended = state == 'Z' || state == 'X';  // a zombie, or about to be none
+  return !ended && StartTime(start) <= written + kSlack;
+}
+
+/// Whether a lock file is there and contains, in its first line, the number of another process that lives.
+/// Everybody may write to its folder: a pipe or a link of its name is no lock file.
 bool HeldByAnother(const std::string& lockFile) {
-  std::ifstream file(lockFile);
-  pid_t process = 0;
-  if (!(file >> process) || process <= 0 || process == getpid()) return false;
-  return kill(process, 0) == 0 || errno == EPERM;
+  constexpr int kNoWait = O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC;
+  const int descriptor = open(lockFile.c_str(), O_RDONLY | kNoWait);
+  if (descriptor < 0) return false;
+  struct stat file {};
+  char line[32] = "";
+  const bool read =
+      fstat(descriptor, &file) == 0 && S_ISREG(file.st_mode) && ::read(descriptor, line, sizeof line - 1) > 0;
+  close(descriptor);
+  const long process = read ? std::strtol(line, nullptr, 10) : 0;
+  if (process <= 0 || process > std::numeric_limits<pid_t>::max() || process == getpid()) return false;
+  const double written =
+      static_cast<double>(file.st_mtim.tv_sec) + static_cast<double>(file.st_mtim.tv_nsec) / 1e9;
+  return LivesSince(static_cast<pid_t>(process), written);
 }
 
 /// Writes a lock file with this process's number, in place of one of a process that ended. Where that is not
@@ -136,15 +182,13 @@ struct SystemLine::Device {
 SystemLine::SystemLine(const std::string& programFolder, int number) : device_(std::make_unique<Device>()) {
   const std::string name = PortDevice(programFolder, number);
   if (name.empty()) throw NoSuchPort(number, "");
+  // By the device's own name, which its lock file bears too; a link's would be locked beside it.
+  std::error_code unresolved;  // then the opening tells
+  const std::string lock = LockFileOf(fs::canonical(name, unresolved).string());
+  // Before the device is opened: an opening disturbs the program that uses it.
+  if (!unresolved && HeldByAnother(lock)) throw InUse(number, name + ", by its lock file " + lock);
   const int opened = OpenAlone(name.c_str());
   if (opened < 0) throw OpenFailure(number, name, -opened);
-  // By the device's own name, which its lock file bears too; a link's would be locked beside it.
-  std::error_code unresolved;  // then the next operation tells
-  const std::string lock = LockFileOf(fs::canonical(name, unresolved).string());
-  if (HeldByAnother(lock)) {
-    close(opened);
-    throw InUse(number, name + ", by its lock file " + lock);
-  }
   device_->descriptor = opened;
   if (!unresolved && WriteLockFile(lock)) device_->lockFile = lock;
   ioctl(opened, TIOCEXCL);
@@ -161,8 +205,9 @@ SystemLine::~SystemLine() {
 bool SystemLine::SetSpeed(int baud) {
   constexpr tcflag_t kForm = CSIZE | PARENB | CSTOPB | CRTSCTS;
   constexpr tcflag_t kWanted = CS8 | CSTOPB;
-  termios2 settings{};
-  if (ioctl(device_->descriptor, TCGETS2, &settings) != 0) return false;
+  termios2 former{};
+  if (ioctl(device_->descriptor, TCGETS2, &former) != 0) return false;
+  termios2 settings = former;
   settings.c_iflag = 0;  // bytes pass as they are
   settings.c_oflag = 0;
   settings.c_lflag = 0;
@@ -171,10 +216,13 @@ bool SystemLine::SetSpeed(int baud) {
   settings.c_ispeed = settings.c_ospeed = static_cast<speed_t>(baud);
   settings.c_cc[VMIN] = 0;
   settings.c_cc[VTIME] = 0;
-  if (ioctl(device_->descriptor, TCSETS2, &settings) != 0) return false;
-  if (ioctl(device_->descriptor, TCGETS2, &settings) != 0) return false;
-  return (settings.c_cflag & kForm) == kWanted &&
-         std::abs(static_cast<double>(settings.c_ospeed) - baud) <= baud * kSpeedTolerance;
+  if (ioctl(device_->descriptor, TCSETS2, &settings) == 0 &&
+      ioctl(device_->descriptor, TCGETS2, &settings) == 0 && (settings.c_cflag & kForm) == kWanted &&
+      std::abs(static_cast<double>(settings.c_ospeed) - baud) <= baud * kSpeedTolerance) {
+    return true;
+  }
+  ioctl(device_->descriptor, TCSETS2, &former);
+  return false;
 }
 
 std::ptrdiff_t SystemLine::Send(std::span<const std::uint8_t> bytes) {

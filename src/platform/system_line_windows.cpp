@@ -172,9 +172,10 @@ SystemLine::~SystemLine() = default;
 bool SystemLine::SetSpeed(int baud) {
   constexpr char kXon = 0x11;
   constexpr char kXoff = 0x13;
-  DCB form{};
-  form.DCBlength = sizeof form;
-  if (!GetCommState(device_->handle, &form)) return false;
+  DCB former{};
+  former.DCBlength = sizeof former;
+  if (!GetCommState(device_->handle, &former)) return false;
+  DCB form = former;
   form.BaudRate = static_cast<DWORD>(baud);
   form.ByteSize = 8;
   form.Parity = NOPARITY;
@@ -188,10 +189,13 @@ bool SystemLine::SetSpeed(int baud) {
   form.fOutX = form.fInX = form.fParity = form.fNull = form.fErrorChar = form.fAbortOnError = FALSE;
   form.XonChar = kXon;  // some drivers refuse two that are the same, used or not
   form.XoffChar = kXoff;
-  if (!SetCommState(device_->handle, &form) || !GetCommState(device_->handle, &form)) return false;
-  const bool met = form.ByteSize == 8 && form.Parity == NOPARITY && form.StopBits == TWOSTOPBITS &&
+  const bool met = SetCommState(device_->handle, &form) && GetCommState(device_->handle, &form) &&
+                   form.ByteSize == 8 && form.Parity == NOPARITY && form.StopBits == TWOSTOPBITS &&
                    std::abs(static_cast<double>(form.BaudRate) - baud) <= baud * kSpeedTolerance;
-  if (!met) return false;
+  if (!met) {
+    SetCommState(device_->handle, &former);
+    return false;
+  }
   device_->baud = baud;
   // Reading begins here: what came before at another speed is noise.
   if (!std::exchange(device_->begun, true)) {

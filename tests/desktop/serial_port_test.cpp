@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,6 +12,8 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdarg>
+#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -23,6 +26,44 @@
 #include "platform/run_error.h"
 #include "support/far_end.h"
 #include "support/without_rights.h"
+
+namespace quillon {
+namespace {
+
+/// What an adapter does that a pseudo-terminal does not. It is asked in the place of the device.
+struct Adapter {
+  std::function<void(termios2&)> adapt;  // makes something else of the settings
+  std::deque<int> leaving;            // what it answers when it is asked how many bytes are leaving; then 0
+  std::vector<std::string> requests;  // what else it was asked for, in order
+
+  /// Whether it answers a request itself.
+  bool Answers(unsigned long request, void* argument) {
+    if (request == TCSETS2 && adapt) adapt(*static_cast<termios2*>(argument));
+    if (request == TCSETS2) requests.push_back(std::to_string(static_cast<termios2*>(argument)->c_ospeed));
+    if (request == TCSBRK) requests.push_back("last bytes");
+    if (request != TIOCOUTQ || leaving.empty()) return false;
+    *static_cast<int*>(argument) = leaving.front();
+    requests.push_back(std::to_string(leaving.front()) + " leaving");
+    leaving.pop_front();
+    return true;
+  }
+};
+Adapter fakeAdapter;
+
+}  // namespace
+}  // namespace quillon
+
+/// Replaces the C library's function, which the tool calls.
+extern "C" int ioctl(int file, unsigned long request, ...) noexcept {
+  va_list arguments;
+  va_start(arguments, request);
+  void* argument = va_arg(arguments, void*);
+  va_end(arguments);
+  termios2 settings{};
+  if (request == TCSETS2) argument = &(settings = *static_cast<termios2*>(argument));
+  if (quillon::fakeAdapter.Answers(request, argument)) return 0;
+  return static_cast<int>(syscall(SYS_ioctl, file, request, argument));
+}
 
 namespace quillon {
 namespace {
@@ -53,10 +94,19 @@ class SerialPortTest : public testing::Test {
     for (std::size_t i = 0; i < pattern.size(); ++i) pattern[i] = static_cast<std::uint8_t>(i * 31 ^ i >> 8);
   }
 
+  ~SerialPortTest() override { fakeAdapter = {}; }
+
   void LinkTo(const std::string& device, int number) {
     const std::string link = home + "COM" + std::to_string(number);
     std::filesystem::remove(link);
     std::filesystem::create_symlink(device, link);
+  }
+
+  /// How often the event loop wakes.
+  int PassesIn(double seconds) {
+    int passes = 0;
+    for (const double end = clock.Now() + seconds; clock.Now() < end - 0.05; ++passes) events.YieldUntil(end);
+    return passes;
   }
 
   Bytes pattern = Bytes(200'000);
@@ -68,13 +118,49 @@ class SerialPortTest : public testing::Test {
   SerialPort port{home};
 };
 
-TEST_F(SerialPortTest, SetsAnySpeedWithTwoStopBitsAndNoParity) {
+TEST_F(SerialPortTest, SetsAnySpeedWithTwoStopBitsNoParityAndNoModemLines) {
+  tcflag_t wanted = 0;
+  fakeAdapter.adapt = [&](const termios2& settings) { wanted = settings.c_cflag; };
   port.Open(kPort, {9600});
   for (const int baud : {4800, 38400, 12345}) {
     port.Configure({baud});
     EXPECT_EQ(line.Settings().c_ospeed, static_cast<speed_t>(baud));
-    EXPECT_EQ(line.Settings().c_cflag & (CSIZE | PARENB | CSTOPB | CRTSCTS), CS8 | CSTOPB) << baud;
+    EXPECT_EQ(wanted & (CSIZE | PARENB | CSTOPB | CRTSCTS | CLOCAL | CREAD), CS8 | CSTOPB | CLOCAL | CREAD);
   }
+}
+
+TEST_F(SerialPortTest, ASpeedNearTheWantedOneIsTakenAndAnotherIsUndone) {
+  port.Open(kPort, {4800});
+  const std::pair<speed_t, bool> kSubstitutes[] = {{9880, true}, {9900, false}, {9320, true}, {9300, false}};
+  for (const auto& [speed, taken] : kSubstitutes) {
+    port.Configure({4800});
+    fakeAdapter.adapt = [&, substitute = speed](termios2& settings) {
+      if (settings.c_ospeed == 9600) settings.c_ospeed = settings.c_ispeed = substitute;
+    };
+    EXPECT_EQ(NumberOf([&] { port.Configure({9600}); }), taken ? 0 : RunError::kInvalidPropertyValue);
+    EXPECT_EQ(line.Settings().c_ospeed, taken ? speed : 4800u);
+  }
+}
+
+TEST_F(SerialPortTest, OpensWithoutWhatCameBeforeAndWithoutBecomingItsTerminal) {
+  const int other = open(line.Device().c_str(), O_RDWR | O_NOCTTY);  // else nothing is kept for the opening
+  termios2 raw{};
+  ioctl(other, TCSETS2, &raw);
+  line.Send({1, 2, 3});
+  pollfd arrived{other, POLLIN, 0};
+  ASSERT_EQ(poll(&arrived, 1, 1000), 1);
+  const pid_t session = fork();
+  if (session == 0) {
+    setsid();
+    SystemLine opened(home, kPort);
+    std::vector<std::uint8_t> received;
+    opened.Receive(received);
+    _exit(received.empty() && open("/dev/tty", O_RDWR) < 0 ? 0 : 1);
+  }
+  int status = 0;
+  waitpid(session, &status, 0);
+  EXPECT_EQ(status, 0);
+  close(other);
 }
 
 TEST_F(SerialPortTest, EveryByteValuePassesUntouchedBothWays) {
@@ -89,44 +175,43 @@ TEST_F(SerialPortTest, EveryByteValuePassesUntouchedBothWays) {
   EXPECT_EQ(port.Read(), all);
 }
 
-TEST_F(SerialPortTest, WriteNeitherHoldsNorLosesNorReordersWhatALateReaderTakes) {
+TEST_F(SerialPortTest, WriteNeitherLosesNorReordersWhatALateReaderTakes) {
   port.Open(kPort, {9600});
-  const double begin = clock.Now();
-  for (std::size_t i = 0; i < pattern.size(); i += 1000) port.Write({pattern.data() + i, 1000});
-  EXPECT_LT(clock.Now() - begin, 1.0);
-
   auto received = std::async(std::launch::async, [&] { return line.Receive(pattern.size(), 1ms); });
+  for (std::size_t i = 0; i < pattern.size(); i += 1000) port.Write({pattern.data() + i, 1000});
   while (received.wait_for(0ms) != std::future_status::ready)
     QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
   EXPECT_TRUE(received.get() == pattern);
 }
 
-TEST_F(SerialPortTest, LetsBytesOutBeforeTheSpeedChangesOrThePortCloses) {
-  for (const bool closes : {false, true}) {
-    port.Open(kPort, {38400});
-    port.Write(pattern);
-    auto speedOnTheWay = std::async(std::launch::async, [&] {
-      std::size_t count = line.Receive(pattern.size() / 2).size();  // the rest is more than the line holds
-      const speed_t speed = line.Settings().c_ospeed;
-      count += line.Receive(pattern.size() - count).size();
-      EXPECT_EQ(count, pattern.size());
-      return speed;
-    });
-    closes ? port.Close() : port.Configure({4800});
-    EXPECT_EQ(speedOnTheWay.get(), 38400u);
-    EXPECT_EQ(line.Settings().c_ospeed, closes ? 38400u : 4800u);
-    port.Close();
-  }
+TEST_F(SerialPortTest, WriteWaitsForTheOutputBufferAndAChangeOfSpeedForAllBytes) {
+  port.Open(kPort, {9600});
+  fakeAdapter.requests.clear();
+  fakeAdapter.leaving = {2000, 513, 512, 300, 0};
+  port.Write({pattern.data(), 100});
+  EXPECT_EQ(fakeAdapter.leaving.size(), 2u);
+  port.Configure({4800});
+  EXPECT_EQ(fakeAdapter.requests,
+            (std::vector<std::string>{"2000 leaving", "513 leaving", "512 leaving", "300 leaving",
+                                      "0 leaving", "last bytes", "4800"}));
+  fakeAdapter.leaving = {300, 0};
+  port.Close();
+  EXPECT_TRUE(fakeAdapter.leaving.empty());
 }
 
-TEST_F(SerialPortTest, WhatALineThatStandsStillDidNotTakeNeverLeavesAtTheNextSpeed) {
+TEST_F(SerialPortTest, AStalledLineHoldsEachStepForAMomentAndKeepsNoEventLoopBusy) {
   port.Open(kPort, {9600});
-  port.Write(pattern);  // more than the line holds, and minutes of a line that works
-  const double begin = clock.Now();
-  port.Configure({4800});
-  EXPECT_NEAR(clock.Now() - begin, 1.6, 0.5);
+  const auto seconds = [&](const std::function<void()>& step) {
+    const double begin = clock.Now();
+    step();
+    return clock.Now() - begin;
+  };
+  EXPECT_NEAR(seconds([&] { port.Write(pattern); }), 1.6, 0.5);  // more than the line holds
+  EXPECT_NEAR(seconds([&] { port.Configure({4800}); }), 1.6, 0.5);
   port.Write({pattern.data(), 3});
-  EXPECT_LT(line.Receive(pattern.size()).size(), 10'000u) << "more than stood at the far end already";
+  EXPECT_LT(line.Receive(pattern.size()).size(), 10'000u)
+      << "what did not leave never leaves at the next speed";
+  EXPECT_LT(PassesIn(0.2), 50);
 }
 
 TEST_F(SerialPortTest, ALineThatBabblesHoldsNeitherTheWindowNorTheMemory) {
@@ -156,9 +241,7 @@ TEST_F(SerialPortTest, ADeviceThatWentAwayKeepsNoEventLoopBusy) {
     LinkTo(pulled.Device(), kPort);
     port.Open(kPort, {9600});
   }
-  int passes = 0;
-  for (const double end = clock.Now() + 0.2; clock.Now() < end - 0.05; ++passes) events.YieldUntil(end);
-  EXPECT_LT(passes, 50);
+  EXPECT_LT(PassesIn(0.2), 50);
   EXPECT_EQ(NumberOf([&] { port.Read(); }), RunError::kDeviceFailed);
 }
 
@@ -201,19 +284,43 @@ TEST_F(SerialPortTest, EachReasonAgainstOpeningHasItsNumber) {
   EXPECT_EQ(line.Settings().c_ospeed, 38400u) << "an attempt to open a port in use must not touch it";
 }
 
-TEST_F(SerialPortTest, ALockFileOfAnotherProgramIsNamed) {
+TEST_F(SerialPortTest, ALockFileOfALivingProcessIsNamedAndTheDeviceLeftAlone) {
+  namespace fs = std::filesystem;
   const std::string lock = "/var/lock/LCK..pts_" + line.Device().substr(sizeof "/dev/pts");
-  std::ofstream(lock) << "1\n";  // of a process that lives
-  const RunError error = ErrorOf([&] { port.Open(kPort, {9600}); });
-  EXPECT_EQ(error.number, RunError::kPortAlreadyOpen);
-  EXPECT_NE(error.description.find(lock), std::string::npos) << error.description;
-  std::ofstream(lock) << "999999999\n";  // of one that ended
-  port.Open(kPort, {9600});
+  const pid_t zombie = fork();
+  if (zombie == 0) _exit(0);
+  siginfo_t ended{};
+  waitid(P_PID, static_cast<id_t>(zombie), &ended, WEXITED | WNOWAIT);
+  const struct {
+    std::string process;
+    std::chrono::hours age;
+    bool lives;
+  } kFiles[] = {
+      {"1", 0h, true},
+      {"999999999", 0h, false},
+      {"99999999999999999999", 0h, false},
+      {std::to_string(zombie), 0h, false},
+      {std::to_string(getppid()), 24h * 10'000, false},  // its number was another process's then
+  };
+  for (const auto& file : kFiles) {
+    std::ofstream(lock) << file.process << "\n";
+    fs::last_write_time(lock, fs::last_write_time(lock) - file.age);
+    fakeAdapter.requests.clear();
+    const RunError error = ErrorOf([&] { port.Open(kPort, {9600}); });
+    EXPECT_EQ(error.number, file.lives ? RunError::kPortAlreadyOpen : 0) << file.process;
+    EXPECT_EQ(error.description.find(lock) != std::string::npos, file.lives) << error.description;
+    EXPECT_EQ(fakeAdapter.requests.empty(), file.lives);
+    fs::remove(lock);
+    port.Close();
+  }
+  waitpid(zombie, nullptr, 0);
+  ASSERT_EQ(mkfifo(lock.c_str(), 0666), 0);
+  EXPECT_EQ(NumberOf([&] { port.Open(kPort, {9600}); }), 0);
   int process = 0;
   std::ifstream(lock) >> process;
   EXPECT_EQ(process, getpid());
   port.Close();
-  EXPECT_FALSE(std::filesystem::exists(lock));
+  EXPECT_FALSE(fs::exists(lock));
 }
 
 TEST_F(SerialPortTest, ADeviceWithoutTheRightToItTellsWhomToAsk) {

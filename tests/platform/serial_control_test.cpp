@@ -51,5 +51,15 @@ TEST_F(SerialControlTest, ChangesTheSpeedOnTheOpenPortAtOnceAndKeepsItWhenAnothe
   EXPECT_THAT(world.speeds, ElementsAre(19200, 4800));
 }
 
+TEST_F(SerialControlTest, OpensAgainAfterAnOpeningThatWasRefusedForASpeedSetWhileClosed) {
+  line.SetSettings("115200,N,8,2");
+  world.beforeOperation = [] { throw RunError(RunError::kInvalidPropertyValue, "as scripted"); };
+  EXPECT_EQ(FailureNumber([&] { line.SetPortOpen(true); }), 380);
+  line.SetSettings("115200,N,8,2");  // by the steps of a run that goes on
+  world.beforeOperation = nullptr;
+  line.SetPortOpen(true);
+  EXPECT_THAT(world.speeds, ElementsAre(9600));
+}
+
 }  // namespace
 }  // namespace quillon::test

@@ -9,7 +9,8 @@
 namespace quillon::test {
 namespace {
 
-constexpr Nanoseconds kYieldTakes = 1ms;  // at most, where nothing is waited for
+constexpr Nanoseconds kYieldTakes = 1ms;    // at most, where nothing is waited for
+constexpr std::size_t kOutputBuffer = 512;  // bytes that can still be leaving when Write returns
 
 Nanoseconds ToNanoseconds(double time) {
   return Nanoseconds(static_cast<std::int64_t>(std::ceil(time * 1e9)));
@@ -109,14 +110,24 @@ void World::Configure(const LineSettings& settings) {
 
 void World::Write(std::span<const std::uint8_t> bytes) {
   Operate();
-  if (!takesBytes) return;
+  if (!takesBytes) {
+    stuck_ += bytes.size();
+    if (stuck_ > kOutputBuffer) GiveUpWaiting();
+    return;
+  }
   sent.push_back({now_, baud, {bytes.begin(), bytes.end()}});
   if (!script.empty()) {
     for (const Reply& reply : script.front()) arriving_.emplace(now_ + reply.after, reply.bytes);
     script.pop_front();
   } else if (bus) {
     bus->Send(bytes, Format(), now_);
+    Advance(bus->SendingEnds() - TimeOnLine(kOutputBuffer));
   }
+}
+
+Nanoseconds World::TimeOnLine(std::size_t bytes) const {
+  constexpr std::size_t kBitsPerByte = 11;
+  return Nanoseconds(1s) * (kBitsPerByte * bytes) / baud;
 }
 
 std::size_t World::Waiting() {
@@ -137,8 +148,11 @@ void World::Operate() {
 }
 
 void World::LetOut() {
+  if (std::exchange(stuck_, 0) > 0) GiveUpWaiting();
   if (bus) Advance(bus->SendingEnds());
 }
+
+void World::GiveUpWaiting() { Advance(now_ + TimeOnLine(kOutputBuffer) + 1s); }
 
 void World::Collect() {
   while (!arriving_.empty() && arriving_.begin()->first <= now_) {

@@ -106,8 +106,10 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
   void Pass(Nanoseconds to);
   void Advance(Nanoseconds to);
   void LetOut();
+  void GiveUpWaiting();
   void Collect();
   void Operate();
+  Nanoseconds TimeOnLine(std::size_t bytes) const;
   bus::LineFormat Format() const;
 
   Nanoseconds now_{0};
@@ -119,6 +121,7 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
   std::vector<Watch> watches_;
   std::multimap<Nanoseconds, std::vector<std::uint8_t>> arriving_;  // of the script
   std::vector<std::uint8_t> received_;
+  std::size_t stuck_ = 0;  // bytes written to a line that takes none
 };
 
 }  // namespace quillon::test
