@@ -20,6 +20,8 @@ class Program {
         quillon_(Computer{clock_, events_, desk_, screen_, serialPort_, folder}) {}
 
   void Start() { quillon::Start(quillon_); }
+  /// Acts like closing the main window: a run that is under way ends, settings and log are saved.
+  void Close() { quillon_.Close(); }
   void ServeUntilEnd() { events_.ServeUntilEnd(); }
 
  private:

@@ -13,7 +13,12 @@ namespace quillon {
 /// on Windows UTF-8. What fails says why in `errno`, with the numbers of C on every system.
 namespace system_files {
 
-/// The folder of the program's file, with a separator at its end.
+/// Opens the standard streams that the program was started without on the null device. Call it first: the
+/// next files that are opened would get their descriptors, and what is printed would go into the log.
+void OpenMissingStreams();
+
+/// The folder of the program's file, with a separator at its end. Raises std::runtime_error where the system
+/// does not say it.
 std::string ProgramFolder();
 
 /// The same name for the standard library, and back.

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <stdexcept>
 #include <utility>
 
 #include "platform/system_files.h"
@@ -133,8 +134,20 @@ bool OnlyInPlace() { return errno == EACCES || errno == EPERM || errno == EROFS 
 
 }  // namespace
 
+void OpenMissingStreams() {
+  int descriptor = 0;
+  do {
+    descriptor = open("/dev/null", O_RDWR);  // the lowest one that is free
+  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+  if (descriptor >= 0) close(descriptor);
+}
+
 std::string ProgramFolder() {
-  return std::filesystem::read_symlink("/proc/self/exe").parent_path().string() + "/";
+  std::error_code unreadable;
+  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", unreadable);
+  if (!unreadable) return program.parent_path().string() + "/";
+  throw std::runtime_error("the program's folder is unknown, since /proc/self/exe can't be read (" +
+                           unreadable.message() + "). Mount /proc, then start the program again.");
 }
 
 std::filesystem::path PathOf(const std::string& name) { return name; }

@@ -135,6 +135,8 @@ constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 }  // namespace
 
+void OpenMissingStreams() {}  // files never get the numbers of streams here
+
 std::string ProgramFolder() {
   std::wstring file(MAX_PATH, 0);
   for (;;) {

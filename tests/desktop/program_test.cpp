@@ -20,11 +20,14 @@ std::string Shell(const std::string& script) {
   return printed;
 }
 
-TEST(Program, LivesInAFolderOfAnyLettersAndTakesNoArguments) {
-  EXPECT_EQ(Shell("QT_QPA_PLATFORM=offscreen ./quillon -platform nonsense -style nonsense 2>&1 & tool=$!;"
-                  "for i in $(seq 500); do [ -e Log.txt ] && break; sleep 0.01; done;"
-                  "kill $tool; ls -1"),
-            "Log.txt\nquillon\n");
+TEST(Program, LivesInAFolderOfAnyLettersTakesNoArgumentsAndEndsAtASignal) {
+  for (const std::string signal : {"TERM", "HUP"}) {
+    EXPECT_EQ(Shell("QT_QPA_PLATFORM=offscreen ./quillon -platform nonsense -style nonsense 2>&1 >&- <&- &"
+                    "tool=$!; for i in $(seq 500); do [ -e Log.txt ] && break; sleep 0.01; done;"
+                    "readlink /proc/$tool/fd/0 /proc/$tool/fd/1; kill -s " +
+                    signal + " $tool; wait $tool; echo $?; ls -1"),
+              "/dev/null\n/dev/null\n0\nLog.txt\nQuillon.cfg\nquillon\n");
+  }
 }
 
 TEST(Program, SaysInOneLineThatThereIsNoDisplay) {

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "log/telling.h"
+#include "platform/system_files.h"
 #include "platform/text_file.h"
 
 namespace {
@@ -46,6 +47,7 @@ int Run(int count, char** words) {
 }  // namespace
 
 int main(int count, char** words) {
+  quillon::system_files::OpenMissingStreams();
   try {
     return Run(count, words);
   } catch (const std::exception& error) {

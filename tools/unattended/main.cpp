@@ -83,6 +83,7 @@ int Work(const quillon::Task& task, const std::string& folder, int argc, char** 
 }  // namespace
 
 int main(int argc, char** argv) {
+  quillon::system_files::OpenMissingStreams();
   qInstallMessageHandler(HearQt);
   try {
     const quillon::Task task = TaskOf(argc, argv);
@@ -96,5 +97,8 @@ int main(int argc, char** argv) {
   } catch (const quillon::RunError& error) {
     std::fprintf(stderr, "quillon-unattended: %s\n", error.what());
     return End(Trouble::kFile);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "quillon-unattended: %s\n", error.what());
+    return EXIT_FAILURE;
   }
 }
