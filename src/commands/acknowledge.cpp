@@ -17,19 +17,21 @@ std::uint8_t ProtocolByteOrBox(Quillon& form) {
   return protocol;
 }
 
-ExchangeResult SendForAcknowledge(Quillon& form, const Bytes& frame,
+ExchangeResult SendForAcknowledge(Quillon& form, Command command, int y, const Bytes& frame,
                                   const std::function<void(ExchangeResult result)>& onResult) {
   for (int tries = 1; tries <= kTries; ++tries) {
     const ExchangeResult result = SendFrame(form, frame, form.AnswerText, ShortAnswer::kIsBad);
+    const bool refused = result == ExchangeResult::kAnswered && !IsAcknowledge(form.AnswerText);
+    form.Report(CommandAnswered{command, y, refused ? Reply::kRefused : ReplyOf(form, result)});
     if (onResult) onResult(result);
-    if (result != ExchangeResult::kAnswered || IsAcknowledge(form.AnswerText)) return result;
+    if (!refused) return result;
   }
   return ExchangeResult::kRefused;
 }
 
 bool RequestAcknowledge(Quillon& form, int y, const Bytes& frame, const RequestTexts& texts) {
   ExchangeResult result = ExchangeResult::kNoAnswer;  // unless the exchange comes to its end
-  Try(form, [&] { result = SendForAcknowledge(form, frame); }, {.title = texts.errorTitle});
+  Try(form, [&] { result = SendForAcknowledge(form, texts.command, y, frame); }, {.title = texts.errorTitle});
   if (result == ExchangeResult::kAnswered) {
     Log(form, texts.acknowledgedLog);
     ClearRow(form, y);

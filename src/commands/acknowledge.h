@@ -18,13 +18,14 @@ namespace quillon {
 /// ProtocolNumber, or 0 after the run-error box when the box `Protocol` does not contain a usable number.
 std::uint8_t ProtocolByteOrBox(Quillon& form);
 
-/// Sends a frame until an answer carries the accepting code, in up to three exchanges. kAnswered: it was
-/// accepted. kRefused: three answers came, none with that code. Others: the result of the exchange that
-/// failed. `onResult` receives the result of each exchange. Raises RunError like SendFrame.
-ExchangeResult SendForAcknowledge(Quillon& form, const Bytes& frame,
+/// Sends the frame of a command to `y` until an answer carries the accepting code, in up to three exchanges.
+/// kAnswered: it was accepted. kRefused: three answers came, none with that code. Others: the result of the
+/// exchange that failed. `onResult` receives the result of each exchange. Raises RunError like SendFrame.
+ExchangeResult SendForAcknowledge(Quillon& form, Command command, int y, const Bytes& frame,
                                   const std::function<void(ExchangeResult result)>& onResult = {});
 
 struct RequestTexts {
+  Command command;
   const char* acknowledgedLog;
   const char* acknowledgedStatus;  ///< after the controller's name
   const char* refusedLog;

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "commands/acknowledge.h"
+#include "commands/flash_answer.h"
 #include "commands/frames.h"
 #include "link/log.h"
 #include "link/outcome.h"
@@ -21,10 +22,11 @@ bool ReadFlash(Quillon& form, int y) {
     LogFrame(form, "Message : $73  - Checking Flash", form.FrameBuffer);
     ExchangeResult result = ExchangeResult::kNoAnswer;  // unless the exchange comes to its end
     Try(form, [&] { result = SendFrame(form, form.FrameBuffer, form.AnswerText, ShortAnswer::kIsBad); });
+    form.Report(CommandAnswered{Command::kFlashCheck, y, ReplyOf(form, result)});
     ReportFailure(form, y, FailureOf(result));  // an answer empties the row
     if (result != ExchangeResult::kAnswered) return false;
     if (const auto facts = ReadFlashAnswer(form.AnswerText)) {
-      FillRow(form, y, *facts);
+      FillRow(form, y, RowContent::kFlash, facts->version, facts->checksum);
       return true;
     }
   }
@@ -43,11 +45,6 @@ bool FlashCheck(Quillon& form, int& y) {
   }
   form.message.Unload();
   return checked;
-}
-
-void FillRow(Quillon& form, int y, const FlashFacts& facts) {
-  form.info.Ver(y).SetText(facts.version);
-  form.info.CkSum(y).SetText(facts.checksum);
 }
 
 }  // namespace quillon

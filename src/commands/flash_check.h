@@ -1,6 +1,5 @@
 #pragma once
 
-#include "commands/flash_answer.h"
 #include "forms/quillon.h"
 
 namespace quillon {
@@ -14,8 +13,5 @@ namespace quillon {
 /// Reads version and checksum of `y` into its row. With a file chosen, a checksum other than the file's is
 /// shown white on red. False: the exchange failed, and the row shows the failure. Closes `Message`.
 bool FlashCheck(Quillon& form, int& y);
-
-/// Writes version and checksum into the row of `y`.
-void FillRow(Quillon& form, int y, const FlashFacts& facts);
 
 }  // namespace quillon

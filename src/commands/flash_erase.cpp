@@ -11,7 +11,8 @@ bool FlashErase(Quillon& form, int& y) {
   form.FrameBuffer = FlashEraseFrame(ProtocolByteOrBox(form), y, speed);
   LogFrame(form, "Message : $74", form.FrameBuffer);
   return RequestAcknowledge(form, y, form.FrameBuffer,
-                            {.acknowledgedLog = "Answer : 61",
+                            {.command = Command::kFlashErase,
+                             .acknowledgedLog = "Answer : 61",
                              .acknowledgedStatus = " : Erasing OK",
                              .refusedLog = "Answer : Failure 3*E1"});
 }

@@ -20,6 +20,7 @@ void BroadcastBatch(Quillon& form, const Bytes& frame) {
   Try(form, [&] {
     form.MSComm1.SetInputMode(SerialControl::kRawBytes);
     form.MSComm1.Output(frame);
+    form.Report(FrameSent{frame, 1});
   });
   Try(form, [&] {
     const double sent = form.clock.Now();
@@ -44,10 +45,12 @@ void FlashProg(Quillon& form) {
   std::string file;
   Try(form, [&] { file = ReadFile(form.FileName.Text()); });  // one that can't be read counts as empty
   BatchReader batches(file);
+  const int count = CountBatches(file);
   for (int batchNumber = 1; !batches.AtEnd(); ++batchNumber) {
     ShowProgress(form, " Programming Batch " + std::to_string(batchNumber) + "   ", StatusForm::kBrief);
     form.run.Yield();
     if (form.AbortRequested) return;  // Cancel has closed `Message`
+    form.Report(BatchBegun{kEveryController, batchNumber, count});
     // A batch that can't be read or framed is not sent. The pass continues with the next one.
     if (Try(form, [&] { form.FrameBuffer = BatchFrame(kBroadcast, batches.Next()); }))
       BroadcastBatch(form, form.FrameBuffer);
@@ -60,11 +63,13 @@ void FlashProg(Quillon& form) {
 }
 
 ExchangeResult SendFullChecksum(Quillon& form, int y, const char* status, const char* logLine) {
+  const PhaseScope phase(form, y, Phase::kConfirm);
   ShowProgress(form, ControllerText(y) + status, StatusForm::kBrief);
   form.FrameBuffer = FullChecksumFrame(y, AnalyseHexFile(form));
   LogFrame(form, logLine, form.FrameBuffer);
   const auto showInRow = [&](ExchangeResult result) { ReportFailure(form, y, FailureOf(result)); };
-  const ExchangeResult result = SendForAcknowledge(form, form.FrameBuffer, showInRow);
+  const ExchangeResult result =
+      SendForAcknowledge(form, Command::kFullChecksum, y, form.FrameBuffer, showInRow);
   if (result == ExchangeResult::kAnswered) Log(form, "Answer : 61");
   return result;
 }

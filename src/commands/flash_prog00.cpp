@@ -15,7 +15,7 @@ namespace {
 /// True: `y` acknowledged the batch. A controller that does not answer ends the pass silently: the run then
 /// reads its flash back (FlashCheck), and its row shows the result.
 bool SendBatch(Quillon& form, int y, const Bytes& frame) {
-  const ExchangeResult result = SendForAcknowledge(form, frame);
+  const ExchangeResult result = SendForAcknowledge(form, Command::kBatch, y, frame);
   if (result == ExchangeResult::kAnswered) Log(form, "Answer : 61");
   if (result == ExchangeResult::kRefused) {
     Log(form, "Answer : Failure 3*E1");
@@ -28,11 +28,13 @@ bool SendBatch(Quillon& form, int y, const Bytes& frame) {
 bool SendBatches(Quillon& form, int y) {
   const std::string file = ReadFile(form.FileName.Text());
   BatchReader batches(file);
+  const int count = CountBatches(file);
   for (int batchNumber = 1; !batches.AtEnd(); ++batchNumber) {
     const std::string number = std::to_string(batchNumber);
     ShowProgress(form, ControllerText(y) + " : Programming Batch " + number + "   ", StatusForm::kBrief);
     form.run.Yield();
     if (form.AbortRequested) return false;  // Cancel has closed `Message`
+    form.Report(BatchBegun{y, batchNumber, count});
     form.FrameBuffer = BatchFrame(y, batches.Next());
     LogFrame(form, "Message : $75 - Programmation Batch " + number, form.FrameBuffer);
     if (!SendBatch(form, y, form.FrameBuffer)) {
@@ -54,6 +56,7 @@ void ConfirmImageAlone(Quillon& form, int y) {
 }  // namespace
 
 void FlashProg00(Quillon& form, int& y) {
+  const PhaseScope phase(form, y, Phase::kProgram);
   Try(form, [&] {
     Log(form, "******** PROGRAMMATION DU CTRL " + std::to_string(y) + " **********");
     if (!SendBatches(form, y)) return;

@@ -22,7 +22,6 @@ constexpr std::uint8_t kGoToDownloadSpeed = 0xAA;
 constexpr std::size_t kBatchHead = 4;  // payload bytes before a batch
 constexpr std::size_t kLongestPayload = 255;
 constexpr std::size_t kFewestDigits = 5;  // of a checksum on its way
-constexpr int kTextFrameAddressOffset = 30;
 
 Bytes FrameTo(int address, std::uint8_t protocol, const Bytes& payload) {
   Bytes frame{protocol, static_cast<std::uint8_t>(address), static_cast<std::uint8_t>(payload.size())};

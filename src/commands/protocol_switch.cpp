@@ -7,15 +7,15 @@
 namespace quillon {
 
 bool SendP4(Quillon& form, int& y) {
+  const auto move = [&] {
+    form.FrameBuffer = ToProtocol4Frame(y);
+    LogFrame(form, "Message : p4 => RUD3", form.FrameBuffer);
+    const ExchangeResult result = SendFrame(form, form.FrameBuffer, form.AnswerText, ShortAnswer::kIsGood);
+    form.Report(CommandAnswered{Command::kToProtocol4, y, ReplyOf(form, result)});
+    return result == ExchangeResult::kAnswered;
+  };
   bool moved = false;
-  Try(form,
-      [&] {
-        form.FrameBuffer = ToProtocol4Frame(y);
-        LogFrame(form, "Message : p4 => RUD3", form.FrameBuffer);
-        moved = SendFrame(form, form.FrameBuffer, form.AnswerText, ShortAnswer::kIsGood) ==
-                ExchangeResult::kAnswered;
-      },
-      {.title = "SendP4"});
+  Try(form, [&] { moved = move(); }, {.title = "SendP4"});
   if (moved) form.dialogs.ShowBox("send p4 OK!!!", "Quillon", BoxKind::kInformation);
   return moved;
 }
@@ -24,7 +24,8 @@ bool Send55(Quillon& form, int& y) {
   form.FrameBuffer = ToProtocol3Frame(y);
   LogFrame(form, "Message : Cmd 55 to return to RUD3", form.FrameBuffer);
   return RequestAcknowledge(form, y, form.FrameBuffer,
-                            {.acknowledgedLog = "Answer : Ok",
+                            {.command = Command::kToProtocol3,
+                             .acknowledgedLog = "Answer : Ok",
                              .acknowledgedStatus = " : Sending p4 OK",
                              .refusedLog = "Answer : Failure Sending p4 ",
                              .errorTitle = "Send55"});

@@ -3,11 +3,14 @@
 #include <cstdint>
 #include <deque>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "forms/image_facts.h"
 #include "forms/info.h"
 #include "forms/message.h"
 #include "forms/run_control.h"
+#include "forms/run_events.h"
 #include "platform/computer.h"
 #include "platform/controls.h"
 #include "platform/serial_control.h"
@@ -122,6 +125,8 @@ class Quillon final : public Form {
   bool ended = false;  ///< Form_Unload was executed
   TextWriter log;      ///< "Log.txt"
 
+  std::vector<RunObserver*> observers;  ///< of the run events; none at start
+
   // What the program asks of the computer.
   Clock& clock;
   Events& events;
@@ -130,6 +135,14 @@ class Quillon final : public Form {
   /// The protocol byte: the number in `Protocol` plus one. Raises RunError 13 or 6 when the box does not
   /// contain a number from 0 to 254.
   std::uint8_t ProtocolNumber() const;
+
+  /// Passes a run event to the observers. `what` is one of the alternatives of RunEvent.
+  template <class What>
+  void Report(What&& what) {
+    if (observers.empty()) return;
+    const RunEvent event{clock.Now(), std::forward<What>(what)};
+    for (RunObserver* observer : observers) observer->OnRunEvent(event);
+  }
 
   void EnableDownloads(bool enabled);
 
@@ -149,6 +162,23 @@ class Quillon final : public Form {
   void AddTriedSpeedBoxes();
 
   ControlArray<Label> numbers_;
+};
+
+/// Reports that a phase of controller `y` begins, and at the end of the scope that it ended.
+class PhaseScope {
+ public:
+  PhaseScope(Quillon& form, int controller, Phase phase)
+      : form_(form), controller_(controller), phase_(phase) {
+    form_.Report(ControllerBegun{controller_, phase_});
+  }
+  PhaseScope(const PhaseScope&) = delete;
+  PhaseScope& operator=(const PhaseScope&) = delete;
+  ~PhaseScope() { form_.Report(ControllerEnded{controller_, phase_}); }
+
+ private:
+  Quillon& form_;
+  int controller_;
+  Phase phase_;
 };
 
 }  // namespace quillon

@@ -10,6 +10,7 @@ bool Try(Quillon& form, const std::function<void()>& step, const BoxWording& wor
     step();
     return true;
   } catch (const RunError& error) {
+    form.Report(RunFailure{error.number, error.description});
     // A number is written with a blank in the place of its sign.
     form.dialogs.ShowBox(
         "Error #  " + std::to_string(error.number) + "\r" + error.description + wording.addition,

@@ -17,6 +17,7 @@
 #include <utility>
 
 #include "link/text_arithmetic.h"
+#include "platform/run_error.h"
 
 namespace quillon {
 namespace {
@@ -57,6 +58,17 @@ Bytes BatchReader::Next() {
     AppendData(payload, line);
   }
   return payload;
+}
+
+int CountBatches(std::string_view file) {
+  BatchReader batches(file);
+  int count = 0;
+  try {
+    for (; !batches.AtEnd(); ++count) batches.Next();
+  } catch (const RunError&) {
+    // The pass shows the failure when it comes to that batch.
+  }
+  return count;
 }
 
 }  // namespace quillon

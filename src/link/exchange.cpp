@@ -19,6 +19,7 @@
 
 #include <span>
 
+#include "link/frame.h"
 #include "link/log.h"
 #include "link/log_lines.h"
 #include "link/text_arithmetic.h"
@@ -47,33 +48,54 @@ Wait AwaitFirstByte(Quillon& form, double deadline) {
   return Wait::kCancelled;
 }
 
-/// Waits up to `timeout` seconds for a first byte, pauses, and reads what was received by then into
-/// `received`. After an echo the answer gets the whole wait again; an echo that arrived past the deadline is
-/// returned as what was received.
-Wait AwaitAnswer(Quillon& form, const Bytes& frame, double timeout, Bytes& received) {
-  double deadline = 0;
-  do {
-    deadline = form.clock.Now() + timeout;
+/// What was received after a frame.
+struct Received {
+  Bytes bytes;
+  double delay = 0;  ///< seconds from the start of the wait to the first byte
+};
+
+/// One exchange: the frame, and the controller that it addresses.
+struct Exchange {
+  const Bytes& frame;
+  ShortAnswer shortAnswer;
+  /// Only the text frame of SendP4 is answered by the short answer; its address is shifted.
+  int Controller() const {
+    return shortAnswer == ShortAnswer::kIsGood ? frame[1] - kTextFrameAddressOffset : frame[1];
+  }
+};
+
+void ReportAnswer(Quillon& form, const Exchange& exchange, const Received& received, Judgement judgement) {
+  form.Report(AnswerReceived{exchange.Controller(), judgement, received.bytes, received.delay});
+}
+
+/// Waits up to `timeout` seconds for a first byte, pauses, and reads what was received by then. After an echo
+/// the answer gets the whole wait again; an echo that arrived past the deadline is returned as what was
+/// received.
+Wait AwaitAnswer(Quillon& form, const Exchange& exchange, double timeout, Received& received) {
+  for (;;) {
+    const double begin = form.clock.Now();
+    const double deadline = begin + timeout;
     if (AwaitFirstByte(form, deadline) == Wait::kCancelled) return Wait::kCancelled;
     const double waited = form.clock.Now();
     form.run.Yield();
     form.clock.SleepUntil(waited + form.AnswerDelay);
-    received = form.MSComm1.Input();
-  } while (received == frame && form.clock.Now() < deadline);
-  return Wait::kOver;
+    received = {form.MSComm1.Input(), waited - begin};
+    if (received.bytes != exchange.frame) return Wait::kOver;
+    ReportAnswer(form, exchange, received, Judgement::kEcho);
+    if (form.clock.Now() >= deadline) return Wait::kOver;
+  }
 }
 
 /// The result of one send. A checked answer is stored in `answer` as hex digits; the short one is not.
-ExchangeResult JudgeAnswer(Quillon& form, const Bytes& frame, const Bytes& received, std::string& answer,
-                           ShortAnswer shortAnswer) {
-  if (received.empty() || received == frame) return ExchangeResult::kNoAnswer;
-  Log(form, kReceivedLog + ByteArrayToHex(received));
-  const std::string digits = DigitsOf(received);
-  if (CrcMatches(received)) {
-    answer = digits;
-    return ExchangeResult::kAnswered;
-  }
-  const bool good = shortAnswer == ShortAnswer::kIsGood && digits == kShortAnswer;
+ExchangeResult JudgeAnswer(Quillon& form, const Exchange& exchange, const Received& received,
+                           std::string& answer) {
+  if (received.bytes.empty() || received.bytes == exchange.frame) return ExchangeResult::kNoAnswer;
+  Log(form, kReceivedLog + ByteArrayToHex(received.bytes));
+  const std::string digits = DigitsOf(received.bytes);
+  const bool checked = CrcMatches(received.bytes);
+  if (checked) answer = digits;
+  const bool good = checked || (exchange.shortAnswer == ShortAnswer::kIsGood && digits == kShortAnswer);
+  ReportAnswer(form, exchange, received, good ? Judgement::kGood : Judgement::kDamaged);
   return good ? ExchangeResult::kAnswered : ExchangeResult::kBadAnswer;
 }
 
@@ -108,18 +130,34 @@ void StartLink(Quillon& form) {
 ExchangeResult SendFrame(Quillon& form, const Bytes& frame, std::string& answer, ShortAnswer shortAnswer) {
   const double timeout = ToLong(form.Text1.Text(), "Time Out") / 1000.0;
   ExchangeResult result = ExchangeResult::kNoAnswer;
-  for (int send = 0; send < kSends; ++send) {
+  const Exchange exchange{frame, shortAnswer};
+  for (int send = 1; send <= kSends; ++send) {
     form.MSComm1.SetInputMode(SerialControl::kRawBytes);
     form.MSComm1.Output(frame);
+    form.Report(FrameSent{frame, send});
     form.MSComm1.SetInputLen(0);
-    Bytes received;
+    Received received;
     // The operator wants the run to end: nothing is sent again, and there is no outcome to log.
-    if (AwaitAnswer(form, frame, timeout, received) == Wait::kCancelled) return ExchangeResult::kNoAnswer;
-    result = JudgeAnswer(form, frame, received, answer, shortAnswer);
+    if (AwaitAnswer(form, exchange, timeout, received) == Wait::kCancelled) return ExchangeResult::kNoAnswer;
+    result = JudgeAnswer(form, exchange, received, answer);
     if (result == ExchangeResult::kAnswered) break;
   }
   Log(form, ExchangeResultText(result));
   return result;
+}
+
+Reply ReplyOf(const Quillon& form, ExchangeResult result) {
+  switch (result) {
+    case ExchangeResult::kAnswered:
+      return Reply::kAccepted;
+    case ExchangeResult::kNoAnswer:
+      return form.AbortRequested ? Reply::kCancelled : Reply::kNoAnswer;
+    case ExchangeResult::kBadAnswer:
+      return Reply::kDamaged;
+    case ExchangeResult::kRefused:
+      return Reply::kRefused;
+  }
+  return Reply::kNoAnswer;
 }
 
 void FlushInput(Quillon& form) { form.MSComm1.Input(); }

@@ -49,6 +49,9 @@ void StartLink(Quillon& form);
 /// number; `answer` is then as it was.
 ExchangeResult SendFrame(Quillon& form, const Bytes& frame, std::string& answer, ShortAnswer shortAnswer);
 
+/// The reply that a result means: a run that was cancelled has none.
+Reply ReplyOf(const Quillon& form, ExchangeResult result);
+
 /// Discards all received bytes.
 void FlushInput(Quillon& form);
 

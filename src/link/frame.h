@@ -21,6 +21,7 @@ namespace quillon {
 inline constexpr std::uint8_t kFixedProtocol = 0x40;  ///< of the frames for which `Protocol` does not count
 inline constexpr std::uint8_t kBroadcast = 0x5F;
 inline constexpr std::uint8_t kEndByte = 0x04;
+inline constexpr int kTextFrameAddressOffset = 30;  ///< in the address of the text frame "p400:4/"
 
 /// Closes a frame given up to its last payload byte: appends CRC and end byte.
 Bytes CloseFrame(Bytes frame);

@@ -42,16 +42,21 @@ void ReportFailure(Quillon& form, int y, FailureCode code) {
   const Wording& wording = kWordings[place];
   ShowProgressPaused(form, ControllerText(y) + wording.status);
   PaintRow(form, y, colour::kRed, true);
-  form.info.Ver(y).SetText(wording.version);
-  form.info.CkSum(y).SetText(wording.checksum);
+  FillRow(form, y, RowContent::kFailure, wording.version, wording.checksum);
 }
 
 void MarkController(Quillon& form, int y) { PaintRow(form, y, colour::kBlack, false); }
 
 void ClearRow(Quillon& form, int y) {
   MarkController(form, y);
-  form.info.Ver(y).SetText("");
-  form.info.CkSum(y).SetText("");
+  FillRow(form, y, RowContent::kNothing, "", "");
+}
+
+void FillRow(Quillon& form, int y, RowContent content, const std::string& version,
+             const std::string& checksum) {
+  form.info.Ver(y).SetText(version);
+  form.info.CkSum(y).SetText(checksum);
+  form.Report(RowFilled{y, content, version, checksum});
 }
 
 void ShowProgress(Quillon& form, const std::string& text, StatusForm statusForm) {
@@ -70,6 +75,7 @@ void ShowStatus(Quillon& form, const Picture& picture, const std::string& line) 
   form.message.ShowPicture(picture);
   form.message.Label1.SetText(line);
   form.message.Show();
+  form.Report(StatusShown{line, &picture == &form.message.Stop});
 }
 
 }  // namespace quillon

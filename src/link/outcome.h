@@ -47,4 +47,8 @@ void MarkController(Quillon& form, int y);
 /// As MarkController; empties the texts too.
 void ClearRow(Quillon& form, int y);
 
+/// Writes the texts of row `y`.
+void FillRow(Quillon& form, int y, RowContent content, const std::string& version,
+             const std::string& checksum);
+
 }  // namespace quillon

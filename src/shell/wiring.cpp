@@ -5,6 +5,7 @@
 
 #include "forms/run_error_box.h"
 #include "image/hex_file.h"
+#include "platform/finally.h"
 #include "shell/start_stop.h"
 #include "workflows/auto_detection.h"
 #include "workflows/boot_info.h"
@@ -21,11 +22,42 @@ std::function<void()> Handler(Quillon& form, void (Quillon::*handler)()) {
   return [&form, handler] { Try(form, [&] { (form.*handler)(); }); };
 }
 
+RunStarted Describe(const Quillon& form, RunKind kind) {
+  RunStarted started{.kind = kind,
+                     .file = form.FileName.Text(),
+                     .fileChecksum = form.FileCheksum.Text(),
+                     .fileFault = form.FileWarning.Visible() ? form.FileWarning.ToolTip() : "",
+                     .port = form.ComPort.Text(),
+                     .speed = form.Vitesse.Text(),
+                     .timeOut = form.Text1.Text(),
+                     .delay = form.Text2.Text(),
+                     .protocol = form.Protocol.Text(),
+                     .prot3 = form.RUD3.Ticked(),
+                     .keepSpeed = form.useBB.Ticked(),
+                     .controllers = {}};
+  for (int i = 0; i < kControllers; ++i) {
+    if (form.C(i).Ticked()) started.controllers.push_back(i);
+  }
+  return started;
+}
+
+using Workflow = bool (*)(Quillon& form);
+
+/// Executes a workflow between its first and its last event.
+void ReportRun(Quillon& form, RunKind kind, Workflow workflow) {
+  using How = RunEnded::How;
+  How how = How::kAborted;
+  const Finally ended([&] { form.Report(RunEnded{how}); });
+  form.Report(Describe(form, kind));
+  const bool done = workflow(form);
+  how = form.AbortRequested ? How::kCancelled : done ? How::kFinished : How::kFailed;
+}
+
 /// A click that starts a run. Runs share the port, the rows and `CurrentController`, so while one is under
 /// way another click only beeps.
-std::function<void()> Workflow(Quillon& form, void (*workflow)(Quillon& form)) {
-  return [&form, workflow] {
-    if (!form.run.Run([&] { workflow(form); })) return form.dialogs.Beep();
+std::function<void()> StartsRun(Quillon& form, RunKind kind, Workflow workflow) {
+  return [&form, kind, workflow] {
+    if (!form.run.Run([&] { ReportRun(form, kind, workflow); })) return form.dialogs.Beep();
     if (form.run.Ending()) return Form_Unload(form);
     form.dialogs.CallOperator();
   };
@@ -59,13 +91,13 @@ void Wire(Quillon& form) {
   form.NONE.Click = Handler(form, &Quillon::NONE_Click);
   form.ComClose.Click = Handler(form, &Quillon::ComClose_Click);
 
-  form.ComLoad.Click = Workflow(form, &ComLoad_Click);
-  form.ComLoad00.Click = Workflow(form, &ComLoad00_Click);
-  form.ComInfo.Click = Workflow(form, &ComInfo_Click);
-  form.ComBoot.Click = Workflow(form, &ComBoot_Click);
-  form.Auto.Click = Workflow(form, &Auto_Click);
-  form.Cmd3to4.Click = Workflow(form, &Cmd3to4_Click);
-  form.Cmd4to3.Click = Workflow(form, &Cmd4to3_Click);
+  form.ComLoad.Click = StartsRun(form, RunKind::kParallel, &ComLoad_Click);
+  form.ComLoad00.Click = StartsRun(form, RunKind::kSerial, &ComLoad00_Click);
+  form.ComInfo.Click = StartsRun(form, RunKind::kFlashInfo, &ComInfo_Click);
+  form.ComBoot.Click = StartsRun(form, RunKind::kBootInfo, &ComBoot_Click);
+  form.Auto.Click = StartsRun(form, RunKind::kAuto, &Auto_Click);
+  form.Cmd3to4.Click = StartsRun(form, RunKind::kToProtocol4, &Cmd3to4_Click);
+  form.Cmd4to3.Click = StartsRun(form, RunKind::kToProtocol3, &Cmd4to3_Click);
 
   form.KeyUp = [&form](Form::Key key, bool shiftHeld) { form.Form_KeyUp(key, shiftHeld); };
   form.CloseRequest = [&form] { RequestEnd(form); };

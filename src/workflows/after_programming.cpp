@@ -31,10 +31,9 @@ void CompareWithFile(Quillon& form, int y) {
   }
   version.SetForeColor(colour::kRed);
   version.SetFontBold(true);
-  version.SetText("Programmation");
   checksum.SetForeColor(colour::kWhite);
   checksum.SetFontBold(true);
-  checksum.SetText("ERROR");
+  FillRow(form, y, RowContent::kFailure, "Programmation", "ERROR");
   ShowProgressPaused(form, ControllerText(y) + " : Programming failure");
 }
 

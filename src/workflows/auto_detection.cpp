@@ -20,15 +20,18 @@ constexpr const char* kTimeOut = "50";  // milliseconds
 /// Ticks `i` when it answers at any speed, and unticks it when it answers at none. After Cancel its
 /// state is unknown and stays.
 void Detect(Quillon& form, int i) {
+  const PhaseScope phase(form, i, Phase::kDetect);
   ResetTriedSpeeds(form);
   do {
     ApplySpeed(form);
     if (form.AbortRequested) return;
     form.FrameBuffer = FlashCheckFrame(form.ProtocolNumber(), i);
     Log(form, kDetectionLog);
-    if (SendFrame(form, form.FrameBuffer, form.AnswerText, ShortAnswer::kIsBad) ==
-        ExchangeResult::kAnswered) {
+    const ExchangeResult result = SendFrame(form, form.FrameBuffer, form.AnswerText, ShortAnswer::kIsBad);
+    form.Report(CommandAnswered{Command::kFlashCheck, i, ReplyOf(form, result)});
+    if (result == ExchangeResult::kAnswered) {
       form.C(i).SetValue(CheckBox::kTicked);
+      form.Report(ControllerFound{i, form.Vitesse.Text()});
       return;
     }
   } while (NextUntriedSpeed(form));
@@ -37,7 +40,7 @@ void Detect(Quillon& form, int i) {
 
 }  // namespace
 
-void Auto_Click(Quillon& form) {
+bool Auto_Click(Quillon& form) {
   const std::string timeOut = form.Text1.Text();
   const std::string speed = form.Vitesse.Text();
   // However the run ends, it restores the operator's settings.
@@ -51,7 +54,7 @@ void Auto_Click(Quillon& form) {
   form.run.Yield();
   ShowStatus(form, form.message.Jumelle, "Auto Detection in Progress  ...");
   form.AbortRequested = false;
-  Try(form, [&] {
+  const bool done = Try(form, [&] {
     SelectPort(form);
     form.MSComm1.SetPortOpen(true);
     ForEachController(form, [&](int& i) {
@@ -61,6 +64,7 @@ void Auto_Click(Quillon& form) {
   });
   form.MSComm1.SetPortOpen(false);
   form.message.Unload();
+  return done;
 }
 
 }  // namespace quillon

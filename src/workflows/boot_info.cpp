@@ -1,7 +1,6 @@
 #include "workflows/boot_info.h"
 
 #include "commands/flash_answer.h"
-#include "commands/flash_check.h"
 #include "commands/frames.h"
 #include "forms/run_error_box.h"
 #include "link/exchange.h"
@@ -36,29 +35,31 @@ Attempt AskForBoot(Quillon& form, int i) {
   ShowProgress(form, ControllerText(i) + " : Checking Boot ", StatusForm::kWithSpeed);
   LogFrame(form, "Message Checking BOOT", form.FrameBuffer);
   const ExchangeResult result = SendFrame(form, form.FrameBuffer, form.AnswerText, ShortAnswer::kIsBad);
+  form.Report(CommandAnswered{Command::kBootCheck, i, ReplyOf(form, result)});
   ReportFailure(form, i, FailureOf(result));
   if (result != ExchangeResult::kAnswered) return TryBootOtherwise(form, i);
   const auto facts = ReadBootAnswer(form.AnswerText);
   if (!facts) return Attempt::kAgain;
-  FillRow(form, i, *facts);
+  FillRow(form, i, RowContent::kBoot, facts->version, facts->checksum);
   return Attempt::kDone;
 }
 
 }  // namespace
 
-void ComBoot_Click(Quillon& form) {
-  Try(form,
-      [&] {
-        OpenRun(form, Table::kBootInfo);
-        ForEachController(form, [&](int& i) {
-          ResetTriedSpeeds(form);
-          while (AskForBoot(form, i) == Attempt::kAgain) {
-          }
-          return Next::kController;
-        });
-        EndRun(form);
-      },
-      {.addition = "\r\n comBoot_Click"});
+bool ComBoot_Click(Quillon& form) {
+  return Try(form,
+             [&] {
+               OpenRun(form, Table::kBootInfo);
+               ForEachController(form, [&](int& i) {
+                 ResetTriedSpeeds(form);
+                 const PhaseScope phase(form, i, Phase::kBootCheck);
+                 while (AskForBoot(form, i) == Attempt::kAgain) {
+                 }
+                 return Next::kController;
+               });
+               EndRun(form);
+             },
+             {.addition = "\r\n comBoot_Click"});
 }
 
 }  // namespace quillon

@@ -9,6 +9,6 @@ namespace quillon {
 /// The boot code of some controllers accepts the fixed protocol byte alone, whatever their firmware accepts.
 /// After the first exchange without an answer the rest of the run, and each later run, therefore sends that
 /// byte. Only then are the other speeds tried.
-void ComBoot_Click(Quillon& form);
+bool ComBoot_Click(Quillon& form);
 
 }  // namespace quillon

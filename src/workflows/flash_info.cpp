@@ -7,11 +7,11 @@
 
 namespace quillon {
 
-void ComInfo_Click(Quillon& form) {
-  Try(form, [&] {
+bool ComInfo_Click(Quillon& form) {
+  return Try(form, [&] {
     OpenRun(form, Table::kFlashInfo);
     ForEachController(form, [&](int& i) {
-      SearchSpeed(form, i, [&] { return FlashCheck(form, i); });
+      SearchSpeed(form, i, [&] { return FlashCheck(form, i); }, {.phase = Phase::kCheck});
       return Next::kController;
     });
     EndRun(form);

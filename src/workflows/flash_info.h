@@ -5,6 +5,6 @@
 namespace quillon {
 
 /// Flash Info: version and checksum of each ticked controller's flash.
-void ComInfo_Click(Quillon& form);
+bool ComInfo_Click(Quillon& form);
 
 }  // namespace quillon

@@ -15,14 +15,15 @@ namespace {
 /// False: the run was cancelled, or a controller acknowledged at no speed.
 bool EraseTicked(Quillon& form) {
   const Next next = ForEachController(form, [&](int& i) {
-    const SearchResult turn = SearchSpeed(form, i, [&] {
+    const auto erase = [&] {
       ShowProgress(form, ControllerText(i) + " : Erasing ", StatusForm::kWithSpeed);
       form.run.Yield();
       FlushInput(form);
       return FlashErase(form, i);
-    });
-    if (turn == SearchResult::kDone) MarkController(form, i);
-    return turn == SearchResult::kNoSpeedLeft ? Next::kEnd : Next::kController;
+    };
+    const SearchResult result = SearchSpeed(form, i, erase, {.phase = Phase::kErase});
+    if (result == SearchResult::kDone) MarkController(form, i);
+    return result == SearchResult::kNoSpeedLeft ? Next::kEnd : Next::kController;
   });
   if (next == Next::kEnd) return false;
   FlushInput(form);
@@ -31,7 +32,7 @@ bool EraseTicked(Quillon& form) {
 
 /// False: the operator cancelled.
 bool ProgramAll(Quillon& form) {
-  if (!form.useBB.Ticked()) form.MSComm1.SetSettings(form.DownloadSettings);
+  if (!form.useBB.Ticked()) SetLine(form, form.DownloadSettings);
   FlashProg(form);
   FlushInput(form);
   return !form.AbortRequested;
@@ -40,7 +41,8 @@ bool ProgramAll(Quillon& form) {
 void CheckTicked(Quillon& form) {
   ForEachController(form, [&](int& i) {
     const auto check = [&] { return CheckProgrammed(form, i); };
-    if (SearchSpeed(form, i, check, {.rowBetweenSpeeds = Search::Row::kKept}) == SearchResult::kDone)
+    if (SearchSpeed(form, i, check, {.phase = Phase::kCheck, .rowBetweenSpeeds = Search::Row::kKept}) ==
+        SearchResult::kDone)
       CompareWithFile(form, i);
     return Next::kController;
   });
@@ -48,8 +50,8 @@ void CheckTicked(Quillon& form) {
 
 }  // namespace
 
-void ComLoad_Click(Quillon& form) {
-  Try(form, [&] {
+bool ComLoad_Click(Quillon& form) {
+  return Try(form, [&] {
     OpenRun(form, Table::kFlashInfo);
     if (EraseTicked(form) && ProgramAll(form)) {
       ApplyImageProtocol(form);

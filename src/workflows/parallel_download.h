@@ -8,6 +8,6 @@ namespace quillon {
 ///
 /// One controller that can't be erased ends the run before the first batch: every controller on the line
 /// receives the batches, and it would write them over the image that it still has.
-void ComLoad_Click(Quillon& form);
+bool ComLoad_Click(Quillon& form);
 
 }  // namespace quillon

@@ -8,23 +8,23 @@
 namespace quillon {
 namespace {
 
-void MoveTicked(Quillon& form, bool (*command)(Quillon& form, int& y), const char* errorTitle) {
-  Try(form,
-      [&] {
-        OpenRun(form, Table::kNone);
-        ForEachController(form, [&](int& i) {
-          SearchSpeed(form, i, [&] { return command(form, i); });
-          return Next::kController;
-        });
-        EndRun(form);
-      },
-      {.title = errorTitle});
+bool MoveTicked(Quillon& form, bool (*command)(Quillon& form, int& y), const char* errorTitle) {
+  return Try(form,
+             [&] {
+               OpenRun(form, Table::kNone);
+               ForEachController(form, [&](int& i) {
+                 SearchSpeed(form, i, [&] { return command(form, i); }, {.phase = Phase::kSwitch});
+                 return Next::kController;
+               });
+               EndRun(form);
+             },
+             {.title = errorTitle});
 }
 
 }  // namespace
 
-void Cmd3to4_Click(Quillon& form) { MoveTicked(form, &SendP4, "Cmd3to4_Click "); }
+bool Cmd3to4_Click(Quillon& form) { return MoveTicked(form, &SendP4, "Cmd3to4_Click "); }
 
-void Cmd4to3_Click(Quillon& form) { MoveTicked(form, &Send55, "Cmd4to3_Click "); }
+bool Cmd4to3_Click(Quillon& form) { return MoveTicked(form, &Send55, "Cmd4to3_Click "); }
 
 }  // namespace quillon

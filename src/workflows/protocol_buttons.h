@@ -7,7 +7,7 @@ namespace quillon {
 // "3 -> 4" and "4 -> 3": move each ticked controller to the other protocol. A controller that can't be moved
 // does not end the run.
 
-void Cmd3to4_Click(Quillon& form);
-void Cmd4to3_Click(Quillon& form);
+bool Cmd3to4_Click(Quillon& form);
+bool Cmd4to3_Click(Quillon& form);
 
 }  // namespace quillon

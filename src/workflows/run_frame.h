@@ -9,6 +9,8 @@ namespace quillon {
 // What all runs share. A run is what one of the large buttons starts: it opens the port, does something with
 // each controller, one after the other, and closes the port.
 //
+// The procedure of a run returns whether it came to its end; false: a run-time failure ended it.
+//
 // Most runs end at the first step that fails at run time: nothing was changed yet, or everything can be
 // repeated. The serial download continues, since a controller that it has erased must not be left empty.
 

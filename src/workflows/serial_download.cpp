@@ -19,14 +19,15 @@ SearchResult EraseForDownload(Quillon& form, int& i) {
     Try(form, [&] { FlushInput(form); });
     return FlashErase(form, i);
   };
-  return SearchSpeed(form, i, erase, {.onFailure = OnFailure::kContinue});
+  return SearchSpeed(form, i, erase, {.phase = Phase::kErase, .onFailure = OnFailure::kContinue});
 }
 
 /// Reads back what was programmed, also after Cancel or when the controller was unticked meanwhile.
 SearchResult CheckDownload(Quillon& form, int& i) {
   const auto check = [&] { return CheckProgrammed(form, i); };
-  return SearchSpeed(form, i, check,
-                     {.onFailure = OnFailure::kContinue, .controllers = Search::Controllers::kAny});
+  return SearchSpeed(
+      form, i, check,
+      {.phase = Phase::kCheck, .onFailure = OnFailure::kContinue, .controllers = Search::Controllers::kAny});
 }
 
 /// kEnd: the run was cancelled, or the controller acknowledged at no speed.
@@ -39,7 +40,7 @@ Next DownloadTo(Quillon& form, int& i) {
   if (form.AbortRequested) return Next::kEnd;
 
   // An erased controller waits at the download speed, unless the erase frame told it to keep the line's.
-  if (!form.useBB.Ticked()) Try(form, [&] { form.MSComm1.SetSettings(form.DownloadSettings); });
+  if (!form.useBB.Ticked()) Try(form, [&] { SetLine(form, form.DownloadSettings); });
   int y = i;  // the programming must not move the current controller
   FlashProg00(form, y);
   Try(form, [&] { FlushInput(form); });
@@ -54,11 +55,11 @@ Next DownloadTo(Quillon& form, int& i) {
 
 }  // namespace
 
-void ComLoad00_Click(Quillon& form) {
+bool ComLoad00_Click(Quillon& form) {
   OpenRun(form, Table::kFlashInfo, OnFailure::kContinue);
   ForEachController(form,
                     [&](int& i) { return form.C(i).Ticked() ? DownloadTo(form, i) : Next::kController; });
-  Try(form, [&] { EndRun(form); });
+  return Try(form, [&] { EndRun(form); });
 }
 
 }  // namespace quillon

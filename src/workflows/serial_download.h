@@ -8,6 +8,6 @@ namespace quillon {
 ///
 /// A step that fails at run time shows its box, and the next step follows: the controller that was just
 /// erased must not be left empty because one status request to the port failed.
-void ComLoad00_Click(Quillon& form);
+bool ComLoad00_Click(Quillon& form);
 
 }  // namespace quillon

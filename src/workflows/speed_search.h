@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 #include "forms/quillon.h"
 #include "workflows/run_frame.h"
@@ -17,6 +18,10 @@ namespace quillon {
 
 void ResetTriedSpeeds(Quillon& form);
 
+/// Sets the open line to `settings`, such as "9600,N,8,2". Raises RunError 380 for a speed that the device
+/// refuses.
+void SetLine(Quillon& form, const std::string& settings);
+
 /// Sets the line to the speed in `Vitesse` and ticks that speed as tried. Raises RunError 380 for a speed
 /// that the device refuses.
 void ApplySpeed(Quillon& form);
@@ -29,6 +34,7 @@ bool TakesPart(const Quillon& form, int i);
 
 /// How the speed search treats a controller.
 struct Search {
+  Phase phase;                               ///< what `command` does
   OnFailure onFailure = OnFailure::kEndRun;  ///< of the change of speed
   enum class Controllers {
     kTicked,
@@ -40,7 +46,6 @@ struct Search {
 enum class SearchResult { kDone, kSkipped, kNoSpeedLeft };
 
 /// Executes `command` for controller `i` at one speed after the other until it returns true.
-SearchResult SearchSpeed(Quillon& form, int i, const std::function<bool()>& command,
-                         const Search& search = {});
+SearchResult SearchSpeed(Quillon& form, int i, const std::function<bool()>& command, const Search& search);
 
 }  // namespace quillon
