@@ -42,6 +42,8 @@ const FileCase kFileCases[] = {
     {"FirstSegmentInTheMiddle",         ":0100000005FA\r\n:020000040000FA\r\n:0100010005F9\r\n", "DF1C0E"},
     {"FirstSegmentWithABlankCounts",    ":020000040000FA \r\n", "DF1C04"},
     {"HundredBytesOfTen",               ":64000000" + Repeated(100, "0A") + "00\r\n", "DEBE4E"},
+    {"TwoHundredBytesOfTen",            ":C8000000" + Repeated(200, "0A") + "00\r\n", "DE5E9A"},
+    {"ContinuesAfterTheEndRecordAndBlankLines", ":00000001FF\r\n\r\n\r\n:0100000005FA\r\n", "DF1D08"},
     {"SameAddressCountsTwice",          ":0100000005FA\r\n:0100000005FA\r\n", "DF1C0E"},
     {"WrongColonTypeAndCheckByte",      "?01000099057F\r\n", "DF1D08"},
     {"LowerCaseDigits",                 ":01000000fb04\r\n", "DF1DFE"},
@@ -162,6 +164,7 @@ TEST(ChosenFile, ThatCanNotBeHadLeavesTheButtonsOfAGoodOneBefore) {
     EXPECT_THAT(box.text, testing::EndsWith(absent ? "!" : "\rPlease, Check your HEX file !"));
     EXPECT_EQ(box.title, absent ? "Quillon" : "Quillon Error");
     EXPECT_EQ(bench.tool.FileCheksum.Text() + bench.tool.FileName.ToolTip(), "    []");
+    EXPECT_EQ(bench.tool.image.ImageBaudRate, "9600");
     EXPECT_FALSE(bench.tool.useBB.Enabled() || bench.tool.FileWarning.Visible());
     EXPECT_TRUE(bench.tool.ComLoad.Enabled());
     EXPECT_EQ(bench.tool.Pointer(), Form::MousePointer::kDefault);

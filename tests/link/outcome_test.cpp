@@ -47,6 +47,7 @@ TEST(FailureReport, OfNoFailureEmptiesTheRowButForItsBackground) {
   EXPECT_EQ(bench.Row(5), " ");
   EXPECT_FALSE(bench.tool.info.Ver(5).FontBold() || bench.tool.info.CkSum(5).FontBold());
   EXPECT_EQ(bench.tool.info.CkSum(5).BackColor(), colour::kRed);
+  EXPECT_TRUE(bench.tool.message.Visible());
   EXPECT_EQ(bench.world.Time(), 2000ms);
 }
 
@@ -79,6 +80,10 @@ TEST(Progress, TellsTheSpeedUnlessBriefAndHoldsNobody) {
   ShowProgress(bench.tool, "Controller 7 : Erasing", StatusForm::kBrief);
   EXPECT_EQ(bench.tool.message.Label1.Text(), "Controller 7 : Erasing ...");
   EXPECT_EQ(bench.world.Time(), 0ms);
+  bench.tool.message.Command1.Press();
+  EXPECT_FALSE(bench.tool.message.Visible());
+  ShowProgress(bench.tool, "Controller 8 : Erasing", StatusForm::kBrief);
+  EXPECT_TRUE(bench.tool.message.Visible()) << "the next status line opens it again";
 }
 
 }  // namespace

@@ -173,6 +173,16 @@ TEST(Settings, KeepTheirPlacesWhateverIsPasted) {
   EXPECT_EQ(start.Read("Quillon.cfg"), Lines(lines));
 }
 
+TEST(Settings, AreSavedUnderTheNameOfTheFileThatWasRead) {
+  FreshStart start;
+  start.Write("QUILLON.CFG", Lines(Usual()));
+  Quillon& tool = start.Start();
+  tool.Text1.SetText("3000");
+  tool.ComClose.Press();
+  EXPECT_THAT(start.Read("QUILLON.CFG"), testing::StartsWith("3000\r\n"));
+  EXPECT_FALSE(std::filesystem::exists(start.world.folder + "Quillon.cfg"));
+}
+
 TEST(Settings, ThatCannotBeSavedShowABoxBeforeTheEnd) {
   FreshStart start;
   Quillon& tool = start.Start();

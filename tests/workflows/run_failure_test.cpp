@@ -134,6 +134,62 @@ TEST(RunFailure, AFullDiskUnderTheLogIsToldOnceAndHarmsNoRun) {
 }
 #endif
 
+TEST(RunFailure, ABadDownloadSpeedEndsAParallelDownloadAndLetsASerialOneContinue) {
+  for (const Button button : {kParallel, kSerial}) {
+    RunBench bench(std::vector<bus::ControllerSetup>{{.number = 5}});
+    bench.ChooseHex(kImage);
+    bench.Tick({5});
+    bench.tool.DownloadSettings = "fast,N,8,2";
+    bench.Press(button);
+    EXPECT_EQ(bench.BoxNumbers(), std::vector<int>{380});
+    const std::string talk = bench.Talk();
+    EXPECT_TRUE(button == kParallel ? talk == "9600 Erase5" : talk.starts_with("9600 Erase5 Batch5x3 "))
+        << talk;
+  }
+}
+
+/// Makes the next operation on the line fail when a phase begins or ends.
+template <class Event>
+class FailsAt : public RunObserver {
+ public:
+  FailsAt(RunBench& bench, Phase phase) : phase_(phase) {
+    bench.tool.observers.push_back(this);
+    bench.world.beforeOperation = [this] {
+      if (std::exchange(armed_, false)) throw RunError(RunError::kDeviceFailed, "once");
+    };
+  }
+  void OnRunEvent(const RunEvent& event) override {
+    const auto* at = std::get_if<Event>(&event.what);
+    if (at != nullptr && at->phase == phase_) armed_ = true;
+  }
+
+ private:
+  Phase phase_;
+  bool armed_ = false;
+};
+
+// The operation after each of these events discards received bytes.
+TEST(RunFailure, ASerialDownloadContinuesAfterAFlushThatFails) {
+  const auto run = [](RunBench& bench) {
+    bench.ChooseHex(kImage);
+    bench.Tick({5});
+    bench.Press(kSerial);
+    EXPECT_EQ(bench.BoxNumbers(), std::vector<int>{8020});
+    EXPECT_EQ(bench.Row(5), "12/05/31 07B6");
+  };
+  const std::vector<bus::ControllerSetup> controllers{{.number = 5}};
+  {
+    RunBench bench(controllers);
+    const FailsAt<ControllerBegun> before(bench, Phase::kErase);
+    run(bench);
+  }
+  for (const Phase phase : {Phase::kErase, Phase::kProgram}) {
+    RunBench bench(controllers);
+    const FailsAt<ControllerEnded> after(bench, phase);
+    run(bench);
+  }
+}
+
 TEST(RunFailure, CancelActsBetweenTwoBoxesOfOneSpeed) {
   RunBench bench;
   bench.ChooseHex(kImage);

@@ -119,6 +119,11 @@ const RunCase kTable[] = {
      "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5 9600 Check3 Check5", {"12/05/31 0815", "12/05/31 0815"}},
     {"RateThatTheListLacks", kParallel, k57600, kBoth,
      "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5", kEmpty, {.boxes = {383}}},
+    // Protocol becomes -1: an Overflow box for each check, which is sent with protocol byte 0.
+    {"NoProtocolInTheImage", kParallel, {":0400000001020304F2", ":00000001FF"}, {{.number = 3}, {.number = 5}},
+     "9600 Erase3 Erase5 38400 Batch Sum3 Sum5 9600 Check3x3 4800 Check3x3 19200 Check3x3 38400 Check3x3 "
+     "Check5x3 4800 Check5x3 9600 Check5x3 19200 Check5x3", {"No Answer red", "No Answer red"},
+     {.boxes = {6, 6, 6, 6, 6, 6, 6, 6}}},
     {"FromProtocol3", kParallel, kImage, kOfProtocol3,
      "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5 "
      "19200 To4:3 Check3 To4:5 Check5", kBothGood, {.prot3 = true, .boxes = {0, 0}}},
@@ -168,6 +173,8 @@ const RunCase kTable[] = {
      "9600 Boot3x3 Boot5", kBothBoot},
     {"BootByTheOwnProtocol", kBoot, kErased, BootBy(BootProtocol::Own),
      "9600 Boot3 Boot5", kBothBoot, {.protocol = "4"}},
+    {"BootOfTheFixedProtocolTriesTheOtherSpeeds", kBoot, kErased, {{.number = 3, .baud = 4800}, {.number = 5}},
+     "9600 Boot3x3 4800 Boot3 Boot5x3 9600 Boot5", kBothBoot},
     {"BootFallsBackForAllThatFollow", kBoot, kErased, BootBy(BootProtocol::Fixed),
      "9600 Boot3x3 Boot3 Boot5", kBothBoot, {.protocol = "4"}},
     {"To4GoesOnAfterASilentOne", kTo4, kErased, {{.number = 5, .protocol3 = true}},
@@ -280,6 +287,44 @@ TEST(SpeedSearch, BeginsWhereTheLastOneEndedAndGoesOnFromTheLowest) {
   }
 }
 
+TEST(Download, CancelWhileProgrammingKeepsProtocolAndSpeed) {
+  for (const Button button : {kParallel, kSerial}) {
+    RunBench bench(std::vector<ControllerSetup>{{.number = 3}});
+    bench.ChooseHex(kImage);
+    bench.Tick({3});
+    bench.CancelWhen("Programming Batch 2");
+    bench.Press(button);
+    EXPECT_EQ(bench.tool.Protocol.Text() + " " + bench.tool.Vitesse.Text(), "63 9600");
+    EXPECT_TRUE(bench.Over());
+  }
+}
+
+TEST(Download, AppliesTheProtocolBeforeASpeedThatTheListLacks) {
+  RunBench bench(std::vector<ControllerSetup>{{.number = 3}});
+  bench.ChooseHex(k57600);
+  bench.Tick({3});
+  bench.Press(kParallel);
+  EXPECT_EQ(bench.tool.Protocol.Text() + " " + bench.tool.Vitesse.Text(), "64 9600");
+}
+
+TEST(Download, ComparesWithTheChecksumOfInfo) {
+  RunBench bench(std::vector<ControllerSetup>{{.number = 3}});
+  bench.ChooseHex(kImage);
+  bench.Tick({3});
+  bench.world.When([&] { return bench.tool.info.Visible(); },
+                   [&] { bench.tool.FileCheksum.SetText("0000"); });
+  bench.Press(kParallel);
+  EXPECT_EQ(bench.Row(3), "12/05/31 07B6");
+}
+
+TEST(SpeedSearch, EndsWhenTheControllersAreUntickedInIt) {
+  RunBench bench;
+  bench.Tick({3, 5});
+  bench.world.At(1s, [&] { bench.tool.NONE.Press(); });
+  bench.Press(kTo4);
+  EXPECT_EQ(bench.Talk(), "9600 To4:3x3");
+}
+
 TEST(BootInfo, PreparesTheTableForItself) {
   RunBench bench;
   bench.ChooseHex(kImage);
@@ -330,6 +375,14 @@ TEST(Auto, TicksWhoAnswersAtAnySpeedAndPutsTheSettingsBack) {
   EXPECT_TRUE(bench.tool.Auto.Enabled());
   EXPECT_EQ(bench.EndAndReadLog().front(), "Message : AutoDetection $73");
   EXPECT_TRUE(bench.Over());
+}
+
+TEST(Auto, AsksWithTheProtocolOfTheBox) {
+  RunBench bench(std::vector<ControllerSetup>{{.number = 2, .protocol = 5}});
+  bench.tool.Protocol.SetText("4");
+  bench.Tick({});
+  bench.tool.Auto.Press();
+  EXPECT_EQ(bench.Ticked(), "2 ");
 }
 
 TEST(Auto, CancelAtNumber7KeepsTheBoxesFromThereOnAndPutsTheSettingsBack) {
