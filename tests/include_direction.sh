@@ -13,10 +13,11 @@ check() {
   wrong=$(grep -rnE '^#include "[a-z_]+/' "$1" --include='*.h' --include='*.cpp' | grep -vE "#include \"($2)/")
   [ -z "$wrong" ] || report "$1 may include only $2:" "$wrong"
 }
-logic='platform|forms|link|image|commands|workflows|shell'
+logic='platform|forms|link|image|commands|workflows|results|shell'
 check src/platform 'platform'
 check src/forms 'platform|forms'
 check src/link 'platform|forms|link'
+check src/results 'platform|forms|results'
 check src/image 'platform|forms|link|image'
 check src/commands 'platform|forms|link|image|commands'
 check src/workflows 'platform|forms|link|image|commands|workflows'
@@ -24,7 +25,7 @@ check src/shell "$logic"
 check src/desktop "$logic|desktop"
 check tools/driver 'driver'
 check tools/unattended "$logic|desktop|driver|unattended"
-check tools/log 'platform|forms|link|commands|log'
+check tools/log 'platform|forms|link|commands|results|log'
 check bus 'bus'
 
 for folder in src/*/ tools/*/; do

@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "faults/witness.h"
+#include "results/run_results.h"
 #include "workflows/run_bench.h"
 
 namespace quillon::test {
@@ -105,6 +106,7 @@ class FaultBench : public RunBench {
       for (const int y : {3, 5}) bus.At(y).Receive(TextFrameTo(y), random_);
     ChooseHex(kImage);
     Tick({3, 5});
+    tool.observers.push_back(&results_);
     tool.Protocol.SetText(way.ownProtocol ? "4" : "63");
     tool.RUD3.SetValue(way.prot3);
     tool.useBB.SetValue(way.keepSpeed);
@@ -215,6 +217,9 @@ class FaultBench : public RunBench {
     const bus::Controller& controller = bus.At(y);
     const std::string row = Row(y);
     const std::string who = std::to_string(y);
+    const bool judged = Programs(row_.button) || row_.button == kInfo;
+    if (judged && results_.VerdictOf(y).good && controller.Flash() != ImageFlash())
+      return who + " is called good; ";
     if (!Programs(row_.button) && controller.Flash() != before_[y]) return who + " was changed; ";
     if (Programs(row_.button) && look == 'G' && controller.Flash() != ImageFlash()) return who + " lies; ";
     if (look == 'E' && controller.Flash() == ImageFlash()) return who + " holds the image; ";
@@ -232,6 +237,7 @@ class FaultBench : public RunBench {
   const MatrixRow& row_;
   const bool again_;
   bool cancelled_ = false;
+  RunResults results_;
   bus::Random random_;
   std::map<int, Bytes> before_;
 };

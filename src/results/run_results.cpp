@@ -1,0 +1,109 @@
+#include "results/run_results.h"
+
+namespace quillon {
+namespace {
+
+constexpr std::size_t kShortAnswerBytes = 2;  // the short answer names no controller
+
+}  // namespace
+
+void RunResults::OnRunEvent(const RunEvent& event) {
+  std::visit([this](const auto& what) { On(what); }, event.what);
+}
+
+std::vector<int> RunResults::Controllers() const {
+  if (started_.kind != RunKind::kAuto) return started_.controllers;
+  std::vector<int> found;
+  for (int y = 0; y < kControllers; ++y) {
+    if (evidence_[static_cast<std::size_t>(y)].foundAt) found.push_back(y);
+  }
+  return found;
+}
+
+Evidence RunResults::EvidenceOf(int controller) const {
+  Evidence evidence = evidence_[static_cast<std::size_t>(controller)];
+  if (!AnswersContainNumbers()) evidence.otherController.reset();
+  return evidence;
+}
+
+Verdict RunResults::VerdictOf(int controller) const {
+  const Evidence evidence = EvidenceOf(controller);
+  Verdict verdict = Judge(evidence);
+  const auto& download = downloads_[static_cast<std::size_t>(controller)];
+  const bool hidesFailure = verdict.good && !IsDownload(evidence.kind) && download &&
+                            !download->verdict.good && download->fileChecksum == evidence.fileChecksum;
+  return hidesFailure ? download->verdict : verdict;
+}
+
+/// Nothing guarantees that controllers write their number into an answer. So another number counts only when
+/// the other answers of the run contain the number of the controller that was asked: all of them, or the
+/// majority when several came from another controller.
+bool RunResults::AnswersContainNumbers() const {
+  return noNumbers_ == 0 && ownNumbers_ > 0 && (otherNumbers_ == 1 || otherNumbers_ < ownNumbers_);
+}
+
+void RunResults::On(const RunStarted& event) {
+  started_ = event;
+  Evidence evidence;
+  evidence.kind = event.kind;
+  evidence.fileChecksum = event.fileChecksum;
+  evidence.fileFault = event.fileFault;
+  evidence_.fill(evidence);
+  ownNumbers_ = otherNumbers_ = noNumbers_ = 0;
+}
+
+void RunResults::On(const ControllerBegun& event) {
+  // The frame follows at once. Whether it reaches the controller is unknown until the controller answers.
+  if (event.phase == Phase::kErase) At(event.controller).erasure = Erasure::kPossible;
+}
+
+void RunResults::On(const ControllerFound& event) { At(event.controller).foundAt = event.speed; }
+
+void RunResults::On(const AnswerReceived& event) {
+  if (event.judgement != Judgement::kGood || event.bytes.size() <= kShortAnswerBytes) return;
+  const int number = *event.Address();
+  if (number == event.controller) {
+    ++ownNumbers_;
+  } else if (number < kControllers) {
+    ++otherNumbers_;
+    At(event.controller).otherController = number;
+  } else {
+    ++noNumbers_;
+  }
+}
+
+void RunResults::On(const CommandAnswered& event) {
+  Evidence& evidence = At(event.controller);
+  const bool accepted = event.reply == Reply::kAccepted;
+  evidence.last = {event.command, event.reply};
+  if (event.command == Command::kFlashErase && accepted) evidence.erasure = Erasure::kDone;
+  if (event.command == Command::kBatch && accepted) ++evidence.batchesAcknowledged;
+  if (event.command == Command::kFullChecksum && (accepted || event.reply == Reply::kRefused))
+    evidence.checksumConfirmed = accepted;
+}
+
+void RunResults::On(const BatchBegun& event) {
+  if (event.controller != kEveryController) At(event.controller).batches = event.of;
+}
+
+void RunResults::On(const RowFilled& event) {
+  Evidence& evidence = At(event.controller);
+  evidence.row = event.content;
+  evidence.rowVersion = event.version;
+  evidence.rowChecksum = event.checksum;
+  if (event.content != RowContent::kFlash && event.content != RowContent::kBoot) return;
+  const bool first = evidence.version.empty();
+  if (!first && (evidence.version != event.version || evidence.checksum != event.checksum))
+    evidence.differentReadings = true;
+  evidence.version = event.version;
+  evidence.checksum = event.checksum;
+}
+
+void RunResults::On(const RunEnded& event) {
+  for (int y = 0; y < kControllers; ++y) At(y).cancelled = event.how != RunEnded::How::kFinished;
+  if (!IsDownload(started_.kind)) return;
+  for (const int y : started_.controllers)
+    downloads_[static_cast<std::size_t>(y)] = {started_.fileChecksum, Judge(EvidenceOf(y))};
+}
+
+}  // namespace quillon

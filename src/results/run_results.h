@@ -1,0 +1,65 @@
+#pragma once
+
+#include <array>
+#include <optional>
+#include <vector>
+
+#include "forms/quillon.h"
+#include "results/verdict.h"
+
+namespace quillon {
+
+/// Collects the evidence of the runs from their events, and judges it.
+///
+///     RunResults results;
+///     form.observers.push_back(&results);
+///     ...                                 // a run
+///     for (const int y : results.Controllers()) Print(y, results.VerdictOf(y));
+///
+/// The evidence is that of the run under way or of the last one; it does not depend on what the windows show.
+/// One thing is kept from earlier runs: the verdict of the last download.
+class RunResults final : public RunObserver {
+ public:
+  void OnRunEvent(const RunEvent& event) override;
+
+  /// The controllers of the run, in ascending order: those ticked at its start; of Auto those that it found.
+  std::vector<int> Controllers() const;
+
+  /// The evidence about a controller, 0 to 31, so far.
+  Evidence EvidenceOf(int controller) const;
+
+  /// The verdict on a controller, 0 to 31. A survey never improves the verdict that an earlier download of
+  /// the same file gave: a controller that refused its image is not good because its checksum matches.
+  Verdict VerdictOf(int controller) const;
+
+ private:
+  struct DownloadVerdict {
+    std::string fileChecksum;
+    Verdict verdict;
+  };
+
+  void On(const RunStarted& event);
+  void On(const ControllerBegun& event);
+  void On(const ControllerFound& event);
+  void On(const AnswerReceived& event);
+  void On(const CommandAnswered& event);
+  void On(const BatchBegun& event);
+  void On(const RowFilled& event);
+  void On(const RunEnded& event);
+  template <class Other>
+  void On(const Other&) {}
+
+  Evidence& At(int controller) { return evidence_[static_cast<std::size_t>(controller)]; }
+  bool AnswersContainNumbers() const;
+
+  RunStarted started_{};
+  std::array<Evidence, kControllers> evidence_;
+  // Of the answers of the run: how many contain the number of the controller that was asked, that of another
+  // controller, or neither.
+  int ownNumbers_ = 0;
+  int otherNumbers_ = 0;
+  int noNumbers_ = 0;
+  std::array<std::optional<DownloadVerdict>, kControllers> downloads_;
+};
+
+}  // namespace quillon

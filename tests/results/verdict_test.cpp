@@ -1,0 +1,172 @@
+// What the events of a run amount to.
+#include "results/verdict.h"
+
+#include <gmock/gmock.h>
+
+#include "results/run_results.h"
+#include "workflows/run_bench.h"
+
+namespace quillon::test {
+namespace {
+
+using bus::Fault;
+using Kind = Fault::Kind;
+
+/// kImage and three batches that a controller can lack unnoticed: the bytes FF in their place change the
+/// checksum by 10000 in hex, and a controller reports its last four digits.
+std::vector<std::string> ImageWithSilentGap() {
+  std::vector<std::string> lines(kImage.begin(), kImage.end() - 1);
+  lines.push_back(HexRecord(0x5000, Bytes(128, 0x00)));
+  lines.push_back(HexRecord(0x5100, Bytes(128, 0x00)));
+  lines.push_back(HexRecord(0x5200, Bytes(128, 0xFD)));
+  lines.push_back(kImage.back());
+  return lines;
+}
+
+Fault On(bus::Command command, Fault fault) {
+  fault.command = command;
+  return fault;
+}
+
+/// The words of 3 and 5: "good/confirmed contradictory".
+std::string WordsOf(const RunResults& results) {
+  std::string words;
+  for (const int y : results.Controllers()) {
+    const Verdict verdict = results.VerdictOf(y);
+    EXPECT_EQ(verdict.good, verdict.word == "good" || verdict.word == "read" || verdict.word == "found");
+    words += (words.empty() ? "" : " ") + verdict.word;
+    if (!verdict.evidence.empty()) words += "/" + verdict.evidence;
+  }
+  return words;
+}
+
+struct VerdictCase {
+  const char* name;
+  std::vector<Button> buttons;
+  std::vector<Fault> faultsOf3;
+  std::vector<Fault> faultsOf5;
+  const char* words;   // after the last run
+  const char* reason;  // a part of that of 5
+  std::function<void(RunBench&)> prepare = {};
+};
+
+TEST(RunResults, JudgeAllEvidence) {
+  using enum bus::Command;
+  const Fault lost{.first = 3, .last = 5, .command = Batch};
+  const Fault refused{.kind = Kind::Code, .value = 0xE1, .command = Checksum};
+  const Fault refusedOnce{.kind = Kind::Code, .last = 1, .value = 0xE1, .command = Checksum};
+  const auto withoutFile = [](RunBench& bench) { bench.tool.FileName.SetText(""); };
+  const VerdictCase cases[] = {
+      {"parallel", {kParallel}, {}, {}, "good/confirmed good/confirmed", "confirmed the full checksum"},
+      {"serial", {kSerial}, {}, {refusedOnce}, "good/proven good/proven", "acknowledged every batch"},
+      {"survey", {kParallel, kInfo}, {}, {}, "good/read-back good/read-back", "this run loaded nothing"},
+      {"without a file", {kInfo}, {}, {}, "read read", "no file to compare", withoutFile},
+      {"boot code", {kBoot}, {}, {}, "read read", "boot code"},
+      {"Auto", {kAuto}, {}, {}, "found found", "at 9600"},
+      {"a gap that the last digits hide",
+       {kParallel},
+       {},
+       {lost},
+       "good/confirmed contradictory",
+       "refused the full"},
+      {"the same, surveyed",
+       {kParallel, kInfo},
+       {},
+       {lost},
+       "good/read-back contradictory",
+       "refused the full"},
+      {"the same, loaded again", {kParallel, kSerial}, {}, {lost}, "good/proven good/proven", ""},
+      {"refused in spite of all", {kSerial}, {}, {refused}, "good/proven contradictory", "refused the full"},
+      {"damaged answers to the checksum",
+       {kParallel},
+       {},
+       {On(Checksum, {.kind = Kind::Corrupt})},
+       "good/confirmed unconfirmed",
+       "neither"},
+      {"another's answer",
+       {kParallel},
+       {On(Check, {.kind = Kind::Late, .delay = 1150ms})},
+       {On(Batch, {.last = 1}), On(Check, {})},
+       "good/confirmed contradictory",
+       "came from controller 3"},
+      {"one batch lost",
+       {kParallel},
+       {},
+       {On(Batch, {.last = 1})},
+       "good/confirmed not-programmed",
+       "of the file"},
+      {"not loaded", {kInfo}, {}, {}, "other-image other-image", "of the file"},
+      {"silent", {kInfo}, {}, {{}}, "other-image no-answer", "did not answer"},
+      {"silent after the erase", {kSerial}, {}, {On(Check, {})}, "good/proven no-answer", "it is erased"},
+      {"damaged",
+       {kParallel},
+       {On(Erase, {.kind = Kind::Corrupt})},
+       {},
+       "damaged-answers not-read",
+       "not erased"},
+      {"refuses the erase",
+       {kSerial},
+       {},
+       {On(Erase, {.kind = Kind::Code, .value = 0xE1})},
+       "good/proven erase-refused",
+       ""},
+      {"cancelled",
+       {kSerial},
+       {},
+       {},
+       "good/proven not-read",
+       "it is erased",
+       [](RunBench& bench) { bench.CancelWhen("Controller 5 : Programming Batch 2"); }},
+      {"not begun", {kParallel}, {{}}, {}, "no-answer not-read", "not erased"},
+      {"Info closed",
+       {kParallel},
+       {},
+       {},
+       "good/confirmed good/confirmed",
+       "",
+       [](RunBench& bench) {
+         bench.world.When([&] { return bench.Row(3) != " "; }, [&] { bench.tool.info.ComClose.Press(); });
+       }},
+  };
+  for (const VerdictCase& c : cases) {
+    const auto setup = [](int number, const std::vector<Fault>& faults) {
+      return bus::ControllerSetup{.number = number, .faults = faults};
+    };
+    bus::ControllerSetup five = setup(5, c.faultsOf5);
+    // The first controller of a serial download leaves the tool at the speed and the protocol of the image.
+    if (c.buttons.front() == kSerial) five.baud = 19200, five.protocol = 0x41;
+    RunBench bench({setup(3, c.faultsOf3), five});
+    bench.ChooseHex(ImageWithSilentGap());
+    bench.Tick({3, 5});
+    RunResults results;
+    bench.tool.observers.push_back(&results);
+    if (c.prepare) c.prepare(bench);
+    for (const Button button : c.buttons) bench.Press(button);
+    EXPECT_EQ(WordsOf(results), c.words) << c.name;
+    EXPECT_THAT(results.VerdictOf(5).reason, testing::HasSubstr(c.reason)) << c.name;
+  }
+}
+
+/// The word for controller 1 after a survey in which these controllers answered with these numbers.
+std::string WordAfterAnswers(const std::vector<std::pair<int, std::uint8_t>>& answers) {
+  RunResults results;
+  RunStarted started{};
+  started.kind = RunKind::kFlashInfo;
+  results.OnRunEvent({0, started});
+  for (const auto& [asked, number] : answers) {
+    results.OnRunEvent({0, AnswerReceived{asked, Judgement::kGood, {0x40, number, 0x07}, 0}});
+    results.OnRunEvent({0, RowFilled{asked, RowContent::kFlash, "01/02/03", "1E02"}});
+  }
+  return results.VerdictOf(1).word;
+}
+
+TEST(RunResults, CountAnotherNumberOnlyWhereAnswersContainNumbers) {
+  EXPECT_EQ(WordAfterAnswers({{1, 2}, {2, 2}, {3, 3}}), "contradictory");
+  EXPECT_EQ(WordAfterAnswers({{1, 2}, {2, 3}, {3, 3}, {3, 3}, {3, 3}}), "contradictory");
+  EXPECT_EQ(WordAfterAnswers({{1, 1}, {2, 3}, {3, 3}}), "read") << "the answer to 2 concerns 2 alone";
+  EXPECT_EQ(WordAfterAnswers({{1, 3}, {2, 3}, {3, 3}}), "read") << "all write the same number";
+  EXPECT_EQ(WordAfterAnswers({{1, 3}, {2, 0x41}, {3, 3}}), "read") << "not a controller's number";
+}
+
+}  // namespace
+}  // namespace quillon::test
