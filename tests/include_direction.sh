@@ -24,8 +24,9 @@ check src/workflows 'platform|forms|link|image|commands|workflows'
 check src/shell "$logic"
 check src/desktop "$logic|desktop"
 check tools/driver 'driver'
-check tools/unattended "$logic|desktop|driver|unattended"
-check tools/log 'platform|forms|link|commands|results|log'
+check tools/command_line 'command_line'
+check tools/unattended "$logic|desktop|driver|command_line|unattended"
+check tools/log 'platform|forms|link|commands|results|command_line|log'
 check bus 'bus'
 
 for folder in src/*/ tools/*/; do

@@ -1,11 +1,13 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <sstream>
 #include <string>
 #include <vector>
 
-#include "log/log_story.h"
+#include "log/log_parser.h"
+#include "log/log_report.h"
 #include "log/runs.h"
-#include "log/telling.h"
 
 namespace quillon {
 namespace {
@@ -17,6 +19,12 @@ std::string AsLog(const std::vector<std::string>& lines) {
   std::string log;
   for (const std::string& line : lines) log += line + "\r\n";
   return log;
+}
+
+std::string Report(std::string_view log) {
+  std::ostringstream report;
+  WriteLogReport(log, Detail::kEverything, report);
+  return report.str();
 }
 
 // Frames, CRCs and log lines stand here byte by byte, as a technician finds them.
@@ -42,7 +50,7 @@ const std::string kFalse3Times = "Communication Error - CRC false 3 time";
 struct ExchangeCase {
   const char* name;
   std::vector<std::string> log;
-  const char* words;  // of the telling
+  const char* description;  // in the report
   int asked, answered, repeated, refused;
   const char* standsAt;
   int doubts;
@@ -52,16 +60,16 @@ struct ExchangeCase {
 
 class AnExchange : public ::testing::TestWithParam<ExchangeCase> {};
 
-TEST_P(AnExchange, IsToldAsItWent) {
+TEST_P(AnExchange, IsReported) {
   const ExchangeCase& row = GetParam();
-  const std::string told = TellLog(AsLog(row.log), Detail::kEverything);
-  EXPECT_THAT(told, HasSubstr(row.words));
+  const std::string report = Report(AsLog(row.log));
+  EXPECT_THAT(report, HasSubstr(row.description));
   char summary[120];
   std::snprintf(summary, sizeof summary, "2 %6d %9d %9d %8d  %s\n", row.asked, row.answered, row.repeated,
                 row.refused, row.standsAt);
-  EXPECT_THAT(told, HasSubstr(summary));
+  EXPECT_THAT(report, HasSubstr(summary));
   const std::string doubts = row.doubts == 0 ? "none" : std::to_string(row.doubts);
-  EXPECT_THAT(told, HasSubstr("Doubtful places: " + doubts + "\n"));
+  EXPECT_THAT(report, HasSubstr("Doubtful places: " + doubts + "\n"));
 }
 
 // clang-format off
@@ -112,36 +120,38 @@ INSTANTIATE_TEST_SUITE_P(Exchanges, AnExchange, ::testing::ValuesIn(kExchanges),
 
 TEST(TheLog, FallsIntoRunsByTheOrderOfItsMessages) {
   struct Expected {
-    RunKind kind;
+    LoggedRunKind kind;
     std::size_t messages;
     std::vector<std::string> lines;
   };
   const Expected expected[] = {
       // Controller 1 is asked at two speeds.
-      {RunKind::kFlashInfo, 3, {kCheck1, kNoAnswer, kCheck1, kNoAnswer, kCheck2, kHeld2, kOk}},
+      {LoggedRunKind::kFlashInfo, 3, {kCheck1, kNoAnswer, kCheck1, kNoAnswer, kCheck2, kHeld2, kOk}},
       // The same well-answered question once more.
-      {RunKind::kFlashInfo, 1, {kCheck2, kHeld2, kOk}},
+      {LoggedRunKind::kFlashInfo, 1, {kCheck2, kHeld2, kOk}},
       // Controller 2 is moved to protocol 4 before its closing check.
-      {RunKind::kParallelDownload,
+      {LoggedRunKind::kParallelDownload,
        5,
        {kErase1, kAccepted1, kOk, kErase2, kAccepted2, kOk, kBatchToAll, kMove2, kMoved, kOk, kCheck2}},
       // Cancelled in the erasing of the next controller.
-      {RunKind::kSerialDownload,
+      {LoggedRunKind::kSerialDownload,
        4,
        {kErase1, kAccepted1, kOk, kBatchTo1, kAccepted1, kOk, kCheck1, kNoAnswer, kErase2}},
-      {RunKind::kDetection, 3, {kDetection, kNoAnswer, kDetection, kNoAnswer, kDetection}},
-      {RunKind::kDetection, 1, {kDetection, kNoAnswer}},
-      {RunKind::kDownload, 1, {kErase1, kNoAnswer}},
-      {RunKind::kToProtocol4, 2, {kMove2, kNoAnswer, kMove2, kMoved, kOk}},
-      {RunKind::kFlashInfo, 1, {kCheck2}},
+      {LoggedRunKind::kDetection, 3, {kDetection, kNoAnswer, kDetection, kNoAnswer, kDetection}},
+      {LoggedRunKind::kDetection, 1, {kDetection, kNoAnswer}},
+      {LoggedRunKind::kDownload, 1, {kErase1, kNoAnswer}},
+      {LoggedRunKind::kToProtocol4, 2, {kMove2, kNoAnswer, kMove2, kMoved, kOk}},
+      {LoggedRunKind::kFlashInfo, 1, {kCheck2}},
   };
   std::vector<std::string> log;
   for (const Expected& run : expected) log.insert(log.end(), run.lines.begin(), run.lines.end());
-  const auto runs = FindRuns(ReadLog(AsLog(log)).messages);
+  const std::string text = AsLog(log);
+  ParsedLog parsed = ParseLog(text);
+  const auto runs = FindRuns(parsed);
   ASSERT_EQ(runs.size(), std::size(expected));
   for (std::size_t n = 0; n < runs.size(); ++n) {
     EXPECT_EQ(runs[n].kind, expected[n].kind) << "run " << n;
-    EXPECT_EQ(runs[n].messages.size(), expected[n].messages) << "run " << n;
+    EXPECT_EQ(runs[n].end - runs[n].first, expected[n].messages) << "run " << n;
   }
 }
 
@@ -150,12 +160,13 @@ TEST(TheLog, OfAnAutoDetectionNamesTheControllersByTheirOrder) {
   for (int speed = 0; speed < 4; ++speed) log.insert(log.end(), {kDetection, kNoAnswer});  // 0 is not there
   log.insert(log.end(), {kDetection, kNoAnswer, kDetection, kAccepted1, kOk, kDetection, kHeld2, kOk});
   std::vector<int> asked;
-  for (const LoggedMessage& message : ReadLog(AsLog(log)).messages) asked.push_back(message.asked.controller);
+  const std::string text = AsLog(log);
+  for (const LoggedMessage& message : ParseLog(text).messages) asked.push_back(message.controller);
   EXPECT_THAT(asked, ElementsAreArray({0, 0, 0, 0, 1, 1, 2}));
 }
 
 TEST(TheLog, CutAnywhereIsReadAsFarAsItGoes) {
-  EXPECT_THAT(TellLog(kCheck2, Detail::kEverything), HasSubstr("asks controller 2 what it holds"));
+  EXPECT_THAT(Report(kCheck2), HasSubstr("asks controller 2 what it holds"));
   // clang-format off
   const std::string log = AsLog({"Message : $74", kErase2, kRefused2, kOk, kAccepted2,
       kOk, "Answer : 61",       "Programming 5F without answer", kBatchToAll,
@@ -164,16 +175,19 @@ TEST(TheLog, CutAnywhereIsReadAsFarAsItGoes) {
       "Message : $73  - Checking Flash", kCheck2, "Recu en String : " + kCheck2 + kHeld2.substr(17), kHeld2,
       kOk});
   // clang-format on
-  const LogStory whole = ReadLog(log);
-  ASSERT_TRUE(whole.strange.empty());
+  const ParsedLog whole = ParseLog(log);
+  ASSERT_EQ(std::ranges::count(whole.entries, EntryKind::kForeignLine, &LogEntry::kind), 0);
   for (std::size_t size = 0; size <= log.size(); ++size) {
-    const LogStory head = ReadLog(std::string_view(log).substr(0, size));
+    const ParsedLog head = ParseLog(std::string_view(log).substr(0, size));
     ASSERT_LE(head.messages.size(), whole.messages.size()) << size;
-    for (std::size_t n = 0; n < head.messages.size(); ++n)
-      ASSERT_EQ(head.messages[n].asked.words, whole.messages[n].asked.words) << size;
+    for (std::size_t n = 0; n < head.messages.size(); ++n) {
+      ASSERT_EQ(head.messages[n].request, whole.messages[n].request) << size;
+      ASSERT_EQ(head.messages[n].controller, whole.messages[n].controller) << size;
+    }
     const bool withinLine = size > 0 && log[size - 1] != '\r' && log[size - 1] != '\n';
-    ASSERT_EQ(head.strange.size(), withinLine ? 1 : 0) << size;
-    const std::string tail = TellLog(std::string_view(log).substr(size), Detail::kEverything);
+    ASSERT_EQ(std::ranges::count(head.entries, EntryKind::kForeignLine, &LogEntry::kind), 0) << size;
+    ASSERT_EQ(std::ranges::count(head.entries, EntryKind::kCutLine, &LogEntry::kind), withinLine) << size;
+    const std::string tail = Report(std::string_view(log).substr(size));
     if (size <= log.rfind("\n" + kCheck2)) {
       ASSERT_THAT(tail, HasSubstr("holds 12/05/31, checksum 6E8C")) << size;
     }
@@ -186,11 +200,21 @@ TEST(TheLog, OfAnyBytesIsRead) {
   for (std::size_t at = 0; at < log.size(); ++at) {
     for (const char byte : {'\0', '\n', '\r', ' ', 'F', '\xFF'}) {
       const char was = std::exchange(log[at], byte);
-      ASSERT_THAT(TellLog(log, Detail::kEverything), HasSubstr("Doubtful places: "));
+      ASSERT_THAT(Report(log), HasSubstr("Doubtful places: "));
       log[at] = was;
     }
   }
-  EXPECT_THAT(TellLog("", Detail::kEverything), HasSubstr("0 runs in 0 lines"));
+  EXPECT_THAT(Report(""), HasSubstr("0 runs in 0 lines"));
+}
+
+// Ten million bytes of frames that are none: 32 bytes for each of these lines, not a kilobyte.
+TEST(TheLog, OfManyLinesNeedsLittleMoreMemoryThanItsText) {
+  EXPECT_LE(sizeof(LogEntry) + sizeof(LoggedMessage), 32u);
+  std::string log;
+  for (int n = 0; n < 100'000; ++n) log += "00\r\n";
+  const ParsedLog parsed = ParseLog(log);
+  EXPECT_EQ(parsed.entries.size(), 100'000u);
+  EXPECT_EQ(parsed.messages.size(), 100'000u);
 }
 
 }  // namespace

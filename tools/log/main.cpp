@@ -1,55 +1,86 @@
-#include <CLI/CLI.hpp>
+// quillon-log explains a log of the tool: see kDescription.
+#include <cstdint>
 #include <exception>
 #include <iostream>
 #include <iterator>
+#include <stdexcept>
 #include <string>
 
-#include "log/telling.h"
+#include "command_line/manual_formatter.h"
+#include "log/log_report.h"
 #include "platform/system_files.h"
 #include "platform/text_file.h"
 
 namespace {
 
-constexpr const char* kHelp = R"(Tells in words what Quillon's log says.
+constexpr char kDescription[] = R"(SYNOPSIS
+  quillon-log [OPTION]... [LOG]
 
-On top one row for each run and controller: how often it was asked, how often it
-answered, how many sends were repeats and how many answers refusals, and what it
-held or said in the end. Then the doubtful places: a false CRC, an echo, a wrong
-length, a checksum other than the one sent. Then every message, its frame in words;
-an exclamation mark stands before a doubtful line.
+DESCRIPTION
+  Explains the log that Quillon writes. Without LOG, or when LOG is -, the
+  standard input is read.
 
-A log that is cut anywhere is read as far as it goes. The log is complete when the
-tool has ended. A single frame can be asked for as well:
-  echo 40 05 01 73 F8 A9 04 | quillon-log)";
+  First comes a summary: one row for each run and controller with the requests,
+  the answers, the repeated sends, the refusals, and the final state:
 
-std::string ReadStandardInput() { return {std::istreambuf_iterator<char>(std::cin), {}}; }
+    Run 1, lines 2 to 7: Flash Info
+      controller  asked  answered  repeated  refused  stands at
+               0      1         1         0        0  holds 01/02/03, checksum 1E02
+
+  Then come the doubtful places: a false CRC, an echo, a wrong length, a
+  checksum other than the one that was sent. Then comes every message with its
+  frames decoded. A doubtful line is marked with an exclamation mark.
+
+  A log that is cut anywhere is read as far as it goes. The log is complete when
+  Quillon has ended.
+)";
+
+constexpr char kFooter[] = R"(EXIT STATUS
+  0   the log was read
+  2   a word of the command line is not valid
+  4   the log cannot be read, or the report cannot be written
+
+EXAMPLES
+  quillon-log ~/.local/share/quillon/Log.txt
+  quillon-log --summary Log.txt
+  echo 40 05 01 73 F8 A9 04 | quillon-log     decodes a single frame
+)";
 
 constexpr int kUsage = 2;
 constexpr int kFile = 4;
 
-int Run(int count, char** words) {
-  CLI::App options(kHelp, "quillon-log");
+std::string ReadStandardInput() {
+  std::string text(std::istreambuf_iterator<char>(std::cin), {});
+  if (text.size() > UINT32_MAX) throw std::runtime_error("the standard input has more than 4 GiB");
+  return text;
+}
+
+int Run(int argc, char** argv) {
+  CLI::App app(kDescription, "quillon-log");
+  app.formatter(std::make_shared<quillon::ManualFormatter>());
+  app.footer(kFooter);
   std::string file = "-";
   bool summary = false;
-  options.add_option("LOG", file, "The log; without it, or with -, standard input is read");
-  options.add_flag("-s,--summary", summary, "Only the summary and the doubtful places");
-  options.set_version_flag("--version", "quillon-log " QUILLON_VERSION);
+  app.add_option("LOG", file);
+  app.add_flag("-s,--summary", summary, "only the summary and the doubtful places");
+  app.set_help_flag("-h,--help", "print this text");
+  app.set_version_flag("--version", "quillon-log " QUILLON_VERSION, "print the version");
   try {
-    options.parse(count, words);
+    app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return options.exit(error) == 0 ? 0 : kUsage;
+    return app.exit(error) == 0 ? 0 : kUsage;
   }
   const std::string log = file == "-" ? ReadStandardInput() : quillon::ReadFile(file);
-  std::cout << quillon::TellLog(log, summary ? quillon::Detail::kSummary : quillon::Detail::kEverything);
+  quillon::WriteLogReport(log, summary ? quillon::Detail::kSummary : quillon::Detail::kEverything, std::cout);
   return std::cout.flush() ? 0 : kFile;
 }
 
 }  // namespace
 
-int main(int count, char** words) {
+int main(int argc, char** argv) {
   quillon::system_files::OpenMissingStreams();
   try {
-    return Run(count, words);
+    return Run(argc, argv);
   } catch (const std::exception& error) {
     std::cerr << std::string("quillon-log: ") + error.what() + '\n';
     return kFile;

@@ -1,125 +1,133 @@
 #include "log/runs.h"
 
-#include <algorithm>
 #include <map>
 #include <utility>
 
 namespace quillon {
 namespace {
 
-/// The run that a message begins when it is the first one of its run.
-RunKind KindOfFirst(const Asked& asked) {
-  switch (asked.question) {
-    case Question::kFlashCheck:
-      return RunKind::kFlashInfo;
-    case Question::kDetection:
-      return RunKind::kDetection;
-    case Question::kBootCheck:
-      return RunKind::kBootInfo;
-    case Question::kToProtocol4:
-      return RunKind::kToProtocol4;
-    case Question::kToProtocol3:
-      return RunKind::kToProtocol3;
-    case Question::kErase:
-      return RunKind::kDownload;
-    case Question::kFullChecksum:
-      return RunKind::kParallelDownload;  // or the end of a serial one: its beginning is cut off
-    case Question::kBatch:
-      return asked.controller == kAllControllers ? RunKind::kParallelDownload : RunKind::kSerialDownload;
-    case Question::kUnknown:
+/// The kind of the run of which this message is the first one.
+LoggedRunKind KindOfFirst(const LoggedMessage& message) {
+  switch (message.request) {
+    case RequestKind::kFlashCheck:
+      return LoggedRunKind::kFlashInfo;
+    case RequestKind::kDetection:
+      return LoggedRunKind::kDetection;
+    case RequestKind::kBootCheck:
+      return LoggedRunKind::kBootInfo;
+    case RequestKind::kToProtocol4:
+      return LoggedRunKind::kToProtocol4;
+    case RequestKind::kToProtocol3:
+      return LoggedRunKind::kToProtocol3;
+    case RequestKind::kErase:
+      return LoggedRunKind::kDownload;
+    case RequestKind::kFullChecksum:
+      return LoggedRunKind::kParallelDownload;  // or the end of a serial one: its beginning is cut off
+    case RequestKind::kBatch:
+      return message.controller == kAllControllers ? LoggedRunKind::kParallelDownload
+                                                   : LoggedRunKind::kSerialDownload;
+    case RequestKind::kUnknown:
       break;
   }
-  return RunKind::kUnknown;
+  return LoggedRunKind::kUnknown;
 }
 
 /// The phases of a download; in a survey all messages are of one phase.
-int Phase(Question question) {
-  switch (question) {
-    case Question::kErase:
+int Phase(RequestKind request) {
+  switch (request) {
+    case RequestKind::kErase:
       return 0;
-    case Question::kBatch:
+    case RequestKind::kBatch:
       return 1;
-    case Question::kFullChecksum:
+    case RequestKind::kFullChecksum:
       return 2;
     default:
       return 3;
   }
 }
 
-/// The kind that a run turns out to be when `next` joins it; kUnknown when `next` can't belong to it.
-RunKind Joined(RunKind kind, const Asked& next) {
-  const RunKind alone = KindOfFirst(next);
-  if (kind == RunKind::kUnknown || kind == alone) return alone;
-  const bool download =
-      kind == RunKind::kDownload || kind == RunKind::kParallelDownload || kind == RunKind::kSerialDownload;
-  if (!download) return RunKind::kUnknown;
-  switch (next.question) {
-    case Question::kErase:
+/// The kind of a run once `next` is part of it; kUnknown when `next` cannot be part of it.
+LoggedRunKind Joined(LoggedRunKind kind, const LoggedMessage& next) {
+  const LoggedRunKind alone = KindOfFirst(next);
+  if (kind == LoggedRunKind::kUnknown || kind == alone) return alone;
+  const bool download = kind == LoggedRunKind::kDownload || kind == LoggedRunKind::kParallelDownload ||
+                        kind == LoggedRunKind::kSerialDownload;
+  if (!download) return LoggedRunKind::kUnknown;
+  switch (next.request) {
+    case RequestKind::kErase:
       return kind;
-    case Question::kBatch:
-      return kind == RunKind::kDownload ? alone : RunKind::kUnknown;
-    case Question::kFullChecksum:
-    case Question::kToProtocol4:  // before the closing check
-    case Question::kFlashCheck:
-      return kind == RunKind::kDownload ? RunKind::kUnknown : kind;  // nothing was programmed yet
+    case RequestKind::kBatch:
+      return kind == LoggedRunKind::kDownload ? alone : LoggedRunKind::kUnknown;
+    case RequestKind::kFullChecksum:
+    case RequestKind::kToProtocol4:  // before the closing check
+    case RequestKind::kFlashCheck:
+      return kind == LoggedRunKind::kDownload ? LoggedRunKind::kUnknown : kind;  // nothing was programmed yet
     default:
-      return RunKind::kUnknown;
+      return LoggedRunKind::kUnknown;
   }
 }
 
-/// Where in the order of its run a message stands.
-std::pair<int, int> Place(RunKind kind, const Asked& asked) {
-  const int controller = asked.controller == kAllControllers ? 0 : asked.controller;
-  const int phase = Phase(asked.question);
-  return kind == RunKind::kSerialDownload ? std::pair(controller, phase) : std::pair(phase, controller);
+/// The place of a message in the order of its run.
+std::pair<int, int> Place(LoggedRunKind kind, const LoggedMessage& message) {
+  const int controller = message.controller == kAllControllers ? 0 : message.controller;
+  const int phase = Phase(message.request);
+  return kind == LoggedRunKind::kSerialDownload ? std::pair(controller, phase) : std::pair(phase, controller);
 }
 
-bool Continues(const Run& run, RunKind joined, const LoggedMessage& next) {
-  const LoggedMessage& last = run.messages.back();
-  if (joined == RunKind::kDetection && last.outcome == Outcome::kUnfinished) return false;
-  const auto before = Place(joined, last.asked);
-  const auto now = Place(joined, next.asked);
+/// Whether `next` continues the run of `last`, a run of the kind `joined`.
+bool Continues(const LoggedMessage& last, LoggedRunKind joined, const LoggedMessage& next) {
+  if (joined == LoggedRunKind::kDetection && last.outcome == Outcome::kUnfinished) return false;
+  const auto before = Place(joined, last);
+  const auto now = Place(joined, next);
   if (now != before) return now > before;
   const bool afterMove =
-      last.asked.question == Question::kToProtocol4 && next.asked.question == Question::kFlashCheck;
-  return last.outcome != Outcome::kGood || next.asked.question == Question::kBatch || afterMove;
+      last.request == RequestKind::kToProtocol4 && next.request == RequestKind::kFlashCheck;
+  return last.outcome != Outcome::kGood || next.request == RequestKind::kBatch || afterMove;
 }
 
-void Add(std::vector<Run>& runs, LoggedMessage message) {
-  const bool unknown = message.asked.question == Question::kUnknown;
-  if (!runs.empty()) {
-    Run& run = runs.back();
-    const RunKind joined = unknown ? run.kind : Joined(run.kind, message.asked);
-    const bool lastUnknown = run.messages.back().asked.question == Question::kUnknown;
-    if (unknown || (joined != RunKind::kUnknown && (lastUnknown || Continues(run, joined, message)))) {
-      run.kind = joined;
-      run.messages.push_back(std::move(message));
-      return;
-    }
-  }
-  const RunKind kind = KindOfFirst(message.asked);
-  runs.push_back({kind, {std::move(message)}});
+/// The kind of the run of `last` once `message`, the next one, is part of it; nothing when it begins a new
+/// run.
+std::optional<LoggedRunKind> Extended(LoggedRunKind kind, const LoggedMessage& last,
+                                      const LoggedMessage& message) {
+  if (message.request == RequestKind::kUnknown) return kind;
+  const LoggedRunKind joined = Joined(kind, message);
+  if (joined == LoggedRunKind::kUnknown) return std::nullopt;
+  if (last.request != RequestKind::kUnknown && !Continues(last, joined, message)) return std::nullopt;
+  return joined;
 }
 
-void HoldAgainstSentChecksum(Run& run) {
+void CompareChecksums(ParsedLog& log, const Run& run) {
   std::map<int, Bytes> sent;
-  for (LoggedMessage& message : run.messages) {
-    const int controller = message.asked.controller;
-    if (message.asked.question == Question::kFullChecksum) sent[controller] = message.frame;
-    const bool check = message.asked.question == Question::kFlashCheck && message.outcome == Outcome::kGood;
-    if (!check || !sent.contains(controller)) continue;
-    const bool same = TellsChecksum(sent[controller], message.facts.checksum);
-    message.lines.back().words += same ? ", as sent" : ", NOT the checksum that was sent";
-    message.lines.back().doubtful = !same;
+  for (std::size_t n = run.first; n < run.end; ++n) {
+    LoggedMessage& message = log.messages[n];
+    const int controller = message.controller;
+    if (message.request == RequestKind::kFullChecksum)
+      sent[controller] = BytesOf(log, log.entries[message.firstEntry]);
+    const bool check = message.request == RequestKind::kFlashCheck && message.outcome == Outcome::kGood;
+    const auto answer = check && sent.contains(controller) ? LastGoodAnswer(log, message) : std::nullopt;
+    if (!answer) continue;
+    LogEntry& entry = log.entries[*answer];
+    const bool same = MatchesChecksum(sent[controller], AnswerOf(log, message, entry).facts->checksum);
+    message.checksum = same ? ChecksumMatch::kSame : ChecksumMatch::kDifferent;
+    entry.doubtful = !same;
   }
 }
 
 }  // namespace
 
-std::vector<Run> FindRuns(std::vector<LoggedMessage> messages) {
+std::vector<Run> FindRuns(ParsedLog& log) {
   std::vector<Run> runs;
-  for (LoggedMessage& message : messages) Add(runs, std::move(message));
-  std::ranges::for_each(runs, HoldAgainstSentChecksum);
+  for (std::size_t n = 0; n < log.messages.size(); ++n) {
+    const LoggedMessage& message = log.messages[n];
+    const auto kind = runs.empty() ? std::nullopt : Extended(runs.back().kind, log.messages[n - 1], message);
+    if (kind) {
+      runs.back().kind = *kind;
+      runs.back().end = n + 1;
+    } else {
+      runs.push_back({KindOfFirst(message), n, n + 1});
+    }
+  }
+  for (const Run& run : runs) CompareChecksums(log, run);
   return runs;
 }
 
