@@ -49,6 +49,16 @@ class StartedProgram {
     return output_ != nullptr && std::fgets(line, sizeof line, output_) != nullptr ? line : "";
   }
 
+  /// Fills the pipe of its output, which nobody reads: from here on each of its writes blocks.
+  void FillOutput() {
+    const int pipe =
+        open(("/proc/self/fd/" + std::to_string(fileno(output_))).c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    const std::string block(4096, ' ');
+    while (write(pipe, block.data(), block.size()) > 0 || write(pipe, block.data(), 1) > 0) {
+    }
+    close(pipe);
+  }
+
   std::string ReadAll() {
     std::string text;
     for (std::string line = ReadLine(); !line.empty(); line = ReadLine()) text += line;

@@ -9,7 +9,7 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 
-Task Read(const QString& words) { return ReadCommandLine(("quillon-unattended " + words).split(' ')); }
+Task Read(const QString& words) { return ParseCommandLine(("quillon-unattended " + words).split(' ')); }
 
 // Words that make no sense, what the error must name, and the way out that it must tell.
 TEST(CommandLine, RefusesAWordThatMakesNoSense) {
@@ -23,6 +23,10 @@ TEST(CommandLine, RefusesAWordThatMakesNoSense) {
       {"serial:", "\"\"", "0 to 31"},
       {"serial:1,", "\"\"", "0 to 31"},
       {"serial:1:2", "\"1:2\"", "0 to 31"},
+      {"serial:1-", "\"1-\"", "0 to 31"},
+      {"serial:-1", "\"-1\"", "0 to 31"},
+      {"serial:3-1", "\"3-1\"", "0 to 31"},
+      {"--controllers 0-32 serial", "\"0-32\"", "0 to 31"},
       {"parallel flash-info:32", "\"32\"", "0 to 31"},
       {"--controllers a serial", "\"a\"", "0 to 31"},
       {"--controllers -1 serial", "\"-1\"", "0 to 31"},
@@ -48,19 +52,19 @@ TEST(CommandLine, RefusesAWordThatMakesNoSense) {
       Read(row.words);
       ADD_FAILURE() << row.words << " is taken";
     } catch (const Failure& error) {
-      EXPECT_EQ(error.trouble, Trouble::kUsage);
+      EXPECT_EQ(error.category, ErrorCategory::kUsage);
       EXPECT_THAT(error.what(), AllOf(HasSubstr(row.named), HasSubstr(row.wayOut))) << row.words;
     }
   }
 }
 
 TEST(CommandLine, HandsOnWhatMakesSense) {
-  const Task task = Read("--port 99 --speed 38400 --controllers 0,31 --hex " QUILLON_DEMO_HEX
+  const Task task = Read("--port 99 --speed 38400 --controllers 0-3,31 --hex " QUILLON_DEMO_HEX
                          " --json serial:31,0 auto auto");
   EXPECT_TRUE(task.json);
   EXPECT_EQ(task.port, "99");
   EXPECT_EQ(task.speed, "38400");
-  EXPECT_EQ(task.controllers, (QList<int>{0, 31}));
+  EXPECT_EQ(task.controllers, (QList<int>{0, 1, 2, 3, 31}));
   ASSERT_EQ(task.steps.size(), 3u);
   EXPECT_EQ(task.steps[0].button, "Download (Serial)");
   EXPECT_EQ(task.steps[0].controllers, (QList<int>{31, 0}));
@@ -76,8 +80,8 @@ TEST(CommandLine, AnErrorIsOneLineAndItsStatus) {
     int status;
   } table[] = {
       {{"--port", "7", "serial:x"},
-       "serial:x: \"x\" is no controller. Give numbers from 0 to 31 with commas "
-       "between, such as 1,2,5.",
+       "serial:x: \"x\" is not a controller. Give numbers from 0 to 31, such as "
+       "1,2,5 or 0-3,7.",
        2},
       {{"--hex", "/no/such.hex", "serial"},
        "--hex: there is no file \"/no/such.hex\". Give the path of a HEX "

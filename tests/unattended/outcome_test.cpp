@@ -31,7 +31,7 @@ TEST(Verdict, OfARow) {
     const Verdict verdict = JudgeRow({row.version, row.checksum, black, row.checksumText, white},
                                      row.fileChecksum, Job::kParallel);
     EXPECT_EQ(verdict.word, row.word) << row.version;
-    EXPECT_EQ(verdict.trouble == Trouble::kNone, verdict.word == "good") << row.version;
+    EXPECT_EQ(verdict.category == ErrorCategory::kNone, verdict.word == "good") << row.version;
     EXPECT_EQ(verdict.advice.isEmpty(), verdict.word == "good") << row.version;
   }
 }
@@ -40,24 +40,24 @@ TEST(Verdict, OfABox) {
   const struct {
     const char* text;
     int number;
-    Trouble trouble;
+    ErrorCategory category;
   } table[] = {
-      {"send p4 OK!!!", 0, Trouble::kNone},
-      {"File not Found!", 0, Trouble::kFile},
-      {"something new", 0, Trouble::kController},
-      {"Error #  8020\nDevice failed: COM 7 went away.", 8020, Trouble::kPort},
-      {"Error #  70\nPermission denied: you have no right to COM 7 (/dev/ttyS6).", 70, Trouble::kPort},
+      {"send p4 OK!!!", 0, ErrorCategory::kNone},
+      {"File not Found!", 0, ErrorCategory::kFile},
+      {"something new", 0, ErrorCategory::kController},
+      {"Error #  8020\nDevice failed: COM 7 went away.", 8020, ErrorCategory::kPort},
+      {"Error #  70\nPermission denied: you have no right to COM 7 (/dev/ttyS6).", 70, ErrorCategory::kPort},
       {"Error #  70\nPermission denied: another copy of the program writes \"/a/Log.txt\".", 70,
-       Trouble::kFile},
-      {"Error #  53\nFile not found", 53, Trouble::kFile},
+       ErrorCategory::kFile},
+      {"Error #  53\nFile not found", 53, ErrorCategory::kFile},
   };
   for (const auto& row : table) {
     EXPECT_EQ(BoxNumber(row.text), row.number) << row.text;
-    EXPECT_EQ(BoxTrouble(row.text), row.trouble) << row.text;
+    EXPECT_EQ(BoxCategory(row.text), row.category) << row.text;
   }
-  EXPECT_EQ(Worse(Trouble::kPort, Trouble::kFile), Trouble::kPort);
-  EXPECT_EQ(Worse(Trouble::kPort, Trouble::kCancelled), Trouble::kCancelled);
-  EXPECT_EQ(Worse(Trouble::kController, Trouble::kUsage), Trouble::kUsage);
+  EXPECT_EQ(Worse(ErrorCategory::kPort, ErrorCategory::kFile), ErrorCategory::kPort);
+  EXPECT_EQ(Worse(ErrorCategory::kPort, ErrorCategory::kCancelled), ErrorCategory::kCancelled);
+  EXPECT_EQ(Worse(ErrorCategory::kController, ErrorCategory::kUsage), ErrorCategory::kUsage);
 }
 
 RunFacts Facts(Job job) {

@@ -3,6 +3,7 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -10,6 +11,7 @@
 #include <map>
 
 #include "support/started_program.h"
+#include "unattended/output_queue.h"
 
 namespace quillon {
 namespace {
@@ -114,6 +116,62 @@ TEST_F(ProgramAtTheBus, TakesAnInterruptAsCancel) {
   EXPECT_LE(batches, 2);
   EXPECT_EQ(rows, 2);
   EXPECT_EQ(steps, 0);
+}
+
+// A full pipe blocks every write to it. The run goes on, and both signals and the end act as with any reader.
+TEST_F(ProgramAtTheBus, IsNotDelayedByAReaderThatNeverReads) {
+  const struct {
+    const char* step;
+    int signal;
+    int status;
+  } table[] = {{"flash-info", 0, 4}, {"parallel", SIGTERM, 5}};
+  const std::string log = folder_ + "Log.txt";
+  for (const auto& row : table) {
+    std::filesystem::remove(log);
+    test::StartedProgram program(Words({row.step}));
+    program.FillOutput();
+    while (!std::filesystem::exists(log)) usleep(10'000);
+    if (row.signal != 0) {
+      sleep(1);  // of the four seconds of the run
+      program.Send(row.signal);
+    }
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(program.Wait(), row.status);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(12));
+    std::ifstream file(log);
+    const std::string text(std::istreambuf_iterator<char>(file), {});
+    EXPECT_THAT(text, testing::HasSubstr(row.signal == 0 ? "40 02 01 73" : "Message : $74"));
+    EXPECT_EQ(text.find("Sending Full checksum"), std::string::npos) << "the run was not cancelled";
+  }
+}
+
+// The reader comes back, and gets all that was queued, in order.
+TEST(OutputQueue, WaitsForItsReaderInAThreadOfItsOwn) {
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  std::FILE* stream = fdopen(ends[1], "w");
+  const auto soon = [] { return std::chrono::steady_clock::now() + std::chrono::milliseconds(50); };
+  std::string expected;
+  {
+    OutputQueue output(stream);
+    for (char c = 'a'; c <= 'z'; ++c) {
+      expected += std::string(10'000, c);
+      output.Write(std::string(10'000, c));
+    }
+    EXPECT_FALSE(output.Finish(soon()));
+    EXPECT_FALSE(output.WriteUnlessWaiting("dropped", 100'000));
+    std::string text(expected.size(), ' ');
+    for (std::size_t read = 0; read < text.size();)
+      read += static_cast<std::size_t>(::read(ends[0], &text[read], text.size() - read));
+    EXPECT_TRUE(text == expected);
+    EXPECT_TRUE(output.Finish(std::chrono::steady_clock::now() + std::chrono::seconds(5)));
+    EXPECT_TRUE(output.WriteUnlessWaiting("queued", 0));
+    close(ends[0]);
+    signal(SIGPIPE, SIG_IGN);
+    output.Write("the reader is gone");
+    EXPECT_FALSE(output.Finish(std::chrono::steady_clock::now() + std::chrono::seconds(5)));
+  }
+  std::fclose(stream);
 }
 
 }  // namespace

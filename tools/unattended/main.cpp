@@ -1,8 +1,10 @@
-// Runs the real windows over a real serial line with nobody there: presses the buttons, fills the dialogs and
-// answers the boxes as an operator would, and says on standard output what such an operator saw.
+// quillon-unattended runs the real windows over a real serial line without an operator: it presses the
+// buttons, fills the dialogs, answers the boxes, and reports on the standard output what an operator would
+// see.
 #include <QApplication>
 #include <QOperatingSystemVersion>
 #include <QTimer>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 
@@ -11,39 +13,57 @@
 #include "platform/system_files.h"
 #include "unattended/console.h"
 #include "unattended/operator.h"
+#include "unattended/output_queue.h"
+#include "unattended/reporter.h"
 #include "unattended/task.h"
 
 namespace {
 
-using quillon::Trouble;
+using quillon::ErrorCategory;
+using quillon::Reporter;
+using quillon::Task;
 
-int End(Trouble trouble) { return static_cast<int>(trouble); }
+/// How the program ends.
+struct Ending {
+  int status;
+  bool outputWritten = true;  ///< if not, a thread may still write to a stream whose reader is stalled
+};
 
-/// What Qt says is for its own developers. Its one way to fail is that it finds no display; it would then
-/// abort.
-void HearQt(QtMsgType kind, const QMessageLogContext&, const QString&) {
+int StatusOf(ErrorCategory category) { return static_cast<int>(category); }
+
+/// Qt's messages are for its own developers. Its only fatal one is a missing display; it would then abort.
+void HandleQtMessage(QtMsgType kind, const QMessageLogContext&, const QString&) {
   if (kind != QtFatalMsg) return;
   std::fputs(
       "quillon-unattended: the display can't be reached. None is needed: set QT_QPA_PLATFORM=offscreen.\n",
       stderr);
-  std::_Exit(End(Trouble::kUsage));
+  std::_Exit(StatusOf(ErrorCategory::kUsage));
 }
 
-/// The task is read before there is an application with windows, so that a word which makes no sense opens
-/// nothing, needs no display, and is the only thing said.
-quillon::Task TaskOf(int argc, char** argv) {
+/// The command line is parsed before there is an application with windows: a wrong word needs no display, and
+/// the error is the only output.
+Task ParseTask(int argc, char** argv) {
   const QCoreApplication withoutWindows(argc, argv);
-  return quillon::ReadCommandLine(QCoreApplication::arguments());
+  Task task = quillon::ParseCommandLine(QCoreApplication::arguments());
+  quillon::PrepareFiles(task);
+  return task;
 }
 
-int Tell(const QString& answer) {
+Ending Print(const QString& answer) {
   std::fputs(qUtf8Printable(answer), stdout);
-  return End(std::fflush(stdout) == 0 && std::ferror(stdout) == 0 ? Trouble::kNone : Trouble::kFile);
+  const bool written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+  return {StatusOf(written ? ErrorCategory::kNone : ErrorCategory::kFile)};
 }
 
-int Foretell(const quillon::Task& task, const std::string& folder) {
-  quillon::Teller teller(task.json ? quillon::Teller::Form::kJson : quillon::Teller::Form::kText);
-  for (const quillon::Task::Step& step : task.steps) {
+Ending PrintError(int status, const char* reason) {
+  constexpr std::chrono::seconds kLongestWait(5);
+  quillon::OutputQueue errors(stderr);
+  errors.Write(std::string("quillon-unattended: ") + reason + '\n');
+  return {status, errors.Finish(std::chrono::steady_clock::now() + kLongestWait)};
+}
+
+ErrorCategory Estimate(const Task& task, const std::string& folder, Reporter& reporter) {
+  for (const Task::Step& step : task.steps) {
     quillon::RunFacts facts = quillon::FactsOf(step.job, task.hex, folder);
     const QList<int> controllers = step.controllers.value_or(task.controllers.value_or(QList<int>{}));
     facts.controllers.assign(controllers.begin(), controllers.end());
@@ -51,18 +71,18 @@ int Foretell(const quillon::Task& task, const std::string& folder) {
     facts.delay = task.delay.toInt() / 1000.0;
     const quillon::Forecast forecast(std::move(facts));
     const double seconds = quillon::Rounded(forecast.SecondsLeft(0));
-    teller.Tell("step",
-                QString("step %1: %2 batches, %3 s").arg(step.words).arg(forecast.Batches()).arg(seconds),
-                {{"step", step.words},
-                 {"batches", forecast.Batches()},
-                 {"controllers", forecast.Controllers()},
-                 {"seconds", seconds}});
+    reporter.Report("step",
+                    QString("step %1: %2 batches, %3 s").arg(step.words).arg(forecast.Batches()).arg(seconds),
+                    {{"step", step.words},
+                     {"batches", forecast.Batches()},
+                     {"controllers", forecast.Controllers()},
+                     {"seconds", seconds}});
   }
-  if (task.json) teller.Tell("end", "", {{"code", End(Trouble::kNone)}});
-  return End(teller.Whole() ? Trouble::kNone : Trouble::kFile);
+  if (task.json) reporter.Report("end", "", {{"code", StatusOf(ErrorCategory::kNone)}});
+  return ErrorCategory::kNone;
 }
 
-int Work(const quillon::Task& task, const std::string& folder, int argc, char** argv) {
+ErrorCategory Work(const Task& task, const std::string& folder, Reporter& reporter, int argc, char** argv) {
   const bool mayLackDisplay = QOperatingSystemVersion::currentType() != QOperatingSystemVersion::Windows;
   if (mayLackDisplay && qEnvironmentVariableIsEmpty("DISPLAY") &&
       qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
@@ -72,33 +92,44 @@ int Work(const quillon::Task& task, const std::string& folder, int argc, char** 
   QApplication::setQuitOnLastWindowClosed(false);
   quillon::console::Prepare();
   quillon::GiveHouseLook(application);
-  quillon::Operator operatorAtWork(task, folder);
+  quillon::Operator runner(task, folder, reporter);
   quillon::Program program(folder);
   program.Start();
-  QTimer::singleShot(0, &application, [&] { operatorAtWork.Work(); });
+  QTimer::singleShot(0, &application, [&] { runner.Work(); });
   program.ServeUntilEnd();
-  return End(operatorAtWork.Outcome());
+  return runner.Outcome();
+}
+
+Ending Run(int argc, char** argv) {
+  const Task task = ParseTask(argc, argv);
+  if (!task.answer.isEmpty()) return Print(task.answer);
+  const std::string folder = quillon::system_files::ProgramFolder();
+  Reporter reporter(task.json ? Reporter::Form::kJson : Reporter::Form::kText);
+  const ErrorCategory category = task.forecastOnly ? Estimate(task, folder, reporter)
+                                                   : Work(task, folder, reporter, argc > 0 ? 1 : 0, argv);
+  if (reporter.Finish()) return {StatusOf(category)};
+  reporter.ReportError("quillon-unattended: the output could not be written, so lines of it are lost");
+  return {StatusOf(quillon::Worse(category, ErrorCategory::kFile)), false};
+}
+
+Ending RunWithErrors(int argc, char** argv) {
+  try {
+    return Run(argc, argv);
+  } catch (const quillon::Failure& failure) {
+    return PrintError(StatusOf(failure.category), failure.what());
+  } catch (const quillon::RunError& error) {
+    return PrintError(StatusOf(ErrorCategory::kFile), error.what());
+  } catch (const std::exception& error) {
+    return PrintError(EXIT_FAILURE, error.what());
+  }
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   quillon::system_files::OpenMissingStreams();
-  qInstallMessageHandler(HearQt);
-  try {
-    const quillon::Task task = TaskOf(argc, argv);
-    if (!task.answer.isEmpty()) return Tell(task.answer);
-    const std::string folder = quillon::system_files::ProgramFolder();
-    if (task.forecastOnly) return Foretell(task, folder);
-    return Work(task, folder, argc > 0 ? 1 : 0, argv);
-  } catch (const quillon::Failure& failure) {
-    std::fprintf(stderr, "quillon-unattended: %s\n", failure.what());
-    return End(failure.trouble);
-  } catch (const quillon::RunError& error) {
-    std::fprintf(stderr, "quillon-unattended: %s\n", error.what());
-    return End(Trouble::kFile);
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "quillon-unattended: %s\n", error.what());
-    return EXIT_FAILURE;
-  }
+  qInstallMessageHandler(HandleQtMessage);
+  const Ending ending = RunWithErrors(argc, argv);
+  if (!ending.outputWritten) std::_Exit(ending.status);
+  return ending.status;
 }

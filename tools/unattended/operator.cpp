@@ -32,34 +32,31 @@ RunFacts FactsOf(Job job, const QString& hex, const std::string& folder) {
   return facts;
 }
 
-Operator::Operator(Task task, std::string folder)
-    : task_(std::move(task)),
-      folder_(std::move(folder)),
-      teller_(task_.json ? Teller::Form::kJson : Teller::Form::kText) {}
+Operator::Operator(Task task, std::string folder, Reporter& reporter)
+    : task_(std::move(task)), folder_(std::move(folder)), reporter_(reporter) {}
 
 void Operator::Work() {
   try {
     QApplication::processEvents();
     SetUp();
-    if (!MayGoOn()) throw Failure(trouble_, "trouble before the first step, so none was taken");
+    if (!CanContinue()) throw Failure(outcome_, "an error before the first step, so no step was run");
     for (const Task::Step& step : task_.steps) {
-      HearInterrupt();
-      if (MayGoOn()) Run(step);
+      CheckInterrupt();
+      if (CanContinue()) Run(step);
     }
   } catch (const Failure& failure) {
-    Fail(failure.trouble, failure.what());
+    Fail(failure.category, failure.what());
   } catch (const std::runtime_error& error) {
-    Fail(Trouble::kController, error.what());
+    Fail(ErrorCategory::kController, error.what());
   }
   Press(kMain, "Exit");
-  if (!teller_.Whole()) Note(Trouble::kFile);
-  teller_.Tell("end", trouble_ == Trouble::kNone ? "all went well" : "it did not go well",
-               {{"code", static_cast<int>(trouble_)}});
-  if (!teller_.Whole()) Note(Trouble::kFile);
+  if (!reporter_.Finish()) Record(ErrorCategory::kFile);  // "end" reports the exit status
+  reporter_.Report("end", outcome_ == ErrorCategory::kNone ? "all went well" : "it did not go well",
+                   {{"code", static_cast<int>(outcome_)}});
 }
 
 void Operator::SetUp() {
-  Tick("Save configuration on exit", false);  // a trial leaves the settings as they are
+  Tick("Save configuration on exit", false);  // the settings on the disk are not changed
   const auto type = [this](const QString& name, const QString& text) {
     if (!text.isEmpty()) Type(name, text);
   };
@@ -76,44 +73,46 @@ void Operator::ChooseHex() {
   try {
     ChooseFile(task_.hex);
   } catch (const std::runtime_error& error) {
-    throw Failure(Trouble::kFile, error.what());
+    throw Failure(ErrorCategory::kFile, error.what());
   }
   if (Text(kMain, "File to download") != task_.hex)
-    throw Failure(Trouble::kFile, "the file dialog does not choose \"" + task_.hex + "\". Rename the file.");
+    throw Failure(ErrorCategory::kFile,
+                  "the file dialog does not choose \"" + task_.hex + "\". Rename the file.");
   const QString fault = ToolTip(kMain, "Warning about the file");
   if (fault.isEmpty()) return;
   if (!task_.force) {
-    throw Failure(Trouble::kFile, "\"" + task_.hex + "\" contradicts itself: " + fault +
-                                      ". Get a good copy, or give --force to take it all the same.");
+    throw Failure(ErrorCategory::kFile, "\"" + task_.hex + "\" contradicts itself: " + fault +
+                                            ". Get a good copy, or give --force to use it anyway.");
   }
-  teller_.Tell("warning", "the file contradicts itself: " + fault, {{"text", fault}});
+  reporter_.Report("warning", "the file contradicts itself: " + fault, {{"text", fault}});
 }
 
 void Operator::Run(const Task::Step& step) {
   if (step.controllers) TickOnly(*step.controllers);
   CheckReady(step);
-  if (Shows(kTable)) Press(kTable, "Close");  // its rows would be taken for those of this step
-  Foretell(step);
+  if (Shows(kTable)) Press(kTable, "Close");  // its rows are those of an earlier step
+  Estimate(step);
   Press(kMain, step.button);
   QApplication::processEvents();
-  teller_.ShowProgress("");
+  reporter_.ShowProgress("");
   forecast_.reset();
   giveUp_ = false;
-  teller_.Explain("step " + step.words + " is over");
-  KeepPicture(kMain);
-  KeepPicture(kTable);
-  HearInterrupt();
+  reporter_.Explain("step " + step.words + " is over");
+  SaveScreenshot(kMain);
+  SaveScreenshot(kTable);
+  CheckInterrupt();
   Report(step);
 }
 
-void Operator::HearInterrupt() {
-  if (console::Interrupted() && trouble_ != Trouble::kCancelled) Fail(Trouble::kCancelled, "cancelled");
+void Operator::CheckInterrupt() {
+  if (console::Interrupted() && outcome_ != ErrorCategory::kCancelled)
+    Fail(ErrorCategory::kCancelled, "cancelled");
 }
 
 void Operator::CheckReady(const Task::Step& step) const {
   const auto need = [&](const QString& field, const QString& way) {
     if (!Text(kMain, field).isEmpty()) return;
-    throw Failure(Trouble::kUsage,
+    throw Failure(ErrorCategory::kUsage,
                   step.words + ": \"" + field + "\" is empty, here and in the settings. Give " + way + ".");
   };
   need("Com Port", "--port");
@@ -122,22 +121,23 @@ void Operator::CheckReady(const Task::Step& step) const {
   need("Protocol", "--protocol");
   if (step.job == Job::kParallel) need("Parallel Waiting Delay", "--delay");
   if (IsDownload(step.job) && Text(kMain, "File Cheksum").isEmpty())
-    throw Failure(Trouble::kFile, step.words + ": the file could not be read. Choose another one.");
+    throw Failure(ErrorCategory::kFile, step.words + ": the file could not be read. Choose another one.");
   if (!Enabled(kMain, step.button))
-    throw Failure(Trouble::kUsage, step.words + ": the button \"" + step.button + "\" can't be pressed.");
-  if (step.job != Job::kAuto && TickedOnes().isEmpty())
-    throw Failure(Trouble::kController, step.words + ": no controller is ticked. Give --controllers.");
+    throw Failure(ErrorCategory::kUsage,
+                  step.words + ": the button \"" + step.button + "\" can't be pressed.");
+  if (step.job != Job::kAuto && TickedControllers().isEmpty())
+    throw Failure(ErrorCategory::kController, step.words + ": no controller is ticked. Give --controllers.");
 }
 
-void Operator::Foretell(const Task::Step& step) {
+void Operator::Estimate(const Task::Step& step) {
   RunFacts facts;
   try {
     facts = FactsOf(step.job, task_.hex, folder_);
   } catch (const RunError&) {
-    facts.job = step.job;  // the run itself will tell what is wrong with the file
+    facts.job = step.job;  // the run itself reports the error in the file
   }
   if (step.job != Job::kAuto) {
-    const QList<int> ticked = TickedOnes();
+    const QList<int> ticked = TickedControllers();
     facts.controllers.assign(ticked.begin(), ticked.end());
   }
   facts.speed = Text(kMain, "Speed").toInt();
@@ -146,19 +146,19 @@ void Operator::Foretell(const Task::Step& step) {
   if (Ticked("Keep the existing baud rate for firmware download (ORVA only)")) facts.downloadSpeed = 0;
   forecast_.emplace(std::move(facts));
   stepWords_ = step.words;
-  stepBegan_ = teller_.Seconds();
-  teller_.Tell("step", "step " + step.words,
-               {{"step", step.words},
-                {"batches", forecast_->Batches()},
-                {"controllers", forecast_->Controllers()},
-                {"seconds", Rounded(forecast_->SecondsLeft(0))}});
+  stepStart_ = reporter_.Seconds();
+  reporter_.Report("step", "step " + step.words,
+                   {{"step", step.words},
+                    {"batches", forecast_->Batches()},
+                    {"controllers", forecast_->Controllers()},
+                    {"seconds", Rounded(forecast_->SecondsLeft(0))}});
 }
 
 void Operator::TickOnly(const QList<int>& controllers) {
   for (int i = 0; i < kControllers; ++i) Tick(ControllerName(i), controllers.contains(i));
 }
 
-QList<int> Operator::TickedOnes() const {
+QList<int> Operator::TickedControllers() const {
   QList<int> ticked;
   for (int i = 0; i < kControllers; ++i) {
     if (Ticked(ControllerName(i))) ticked.push_back(i);
@@ -168,54 +168,54 @@ QList<int> Operator::TickedOnes() const {
 
 void Operator::OnBox(QMessageBox& box) {
   const QString text = box.text().replace('\n', " / ");
-  teller_.Tell("box", "box \"" + box.windowTitle() + "\": " + text,
-               {{"number", BoxNumber(box.text())}, {"title", box.windowTitle()}, {"text", text}});
-  KeepPicture(box, "box");
-  Note(BoxTrouble(box.text()));
+  reporter_.Report("box", "box \"" + box.windowTitle() + "\": " + text,
+                   {{"number", BoxNumber(box.text())}, {"title", box.windowTitle()}, {"text", text}});
+  SaveScreenshot(box, "box");
+  Record(BoxCategory(box.text()));
   if (BoxNumber(box.text()) == RunError::kDeviceFailed) giveUp_ = true;
 }
 
 void Operator::OnStatus(const QString& line) {
-  newLine_ = true;
+  statusChanged_ = true;
   QJsonObject facts;
   if (forecast_) {
-    forecast_->See(line, teller_.Seconds());
+    forecast_->See(line, reporter_.Seconds());
     facts = {{"batchesDone", forecast_->BatchesDone()},
              {"controllersDone", forecast_->ControllersDone()},
-             {"secondsLeft", Rounded(forecast_->SecondsLeft(teller_.Seconds()))}};
+             {"secondsLeft", Rounded(forecast_->SecondsLeft(reporter_.Seconds()))}};
   }
-  teller_.TellStatus(line, facts);
+  reporter_.ReportStatus(line, facts);
   ShowProgress();
 }
 
-/// A pressed Cancel stands until the run looks at it, but each part of a run opens the window anew: pressing
-/// again does no harm.
+/// The run checks a pressed Cancel only now and then, and each part of a run opens the progress window again:
+/// so Cancel is pressed as long as the window shows. Pressing it again has no effect.
 void Operator::OnLook() {
-  if (std::exchange(newLine_, false)) KeepPicture(kProgress);
+  if (std::exchange(statusChanged_, false)) SaveScreenshot(kProgress);
   ShowProgress();
   if ((giveUp_ || console::Interrupted()) && Shows(kProgress)) Press(kProgress, "Cancel");
 }
 
 void Operator::ShowProgress() {
   if (!forecast_) return;
-  const double now = teller_.Seconds();
+  const double now = reporter_.Seconds();
   QString line = stepWords_.section(':', 0, 0);
   if (forecast_->Batches() != 0)
     line += QString(": batch %1/%2").arg(forecast_->BatchesDone()).arg(forecast_->Batches());
   if (forecast_->Controllers() != 0) {
     line += QString(", controller %1/%2").arg(forecast_->ControllersDone()).arg(forecast_->Controllers());
   }
-  line += ", " + Minutes(now - stepBegan_) + " passed";
+  line += ", " + Minutes(now - stepStart_) + " passed";
   if (forecast_->Controllers() != 0) line += ", " + Minutes(forecast_->SecondsLeft(now)) + " left";
-  teller_.ShowProgress(line + ": " + Status().simplified());
+  reporter_.ShowProgress(line + ": " + Status().simplified());
 }
 
 void Operator::Report(const Task::Step& step) {
-  const QList<int> ticked = TickedOnes();
+  const QList<int> ticked = TickedControllers();
   if (step.job == Job::kAuto) {
-    if (!MayGoOn()) return;  // the boxes of those who were not asked keep their ticks
-    for (const int number : ticked) ReportController(number, {}, {Trouble::kNone, "found", ""});
-    if (ticked.isEmpty()) Fail(Trouble::kController, "nobody answered");
+    if (!CanContinue()) return;  // the boxes of controllers that were not asked keep their ticks
+    for (const int number : ticked) ReportController(number, {}, {ErrorCategory::kNone, "found", ""});
+    if (ticked.isEmpty()) Fail(ErrorCategory::kController, "nobody answered");
     return;
   }
   const QString checksum = Window(kTable) != nullptr ? Text(kTable, "File Cheksum") : "";
@@ -226,32 +226,32 @@ void Operator::Report(const Task::Step& step) {
 }
 
 void Operator::ReportController(int number, const Row& row, const Verdict& verdict) {
-  const bool good = verdict.trouble == Trouble::kNone;
-  teller_.Tell("controller",
-               QString("%1  %2 | %3 | %4")
-                   .arg(ControllerName(number), row.version, row.checksum, good ? "good" : "BAD"),
-               {{"number", number},
-                {"version", row.version},
-                {"checksum", row.checksum},
-                {"verdict", verdict.word},
-                {"advice", verdict.advice}});
-  if (!good) teller_.Explain(verdict.word + ": " + verdict.advice);
-  Note(verdict.trouble);
+  const bool good = verdict.category == ErrorCategory::kNone;
+  reporter_.Report("controller",
+                   QString("%1  %2 | %3 | %4")
+                       .arg(ControllerName(number), row.version, row.checksum, good ? "good" : "BAD"),
+                   {{"number", number},
+                    {"version", row.version},
+                    {"checksum", row.checksum},
+                    {"verdict", verdict.word},
+                    {"advice", verdict.advice}});
+  if (!good) reporter_.Explain(verdict.word + ": " + verdict.advice);
+  Record(verdict.category);
 }
 
-void Operator::Fail(Trouble trouble, const QString& reason) {
-  teller_.Tell("failure", "FAILED: " + reason, {{"text", reason}});
-  Note(trouble);
+void Operator::Fail(ErrorCategory category, const QString& reason) {
+  reporter_.Report("failure", "FAILED: " + reason, {{"text", reason}});
+  Record(category);
 }
 
-void Operator::KeepPicture(const QString& window) {
-  if (Shows(window)) KeepPicture(*Window(window), window.toLower());
+void Operator::SaveScreenshot(const QString& window) {
+  if (Shows(window)) SaveScreenshot(*Window(window), window.toLower());
 }
 
-void Operator::KeepPicture(QWidget& window, const QString& name) {
+void Operator::SaveScreenshot(QWidget& window, const QString& name) {
   if (task_.pictures.isEmpty()) return;
   const QString path = task_.pictures + "/" + name + ".png";
-  if (!window.grab().save(path)) Fail(Trouble::kFile, "can't write " + path);
+  if (!window.grab().save(path)) Fail(ErrorCategory::kFile, "can't write " + path);
 }
 
 }  // namespace quillon

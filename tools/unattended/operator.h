@@ -5,8 +5,8 @@
 
 #include "driver/window_driver.h"
 #include "unattended/forecast.h"
+#include "unattended/reporter.h"
 #include "unattended/task.h"
-#include "unattended/teller.h"
 #include "unattended/verdict.h"
 
 namespace quillon {
@@ -14,53 +14,59 @@ namespace quillon {
 /// The facts of a step's run, as far as the file and the program's folder tell them. Raises RunError.
 RunFacts FactsOf(Job job, const QString& hex, const std::string& folder);
 
-/// Does a task at the windows, and tells what an operator sees.
+/// Runs a task at the windows on behalf of an operator: fills the fields, presses the button of each step,
+/// answers the boxes, and reports what an operator would see. One step is one run of the main window; the
+/// next one starts when its row reports are written.
 class Operator final : public WindowDriver {
  public:
-  Operator(Task task, std::string folder);
+  /// `folder` is the program's. `reporter` must outlive the operator.
+  Operator(Task task, std::string folder, Reporter& reporter);
 
-  /// Does the whole task and leaves the program by its Exit button.
+  /// Runs the whole task and ends the program by its Exit button.
   void Work();
 
-  Trouble Outcome() const { return trouble_; }
+  ErrorCategory Outcome() const { return outcome_; }
 
  private:
   void SetUp();
   void ChooseHex();
   void Run(const Task::Step& step);
   void TickOnly(const QList<int>& controllers);
-  QList<int> TickedOnes() const;
+  QList<int> TickedControllers() const;
 
-  /// Raises Failure with the reason why a step can't be taken.
+  /// Raises Failure with the reason when a step cannot run.
   void CheckReady(const Task::Step& step) const;
-  void Foretell(const Task::Step& step);
+  /// Begins the estimate of a step's time, and reports it.
+  void Estimate(const Task::Step& step);
 
   void OnBox(QMessageBox& box) override;
   void OnStatus(const QString& line) override;
   void OnLook() override;
   void ShowProgress();
 
-  void HearInterrupt();
-  /// Tells a row for each ticked controller.
+  void CheckInterrupt();
+  /// Reports a row for each ticked controller.
   void Report(const Task::Step& step);
   void ReportController(int number, const Row& row, const Verdict& verdict);
 
-  void Note(Trouble trouble) { trouble_ = Worse(trouble_, trouble); }
+  void Record(ErrorCategory category) { outcome_ = Worse(outcome_, category); }
   /// Whether another step makes sense.
-  bool MayGoOn() const { return trouble_ == Trouble::kNone || trouble_ == Trouble::kController; }
-  void Fail(Trouble trouble, const QString& reason);
-  void KeepPicture(const QString& window);
-  void KeepPicture(QWidget& window, const QString& name);
+  bool CanContinue() const {
+    return outcome_ == ErrorCategory::kNone || outcome_ == ErrorCategory::kController;
+  }
+  void Fail(ErrorCategory category, const QString& reason);
+  void SaveScreenshot(const QString& window);
+  void SaveScreenshot(QWidget& window, const QString& name);
 
   Task task_;
   std::string folder_;  ///< of the program
-  Teller teller_;
+  Reporter& reporter_;
   std::optional<Forecast> forecast_;  ///< of the current step
   QString stepWords_;
-  double stepBegan_ = 0;
-  bool newLine_ = false;  ///< the status line waits for its picture
-  bool giveUp_ = false;   ///< the current run can't succeed any more
-  Trouble trouble_ = Trouble::kNone;
+  double stepStart_ = 0;
+  bool statusChanged_ = false;  ///< since the last screenshot of the status line
+  bool giveUp_ = false;         ///< the current run cannot succeed any more
+  ErrorCategory outcome_ = ErrorCategory::kNone;
 };
 
 }  // namespace quillon

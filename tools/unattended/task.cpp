@@ -1,13 +1,16 @@
 #include "unattended/task.h"
 
-#include <QCommandLineParser>
+#include <CLI/CLI.hpp>
 #include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <iterator>
+#include <memory>
 
+#include "command_line/manual_formatter.h"
 #include "forms/quillon.h"
 
 namespace quillon {
@@ -28,23 +31,74 @@ constexpr KnownStep kKnownSteps[] = {
     {"auto", Job::kAuto, "Auto"},
 };
 
-struct Range {
-  const char* option;
-  int low;
-  int high;
-};
-constexpr Range kRanges[] = {
-    {"port", 1, 99}, {"protocol", 0, 254}, {"timeout", 1, INT32_MAX}, {"delay", 0, INT16_MAX}};
+constexpr char kDescription[] = R"(SYNOPSIS
+  quillon-unattended [OPTION]... STEP...
 
-QString Speeds() {
-  QStringList speeds;
-  for (const char* speed : kSpeeds) speeds.push_back(speed);
-  return speeds.join(", ");
-}
+DESCRIPTION
+  Runs the windows of Quillon without an operator: chooses the file, presses the
+  buttons, answers the boxes, and reports what an operator would see. It needs
+  no display.
 
-[[noreturn]] void Refuse(const QString& reason) { throw Failure(Trouble::kUsage, reason); }
+  The steps run in the order given:
 
-/// Digits alone make a number here: no sign, no blanks, nothing left out.
+    parallel     erases the ticked controllers, loads the file into all of them
+                 at once, then reads each back
+    serial       the same, one controller after the other
+    flash-info   reads version and checksum of the firmware
+    boot-info    reads version and checksum of the boot code
+    auto         ticks the controllers that are on the line
+
+  A list after a step ticks its controllers for this step and those after it:
+  serial:1,3 or flash-info:0-3,7.
+
+  On a terminal one line shows the batches and controllers done, the time passed
+  and the time left. After each step one row reports each ticked controller:
+
+      12.529  Controller 1  12/05/31 | 6E8C | good
+
+  With --json each line of the output is an object with "event" and "time" in
+  seconds:
+
+    step        "step", "batches", "controllers", "seconds" (the estimate)
+    status      "text", "batchesDone", "controllersDone", "secondsLeft"
+    box         "number" (0: none), "title", "text"
+    controller  "number", "version", "checksum", "verdict", "advice"
+    warning, failure   "text"
+    end         "code" (the exit status)
+
+  "verdict" is good, found (by auto), no-answer, damaged-answers, refused,
+  erase-refused, not-programmed, other-image, marked or not-read.
+
+  The settings on the disk are not changed. Only one copy at a time can run in
+  one folder: a second one cannot write its log and exits with status 4.
+
+  A reader of the output that stalls does not delay a run. At the end the program
+  waits up to five seconds for it; lines that are then lost lead to status 4.
+)";
+
+constexpr char kFooter[] = R"(EXIT STATUS
+  0   success
+  1   a controller is not in the expected state: its row is not good
+  2   a word is not valid, or a field is empty; no button was pressed for it
+  3   the port is missing, in use, not permitted, or was removed during a run
+  4   a file is missing, not readable or contradicts itself, or the log or the
+      output cannot be written
+  5   cancelled by Ctrl-C or a request to end; the run stops at its next step
+
+  Of several the cause counts: 5 before 3, 3 before 4, 4 before 2, 2 before 1.
+  After 1 the next step runs, after the others none.
+
+EXAMPLES
+  quillon-unattended --hex new.hex --port 33 --speed 9600 --protocol 63 \
+      --timeout 3000 --delay 170 --controllers 1-4 parallel
+  quillon-unattended --port 33 --json flash-info:1,2 |
+      jq -r 'select(.event == "controller") | .checksum'
+  quillon-unattended --port 33 auto flash-info
+)";
+
+[[noreturn]] void Refuse(const QString& reason) { throw Failure(ErrorCategory::kUsage, reason); }
+
+/// A number is digits only: no sign, no blanks, not empty.
 std::optional<int> NumberWithin(const QString& word, int low, int high) {
   static const QRegularExpression digits("^[0-9]+\\z");
   bool fits = false;
@@ -53,50 +107,115 @@ std::optional<int> NumberWithin(const QString& word, int low, int high) {
   return number;
 }
 
-/// The controllers of a list such as "1,2,5"; `where` is the part of the command line that holds it.
-QList<int> Controllers(const QString& list, const QString& where) {
+/// The controllers of a list such as "1,2,5" or "0-3,7". Raises std::invalid_argument with the reason.
+QList<int> ParseControllers(const QString& list) {
   QList<int> numbers;
   for (const QString& word : list.split(',')) {
-    const std::optional<int> number = NumberWithin(word, 0, kLastController);
-    if (!number) {
-      Refuse(where + ": \"" + word +
-             "\" is no controller. Give numbers from 0 to 31 with commas between, such as 1,2,5.");
+    const auto first = NumberWithin(word.section('-', 0, 0), 0, kLastController);
+    const auto last = word.contains('-') ? NumberWithin(word.section('-', 1), 0, kLastController) : first;
+    if (!first || !last || *last < *first) {
+      throw std::invalid_argument(
+          ("\"" + word + "\" is not a controller. Give numbers from 0 to 31, such as 1,2,5 or 0-3,7.")
+              .toStdString());
     }
-    numbers.push_back(*number);
+    for (int number = *first; number <= *last; ++number) numbers.push_back(number);
   }
   return numbers;
 }
 
-Task::Step ReadStep(const QString& words) {
+Task::Step ParseStep(const QString& words) {
   const QString name = words.section(':', 0, 0);
   const auto* known = std::ranges::find_if(kKnownSteps, [&](const auto& step) { return name == step.name; });
   if (known == std::end(kKnownSteps)) {
     Refuse("There is no step \"" + name + "\". Give parallel, serial, flash-info, boot-info or auto.");
   }
   Task::Step step{words, known->job, known->button, std::nullopt};
-  if (words.contains(':')) step.controllers = Controllers(words.section(':', 1), words);
+  if (!words.contains(':')) return step;
+  try {
+    step.controllers = ParseControllers(words.section(':', 1));
+  } catch (const std::invalid_argument& error) {
+    Refuse(words + ": " + error.what());
+  }
   return step;
 }
 
-void CheckNumbers(const QCommandLineParser& parser) {
-  for (const Range& range : kRanges) {
-    const QString word = parser.value(range.option);
-    if (!parser.isSet(range.option) || NumberWithin(word, range.low, range.high)) continue;
-    Refuse(QString("--%1: \"%2\" does not fit. Give a whole number from %3 to %4.")
-               .arg(range.option, word)
-               .arg(range.low)
-               .arg(range.high));
-  }
-  if (parser.isSet("speed") && !Speeds().split(", ").contains(parser.value("speed"))) {
-    Refuse("--speed: \"" + parser.value("speed") + "\" is no speed. Give one of " + Speeds() + ".");
+/// How the value of an option is checked: returns what is wrong with it, or nothing.
+using Check = std::function<QString(const QString& value)>;
+
+Check Number(int low, int high) {
+  return [=](const QString& value) {
+    if (NumberWithin(value, low, high)) return QString();
+    return QString("\"%1\" does not fit. Give a whole number from %2 to %3.").arg(value).arg(low).arg(high);
+  };
+}
+
+QStringList Speeds() {
+  QStringList speeds;
+  for (const char* speed : kSpeeds) speeds.push_back(speed);
+  return speeds;
+}
+
+QString CheckSpeed(const QString& value) {
+  if (Speeds().contains(value)) return "";
+  return "\"" + value + "\" is no speed. Give one of " + Speeds().join(", ") + ".";
+}
+
+QString CheckControllers(const QString& value) {
+  try {
+    ParseControllers(value);
+    return "";
+  } catch (const std::invalid_argument& error) {
+    return error.what();
   }
 }
 
-/// Which of two values is meant can't be known.
-void CheckTwice(const QCommandLineParser& parser) {
-  const QStringList given = parser.optionNames();
-  for (const QString& name : given) {
-    if (parser.values(name).size() > 1) Refuse("--" + name + " is given twice. Give it once.");
+QString CheckFileName(const QString& value) {
+  return value.isEmpty() ? "\"\" is no file. Give the path of a HEX file." : "";
+}
+
+QString CheckFolderName(const QString& value) {
+  return value.isEmpty() ? "\"\" is no folder. Give the path of a folder." : "";
+}
+
+/// The options that have a value: parser, checks and help are made from this table.
+struct ValueOption {
+  const char* name;
+  const char* value;
+  std::string help;
+  Check check;
+};
+ValueOption NumberOption(const char* name, const char* value, const std::string& help, int low, int high) {
+  return {name, value, help + ", " + std::to_string(low) + " to " + std::to_string(high), Number(low, high)};
+}
+const ValueOption kHex{"--hex", "FILE", "firmware file to choose by \"Browse ...\"", CheckFileName};
+const ValueOption kPort = NumberOption("--port", "N", "port", 1, 99);
+const ValueOption kSpeed{"--speed", "BAUD", "one of " + Speeds().join(", ").toStdString(), CheckSpeed};
+const ValueOption kProtocol = NumberOption("--protocol", "N", "number for the field Protocol", 0, 254);
+const ValueOption kTimeout = NumberOption("--timeout", "MS", "how long to wait for an answer", 1, INT32_MAX);
+const ValueOption kDelay = NumberOption("--delay", "MS", "pause after each parallel batch", 0, INT16_MAX);
+const ValueOption kControllerList{"--controllers", "LIST",
+                                  "tick these, such as 1,2,5 or 0-3,7, and no others", CheckControllers};
+const ValueOption kPictures{"--pictures", "DIR", "save pictures of the windows there", CheckFolderName};
+
+/// Adds an option whose value goes to `target`.
+void Add(CLI::App& app, const ValueOption& option, QString& target) {
+  const auto check = [&option](const std::string& value) {
+    return option.check(QString::fromStdString(value)).toStdString();
+  };
+  app.add_option_function<std::string>(
+         option.name, [&target](const std::string& value) { target = QString::fromStdString(value); },
+         option.help)
+      ->type_name(option.value)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
+      ->check(CLI::Validator(check, ""));
+}
+
+/// Which of two values is meant is unknown.
+void RefuseTwice(const CLI::App& app) {
+  for (const CLI::Option* option : app.get_options()) {
+    const bool repeatable = option->get_positional() || option->get_type_size() == 0;
+    if (!repeatable && option->count() > 1)
+      Refuse(QString::fromStdString(option->get_name()) + " is given twice. Give it once.");
   }
 }
 
@@ -108,126 +227,74 @@ void CheckSteps(const Task& task) {
                        (step.job != Job::kParallel || !task.delay.isEmpty());
     if (task.forecastOnly && (!IsDownload(step.job) || !known)) {
       Refuse("--forecast: " + step.words +
-             " can't be foretold. Give downloads, with --speed, --controllers and, for parallel, --delay.");
+             " can't be estimated. Give downloads, with --speed, --controllers and, for parallel, --delay.");
     }
   }
 }
 
-QString ReadHex(const QCommandLineParser& parser) {
-  if (!parser.isSet("hex")) return "";
-  const QString path = parser.value("hex");
-  if (path.isEmpty()) Refuse("--hex: \"\" is no file. Give the path of a HEX file.");
-  if (path.contains(QChar::ReplacementCharacter)) {
-    throw Failure(Trouble::kFile, "--hex: the name \"" + path + "\" is no valid UTF-8. Rename the file.");
+/// Parses the words. Returns false when the answer in `task` is to be printed instead of any work.
+bool Parse(CLI::App& app, std::vector<std::string> words, Task& task) {
+  try {
+    app.parse(std::move(words));
+    return true;
+  } catch (const CLI::CallForHelp&) {
+    task.answer = QString::fromStdString(app.help());
+  } catch (const CLI::CallForVersion&) {
+    task.answer = "quillon-unattended " QUILLON_VERSION "\n";
+  } catch (const CLI::ValidationError& error) {
+    Refuse(error.what());
+  } catch (const CLI::ParseError& error) {
+    Refuse(QString(error.what()) + ". Ask with --help.");
   }
-  const QFileInfo file(path);
-  if (!file.isFile()) {
-    throw Failure(Trouble::kFile, "--hex: there is no file \"" + path + "\". Give the path of a HEX file.");
-  }
-  return QDir::toNativeSeparators(file.absoluteFilePath());  // as the window shows it
-}
-
-QString ReadPictures(const QCommandLineParser& parser) {
-  const QString folder = parser.value("pictures");
-  if (parser.isSet("pictures") && (folder.isEmpty() || !QDir().mkpath(folder))) {
-    throw Failure(Trouble::kFile,
-                  "--pictures: the folder \"" + folder + "\" can't be made. Give another one.");
-  }
-  return folder;
-}
-
-QString HelpText() {
-  return QString(R"(Usage: quillon-unattended [OPTION]... STEP...
-Works Quillon's windows with no operator: chooses the file, presses the buttons,
-answers the boxes, and tells what an operator would have seen.
-
-Steps, taken in their order:
-  parallel          erases the ticked controllers and loads the file into all at
-                    once, then reads each back
-  serial            the same, one controller after the other
-  flash-info        reads version and checksum of the firmware
-  boot-info         reads version and checksum of the boot code
-  auto              ticks the controllers that are on the line
-A list after a step ticks its controllers for it and those after: serial:1,3
-
-Options; what is not given stays as the settings have it:
-  --hex FILE           firmware file to choose by "Browse ..."
-  --port N             port, 1 to 99
-  --speed BAUD         %1
-  --protocol N         number for the field Protocol, 0 to 254
-  --timeout MS         how long to wait for an answer
-  --delay MS           pause after each batch of a parallel download
-  --controllers LIST   controllers to tick, such as 1,2,5; all others are not
-  --force              take a file that contradicts itself all the same
-  --json               one JSON object a line, for programs
-  --pictures DIR       keep pictures of the windows there
-  --forecast           only tell how long the downloads would take
-  --help, --version    this text, or which version this is
-
-It ends with
-  0   all is well
-  1   a controller is not as wanted: its row is not good
-  2   a word makes no sense, or a field is empty; no button was pressed for it
-  3   the port: not there, in use, no right to it, or gone in mid-run
-  4   a file: not there, not readable, contradicting itself, or the log or the
-      output can't be written
-  5   cancelled by Ctrl-C, or asked to end: the run stops at its next step
-Of several the cause is told: 5 before 3, 3 before 4, 4 before 2, 2 before 1.
-After 1 the next step is taken, after the others none.
-
-On a terminal one line shows batches and controllers done, time passed and left.
-With --json each line has "event" and "time" in seconds; "event" is
-  step        "step", "batches", "controllers", "seconds" (the forecast)
-  status      "text", "batchesDone", "controllersDone", "secondsLeft"
-  box         "number" (0: none), "title", "text"
-  controller  "number", "version", "checksum", "verdict", "advice"
-  warning, failure   "text"
-  end         "code"
-"verdict" is good, found (by auto), no-answer, damaged-answers, refused,
-erase-refused, not-programmed, other-image, marked or not-read.
-
-The settings on the disk stay as they are. One copy at a time works from one
-folder: a second one can't write its log, and ends with 4.
-
-Examples:
-  quillon-unattended --hex new.hex --port 33 --speed 9600 --protocol 63 \
-      --timeout 3000 --delay 170 --controllers 1,2,3,4 parallel
-  quillon-unattended --port 33 --json flash-info:1,2 |
-      jq -r 'select(.event == "controller") | .checksum'
-  quillon-unattended --port 33 auto flash-info
-)")
-      .arg("one of " + Speeds());
+  return false;
 }
 
 }  // namespace
 
-Task ReadCommandLine(const QStringList& arguments) {
-  QCommandLineParser parser;
-  parser.addOptions({{{"h", "help"}, ""}, {"force", ""}, {"json", ""}, {"forecast", ""}, {"version", ""}});
-  for (const char* name : {"hex", "port", "speed", "protocol", "timeout", "delay", "controllers", "pictures"})
-    parser.addOption({name, "", "VALUE"});
-  if (!parser.parse(arguments)) Refuse(parser.errorText() + " Ask with --help.");
+Task ParseCommandLine(const QStringList& arguments) {
   Task task;
-  if (parser.isSet("help")) task.answer = HelpText();
-  if (parser.isSet("version")) task.answer = "quillon-unattended " QUILLON_VERSION "\n";
-  if (!task.answer.isEmpty()) return task;
-  CheckTwice(parser);
-  CheckNumbers(parser);
-  task.force = parser.isSet("force");
-  task.json = parser.isSet("json");
-  task.forecastOnly = parser.isSet("forecast");
-  task.port = parser.value("port");
-  task.speed = parser.value("speed");
-  task.protocol = parser.value("protocol");
-  task.timeout = parser.value("timeout");
-  task.delay = parser.value("delay");
-  if (parser.isSet("controllers"))
-    task.controllers = Controllers(parser.value("controllers"), "--controllers");
-  for (const QString& step : parser.positionalArguments()) task.steps.push_back(ReadStep(step));
-  task.hex = ReadHex(parser);
+  QString controllers;
+  std::vector<std::string> steps;
+  CLI::App app(kDescription, "quillon-unattended");
+  app.formatter(std::make_shared<ManualFormatter>());
+  app.footer(kFooter);
+  app.allow_windows_style_options(false);  // a path can begin with a slash
+  Add(app, kHex, task.hex);
+  Add(app, kPort, task.port);
+  Add(app, kSpeed, task.speed);
+  Add(app, kProtocol, task.protocol);
+  Add(app, kTimeout, task.timeout);
+  Add(app, kDelay, task.delay);
+  Add(app, kControllerList, controllers);
+  app.add_flag("--force", task.force, "use a file that contradicts itself anyway");
+  app.add_flag("--json", task.json, "print one JSON object a line, for programs");
+  Add(app, kPictures, task.pictures);
+  app.add_flag("--forecast", task.forecastOnly, "only print how long the downloads would take");
+  app.set_help_flag("-h,--help", "print this text");
+  app.set_version_flag("--version", "", "print the version");
+  app.add_option("STEP", steps);
+
+  std::vector<std::string> words;  // CLI11 expects the last one first, without the program
+  for (qsizetype n = arguments.size() - 1; n > 0; --n) words.push_back(arguments[n].toStdString());
+  if (!Parse(app, std::move(words), task)) return task;
+  RefuseTwice(app);
+  if (!controllers.isEmpty()) task.controllers = ParseControllers(controllers);
+  for (const std::string& step : steps) task.steps.push_back(ParseStep(QString::fromStdString(step)));
   CheckSteps(task);
-  task.pictures = ReadPictures(parser);
   return task;
+}
+
+void PrepareFiles(Task& task) {
+  const auto refuse = [](const QString& reason) { throw Failure(ErrorCategory::kFile, reason); };
+  if (task.hex.contains(QChar::ReplacementCharacter))
+    refuse("--hex: the name \"" + task.hex + "\" is no valid UTF-8. Rename the file.");
+  const QFileInfo file(task.hex);
+  if (!task.hex.isEmpty() && !file.isFile())
+    refuse("--hex: there is no file \"" + task.hex + "\". Give the path of a HEX file.");
+  if (!task.hex.isEmpty())
+    task.hex = QDir::toNativeSeparators(file.absoluteFilePath());  // as the window shows it
+  if (!task.pictures.isEmpty() && !QDir().mkpath(task.pictures))
+    refuse("--pictures: the folder \"" + task.pictures + "\" can't be made. Give another one.");
 }
 
 }  // namespace quillon

@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-#include "unattended/trouble.h"
+#include "unattended/error_category.h"
 
 namespace quillon {
 
@@ -15,18 +15,18 @@ enum class Job { kParallel, kSerial, kFlashInfo, kBootInfo, kAuto };
 
 inline bool IsDownload(Job job) { return job == Job::kParallel || job == Job::kSerial; }
 
-/// What the operator has to do. An empty text leaves its box as the settings have it.
+/// What the command line asks for. An empty text leaves its field as the settings have it.
 struct Task {
-  QString answer;  ///< the help or the version: asked for in place of work
+  QString answer;  ///< the help or the version, to be printed instead of any work
   struct Step {
-    QString words;  ///< as they stood on the command line
+    QString words;  ///< as given, such as "serial:1,3"
     Job job;
     QString button;  ///< of the main window
     std::optional<QList<int>> controllers;
   };
 
   QString hex;
-  bool force = false;  ///< take a file that contradicts itself
+  bool force = false;  ///< use a file that contradicts itself
   bool json = false;
   bool forecastOnly = false;
   QString port;
@@ -39,8 +39,12 @@ struct Task {
   std::vector<Step> steps;
 };
 
-/// Reads the command line, its first word the program. Raises Failure, kUsage for a word that makes no sense:
-/// a guess could erase a controller; kFile for a file or folder that is not there.
-Task ReadCommandLine(const QStringList& arguments);
+/// Parses the command line, whose first word is the program. It opens no file. Raises Failure, kUsage, for a
+/// word that is not valid: a guess could erase a controller.
+Task ParseCommandLine(const QStringList& arguments);
+
+/// Makes the path of the firmware file absolute, and creates the folder for pictures. Raises Failure, kFile,
+/// when there is no such file or the folder cannot be created.
+void PrepareFiles(Task& task);
 
 }  // namespace quillon

@@ -11,7 +11,7 @@ namespace {
 
 const QColor kBlack(Qt::black);
 
-/// The words of a failed row, and what they come down to.
+/// The texts of a failed row, and what they mean.
 struct FailedRow {
   const char* version;
   const char* checksum;
@@ -29,15 +29,16 @@ constexpr FailedRow kFailedRows[] = {
 };
 
 /// From the least to the worst.
-constexpr std::array kByWeight = {Trouble::kNone, Trouble::kController, Trouble::kUsage,
-                                  Trouble::kFile, Trouble::kPort,       Trouble::kCancelled};
+constexpr std::array kByWeight = {ErrorCategory::kNone,  ErrorCategory::kController,
+                                  ErrorCategory::kUsage, ErrorCategory::kFile,
+                                  ErrorCategory::kPort,  ErrorCategory::kCancelled};
 
-Verdict Bad(const char* word, const char* advice) { return {Trouble::kController, word, advice}; }
+Verdict Bad(const char* word, const char* advice) { return {ErrorCategory::kController, word, advice}; }
 
 }  // namespace
 
-Trouble Worse(Trouble one, Trouble other) {
-  const auto weight = [](Trouble trouble) { return std::ranges::find(kByWeight, trouble); };
+ErrorCategory Worse(ErrorCategory one, ErrorCategory other) {
+  const auto weight = [](ErrorCategory category) { return std::ranges::find(kByWeight, category); };
   return weight(one) < weight(other) ? other : one;
 }
 
@@ -54,7 +55,7 @@ Verdict JudgeRow(const WindowDriver::Row& row, const QString& fileChecksum, Job 
     return Bad("other-image", "it does not hold this file; load it if that is the one it should hold");
   if (row.versionText != kBlack || row.checksumText != kBlack)
     return Bad("marked", "the table marks it; read it again with the step flash-info");
-  return {Trouble::kNone, "good", ""};
+  return {ErrorCategory::kNone, "good", ""};
 }
 
 int BoxNumber(const QString& text) {
@@ -62,23 +63,24 @@ int BoxNumber(const QString& text) {
   return number.match(text).captured(1).toInt();
 }
 
-Trouble BoxTrouble(const QString& text) {
+ErrorCategory BoxCategory(const QString& text) {
   switch (BoxNumber(text)) {
     case RunError::kInvalidPort:
     case RunError::kPortAlreadyOpen:
     case RunError::kPortNotOpen:
     case RunError::kDeviceFailed:
     case RunError::kInvalidPropertyValue:
-      return Trouble::kPort;
+      return ErrorCategory::kPort;
     case RunError::kPermissionDenied:
-      return text.contains(" right to COM ") ? Trouble::kPort : Trouble::kFile;
+      return text.contains(" right to COM ") ? ErrorCategory::kPort : ErrorCategory::kFile;
     case RunError::kSubscriptOutOfRange:
-      return Trouble::kController;
+      return ErrorCategory::kController;
     case 0:
-      if (text == "send p4 OK!!!") return Trouble::kNone;
-      return text == "File not Found!" ? Trouble::kFile : Trouble::kController;
+      if (text == "send p4 OK!!!") return ErrorCategory::kNone;
+      return text == "File not Found!" ? ErrorCategory::kFile : ErrorCategory::kController;
     default:
-      return Trouble::kFile;  // a field's number out of range too: it came from the settings or the image
+      return ErrorCategory::kFile;  // a field's number out of range too: it came from the settings or the
+                                    // image
   }
 }
 

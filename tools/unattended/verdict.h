@@ -3,15 +3,15 @@
 #include <QString>
 
 #include "driver/window_driver.h"
+#include "unattended/error_category.h"
 #include "unattended/task.h"
-#include "unattended/trouble.h"
 
 namespace quillon {
 
-/// What a row or a box comes down to.
+/// What a row or a box means.
 struct Verdict {
-  Trouble trouble;
-  QString word;    ///< for programs; it never changes
+  ErrorCategory category;
+  QString word;    ///< for programs; it does not change between versions
   QString advice;  ///< for people: what to do next; empty for a good one
 };
 
@@ -22,7 +22,7 @@ Verdict JudgeRow(const WindowDriver::Row& row, const QString& fileChecksum, Job 
 /// The number in a run-error box, such as 8002; 0 in any other box.
 int BoxNumber(const QString& text);
 
-/// Which trouble a box tells.
-Trouble BoxTrouble(const QString& text);
+/// The error that a box reports.
+ErrorCategory BoxCategory(const QString& text);
 
 }  // namespace quillon

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+#include <stdexcept>
+
+namespace quillon {
+
+/// What went wrong. The number is the exit status of the program, so it never changes: scripts rely on it.
+enum class ErrorCategory {
+  kNone = 0,
+  kController = 1,  ///< a controller is not in the expected state
+  kUsage = 2,       ///< the command line, or a field that it leaves empty
+  kPort = 3,
+  kFile = 4,  ///< the firmware file, settings, log, pictures, or the program's own output
+  kCancelled = 5,
+};
+
+/// Of two categories the one to exit with: the cause rather than its consequences. Who cancels knows why.
+ErrorCategory Worse(ErrorCategory one, ErrorCategory other);
+
+/// An error that ends the work; the text names the thing and what to do.
+struct Failure : std::runtime_error {
+  Failure(ErrorCategory kind, const QString& reason) : runtime_error(reason.toStdString()), category(kind) {}
+  ErrorCategory category;
+};
+
+}  // namespace quillon

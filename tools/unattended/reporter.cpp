@@ -1,0 +1,84 @@
+#include "unattended/reporter.h"
+
+#include <QJsonDocument>
+#include <cmath>
+#include <cstdio>
+
+#include "unattended/console.h"
+
+namespace quillon {
+namespace {
+
+constexpr int kProgressWidth = 79;  // the narrowest terminals have 80 columns
+constexpr std::size_t kMostWaitingForStatus = 1 << 20;
+constexpr std::chrono::milliseconds kLongestWait(4500);
+constexpr std::chrono::milliseconds kErrorWait(500);  // of the five seconds, after those for the output
+const QString kTimeColumn(10, ' ');                   // "   1.204  "
+
+QByteArray ProgressUpdate(const QByteArray& text) {
+  return '\r' + QByteArray(kProgressWidth, ' ') + '\r' + text;
+}
+
+}  // namespace
+
+double Rounded(double seconds) { return std::round(seconds * 1000) / 1000; }
+
+Reporter::Reporter(Form form)
+    : form_(form),
+      hasProgress_(console::IsTerminal(stderr)),
+      sameScreen_(hasProgress_ && console::IsTerminal(stdout)),
+      output_(stdout),
+      errors_(stderr) {
+  clock_.start();
+}
+
+void Reporter::Report(const QString& event, const QString& text, const QJsonObject& facts) {
+  output_.Write(WithProgressBelow(LineOf(event, text, facts)));
+}
+
+void Reporter::ReportStatus(const QString& text, QJsonObject facts) {
+  if (sameScreen_ && form_ == Form::kText) return;
+  facts["text"] = text;
+  const std::string line = WithProgressBelow(LineOf("status", text, facts));
+  if (!output_.WriteUnlessWaiting(line, kMostWaitingForStatus)) droppedStatus_ = true;
+}
+
+void Reporter::Explain(const QString& text) {
+  if (form_ == Form::kText) output_.Write(WithProgressBelow((kTimeColumn + text).toUtf8()));
+}
+
+/// On one screen both streams would overtake each other, so the progress line goes to the standard output.
+void Reporter::ShowProgress(const QString& text) {
+  const QByteArray shown = text.left(kProgressWidth).toUtf8();
+  if (!hasProgress_ || shown == progress_) return;
+  OutputQueue& screen = sameScreen_ ? output_ : errors_;
+  const std::size_t limit = shown.isEmpty() ? SIZE_MAX : 0;  // the removal is never dropped
+  if (screen.WriteUnlessWaiting(ProgressUpdate(shown).toStdString(), limit)) progress_ = shown;
+}
+
+bool Reporter::Finish() { return output_.Finish(Deadline()) && !droppedStatus_; }
+
+bool Reporter::ReportError(const QString& text) {
+  errors_.Write((text + '\n').toStdString());
+  return errors_.Finish(Deadline() + kErrorWait);
+}
+
+QByteArray Reporter::LineOf(const QString& event, const QString& text, QJsonObject facts) const {
+  if (form_ == Form::kText) return QString("%1  %2").arg(Seconds(), 8, 'f', 3).arg(text).toUtf8();
+  facts["event"] = event;
+  facts["time"] = Rounded(Seconds());
+  return QJsonDocument(facts).toJson(QJsonDocument::Compact);
+}
+
+std::string Reporter::WithProgressBelow(const QByteArray& line) const {
+  const bool move = sameScreen_ && !progress_.isEmpty();
+  return ((move ? ProgressUpdate("") : QByteArray()) + line + '\n' + (move ? progress_ : QByteArray()))
+      .toStdString();
+}
+
+std::chrono::steady_clock::time_point Reporter::Deadline() {
+  if (!deadline_) deadline_ = std::chrono::steady_clock::now() + kLongestWait;
+  return *deadline_;
+}
+
+}  // namespace quillon
