@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <string_view>
 
 #include "desktop/end_signals.h"
 #include "desktop/held_keys.h"
@@ -12,6 +13,31 @@
 #include "platform/system_files.h"
 
 namespace {
+
+constexpr char kHelp[] = R"(SYNOPSIS
+  quillon [OPTION]
+
+DESCRIPTION
+  Opens the service window: loads firmware into controllers on a serial bus and
+  shows what they hold. The files of the program are in its own folder.
+
+OPTIONS
+  -h,--help   print this text
+  --version   print the version
+
+EXIT STATUS
+  0   the program was ended
+  1   it cannot start
+
+EXAMPLES
+  quillon
+)";
+
+/// What an option prints instead of opening the window; nullptr for any other word, which is ignored.
+const char* AnswerTo(std::string_view word) {
+  if (word == "--version") return "quillon " QUILLON_VERSION "\n";
+  return word == "--help" || word == "-h" ? kHelp : nullptr;
+}
 
 /// Hears Qt while the application comes into being. Its one way to fail is that it reaches no display, or
 /// lacks its part for that kind of display; it would then print a page and abort.
@@ -35,7 +61,11 @@ void End(quillon::Program& program) {
 
 int Run(int argc, char** argv) {
   quillon::system_files::OpenMissingStreams();
-  int taken = argc > 0 ? 1 : 0;  // the tool takes no arguments; Qt would take some
+  if (const char* answer = argc > 1 ? AnswerTo(argv[1]) : nullptr) {
+    std::fputs(answer, stdout);
+    return std::fflush(stdout) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+  }
+  int taken = argc > 0 ? 1 : 0;  // Qt would interpret some words
   qInstallMessageHandler(HearStart);
   QApplication application(taken, argv);
   qInstallMessageHandler(nullptr);
