@@ -1,6 +1,6 @@
-// quillon-soak [SESSIONS [SEED]]: plays so many sessions, or plays on until it is stopped, from a seed on.
-// The first one that breaks what must never be broken ends it with status 1: it is played again with fewer
-// and fewer steps, and those that it needs are printed.
+// quillon-soak runs random sessions of an operator and checks the rules that no session may break: see
+// kDescription. The first session that breaks one is repeated with fewer and fewer steps, and the steps that
+// it needs are printed.
 #include <signal.h>
 #include <unistd.h>
 
@@ -9,7 +9,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
+#include <memory>
+#include <optional>
+#include <random>
 
+#include "command_line/manual_formatter.h"
 #include "live_memory.h"
 #include "session.h"
 #include "shell/start_stop.h"
@@ -34,8 +38,9 @@ void NameSeed(int signal) {
   const int length =
       std::snprintf(text, sizeof text, "soak: seed %llu: %s\n", static_cast<unsigned long long>(currentSeed),
                     signal == SIGALRM ? "hangs without waiting" : "crashes");
-  if (write(STDERR_FILENO, text, static_cast<std::size_t>(length)) < 0) _exit(3);
-  _exit(2);
+  constexpr int kCrashed = 1;
+  constexpr int kSilent = 3;  // not even the seed could be printed
+  _exit(write(STDERR_FILENO, text, static_cast<std::size_t>(length)) < 0 ? kSilent : kCrashed);
 }
 
 std::string Play(const Scenario& scenario) {
@@ -172,14 +177,63 @@ bool WasIdle(std::size_t sessions) {
   return true;
 }
 
+constexpr char kDescription[] = R"(SYNOPSIS
+  quillon-soak [OPTION]... [SESSIONS [SEED]]
+
+DESCRIPTION
+  Runs random sessions of an operator with a random line, in virtual time, and
+  checks after each step the rules that no session may break. It runs SESSIONS
+  sessions, or until it is stopped, beginning with SEED, or with a random seed.
+  The seed of a session that breaks a rule runs it again:
+
+    soak: seed 17: ...
+    To play it alone: scripts/soak 1 17
+)";
+
+constexpr char kFooter[] = R"(EXIT STATUS
+  0   no session broke a rule
+  1   a session broke a rule, crashed or did not end (3: and its seed cannot be
+      printed)
+  2   a word of the command line is not valid
+
+EXAMPLES
+  quillon-soak 1000
+  quillon-soak 1 17
+)";
+
+struct Options {
+  std::uint64_t sessions = 0;  // 0: until it is stopped
+  std::optional<std::uint64_t> seed;
+};
+
+/// The status to exit with at once: the help was printed, or a word is not valid.
+std::optional<int> ParseOptions(int argc, char** argv, Options& options) {
+  constexpr int kUsage = 2;
+  CLI::App app(kDescription, "quillon-soak");
+  app.formatter(std::make_shared<quillon::ManualFormatter>());
+  app.footer(kFooter);
+  app.add_option("SESSIONS", options.sessions);
+  app.add_option("SEED", options.seed);
+  app.set_help_flag("-h,--help", "print this text");
+  app.set_version_flag("--version", "quillon-soak " QUILLON_VERSION, "print the version");
+  try {
+    app.parse(argc, argv);
+    return std::nullopt;
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : kUsage;
+  }
+}
+
 }  // namespace
 
-int main(int count, char** arguments) {
+int main(int argc, char** argv) {
+  Options options;
+  if (const auto status = ParseOptions(argc, argv, options)) return *status;
   for (const int crash : {SIGALRM, SIGSEGV, SIGABRT, SIGFPE, SIGBUS, SIGILL}) signal(crash, NameSeed);
   // Files in memory: a disk that others use would set the pace.
   if (std::filesystem::is_directory("/dev/shm")) setenv("TMPDIR", "/dev/shm", 0);
-  const std::size_t sessions = count > 1 ? std::strtoull(arguments[1], nullptr, 10) : 0;
-  std::uint64_t seed = count > 2 ? std::strtoull(arguments[2], nullptr, 10) : std::random_device()();
+  const std::uint64_t sessions = options.sessions;
+  std::uint64_t seed = options.seed ? *options.seed : std::random_device()();
   std::printf("soak: from seed %llu on\n", static_cast<unsigned long long>(seed));
   if (ManyRunsGrow()) return 1;
   Used before{};
