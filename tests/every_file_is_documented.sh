@@ -1,0 +1,19 @@
+#!/bin/sh
+# Compares the tables of docs/architecture.md with the source files of src/, bus/ and tools/: each file must be
+# named, and each name must be a file. A table begins with its folder, "| `src/link/` | |"; the first column of its
+# rows contains the names in backquotes, without ending; "_*" stands for the file of each system and their header.
+set -u
+cd "$1" || exit 2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+find src bus tools -name '*.h' -o -name '*.cpp' |
+  sed 's/\.[a-z]*$//; s/_\(linux\|windows\)$//' | sort -u >"$work/files"
+awk -F'|' '
+  /^\| `(src|bus|tools)\/[a-z_\/]*` *\| *\|$/ { split($2, name, "`"); folder = name[2]; next }
+  !/^\|/ { folder = "" }
+  folder != "" { n = split($2, name, "`"); for (i = 2; i <= n; i += 2) print folder name[i] }
+' docs/architecture.md | sed 's/\.[a-z]*$//; s/_\*$//' | sort -u >"$work/names"
+diff "$work/files" "$work/names" >"$work/differences" && exit
+echo "docs/architecture.md and the files differ (< is a file without its name, > a name without its file):"
+grep '^[<>]' "$work/differences"
+exit 1
