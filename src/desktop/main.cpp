@@ -1,8 +1,11 @@
 #include <QApplication>
+#include <QDir>
+#include <QMessageBox>
 #include <QWidget>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <optional>
 #include <string_view>
 
 #include "desktop/end_signals.h"
@@ -11,6 +14,7 @@
 #include "desktop/program.h"
 #include "desktop/screen_reader.h"
 #include "platform/system_files.h"
+#include "records/job_recorder.h"
 
 namespace {
 
@@ -59,6 +63,14 @@ void End(quillon::Program& program) {
   program.Close();
 }
 
+/// Shows that job records can't be written. The box does not stop a run.
+void ShowRecordFailure(const QString& text) {
+  auto* box = new QMessageBox(QMessageBox::Warning, "Quillon", text);
+  box->setAttribute(Qt::WA_DeleteOnClose);
+  box->setModal(false);
+  box->show();
+}
+
 int Run(int argc, char** argv) {
   quillon::system_files::OpenMissingStreams();
   if (const char* answer = argc > 1 ? AnswerTo(argv[1]) : nullptr) {
@@ -74,7 +86,11 @@ int Run(int argc, char** argv) {
   application.installEventFilter(&heldKeys);
   quillon::GiveHouseLook(application);
   quillon::screen_reader::Install();
-  quillon::Program program(quillon::system_files::ProgramFolder());
+  const std::string folder = quillon::system_files::ProgramFolder();
+  const QString records = QString::fromStdString(folder + "Jobs");
+  std::optional<quillon::JobRecorder> recorder;
+  quillon::Program program(folder);
+  if (QDir(records).exists()) program.AddObserver(recorder.emplace(records, folder, "", ShowRecordFailure));
   const quillon::EndSignals endSignals([&] { End(program); });
   QObject::connect(&application, &QGuiApplication::commitDataRequest, [&] { End(program); });
   program.Start();

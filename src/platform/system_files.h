@@ -49,6 +49,9 @@ std::FILE* OpenForOneWriter(const std::string& name);
 /// failure in the middle damages it.
 bool Replace(const std::string& name, std::string_view contents);
 
+/// Whether what was written to an open file is now on the disk itself, where a power cut leaves it.
+bool Flush(int descriptor);
+
 /// The number of C for the failure of the last reading, writing or closing of a file.
 int TransferError();
 

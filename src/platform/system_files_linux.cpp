@@ -97,7 +97,7 @@ bool WriteOnDisk(int file, std::string_view contents) {
     if (written < 0 && errno != EINTR) return false;
     contents.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
   }
-  return fsync(file) == 0 || errno == EINVAL;  // EINVAL: a file system that does not know it
+  return Flush(file);
 }
 
 bool WriteInPlace(int file, std::string_view contents) {
@@ -178,6 +178,10 @@ bool Replace(const std::string& name, std::string_view contents) {
   const bool own = state.st_uid == geteuid() && state.st_nlink == 1;
   if (own && Rename(target, &state, contents)) return true;
   return (!own || OnlyInPlace()) && WriteInPlace(old.Number(), contents);
+}
+
+bool Flush(int descriptor) {
+  return fsync(descriptor) == 0 || errno == EINVAL;  // EINVAL: a file system that does not know it
 }
 
 int TransferError() { return errno; }

@@ -110,7 +110,7 @@ std::FILE* Open(const std::string& name, DWORD creation, DWORD shared) {
 
 /// Closes a written file once its bytes are on the disk itself; whether all of them are.
 bool CloseOnDisk(std::FILE* file) {
-  const bool onDisk = std::fflush(file) == 0 && _commit(_fileno(file)) == 0;
+  const bool onDisk = std::fflush(file) == 0 && Flush(_fileno(file));
   const DWORD reason = _doserrno;
   const bool closed = std::fclose(file) == 0;
   if (!onDisk) _doserrno = reason;
@@ -188,6 +188,8 @@ bool Replace(const std::string& name, std::string_view contents) {
 }
 
 // The library has no number for most of the system's reasons; the system's own is kept beside it.
+bool Flush(int descriptor) { return _commit(descriptor) == 0; }
+
 int TransferError() {
   switch (_doserrno) {
     case ERROR_DISK_FULL:

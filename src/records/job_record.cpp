@@ -1,0 +1,175 @@
+#include "records/job_record.h"
+
+#include <QCryptographicHash>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <algorithm>
+#include <stdexcept>
+
+namespace quillon {
+namespace {
+
+using Progress = ControllerRecord::Progress;
+
+/// Follows the lines of a record.
+class Reading {
+ public:
+  /// Raises std::runtime_error for a first line that is not that of a job record.
+  void Add(const QJsonObject& line) {
+    const QString event = line["event"].toString();
+    if (record_.job.isEmpty()) return AddJob(line, event);
+    record_.seconds = line["seconds"].toDouble();
+    if (event == "error") record_.errors += line["text"].toString() + "\n";
+    if (event == "end") record_.how = line["how"].toString();
+    if (event == "end") record_.gaps = line["gaps"].toString();
+    if (event == "begun") where_ = line;
+    if (event == "batch") AddBatch(line);
+    if (line.contains("controller")) AddTo(record_.controllers[line["controller"].toInt()], event, line);
+  }
+
+  JobRecord Finish() {
+    if (!record_.how.isEmpty()) return record_;
+    record_.cut = Where();
+    for (auto& [number, controller] : record_.controllers) {
+      if (!controller.done) JudgeCut(controller);
+    }
+    return record_;
+  }
+
+ private:
+  void AddJob(const QJsonObject& line, const QString& event) {
+    if (event != "job") throw std::runtime_error("it is not a job record");
+    if (line["format"].toInt() > kRecordFormat)
+      throw std::runtime_error("its format is newer than this program; use a newer version of Quillon");
+    record_.job = line;
+    const QJsonArray controllers = line["controllers"].toArray();
+    if (line["kind"] == "auto") return;  // its controllers are those that it finds
+    for (const QJsonValue& controller : controllers) record_.controllers[controller.toInt()];
+  }
+
+  /// Without a number the batch goes to all controllers that are erased.
+  void AddBatch(const QJsonObject& line) {
+    batch_ = line;
+    record_.batches = line["begun"].toInt();
+    for (auto& [number, controller] : record_.controllers) {
+      if (line["controller"].toInt(number) == number) controller.allSent = line["begun"] == line["of"];
+    }
+  }
+
+  void AddTo(ControllerRecord& controller, const QString& event, const QJsonObject& line) {
+    const QString phase = line["phase"].toString();
+    if (event == "begun" && phase == "erase") controller.progress = Progress::kErasing;
+    if (event == "repeat") ++controller.repeats;
+    if (event == "damaged-answer") ++controller.damaged;
+    if (event == "failure") controller.failure = line["text"].toString();
+    if (event == "read") controller.after = {{"version", line["version"]}, {"checksum", line["checksum"]}};
+    if (event == "batch") controller.acknowledged = std::max(0, line["begun"].toInt() - 1);
+    if (event == "answer") AddAnswer(controller, line["command"].toString(), line["reply"].toString());
+    if (event == "result") AddResult(controller, line);
+  }
+
+  static void AddAnswer(ControllerRecord& controller, const QString& command, const QString& reply) {
+    if (reply == "refused") ++controller.refusals;
+    if (command != "flash-check" && (reply == "refused" || reply == "accepted"))
+      controller.refused = reply == "refused";
+    if (reply == "no-answer") ++controller.unanswered;
+    if (reply != "accepted") return;
+    if (command == "erase") controller.progress = Progress::kErased;
+    if (command == "full-checksum") controller.progress = Progress::kConfirmed;
+  }
+
+  static void AddResult(ControllerRecord& controller, const QJsonObject& line) {
+    controller.done = true;
+    controller.before = line["before"].toObject();
+    controller.after = line["after"].toObject();
+    controller.acknowledged = line["acknowledged"].toInt();
+    controller.repeats = line["repeats"].toInt();
+    controller.refusals = line["refusals"].toInt();
+    controller.damaged = line["damaged"].toInt();
+    controller.unanswered = line["unanswered"].toInt();
+    controller.good = line["good"].toBool();
+    controller.verdict = line["verdict"].toString();
+    controller.evidence = line["evidence"].toString();
+    controller.reason = line["reason"].toString();
+    controller.advice = line["advice"].toString();
+    controller.gap = line["gap"].toString();
+  }
+
+  QString Where() const {
+    if (record_.job.isEmpty()) return "The run was cut before anything was sent.";
+    QString text = QString("The run was cut after %1 s").arg(record_.seconds, 0, 'f', 1);
+    if (!where_.isEmpty())
+      text += QString(", in the step \"%1\" of controller %2")
+                  .arg(where_["phase"].toString())
+                  .arg(where_["controller"].toInt());
+    if (!batch_.isEmpty())
+      text += QString(", at or after batch %1 of %2").arg(batch_["begun"].toInt()).arg(batch_["of"].toInt());
+    return text + ".";
+  }
+
+  void JudgeCut(ControllerRecord& controller) {
+    controller.verdict = "cut";
+    switch (controller.progress) {
+      case Progress::kUntouched:
+        controller.reason = "the run was cut before its flash was changed";
+        controller.advice = "load it";
+        break;
+      case Progress::kErasing:
+        controller.reason = "the run was cut while it was erased; it may be erased";
+        controller.advice = "load it again";
+        break;
+      case Progress::kErased:
+        controller.reason = "it was erased, and the run was cut before it confirmed the image";
+        controller.advice = "load it again";
+        break;
+      case Progress::kConfirmed:
+        controller.reason = "it confirmed the image, and the run was cut before its end";
+        controller.advice = "read it with flash-info";
+        break;
+    }
+    const QString kind = record_.Kind();
+    if (kind == "parallel" || kind == "serial") return;
+    controller.reason = controller.after.isEmpty() ? "the run was cut before it was read"
+                                                   : "it was read, and the run was cut before its end";
+    controller.advice = controller.after.isEmpty() ? "read it again" : "";
+  }
+
+  JobRecord record_;
+  QJsonObject where_;  // the last phase that began
+  QJsonObject batch_;  // the last line that counts batches
+};
+
+}  // namespace
+
+QString Sha256(const std::string& contents) {
+  const auto size = static_cast<qsizetype>(contents.size());
+  return QCryptographicHash::hash(QByteArray::fromRawData(contents.data(), size), QCryptographicHash::Sha256)
+      .toHex();
+}
+
+/// A line that is not whole, or whose contents never reached the disk, is where the record was cut.
+JobRecord ParseRecord(const QByteArray& text) {
+  Reading reading;
+  const QList<QByteArray> lines = text.split('\n');
+  for (qsizetype i = 0; i < lines.size(); ++i) {
+    const QJsonDocument line = QJsonDocument::fromJson(lines[i]);
+    if (line.isObject()) {
+      reading.Add(line.object());
+    } else {
+      const bool cut = i > 0 || lines[0].isEmpty() || (lines.size() == 1 && lines[0].startsWith('{'));
+      if (!cut) throw std::runtime_error("it is not a job record");
+      break;
+    }
+  }
+  return reading.Finish();
+}
+
+JobRecord ReadRecord(const QString& path) {
+  QFile file(path);
+  if (!file.open(QIODevice::ReadOnly))
+    throw std::runtime_error("it can't be read: " + file.errorString().toStdString());
+  return ParseRecord(file.readAll());
+}
+
+}  // namespace quillon

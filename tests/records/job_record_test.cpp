@@ -1,0 +1,234 @@
+#include "records/job_record.h"
+
+#include <gmock/gmock.h>
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QJsonDocument>
+#include <QTemporaryDir>
+
+#include "records/job_recorder.h"
+#include "records/resume.h"
+#include "workflows/run_bench.h"
+
+namespace quillon::test {
+namespace {
+
+using Progress = ControllerRecord::Progress;
+
+/// Records a run, and kills the program at the event of this number: it throws through the run.
+class Killer : public RunObserver {
+ public:
+  struct Killed {};
+
+  explicit Killer(int eventsLeft) : eventsLeft_(eventsLeft) {}
+  void OnRunEvent(const RunEvent& event) override {
+    if (eventsLeft_ > 0) {
+      for (const RecordLines::Line& line : lines_.Of(event)) {
+        ended = line.fields["event"] == "end";
+        record += QJsonDocument(line.fields).toJson(QJsonDocument::Compact) + '\n';
+      }
+    }
+    --eventsLeft_;
+    // These come from destructors, and the next event follows before anything is sent.
+    const bool fromDestructor =
+        std::holds_alternative<ControllerEnded>(event.what) || std::holds_alternative<RunEnded>(event.what);
+    if (eventsLeft_ <= 0 && !fromDestructor && !std::exchange(killed_, true)) throw Killed{};
+  }
+  bool Survived() const { return eventsLeft_ > 0; }
+
+  QByteArray record;
+  bool ended = false;  ///< the record is complete
+
+ private:
+  RecordLines lines_{"", ""};
+  int eventsLeft_;
+  bool killed_ = false;
+};
+
+/// Three batches whose loss together leaves the low 16 bits of the checksum as they are, and the usual
+/// settings.
+Texts Image() {
+  Texts lines = kImage;
+  lines.pop_back();
+  for (const unsigned begin : {0x5000u, 0x5100u, 0x5200u}) {
+    for (unsigned line = 0; line < 128; line += 16)
+      lines.push_back(HexRecord(begin + line, Bytes(16, begin == 0x5200 ? 0xFD : 0)));
+  }
+  lines.push_back(kImage.back());
+  return lines;
+}
+
+struct Job {
+  Button button;
+  std::vector<bus::ControllerSetup> controllers;
+  bool refuses = false;  ///< killed only when the record has the refusal: without one, equal checksums count
+};
+
+/// A bench with two controllers whose program can be killed and started again.
+class JobBench : public RunBench {
+ public:
+  explicit JobBench(const Job& job) : RunBench(job.controllers), button_(job.button) { ChooseHex(Image()); }
+
+  /// Runs the job until its end or its death; the record so far.
+  Killer RunUntil(int events) {
+    Killer killer(events);
+    Tick({3, 5});
+    tool.observers = {&killer};
+    try {
+      Press(button_);
+    } catch (const Killer::Killed&) {
+    }
+    tool.observers.clear();
+    return killer;
+  }
+
+  /// As a new program does, with the settings of the record.
+  void Finish(const JobRecord& record) {
+    tool.message.Unload();
+    tool.MSComm1.SetPortOpen(false);
+    tool.Vitesse.SetText(record.job["settings"]["speed"].toString().toStdString());
+    Resume resume(record);
+    while (const auto step = resume.Next()) {
+      tool.Protocol.SetText(step->protocol.toStdString());
+      tool.NONE.Press();
+      for (const int y : step->controllers) tool.C(y).SetValue(CheckBox::kTicked);
+      Press(step->load ? button_ : kInfo);
+      for (const int y : step->controllers) {
+        if (tool.info.Ver(y).Text() != "No")
+          resume.SetChecksum(y, QString::fromStdString(tool.info.CkSum(y).Text()));
+      }
+    }
+  }
+
+  const Bytes& Flash(int number) { return bus.At(number).Flash(); }
+  int Erases(int number) const {
+    return static_cast<int>(std::ranges::count_if(bus.Traffic(), [&](const auto& frame) {
+      return frame.bytes[1] == number && frame.bytes[3] == 0x74;
+    }));
+  }
+
+ private:
+  Button button_;
+};
+
+/// What a record of a cut run claims is so, and resuming leaves what the whole job would have.
+void ExpectTrueAndResumable(JobBench& bench, const Killer& killer, const std::map<int, Bytes>& image) {
+  const JobRecord record = ParseRecord(killer.record);
+  EXPECT_EQ(record.cut.isEmpty(), killer.ended);
+  std::map<int, int> erases;
+  for (const auto& [number, controller] : record.controllers) {
+    const bool erased = bench.Flash(number) == Bytes(0x10000, 0xFF);
+    const bool loaded = bench.Flash(number) == image.at(number);
+    EXPECT_TRUE(erased || controller.progress != Progress::kUntouched);
+    EXPECT_TRUE(loaded || controller.progress != Progress::kConfirmed);
+    // It left the download mode with the whole image, and works at the speed of that.
+    if (loaded && bench.bus.At(number).Baud() == 19200) erases[number] = bench.Erases(number);
+  }
+  if (!record.job.isEmpty()) bench.Finish(record);
+  for (const auto& [number, flash] : image) EXPECT_TRUE(bench.Flash(number) == flash) << number;
+  for (const auto& [number, count] : erases) EXPECT_EQ(bench.Erases(number), count) << number << " was good";
+}
+
+TEST(JobRecord, IsTrueAndResumableWhereverTheRunIsKilled) {
+  using bus::Fault;
+  const Fault loses{.first = 3, .last = 5, .command = bus::Command::Batch};
+  const Job kJobs[] = {{kParallel, {{.number = 3}, {.number = 5}}},
+                       {kSerial, {{.number = 3}, {.number = 5, .protocol = 0x41}}},
+                       {kParallel, {{.number = 3}, {.number = 5, .faults = {loses}}}, true}};
+  for (const Job& job : kJobs) {
+    JobBench whole({job.button, {{.number = 3}, {.number = 5, .protocol = job.controllers[1].protocol}}});
+    whole.RunUntil(INT_MAX);
+    const std::map<int, Bytes> image{{3, whole.Flash(3)}, {5, whole.Flash(5)}};
+    ASSERT_NE(image.at(3), Bytes(0x10000, 0xFF));
+    int killed = 0;
+    for (bool survived = false; !survived;) {
+      JobBench bench(job);
+      const Killer killer = bench.RunUntil(++killed);
+      survived = killer.Survived();
+      if (job.refuses && !killer.record.contains("refused")) continue;
+      SCOPED_TRACE("event " + std::to_string(killed) + "\n" + killer.record.toStdString());
+      ExpectTrueAndResumable(bench, killer, image);
+      if (testing::Test::HasFailure()) return;
+    }
+    EXPECT_GT(killed, 40);
+  }
+}
+
+TEST(JobRecord, IsReadWhereverItIsCut) {
+  JobBench bench({kSerial, {{.number = 3}}});
+  const QByteArray text = bench.RunUntil(INT_MAX).record;
+  const JobRecord whole = ParseRecord(text);
+  EXPECT_EQ(whole.how, "finished");
+  EXPECT_EQ(whole.controllers.at(3).acknowledged, 6);
+  double seconds = 0;
+  for (qsizetype size = 0; size < text.size() - 1; ++size) {
+    const JobRecord record = ParseRecord(text.first(size));
+    ASSERT_NE(record.cut, "") << size;
+    ASSERT_GE(record.seconds, seconds);
+    seconds = record.seconds;
+  }
+  EXPECT_EQ(ParseRecord(text.first(text.indexOf("\"begun\":3"))).cut.section(',', 1).toStdString(),
+            " in the step \"program\" of controller 3, at or after batch 2 of 6.");
+  EXPECT_THROW(ParseRecord("{\"event\":\"job\",\"format\":2}\n"), std::runtime_error);
+  EXPECT_THROW(ParseRecord("{}\n"), std::runtime_error);
+  EXPECT_THROW(ParseRecord(":00000001FF\n"), std::runtime_error);
+}
+
+TEST(JobRecord, ListsNoMoreThanALimit) {
+  bus::ControllerSetup refusing{.number = 3};
+  for (int batch = 0; batch < 150; ++batch)
+    refusing.faults.push_back({.kind = bus::Fault::Kind::Code,
+                               .first = 2 * batch + 1,
+                               .last = 2 * batch + 1,
+                               .value = 0xE1,
+                               .command = bus::Command::Batch});
+  JobBench bench({kSerial, {refusing}});
+  Texts lines = kImage;
+  for (unsigned line = 0; line < 150; ++line)
+    lines.insert(lines.end() - 1, HexRecord(0x4000 + 32 * line, {1}));
+  bench.ChooseHex(lines);
+  const QByteArray text = bench.RunUntil(INT_MAX).record;
+  EXPECT_EQ(ParseRecord(text).controllers.at(3).refusals, 150);
+  EXPECT_LT(text.count('\n'), 80);
+}
+
+TEST(JobRecord, HasAFileOfItsOwnForEachRun) {
+  int argc = 0;
+  const QCoreApplication application(argc, nullptr);
+  const QTemporaryDir folder;
+  JobBench bench({kInfo, {{.number = 3}}});
+  bench.Tick({3});
+  QStringList failures;
+  const auto recordTwo = [&](const QString& path) {
+    JobRecorder recorder(path, "", "Ann", [&](const QString& text) { failures.push_back(text); });
+    bench.tool.observers = {&recorder};
+    bench.Press(kInfo);
+    bench.Press(kInfo);
+    recorder.Wait();
+    QCoreApplication::processEvents();
+  };
+  recordTwo(folder.path());
+  const QStringList names = QDir(folder.path()).entryList(QDir::Files);
+  ASSERT_EQ(names.size(), 2);
+  EXPECT_THAT(names[0].toStdString(), testing::MatchesRegex("20......T......Z-flash-info.*[.]jsonl"));
+  EXPECT_EQ(ReadRecord(folder.filePath(names[1])).how, "finished");
+  EXPECT_EQ(failures.size(), 0);
+  recordTwo(folder.filePath(names[0]));  // not a folder
+  ASSERT_EQ(failures.size(), 1);
+  EXPECT_THAT(failures[0].toStdString(), testing::HasSubstr("can't be written"));
+}
+
+TEST(JobRecord, ReadsTheSampleOfItsDocument) {
+  QByteArray sample;
+  for (const QByteArray& line : QByteArray::fromStdString(ReadFile(QUILLON_RECORD_FORMAT)).split('\n')) {
+    if (line.startsWith('{')) sample += line + '\n';
+  }
+  const JobRecord record = ParseRecord(sample);
+  EXPECT_EQ((record.how + record.File()["path"].toString()).toStdString(), "finisheddemo.hex");
+  EXPECT_TRUE(record.controllers.at(3).good);
+  EXPECT_FALSE(record.controllers.at(5).good);
+}
+
+}  // namespace
+}  // namespace quillon::test
