@@ -36,10 +36,13 @@ Verdict RunResults::VerdictOf(int controller) const {
 }
 
 /// Nothing guarantees that controllers write their number into an answer. So another number counts only when
-/// the other answers of the run contain the number of the controller that was asked: all of them, or the
-/// majority when several came from another controller.
+/// the other answers of the run contain the number of the controller that was asked (all of them, or the
+/// majority when several came from another controller), or when answers contain different other numbers: what
+/// controllers write in place of a number is the same in all.
 bool RunResults::AnswersContainNumbers() const {
-  return noNumbers_ == 0 && ownNumbers_ > 0 && (otherNumbers_ == 1 || otherNumbers_ < ownNumbers_);
+  if (noNumbers_ != 0) return false;
+  const bool ownPrevail = ownNumbers_ > 0 && (otherNumbers_ == 1 || otherNumbers_ < ownNumbers_);
+  return ownPrevail || differentOthers_;
 }
 
 void RunResults::On(const RunStarted& event) {
@@ -50,6 +53,8 @@ void RunResults::On(const RunStarted& event) {
   evidence.fileFault = event.fileFault;
   evidence_.fill(evidence);
   ownNumbers_ = otherNumbers_ = noNumbers_ = 0;
+  lastOther_.reset();
+  differentOthers_ = false;
 }
 
 void RunResults::On(const ControllerBegun& event) {
@@ -66,6 +71,8 @@ void RunResults::On(const AnswerReceived& event) {
     ++ownNumbers_;
   } else if (number < kControllers) {
     ++otherNumbers_;
+    differentOthers_ = differentOthers_ || (lastOther_ && lastOther_ != number);
+    lastOther_ = number;
     At(event.controller).otherController = number;
   } else {
     ++noNumbers_;

@@ -59,6 +59,8 @@ class RunResults final : public RunObserver {
   int ownNumbers_ = 0;
   int otherNumbers_ = 0;
   int noNumbers_ = 0;
+  std::optional<int> lastOther_;
+  bool differentOthers_ = false;  ///< two answers contain different other numbers
   std::array<std::optional<DownloadVerdict>, kControllers> downloads_;
 };
 

@@ -25,9 +25,12 @@ World::World() {
     path = std::filesystem::temp_directory_path() / ("quillon-" + std::to_string(chance()));
   } while (!std::filesystem::create_directory(path));
   folder = path.string() + "/";
+  ownFolder_ = true;
 }
 
-World::~World() { std::filesystem::remove_all(folder); }
+World::~World() {
+  if (ownFolder_) std::filesystem::remove_all(folder);
+}
 
 double World::Now() { return std::chrono::duration<double>(now_).count(); }
 

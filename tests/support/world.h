@@ -41,6 +41,8 @@ struct Reply {
 class World : public Clock, public Events, public Desk, public Screen, public SerialDevice {
  public:
   World();
+  /// In a folder that exists already and stays.
+  explicit World(std::string existingFolder) : folder(std::move(existingFolder)) {}
   ~World() override;
   World(const World&) = delete;
   World& operator=(const World&) = delete;
@@ -112,6 +114,7 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
   Nanoseconds TimeOnLine(std::size_t bytes) const;
   bus::LineFormat Format() const;
 
+  bool ownFolder_ = false;
   Nanoseconds now_{0};
   std::multimap<Nanoseconds, std::function<void()>> actions_;
   struct Watch {

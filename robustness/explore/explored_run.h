@@ -1,0 +1,102 @@
+#pragma once
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "bus/controller.h"
+#include "forms/quillon.h"
+#include "results/run_results.h"
+#include "support/world.h"
+
+namespace quillon::explore {
+
+/// What happens to one frame of the tool and to its answer.
+enum class Event {
+  kDelivered,
+  kFrameLost,      ///< no controller receives the frame
+  kAnswerLost,     ///< the controller acts, and its answer is lost
+  kLostForOne,     ///< of a broadcast: controller 3 does not receive it
+  kDamaged,        ///< the answer has a wrong CRC
+  kLate,           ///< the answer comes after the exchange, during the next one
+  kRefused,        ///< the controller refuses and does not act
+  kOtherTicked,    ///< the frame is lost, and the other ticked controller answers in its place
+  kOtherUnticked,  ///< the same by a controller that is not ticked
+  kEcho,           ///< the frame is lost and comes back
+  kDeviceFails,    ///< the device fails from here on
+  kCancel,         ///< the operator presses Cancel while the tool waits for the answer
+  kClose,          ///< the operator closes the main window meanwhile
+};
+inline constexpr int kEvents = 13;
+const char* NameOf(Event event);
+
+/// The events that differ from kDelivered, by the number of the sent frame from 0.
+using Choices = std::map<int, Event>;
+
+/// One way to run: a button, and whether the controllers are on protocol 3.
+struct Way {
+  const char* name;
+  CommandButton Quillon::*button;
+  bool prot3;
+};
+extern const std::vector<Way> kWays;
+
+/// Writes the firmware file of all runs into `folder`.
+void WriteImage(const std::string& folder);
+
+/// A whole program at a line with the controllers 3 and 5, which are ticked, and 7, which is not. A run under
+/// virtual time, in which `choices` says what happens to each frame.
+class ExploredRun final : private SerialDevice, private RunObserver {
+ public:
+  /// `folder` ends with a separator and contains the image, see WriteImage.
+  ExploredRun(const Way& way, const Choices& choices, const std::string& folder);
+
+  /// Presses the button and compares what the program reports with the controllers' flash. Returns what is
+  /// wrong, or "".
+  std::string Violation();
+
+  /// Whether each event is possible for the frames sent, by number.
+  int FramesSent() const { return frames_; }
+  bool IsBroadcast(int frame) const { return broadcasts_[static_cast<std::size_t>(frame)]; }
+
+ private:
+  void Open(int number, const LineSettings& settings) override { world_.Open(number, settings); }
+  void Close() override { world_.Close(); }
+  void Configure(const LineSettings& settings) override { world_.Configure(settings); }
+  void Write(std::span<const std::uint8_t> bytes) override;
+  std::size_t Waiting() override { return world_.Waiting(); }
+  Bytes Read() override { return world_.Read(); }
+  PortDescription Describe(int number) const override { return world_.Describe(number); }
+
+  void OnRunEvent(const RunEvent& event) override;
+
+  Computer AsComputer();
+  void AddController(int number);
+  Bytes AnswerTo(const Bytes& frame, Event event);
+  Bytes Deliver(const Bytes& frame, int number);
+  Bytes AnswerOfOther(Bytes frame, int number);
+  void Interfere(Event event);
+  std::string WrongVerdict(int y);
+  bool OneOtherAnsweredAll() const;
+  std::string WrongFrames() const;
+  std::string WrongEnd() const;
+
+  const Way& way_;
+  const Choices& choices_;
+  test::World world_;
+  std::map<int, bus::Controller> controllers_;
+  std::map<int, Bytes> flashBefore_;
+  bus::Random random_;
+  Quillon tool_;
+  RunResults results_;
+  int frames_ = 0;
+  std::vector<bool> broadcasts_;
+  std::vector<Bytes> sent_;
+  int ownAnswers_ = 0;  ///< intact answers with the number of the controller that was asked
+  std::set<int> otherNumbers_;
+  int framesAtCancel_ = -1;  ///< sent when Cancel was pressed; -1: it was not
+  bool failed_ = false;      ///< the device failed
+};
+
+}  // namespace quillon::explore
