@@ -26,6 +26,7 @@ check src/records 'platform|forms|link|image|results|records'
 check src/desktop "$logic|records|desktop"
 check tools/driver 'driver'
 check tools/command_line 'command_line'
+check tools/report 'platform|forms|image|records|command_line|report'
 check tools/unattended "$logic|records|desktop|driver|command_line|unattended"
 check tools/log 'platform|forms|link|commands|results|command_line|log'
 check bus 'bus'

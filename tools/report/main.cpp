@@ -1,0 +1,146 @@
+// quillon-report prints job records: see kDescription.
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <cstdio>
+#include <exception>
+#include <iostream>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "command_line/manual_formatter.h"
+#include "platform/system_files.h"
+#include "report/report.h"
+
+namespace {
+
+constexpr char kDescription[] = R"(SYNOPSIS
+  quillon-report [OPTION]... FILE...
+
+DESCRIPTION
+  Prints the job records that Quillon writes as pages for a service book: what
+  was loaded, by which port, and for each controller what it held before and
+  after, what went wrong, the verdict and what to do next.
+
+  A record that was cut by a crash or a power failure is printed as far as it
+  goes, with the place where the run was cut.
+)";
+
+constexpr char kFooter[] = R"(EXIT STATUS
+  0   all records were printed
+  2   a word of the command line is not valid
+  4   a file cannot be read or written, or is not a job record; the others were
+      printed
+
+EXAMPLES
+  quillon-report ~/.local/share/quillon/Jobs/20261124T101112Z-parallel.jsonl
+  quillon-report --pdf page.pdf --known firmware/ Jobs/20261124*.jsonl
+  quillon-report --csv Jobs/*.jsonl >jobs.csv
+)";
+
+constexpr int kUsage = 2;
+constexpr int kFile = 4;
+
+struct Options {
+  std::vector<std::string> files;
+  std::string known;
+  std::string pdf;
+  bool html = false;
+  bool csv = false;
+};
+
+struct Named {
+  QString name;
+  quillon::JobRecord record;
+};
+
+void Complain(const std::string& reason) { std::cerr << "quillon-report: " + reason + '\n'; }
+
+std::vector<Named> ReadAll(const std::vector<std::string>& files, bool& complete) {
+  std::vector<Named> records;
+  for (const std::string& file : files) {
+    try {
+      const QString path = QString::fromStdString(file);
+      records.push_back({QFileInfo(path).fileName(), quillon::ReadRecord(path)});
+    } catch (const std::runtime_error& error) {
+      Complain(file + ": " + error.what());
+      complete = false;
+    }
+  }
+  return records;
+}
+
+void Print(const std::vector<Named>& records, const Options& options) {
+  std::optional<quillon::KnownFirmware> firmware;
+  if (!options.known.empty()) firmware.emplace(QString::fromStdString(options.known));
+  const quillon::KnownFirmware* known = firmware ? &*firmware : nullptr;
+  QString text = options.csv ? quillon::CsvHeader() : "";
+  QList<quillon::Report> reports;
+  for (const auto& [name, record] : records) {
+    reports.push_back(quillon::MakeReport(record, name, known));
+    if (options.csv) text += quillon::AsCsv(record, known);
+    if (!options.csv && !options.html)
+      text += (text.isEmpty() ? "" : "\n\n") + quillon::AsText(reports.back());
+  }
+  if (!options.pdf.empty()) return quillon::WritePdf(reports, QString::fromStdString(options.pdf));
+  if (options.html) text = quillon::AsHtml(reports);
+  std::cout << text.toStdString();
+}
+
+/// Returns a status that ends the program, or nothing when there is work.
+std::optional<int> ParseCommandLine(int argc, char** argv, Options& options) {
+  const QCoreApplication withoutWindows(argc, argv);
+  const QStringList arguments = QCoreApplication::arguments();
+  CLI::App app(kDescription, "quillon-report");
+  app.formatter(std::make_shared<quillon::ManualFormatter>());
+  app.footer(kFooter);
+  app.allow_windows_style_options(false);  // a path can begin with a slash
+  app.add_option("FILE", options.files)->required();
+  auto* html = app.add_flag("--html", options.html, "print HTML");
+  auto* csv =
+      app.add_flag("--csv", options.csv, "print a line for each controller and record, comma separated");
+  app.add_option("--pdf", options.pdf, "write a PDF file, A4")
+      ->type_name("FILE")
+      ->excludes(html)
+      ->excludes(csv);
+  csv->excludes(html);
+  app.add_option("--known", options.known,
+                 "a folder of released HEX files: name the firmware of each controller")
+      ->type_name("DIR");
+  app.set_help_flag("-h,--help", "print this text");
+  app.set_version_flag("--version", "quillon-report " QUILLON_VERSION, "print the version");
+  std::vector<std::string> words;  // CLI11 expects the last one first, without the program
+  for (qsizetype n = arguments.size() - 1; n > 0; --n) words.push_back(arguments[n].toStdString());
+  try {
+    app.parse(std::move(words));
+    return std::nullopt;
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : kUsage;
+  }
+}
+
+int Run(int argc, char** argv) {
+  Options options;
+  if (const auto status = ParseCommandLine(argc, argv, options)) return *status;
+#ifndef Q_OS_WIN
+  qputenv("QT_QPA_PLATFORM", "offscreen");  // a page needs fonts, and no display
+#endif
+  int words = argc > 0 ? 1 : 0;  // Qt would interpret some words
+  const QGuiApplication fonts(words, argv);
+  bool complete = true;
+  Print(ReadAll(options.files, complete), options);
+  return complete && std::cout.flush() ? 0 : kFile;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  quillon::system_files::OpenMissingStreams();
+  qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});  // about the desktop
+  try {
+    return Run(argc, argv);
+  } catch (const std::exception& error) {
+    Complain(error.what());
+    return kFile;
+  }
+}

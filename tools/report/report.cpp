@@ -1,0 +1,226 @@
+#include "report/report.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QFile>
+#include <QPageSize>
+#include <QPdfWriter>
+#include <QTextDocument>
+#include <algorithm>
+#include <stdexcept>
+
+namespace quillon {
+namespace {
+
+QString Title(const JobRecord& record) {
+  const QMap<QString, QString> titles{{"parallel", "Parallel download"},
+                                      {"serial", "Serial download"},
+                                      {"flash-info", "Flash info"},
+                                      {"boot-info", "Boot info"},
+                                      {"auto", "Auto detection"},
+                                      {"to-protocol-4", "Switch to protocol 4"},
+                                      {"to-protocol-3", "Switch to protocol 3"}};
+  return titles.value(record.Kind(), "Run of an unknown kind");
+}
+
+QString Row(const QJsonObject& row) {
+  return row.isEmpty() ? "" : row["version"].toString() + " " + row["checksum"].toString();
+}
+
+/// "good (proven)"
+QString VerdictText(const ControllerRecord& controller) {
+  return controller.verdict + (controller.evidence.isEmpty() ? "" : " (" + controller.evidence + ")");
+}
+
+/// What a reader has to know of a controller beyond its row; the same words are one note.
+QString NoteOf(const ControllerRecord& controller) {
+  if (controller.good) return "";
+  QStringList parts{VerdictText(controller), controller.reason, controller.gap, controller.advice};
+  parts.removeAll("");
+  return parts.join("; ");
+}
+
+QString Firmware(const JobRecord& record, const ControllerRecord& controller, const KnownFirmware& known) {
+  if (record.Kind() == "boot-info" || controller.after.isEmpty()) return "";
+  return known.NameOf(controller.after["checksum"].toString());
+}
+
+/// A row has one line, so that 32 fit on a page.
+QString Shortened(const QString& name) {
+  constexpr qsizetype kLongest = 17;
+  constexpr qsizetype kEach = 7;
+  return name.size() > kLongest ? name.left(kEach) + "..." + name.right(kEach) : name;
+}
+
+void AddFacts(const JobRecord& record, const QString& name, Report& report) {
+  const auto add = [&](const QString& label, const QString& value) {
+    if (!value.isEmpty()) report.facts.push_back({label, value});
+  };
+  const QJsonObject settings = record.job["settings"].toObject();
+  const QJsonObject file = record.File();
+  add("Time", record.Time().toString("yyyy-MM-dd HH:mm:ss 'UTC'") +
+                  QString(", %1 s, %2")
+                      .arg(record.seconds, 0, 'f', 1)
+                      .arg(record.how.isEmpty() ? "cut" : record.how));
+  add("Cut", record.cut);
+  add("By", record.job["by"].toString());
+  if (!file.isEmpty()) {
+    add("File", QString("%1: %2 bytes, %3 batches, checksum %4")
+                    .arg(file["path"].toString())
+                    .arg(file["bytes"].toInteger())
+                    .arg(file["batches"].toInt())
+                    .arg(file["checksum"].toString()));
+    add("SHA-256", file["sha256"].toString());
+    add("Warning", file["fault"].toString());
+  }
+  add("Port", record.job["port"].toString() + ": " + record.job["adapter"].toString().replace('\n', ", "));
+  add("Settings", QString("%1 bit/s, time-out %2 ms, delay %3 ms, protocol %4")
+                      .arg(settings["speed"].toString(), settings["timeout"].toString(),
+                           settings["delay"].toString(), settings["protocol"].toString()));
+  add("Errors", record.errors.trimmed().replace('\n', "; "));
+  add("Record", name + ", written by " + record.job["tool"].toString());
+}
+
+}  // namespace
+
+Report MakeReport(const JobRecord& record, const QString& name, const KnownFirmware* known) {
+  Report report;
+  report.title = Title(record);
+  AddFacts(record, name, report);
+  report.columns = {"No.", "Before", "After", "Batches", "Repeats", "Refusals", "Damaged", "Verdict"};
+  if (known) report.columns.insert(3, "Firmware");
+  int good = 0;
+  QStringList firmwareNotes;
+  for (const auto& [number, controller] : record.controllers) {
+    good += controller.good ? 1 : 0;
+    const QString note = NoteOf(controller);
+    if (!note.isEmpty() && !report.notes.contains(note)) report.notes.push_back(note);
+    QStringList row{QString::number(number), Row(controller.before),
+                    controller.after.isEmpty() ? controller.failure : Row(controller.after)};
+    if (known) {
+      const QString firmware = Firmware(record, controller, *known);
+      const QString shown = Shortened(firmware.section(':', 0, 0));
+      row.push_back(shown);
+      const QString whole = firmware.startsWith(shown) ? firmware : shown + ": " + firmware;
+      if (whole != shown && !firmwareNotes.contains(whole)) firmwareNotes.push_back(whole);
+    }
+    for (const int count :
+         {controller.acknowledged, controller.repeats, controller.refusals, controller.damaged})
+      row.push_back(count == 0 ? "-" : QString::number(count));
+    row.push_back(VerdictText(controller) +
+                  (note.isEmpty() ? "" : QString(" [%1]").arg(report.notes.indexOf(note) + 1)));
+    report.rows.push_back(row);
+  }
+  report.summary =
+      QString("%1 of %2 controllers without a complaint.").arg(good).arg(record.controllers.size());
+  report.notes += firmwareNotes;
+  if (!record.gaps.isEmpty()) report.notes.push_back(record.gaps);
+  return report;
+}
+
+QString AsText(const Report& report) {
+  QString text = report.title + "\n\n";
+  for (const auto& [label, value] : report.facts) text += label.leftJustified(10) + value + "\n";
+  QList<QStringList> lines = report.rows;
+  lines.push_front(report.columns);
+  QList<qsizetype> widths(report.columns.size(), 0);
+  for (const QStringList& line : lines) {
+    for (qsizetype i = 0; i < line.size(); ++i) widths[i] = std::max(widths[i], line[i].size());
+  }
+  text += "\n";
+  for (const QStringList& line : lines) {
+    QString row;
+    for (qsizetype i = 0; i < line.size(); ++i) row += line[i].leftJustified(widths[i] + 2);
+    text += row.trimmed() + "\n";
+  }
+  text += "\n";
+  for (qsizetype i = 0; i < report.notes.size(); ++i)
+    text += QString("[%1] %2\n").arg(i + 1).arg(report.notes[i]);
+  return text + report.summary + "\n";
+}
+
+QString AsHtml(const QList<Report>& reports) {
+  QString html =
+      "<!DOCTYPE html><html><head><meta charset=\"utf-8\"><title>Job report</title><style>\n"
+      "body { font-family: sans-serif; font-size: 7.5pt; }\n"
+      "h1 { font-size: 14pt; }\n"
+      "p { margin: 3px 0px; }\n"
+      "th, td { padding: 1px 4px; text-align: left; white-space: nowrap; }\n"
+      "</style></head><body>\n";
+  for (const Report& report : reports) {
+    html += QString("<h1%1>%2</h1>\n<table>\n")
+                .arg(&report == &reports.front() ? "" : " style=\"page-break-before: always\"",
+                     report.title.toHtmlEscaped());
+    for (const auto& [label, value] : report.facts)
+      html += "<tr><td><b>" + label + "</b></td><td>" + value.toHtmlEscaped() + "</td></tr>\n";
+    html += "</table>\n<br>\n<table border=\"1\" cellspacing=\"0\">\n<tr>";
+    for (const QString& column : report.columns) html += "<th>" + column + "</th>";
+    html += "</tr>\n";
+    for (const QStringList& row : report.rows) {
+      html += "<tr>";
+      for (const QString& cell : row) html += "<td>" + cell.toHtmlEscaped() + "</td>";
+      html += "</tr>\n";
+    }
+    html += "</table>\n";
+    for (qsizetype i = 0; i < report.notes.size(); ++i)
+      html += QString("<p>[%1] %2</p>\n").arg(i + 1).arg(report.notes[i].toHtmlEscaped());
+    html += "<p><b>" + report.summary + "</b></p>\n";
+  }
+  return html + "</body></html>\n";
+}
+
+void WritePdf(const QList<Report>& reports, const QString& path) {
+  constexpr int kCssPixels = 96;  // an inch; the unit of the paddings above
+  QFile file(path);
+  if (!file.open(QIODevice::WriteOnly))
+    throw std::runtime_error((path + " can't be written: " + file.errorString()).toStdString());
+  QPdfWriter writer(&file);
+  writer.setPageSize(QPageSize(QPageSize::A4));
+  writer.setPageMargins(QMarginsF(15, 12, 15, 12), QPageLayout::Millimeter);
+  writer.setTitle("Job report");
+  writer.setCreator("quillon-report");
+  writer.setResolution(kCssPixels);
+  QTextDocument document;
+  document.documentLayout()->setPaintDevice(&writer);
+  document.setDocumentMargin(0);
+  document.setHtml(AsHtml(reports));
+  document.setPageSize(writer.pageLayout().paintRectPixels(kCssPixels).size());  // else print adds margins
+  document.print(&writer);
+  if (!file.flush())
+    throw std::runtime_error((path + " can't be written: " + file.errorString()).toStdString());
+}
+
+QString CsvHeader() {
+  return "time,kind,file,sha256,port,by,end,controller,version before,checksum before,version after,checksum "
+         "after,"
+         "firmware,acknowledged,repeats,refusals,damaged,silent,verdict,evidence,reason,advice\n";
+}
+
+QString AsCsv(const JobRecord& record, const KnownFirmware* known) {
+  QString lines;
+  for (const auto& [number, c] : record.controllers) {
+    QStringList cells{record.job["time"].toString(),
+                      record.Kind(),
+                      record.File()["path"].toString(),
+                      record.File()["sha256"].toString(),
+                      record.job["port"].toString(),
+                      record.job["by"].toString(),
+                      record.how.isEmpty() ? "cut" : record.how,
+                      QString::number(number),
+                      c.before["version"].toString(),
+                      c.before["checksum"].toString(),
+                      c.after["version"].toString(),
+                      c.after["checksum"].toString(),
+                      known ? Firmware(record, c, *known) : ""};
+    for (const int count : {c.acknowledged, c.repeats, c.refusals, c.damaged, c.unanswered})
+      cells.push_back(QString::number(count));
+    cells += {c.verdict, c.evidence, c.reason, c.advice};
+    for (QString& cell : cells) {
+      if (cell.contains('"') || cell.contains(',') || cell.contains('\n'))
+        cell = '"' + cell.replace('"', "\"\"") + '"';
+    }
+    lines += cells.join(',') + "\n";
+  }
+  return lines;
+}
+
+}  // namespace quillon
