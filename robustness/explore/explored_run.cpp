@@ -17,11 +17,14 @@ using namespace std::chrono_literals;
 
 constexpr int kTicked[] = {3, 5};
 constexpr int kUnticked = 7;
+constexpr std::uint32_t kBootChecksum = 0xB000;  // of controller 0; each has one of its own
 constexpr std::uint8_t kImageProtocol = 0x41;
 constexpr int kImageBaud = 19200;
 constexpr int kDownloadBaud = 38400;
 constexpr Nanoseconds kAnswerDelay = 5ms;
-constexpr Nanoseconds kLateDelay = 1100ms;  // after the time-out and the pause of an answer
+constexpr Nanoseconds kLate = 1100ms;  // later than usual: after the time-out and the pause of an answer
+constexpr Nanoseconds kEchoDelay = 1ms;
+constexpr Nanoseconds kAnswerAfterEcho = 600ms;
 constexpr Nanoseconds kLongestRun = 30min;  // of virtual time; no run takes as long
 constexpr std::size_t kMostFrames = 200;
 
@@ -51,10 +54,18 @@ Bytes Damaged(Bytes answer) {
 }  // namespace
 
 const std::vector<Way> kWays = {
-    {"parallel", &Quillon::ComLoad, false},     {"parallel-prot3", &Quillon::ComLoad, true},
-    {"serial", &Quillon::ComLoad00, false},     {"serial-prot3", &Quillon::ComLoad00, true},
-    {"flash-info", &Quillon::ComInfo, false},   {"boot-info", &Quillon::ComBoot, false},
-    {"to-protocol-4", &Quillon::Cmd3to4, true}, {"to-protocol-3", &Quillon::Cmd4to3, true},
+    {.name = "parallel", .button = &Quillon::ComLoad},
+    {.name = "parallel-prot3", .button = &Quillon::ComLoad, .prot3 = true},
+    {.name = "parallel-keep-speed", .button = &Quillon::ComLoad, .keepSpeed = true},
+    {.name = "serial", .button = &Quillon::ComLoad00},
+    {.name = "serial-prot3", .button = &Quillon::ComLoad00, .prot3 = true},
+    {.name = "serial-echo", .button = &Quillon::ComLoad00, .echo = true},
+    {.name = "flash-info", .button = &Quillon::ComInfo},
+    {.name = "flash-info-echo", .button = &Quillon::ComInfo, .echo = true},
+    {.name = "boot-info", .button = &Quillon::ComBoot},
+    {.name = "boot-info-fall-back", .button = &Quillon::ComBoot, .ownProtocol = true},
+    {.name = "to-protocol-4", .button = &Quillon::Cmd3to4, .prot3 = true},
+    {.name = "to-protocol-3", .button = &Quillon::Cmd4to3, .prot3 = true},
 };
 
 const char* NameOf(Event event) {
@@ -77,10 +88,11 @@ ExploredRun::ExploredRun(const Way& way, const Choices& choices, const std::stri
   tool_.ComPort.SetText("COM 1");
   for (const char* speed : kSpeeds) tool_.Vitesse.AddItem(speed);
   tool_.Vitesse.SetText("9600");
-  tool_.Text1.SetText("500");
+  tool_.Text1.SetText(way.echo ? "1500" : "500");
   tool_.Text2.SetText("10");
-  tool_.Protocol.SetText("63");
+  tool_.Protocol.SetText(way.ownProtocol ? "4" : "63");
   tool_.RUD3.SetValue(way.prot3);
+  tool_.useBB.SetValue(way.keepSpeed);
   tool_.DownloadSettings = std::to_string(kDownloadBaud) + ",N,8,2";
   StartLink(tool_);
   tool_.FileName.SetText(folder + kImageName);
@@ -95,8 +107,12 @@ void ExploredRun::AddController(int number) {
   bus::ControllerSetup setup{.number = number,
                              .version = {1, 2, own},
                              .bootVersion = {1, 0, own},
-                             .bootChecksum = static_cast<std::uint16_t>(0xB000 + number),
+                             .bootChecksum = static_cast<std::uint16_t>(kBootChecksum + own),
                              .flash = {own}};
+  if (way_.ownProtocol) {
+    setup.protocol = 5;
+    setup.bootProtocol = bus::BootProtocol::Fixed;
+  }
   setup.protocol3 = way_.prot3 && way_.button != &Quillon::Cmd4to3;
   // Controller 5 of a survey holds the image; so does 7, whose answer must not stand for that of 3.
   if (way_.button == &Quillon::ComInfo && number != 3) setup.flash = ImageFlash();
@@ -121,9 +137,11 @@ void ExploredRun::Write(std::span<const std::uint8_t> bytes) {
     world_.beforeOperation = [] { throw RunError(RunError::kDeviceFailed, "gone"); };
   }
   Bytes answer = AnswerTo(frame, event);
-  world_.script.push_back({});
-  if (!answer.empty())
-    world_.script.back().push_back({event == Event::kLate ? kLateDelay : kAnswerDelay, std::move(answer)});
+  std::vector<test::Reply> replies;
+  if (way_.echo) replies.push_back({kEchoDelay, frame});
+  const Nanoseconds delay = way_.echo ? kAnswerAfterEcho : kAnswerDelay;
+  if (!answer.empty()) replies.push_back({event == Event::kLate ? delay + kLate : delay, std::move(answer)});
+  world_.script.push_back(std::move(replies));
   world_.Write(frame);
   Interfere(event);
 }
@@ -215,6 +233,12 @@ std::string ExploredRun::WrongVerdict(int y) {
   const bool compares = IsDownload(way_) || way_.button == &Quillon::ComInfo;
   if (verdict.good && compares && flash != ImageFlash() && !OneOtherAnsweredAll())
     return who + " and does not hold the image; ";
+  const bool boot = way_.button == &Quillon::ComBoot;
+  const std::uint32_t sum =
+      boot ? kBootChecksum + static_cast<std::uint32_t>(y) : controllers_.at(y).Checksum() & 0xFFFF;
+  const std::string read = results_.EvidenceOf(y).checksum;
+  if (verdict.good && !read.empty() && std::stoul(read, nullptr, 16) != sum && !OneOtherAnsweredAll())
+    return who + " by what another controller reported; ";
   if (!IsDownload(way_) && flash != flashBefore_[y]) return who + " and was changed by a survey; ";
   return "";
 }
@@ -229,10 +253,7 @@ void ExploredRun::OnRunEvent(const RunEvent& event) {
   }
 }
 
-bool ExploredRun::OneOtherAnsweredAll() const {
-  if (way_.button != &Quillon::ComInfo) return false;
-  return ownAnswers_ == 0 && otherNumbers_.size() == 1;
-}
+bool ExploredRun::OneOtherAnsweredAll() const { return ownAnswers_ == 0 && otherNumbers_.size() == 1; }
 
 /// No frame to a controller that was not chosen, and few after Cancel: the exchange under way sends no more;
 /// the check of a serial download asks once at each speed that is left, on protocol 3 with a move before.

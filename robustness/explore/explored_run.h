@@ -34,11 +34,14 @@ const char* NameOf(Event event);
 /// The events that differ from kDelivered, by the number of the sent frame from 0.
 using Choices = std::map<int, Event>;
 
-/// One way to run: a button, and whether the controllers are on protocol 3.
+/// One way to run: a button, and what is not usual.
 struct Way {
   const char* name;
   CommandButton Quillon::*button;
-  bool prot3;
+  bool prot3 = false;        ///< the controllers are on protocol 3, "Prot 3" is ticked
+  bool keepSpeed = false;    ///< the line keeps its speed while programming
+  bool echo = false;         ///< the adapter returns each frame; answers come after the pause of the echo
+  bool ownProtocol = false;  ///< protocol byte 5; the boot code accepts the fixed one alone
 };
 extern const std::vector<Way> kWays;
 

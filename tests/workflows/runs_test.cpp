@@ -385,6 +385,30 @@ TEST(Auto, AsksWithTheProtocolOfTheBox) {
   EXPECT_EQ(bench.Ticked(), "2 ");
 }
 
+// Controllers 3 and 5 are on the line, and 3 has a fault. An answer does not say to which question it
+// belongs, so a late one ticks number 4 too, which nobody has.
+TEST(Auto, TicksWhoAnswersWhateverTheFault) {
+  using Kind = Fault::Kind;
+  const std::pair<Fault, const char*> kFaults[] = {
+      {{.kind = Kind::Silent, .last = 1}, "3 5 "},
+      {{.kind = Kind::Silent}, "5 "},
+      {{.kind = Kind::Dead}, "5 "},
+      {{.kind = Kind::Late, .delay = 700ms}, "3 4 5 "},
+      {{.kind = Kind::Corrupt, .last = 1}, "3 5 "},
+      {{.kind = Kind::Corrupt}, "5 "},
+      {{.kind = Kind::Code, .value = 0xE1}, "3 5 "},
+      {{.kind = Kind::Length, .value = 20}, "3 5 "},
+      {{.kind = Kind::Short, .value = 3}, "5 "},
+      {{.kind = Kind::Echo}, "5 "},
+  };
+  for (const auto& [fault, ticked] : kFaults) {
+    RunBench bench({{.number = 3, .faults = {fault}}, {.number = 5}});
+    bench.tool.Auto.Press();
+    EXPECT_EQ(bench.Ticked(), ticked) << static_cast<int>(fault.kind);
+    EXPECT_TRUE(bench.Over());
+  }
+}
+
 TEST(Auto, CancelAtNumber7KeepsTheBoxesFromThereOnAndPutsTheSettingsBack) {
   for (const char* speed : {"4800", "38400"}) {  // the first and the last that is tried for number 7
     RunBench bench;
