@@ -42,7 +42,7 @@ Bytes BatchFrame(int address, const Bytes& payload) {
   if (payload.size() + kBatchHead > kLongestPayload) {
     throw RunError(RunError::kOverflow,
                    "Overflow: a batch of " + std::to_string(payload.size()) +
-                       " bytes does not fit into a frame. Make the HEX file anew with lines "
+                       " bytes does not fit into a frame. Create the HEX file again with lines "
                        "of at most 128 data bytes.");
   }
   Bytes batch{kProgramming, 0xAA, 0x55, kBatch};

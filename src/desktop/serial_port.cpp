@@ -32,7 +32,7 @@ void SerialPort::Open(int number, const LineSettings& settings) {
     LetGo();
     throw;
   }
-  // A failure here is told by the next operation.
+  // The next operation raises a failure that happens here.
   const auto receive = [this] {
     // A device that went away would wake the watch again and again.
     if (!TakeReceived() || line_->Gone()) watch_->Stop();

@@ -1,6 +1,6 @@
-// What a firmware file says about itself stands in four of its lines, known by their load address. The
-// columns of a line are those of hex_line.h: the data begins in column 10. A file holds one pair of them,
-// 2010 and 2020 or 007B and 008B, in this order.
+// What a firmware file says about itself is in up to four of its lines, which are known by their load
+// address. The columns of a line are those of hex_line.h: the data begins in column 10. A file contains one
+// pair of them, 2010 and 2020 or 007B and 008B, in this order.
 //
 //     2010  the version, in the low digits of six data bytes: 21 23, 27 29, 33 35
 //     2020  10 11 flags, 14 15 protocol, 16 17 product
@@ -9,8 +9,8 @@
 //
 // Bits 6 to 4 of the flags are the rate code.
 //
-// The checksum is that of the whole flash, not of the file: an erased byte holds 255, so each byte that the
-// file leaves alone counts 255. A controller adds up its flash the same way.
+// The checksum is that of the whole flash, not of the file: an erased byte contains 255, so each byte that
+// the file does not set counts 255. A controller adds up its flash in the same way.
 #include "image/analyse_image.h"
 
 #include <cstdio>
@@ -22,13 +22,13 @@
 namespace quillon {
 namespace {
 
-constexpr std::int64_t kFlashBytes = 56 * 1024 - 2;  // that the checksum covers: 56 K but for two
+constexpr std::int64_t kFlashBytes = 56 * 1024 - 2;  // that the checksum covers: 56 KiB less two bytes
 constexpr std::int64_t kErasedByte = 255;
 
 struct BaudRule {
   std::string_view code;  // bits 6, 5 and 4 of the flags byte
   const char* text;
-  const char* rate;  // nullptr: the file leaves the rate open
+  const char* rate;  // nullptr: the file does not fix the rate
 };
 constexpr BaudRule kBaudRules[] = {
     {"111", "Baud Rate Programmable", nullptr}, {"000", "Baud Rate Fix 4800", "4800"},
@@ -44,7 +44,7 @@ struct Product {
 constexpr Product kProducts[] = {
     {"09", "ORVA"}, {"05", "WORBY"}, {"04", "QUORL"}, {"03", "VEX"}, {"02", "MURK"}};
 
-void TakeBaudRule(std::string_view flagsByte, ImageFacts& facts) {
+void ApplyBaudRule(std::string_view flagsByte, ImageFacts& facts) {
   const std::string bits = HexToBits(flagsByte);
   if (bits.empty()) return;
   const std::string_view code = std::string_view(bits).substr(1, 3);
@@ -55,7 +55,7 @@ void TakeBaudRule(std::string_view flagsByte, ImageFacts& facts) {
   }
 }
 
-void TakeProduct(std::string_view code, ImageFacts& facts) {
+void ApplyProduct(std::string_view code, ImageFacts& facts) {
   for (const Product& product : kProducts) {
     if (product.code == code) facts.ImageProduct = product.name;
   }
@@ -71,24 +71,25 @@ std::string LowDigitVersion(const HexLine& line) {
   return Joined(digit(21) + digit(23), digit(27) + digit(29), digit(33) + digit(35));
 }
 
-void TakeMetadata(const HexLine& line, ImageFacts& facts) {
+void ApplyMetadata(const HexLine& line, ImageFacts& facts) {
   const std::string_view address = line.AddressText();
   if (address == "2010") facts.ImageVersion = LowDigitVersion(line);
   if (address == "2020") {
-    TakeBaudRule(line.Columns(10, 11), facts);
+    ApplyBaudRule(line.Columns(10, 11), facts);
     facts.ImageProtocol = line.Columns(14, 15);
-    TakeProduct(line.Columns(16, 17), facts);
+    ApplyProduct(line.Columns(16, 17), facts);
   }
   if (address == "007B") facts.ImageVersion = line.Columns(40, 41);
   if (address == "008B") {
     facts.ImageVersion = Joined(facts.ImageVersion, line.Columns(10, 11), line.Columns(12, 13));
-    TakeBaudRule(line.Columns(14, 15), facts);
+    ApplyBaudRule(line.Columns(14, 15), facts);
     facts.ImageProtocol = line.Columns(16, 17);
-    TakeProduct(line.Columns(18, 19), facts);
+    ApplyProduct(line.Columns(18, 19), facts);
   }
 }
 
-/// The sum of the line's data bytes. Whole pairs go the short way: this runs over every byte of every file.
+/// The sum of the line's data bytes. Whole pairs have a short path, since this runs over every byte of a
+/// file.
 std::int64_t DataSum(const HexLine& line, unsigned length) {
   std::string_view data = line.Columns(HexLine::kDataColumn, HexLine::kDataColumn + 2 * length - 1);
   unsigned sum = 0;
@@ -108,7 +109,7 @@ std::int64_t AnalyseImage(LineReader lines, ImageFacts& facts) {
     const unsigned length = line.DataLength();
     lengthSum += length;
     if (length != 0) dataSum += DataSum(line, length);
-    TakeMetadata(line, facts);
+    ApplyMetadata(line, facts);
   }
   return dataSum + kErasedByte * (kFlashBytes - lengthSum);
 }

@@ -8,7 +8,7 @@
 
 namespace quillon {
 
-/// Reads a whole firmware file (Intel HEX, by columns) line by line. Takes over into `facts` what the records
+/// Reads a whole firmware file (Intel HEX, by columns) line by line. Stores in `facts` what the records
 /// at the line addresses 2010, 2020, 007B and 008B say about it, later ones over earlier ones.
 ///
 /// Returns the image's checksum: the sum of all bytes of a flash of 57342 bytes in which each byte that the

@@ -6,8 +6,8 @@
 //     ...                          until more than 112 bytes stand there: with lines of 16, after the eighth
 //     :10 0080 00 ...16 bytes      opens the next batch, as does a line with any other address
 //
-// 112 leaves room for one more line of usual length, so a frame stays below 140 bytes and below the 255 that
-// its length byte can say.
+// 112 leaves room for one more line of usual length, so a frame stays below 140 bytes, and below the 255
+// bytes of the length byte.
 //
 // The line that can't join is kept and opens the next batch. The end-of-file record is such a line. After a
 // batch with room it is kept, and the end of the file drops it. After a full batch it was not looked at yet

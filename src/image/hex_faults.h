@@ -7,7 +7,7 @@
 
 namespace quillon {
 
-/// Where a firmware file contradicts itself. A run takes such a file as it stands, since the flash's checksum
+/// Where a firmware file contradicts itself. A run uses such a file as it is, since the flash's checksum
 /// counts what is written in it; but the operator must know before anything is erased.
 ///
 /// Each line of an Intel HEX file is ":", LL, AAAA, TT, LL data bytes and a check byte, all bytes as two hex

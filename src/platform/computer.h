@@ -39,17 +39,17 @@ class Events {
   virtual void End() = 0;
 };
 
-/// What a box tells: something worth knowing, or a failure at run time, which carries the warning sign.
+/// The kind of a box: information, or a failure at run time, which has the warning sign.
 enum class BoxKind { kInformation, kRunError };
 
-/// What speaks to the operator beside the windows.
+/// The boxes and dialogs, and the calls for the operator's attention.
 class Desk {
  public:
   virtual ~Desk() = default;
   /// A modal box with one OK button; holds until it is answered. While a run error stands, the window of a
-  /// run's progress takes clicks all the same, so that Cancel is never out of reach.
+  /// run's progress accepts clicks anyway, so that Cancel is always within reach.
   virtual void ShowBox(const std::string& text, const std::string& title, BoxKind kind) = 0;
-  /// Answers the run error that stands, if one does, in the operator's place.
+  /// Answers the run-error box that is shown, if any, on behalf of the operator.
   virtual void AnswerBox() = 0;
   virtual void Beep() = 0;
   /// Asks for the operator's attention, when another program has it.

@@ -34,7 +34,7 @@ std::int64_t ToWholeNumber(std::string_view text, std::int64_t low, std::int64_t
   if (!IsPlainDecimal(digits)) {
     throw RunError(RunError::kTypeMismatch, "Type mismatch: " + std::string(what) + " holds \"" +
                                                 std::string(text) +
-                                                "\", which is no number. Enter a whole number.");
+                                                "\", which is not a number. Enter a whole number.");
   }
   // More digits than a double can hold exactly are far out of every box's range, so nothing is lost here.
   double magnitude = std::numeric_limits<double>::infinity();

@@ -6,7 +6,7 @@
 
 namespace quillon {
 
-/// A failure at run time: what a step of the program could not do, told as the operator will read it.
+/// A failure at run time: what a step of the program could not do, in the words that the operator reads.
 ///
 /// Each kind of failure has a number that never changes, so that a technician can look it up in the manual or
 /// quote it on the phone. The description names the thing and the way out.

@@ -19,7 +19,7 @@ LineSettings ParseSettings(const std::string& text) {
       const std::string_view speed(text.data(), text.size() - kForm.size());
       return {static_cast<int>(ToWholeNumber(speed, 1, kHighestBaud, "the speed"))};
     } catch (const RunError&) {
-      // Told below with the whole text: that is what the operator can look for.
+      // The error below quotes the whole text, which the operator can search for.
     }
   }
   throw RunError(RunError::kInvalidPropertyValue,

@@ -161,7 +161,7 @@ bool HeldByAnother(const std::string& lockFile) {
 }
 
 /// Writes a lock file with this process's number, in place of one of a process that ended. Where that is not
-/// allowed there is none: the device itself is claimed all the same. Whether it was written.
+/// allowed there is none: the device itself is claimed anyway. Whether it was written.
 bool WriteLockFile(const std::string& lockFile) {
   constexpr mode_t kReadableByAll = 0644;
   unlink(lockFile.c_str());

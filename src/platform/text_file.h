@@ -27,7 +27,7 @@ using FileHandle = std::unique_ptr<std::FILE, CloseFile>;
 bool FileExists(const std::string& path);
 
 /// The path of the program's file `name` in `folder`, which ends with a separator. The case of such names
-/// does not matter: an entry that differs only in case is the file. Without one, the name as it stands.
+/// does not matter: an entry that differs only in case is the file. Without one, the name verbatim.
 std::string PathInFolder(const std::string& folder, const std::string& name);
 
 /// All bytes of a file, read in one go. A file of more than 1 GiB is a mistake and counts as too large.

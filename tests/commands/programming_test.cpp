@@ -72,7 +72,7 @@ TEST(FlashProg, ABatchThatFitsNoFrameIsLeftOut) {
   ASSERT_EQ(bench.BoxNumbers(), std::vector<int>{6});
   EXPECT_EQ(
       bench.world.boxes[0].text,
-      "Error #  6\rOverflow: a batch of 257 bytes does not fit into a frame. Make the HEX file anew with "
+      "Error #  6\rOverflow: a batch of 257 bytes does not fit into a frame. Create the HEX file again with "
       "lines of at most 128 data bytes.");
   EXPECT_EQ(bench.Sent(), Lines{"9600 " + ToHex(bus::CloseFrame(FromHex("405F0775AA5510100002")))});
 }
