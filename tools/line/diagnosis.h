@@ -1,0 +1,81 @@
+// The verdict on a line and on each of its controllers, from what was measured.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "line/measurement.h"
+
+namespace quillon {
+
+enum class LineVerdict { kGood, kMarginal, kBad, kNotThere, kNotMeasured };
+
+/// What explains the symptoms; diagnosis.cpp has the table with reasons and remedies.
+enum class LineCause {
+  kNone,
+  kEcho,
+  kAbsent,
+  kOtherSpeed,
+  kOtherNumber,
+  kDoubled,
+  kIdleBytes,
+  kLostStart,
+  kSlowClock,
+  kReflections,
+  kNoise,
+  kLate,
+  kLatency,
+  kFewQuestions,
+};
+
+/// When none of them fails, fewer than 17 % of all questions do, with 95 % confidence.
+inline constexpr int kQuestionsForVerdict = 20;
+
+struct ControllerDiagnosis {
+  int number = 0;
+  int asked = 0;
+  int answered = 0;  ///< intact and in time
+  int damaged = 0;
+  int late = 0;
+  int missing = 0;
+  int repeats = 0;             ///< that one question would have needed at most
+  std::vector<int> damagedAt;  ///< how often each byte of an answer was wrong
+  double shortest = 0;         ///< time to the first byte of intact answers, in seconds; all 0 without one
+  double median = 0;
+  double longest = 0;
+  double byteTime = 0;     ///< mean distance of two bytes, in seconds
+  std::size_t length = 0;  ///< of an answer, in bytes
+  double bound = 1;        ///< WilsonBound of what failed
+  LineVerdict verdict = LineVerdict::kNotMeasured;
+  LineCause cause = LineCause::kNone;
+  std::string reason;
+  std::string remedy;  ///< empty for a good one
+};
+
+struct LineDiagnosis {
+  std::vector<ControllerDiagnosis> controllers;
+  bool echo = false;
+  int idleBytes = 0;
+  double latency = 0;  ///< of the adapter, in seconds; 0: too short to be seen
+  double slowest = 0;  ///< first byte of an answer, in seconds; 0: nobody answered
+};
+
+/// The upper end of Wilson's interval: with 95 % confidence a smaller share of all questions fails.
+double WilsonBound(int failed, int asked);
+
+LineDiagnosis Diagnose(const LineMeasurement& measurement);
+
+const char* VerdictText(LineVerdict verdict);
+
+/// A word for scripts, such as "slow-clock".
+const char* CauseWord(LineCause cause);
+
+/// What the questions show about a parallel download of a file.
+struct FileProof {
+  int batches = 0;
+  int provenBatches = 0;  ///< the questions carried as many bytes as these without a loss
+  int questions = 0;      ///< to each controller that carry as many bytes as all batches
+};
+FileProof ProveFile(const LineDiagnosis& diagnosis, const std::vector<std::size_t>& batchFrames);
+
+}  // namespace quillon

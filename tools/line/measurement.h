@@ -1,0 +1,89 @@
+// The measurement of a line: the check of the flash, asked again and again, and what came back.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+#include "platform/computer.h"
+
+namespace quillon {
+
+struct LinePlan {
+  int port = 1;
+  int baud = 9600;
+  std::uint8_t protocolByte = 0x40;
+  std::vector<int> controllers;
+  int questions = 20;    ///< to each controller
+  double timeout = 0.5;  ///< seconds; an answer that begins later is late
+};
+
+enum class LineReply { kGood, kDamaged, kNone };
+
+/// One question and what came back. Times are in seconds, from the end of the question if not said otherwise.
+struct Question {
+  double asked = 0;  ///< since the start of the measurement
+  LineReply reply = LineReply::kNone;
+  Bytes bytes;  ///< all that came until the end of the pause, without an echo
+  double firstByte = 0;
+  double lastByte = 0;
+  int together = 0;  ///< bytes that came at the same moment as the byte before
+};
+
+struct MeasuredController {
+  int number = 0;
+  std::vector<Question> questions{};
+  int otherSpeed = 0;  ///< at which it answered, after silence at the speed of the plan; 0: none
+};
+
+struct LineMeasurement {
+  LinePlan plan;
+  std::vector<MeasuredController> controllers;
+  int idleBytes = 0;    ///< received while nobody was asked
+  int echoes = 0;       ///< questions that came back before the answer
+  double lateness = 0;  ///< by which this computer woke the program too late at most, in seconds
+  bool cancelled = false;
+};
+
+/// Rounds without any byte from a controller after which it counts as not there.
+inline constexpr int kSilentRounds = 4;
+
+/// How long bytes are on the line, in seconds.
+double LineSeconds(std::size_t bytes, int baud);
+
+/// Measures a line by the check of the flash alone, which changes nothing in a controller. It keeps the rules
+/// of the line: one question at a time, and the tool's pause after each answer. The controllers are asked in
+/// turn.
+class LineCheck {
+ public:
+  /// Called after each question; `roundEnds`: each controller was asked once more.
+  using Observer = std::function<void(const LineMeasurement& sofar, bool roundEnds)>;
+
+  /// `cancelled` is called at least ten times a second.
+  LineCheck(Clock& clock, Events& events, SerialDevice& device, LinePlan plan,
+            std::function<bool()> cancelled);
+
+  double LongestSeconds() const;  ///< until the end, whatever comes
+  double UsualSeconds() const;    ///< when each controller answers at once
+
+  /// Asks all questions. Raises RunError as `SerialDevice` does; the port is closed then.
+  LineMeasurement Run(const Observer& observe);
+
+ private:
+  Bytes ReadUntil(double time);
+  void Listen(double seconds);
+  void AskRounds(const Observer& observe);
+  void SearchSpeeds();
+  Question Ask(int number, int baud);
+  void AwaitReply(const Bytes& frame, double frameEnds, Question& question);
+
+  Clock& clock_;
+  Events& events_;
+  SerialDevice& device_;
+  std::function<bool()> cancelled_;
+  double start_ = 0;
+  int asked_ = 0;
+  LineMeasurement result_;
+};
+
+}  // namespace quillon
