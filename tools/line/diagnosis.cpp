@@ -150,9 +150,9 @@ ControllerDiagnosis Count(const MeasuredController& controller, double timeout) 
   return counts;
 }
 
-/// How long the adapter holds bytes back. The bytes of an answer then come in lumps, and the last one at times
-/// that differ by that delay. One controller without these symptoms refutes them. A busy computer causes the
-/// same symptoms, so its own lateness has to be small compared with them.
+/// How long the adapter holds bytes back. The bytes of an answer then come in lumps, and the last one at
+/// times that differ by that delay. One controller without these symptoms refutes them. A busy computer
+/// causes the same symptoms, so its own lateness has to be small compared with them.
 double Latency(const LineMeasurement& measurement) {
   constexpr std::size_t kFewest = 5;     // answers
   constexpr double kInLumps = 0.75;      // share of bytes that come together with the one before

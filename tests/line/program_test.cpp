@@ -1,0 +1,75 @@
+// The real quillon-line at the virtual bus, from a folder of its own.
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "support/started_program.h"
+
+namespace quillon::test {
+namespace {
+
+using testing::HasSubstr;
+
+class LineProgram : public testing::Test {
+ protected:
+  LineProgram() : folder_(testing::TempDir() + "line" + std::to_string(getpid()) + "/") {
+    std::filesystem::create_directory(folder_);
+    std::filesystem::copy_file(QUILLON_LINE, folder_ + "quillon-line");
+  }
+  ~LineProgram() override { std::filesystem::remove_all(folder_); }
+
+  StartedProgram Bus(std::vector<std::string> options) {
+    options.insert(options.begin(), {QUILLON_BUS, "--link", folder_ + "COM7"});
+    return StartedProgram(options);
+  }
+
+  std::vector<std::string> Words(std::vector<std::string> options, const char* port = "7") {
+    options.insert(options.begin(), {folder_ + "quillon-line", "--timeout", "100", "--port", port});
+    return options;
+  }
+
+  std::string folder_;
+};
+
+TEST_F(LineProgram, EndsAsTheControllersAre) {
+  StartedProgram bus = Bus({"--count", "2"});
+  ASSERT_THAT(bus.ReadLine(), HasSubstr("bus: "));
+  const struct {
+    std::vector<std::string> options;
+    int status;
+    const char* said;
+    const char* port = "7";
+  } cases[] = {
+      {{"--html", folder_ + "page.html", "--for", QUILLON_DEMO_HEX, "1-2"}, 0, "Proven for up to "},
+      {{"--questions", "2", "--json", "1"}, 1, R"("verdict":"not measured")"},
+      {{"--questions", "4", "2"}, 1, "not there"},
+      {{"0-32"}, 2, R"("32" is not a controller)"},
+      {{"0"}, 3, "COM 99: no such port", "99"},
+      {{"--for", "none.hex", "0"}, 4, "none.hex"},
+  };
+  for (const auto& row : cases) {
+    StartedProgram program(Words(row.options, row.port));
+    EXPECT_THAT(program.ReadAll(), HasSubstr(row.said));
+    EXPECT_EQ(program.Wait(), row.status) << row.said;
+  }
+  std::stringstream page;
+  page << std::ifstream(folder_ + "page.html").rdbuf();
+  EXPECT_THAT(page.str(), HasSubstr("<td>1</td><td><b>good</b>"));
+  EXPECT_THAT(page.str(), HasSubstr("<circle"));
+}
+
+TEST_F(LineProgram, AnInterruptEndsItWithWhatWasMeasured) {
+  StartedProgram bus = Bus({"--count", "1"});
+  ASSERT_THAT(bus.ReadLine(), HasSubstr("bus: "));
+  StartedProgram program(Words({"--watch", "0"}));
+  EXPECT_THAT(program.ReadLine(), HasSubstr("Ctrl-C"));
+  EXPECT_THAT(program.ReadLine(), HasSubstr("0 good"));
+  program.Send(SIGINT);
+  EXPECT_THAT(program.ReadAll(), HasSubstr("not measured"));
+  EXPECT_EQ(program.Wait(), 5);
+}
+
+}  // namespace
+}  // namespace quillon::test

@@ -1,0 +1,113 @@
+#include "line/options.h"
+
+#include <charconv>
+
+#include "command_line/manual_formatter.h"
+
+namespace quillon {
+namespace {
+
+constexpr char kDescription[] = R"(SYNOPSIS
+  quillon-line [OPTION]... --port N CONTROLLERS...
+
+DESCRIPTION
+  Asks each of the CONTROLLERS, such as 1,2 or 0-31, for version and checksum
+  again and again, and reports how many answers were intact, the probable cause
+  of damage and what to do about it. It sends nothing else, and changes nothing.
+
+  good          at least 20 questions, all answered intact and in time
+  marginal      some failed, and a repeat put each one right
+  bad           more than one in ten failed, or the cause allows no download
+  not there     no answer at any speed
+  not measured  too few questions, or it answers at another speed only
+
+  An answer is short and goes the other way than a batch of a download: a good
+  line can still lose a batch.
+)";
+
+constexpr char kFooter[] = R"(EXIT STATUS
+  0   each controller that is there is good, and each one named singly is there
+  1   a controller is not good, not there or not measured
+  2   a word of the command line is not valid
+  3   the port: not there, in use, no right to it, or gone during the check
+  4   a file cannot be read or written
+  5   ended by Ctrl-C; what was measured is shown
+
+JSON
+  Each line has "event": start, controller, line, file or end.
+
+EXAMPLES
+  quillon-line --port 33 --speed 9600 0-31
+  quillon-line --port 33 --for pump.hex --prove --html check.html 1,2,5
+  quillon-line --port 33 --watch 5          while the cable is moved by hand
+)";
+
+int ReadNumber(const std::string& text) {
+  int number = -1;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  const bool whole = error == std::errc{} && end == text.data() + text.size();
+  if (!whole || number < 0 || number > 31)
+    throw std::invalid_argument("\"" + text +
+                                "\" is not a controller: give numbers from 0 to 31, such as 1,2 or 0-31");
+  return number;
+}
+
+/// "1,2,8-11": adds the numbers to the plan, and the single ones to those that are expected.
+void ReadControllers(const std::string& list, LineOptions& options) {
+  std::set<int> all(options.plan.controllers.begin(), options.plan.controllers.end());
+  for (const std::string& part : CLI::detail::split(list, ',')) {
+    const std::size_t dash = part.find('-');
+    const int first = ReadNumber(part.substr(0, dash));
+    const int last = dash == std::string::npos ? first : ReadNumber(part.substr(dash + 1));
+    if (last < first) throw std::invalid_argument("\"" + part + "\" ends before it begins");
+    if (dash == std::string::npos) options.named.insert(first);
+    for (int number = first; number <= last; ++number) all.insert(number);
+  }
+  options.plan.controllers.assign(all.begin(), all.end());
+}
+
+}  // namespace
+
+LineOptions ParseLineOptions(int argc, const char* const* argv) {
+  constexpr int kProtocolOfControllers = 63;
+  LineOptions options;
+  int protocol = kProtocolOfControllers;
+  int timeout = 500;
+  std::vector<std::string> lists;
+  CLI::App app(kDescription, "quillon-line");
+  app.formatter(std::make_shared<ManualFormatter>());
+  app.footer(kFooter);
+  app.set_help_flag("-h,--help", "print this text");
+  app.set_version_flag("--version", "quillon-line " QUILLON_VERSION "\n", "print the version");
+  app.add_option("CONTROLLERS", lists)->required();
+  const auto number = [&app](const char* name, int& target, int low, int high, const char* help) {
+    return app.add_option(name, target, help)->type_name("N")->check(CLI::Range(low, high).description(""));
+  };
+  number("--port", options.plan.port, 1, 99, "port, 1 to 99")->required();
+  number("--speed", options.plan.baud, 300, 1000000, "bits per second (9600)");
+  number("--protocol", protocol, 0, 254, "number as in the field Protocol (63)");
+  number("--questions", options.plan.questions, 1, 100000, "to each controller (20; fewer allow no verdict)");
+  number("--timeout", timeout, 10, 60000, "milliseconds after which an answer is late (500)");
+  const auto* file = app.add_option("--for", options.file, "what the questions show for a download of FILE")
+                         ->type_name("FILE");
+  app.add_flag("--prove", options.prove, "with --for: as many questions as the whole file needs")
+      ->needs(const_cast<CLI::Option*>(file));
+  app.add_flag("--watch", options.watch, "until Ctrl-C, one line for each round");
+  app.add_flag("--json", options.json, "one JSON object a line, for programs");
+  app.add_option("--html", options.html, "a page with a plot for each controller")->type_name("FILE");
+  try {
+    app.parse(argc, argv);
+    for (const std::string& list : lists) ReadControllers(list, options);
+  } catch (const CLI::CallForHelp&) {
+    options.answer = app.help();
+  } catch (const CLI::CallForVersion& version) {
+    options.answer = version.what();
+  } catch (const CLI::ParseError& error) {
+    throw std::invalid_argument(error.what());
+  }
+  options.plan.protocolByte = static_cast<std::uint8_t>(protocol + 1);
+  options.plan.timeout = timeout / 1000.0;
+  return options;
+}
+
+}  // namespace quillon
