@@ -42,7 +42,9 @@ TEST_F(LineProgram, EndsAsTheControllersAre) {
     const char* said;
     const char* port = "7";
   } cases[] = {
-      {{"--html", folder_ + "page.html", "--for", QUILLON_DEMO_HEX, "1-2"}, 0, "Proven for up to "},
+      {{"--html", folder_ + "page.html", "--record", folder_, "--for", QUILLON_DEMO_HEX, "1-2"},
+       0,
+       "Proven for up to "},
       {{"--questions", "2", "--json", "1"}, 1, R"("verdict":"not measured")"},
       {{"--questions", "4", "2"}, 1, "not there"},
       {{"0-32"}, 2, R"("32" is not a controller)"},
@@ -54,6 +56,13 @@ TEST_F(LineProgram, EndsAsTheControllersAre) {
     EXPECT_THAT(program.ReadAll(), HasSubstr(row.said));
     EXPECT_EQ(program.Wait(), row.status) << row.said;
   }
+  std::string record;
+  for (const auto& entry : std::filesystem::directory_iterator(folder_))
+    if (entry.path().string().ends_with("-line-check.jsonl")) record = entry.path();
+  std::stringstream text;
+  text << std::ifstream(record).rdbuf();
+  EXPECT_THAT(text.str(),
+              testing::ContainsRegex("\"event\":\"job\".*\n.*\"good\":true.*\n.*\n.*\"how\":\"finished\""));
   std::stringstream page;
   page << std::ifstream(folder_ + "page.html").rdbuf();
   EXPECT_THAT(page.str(), HasSubstr("<td>1</td><td><b>good</b>"));

@@ -114,8 +114,10 @@ int Run(LineOptions options) {
   const LineMeasurement measurement = Measure(options);
   const LineReport report{measurement, Diagnose(measurement), frames};
   WritePage(options.html, report);
+  const bool recorded = options.record.empty() || WriteRecord(report, options.record, measurement.seconds);
   Print(options.json ? JsonReport(report) : TextReport(report));
-  const int status = measurement.cancelled ? kCancelled : StatusOf(options, report.diagnosis);
+  int status = measurement.cancelled ? kCancelled : StatusOf(options, report.diagnosis);
+  if (!recorded) status = kFile;
   if (options.json) PrintEvent({{"event", "end"}, {"code", status}});
   return status;
 }

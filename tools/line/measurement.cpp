@@ -74,6 +74,7 @@ LineMeasurement LineCheck::Run(const Observer& observe) {
   Listen(kIdleListening);
   AskRounds(observe);
   SearchSpeeds();
+  result_.seconds = clock_.Now() - start_;
   result_.cancelled = cancelled_();
   return result_;
 }

@@ -42,6 +42,7 @@ struct LineMeasurement {
   int idleBytes = 0;    ///< received while nobody was asked
   int echoes = 0;       ///< questions that came back before the answer
   double lateness = 0;  ///< by which this computer woke the program too late at most, in seconds
+  double seconds = 0;   ///< that the measurement took
   bool cancelled = false;
 };
 

@@ -95,6 +95,7 @@ LineOptions ParseLineOptions(int argc, const char* const* argv) {
   app.add_flag("--watch", options.watch, "until Ctrl-C, one line for each round");
   app.add_flag("--json", options.json, "one JSON object a line, for programs");
   app.add_option("--html", options.html, "a page with a plot for each controller")->type_name("FILE");
+  app.add_option("--record", options.record, "write a job record into a folder")->type_name("DIR");
   try {
     app.parse(argc, argv);
     for (const std::string& list : lists) ReadControllers(list, options);

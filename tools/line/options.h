@@ -18,7 +18,8 @@ struct LineOptions {
   bool prove = false;   ///< ask as many questions as the file needs
   bool watch = false;
   bool json = false;
-  std::string html;  ///< "" for none
+  std::string html;    ///< "" for none
+  std::string record;  ///< folder of job records; "" for none
 };
 
 /// Raises std::invalid_argument; its text names the option and the remedy.

@@ -20,6 +20,10 @@ std::string JsonReport(const LineReport& report);
 /// A page for a customer. `when` is the date and time.
 std::string HtmlReport(const LineReport& report, const std::string& when);
 
+/// Writes a job record of a measurement that took so many seconds into a folder (docs/job-record.md). False:
+/// it could not be written, which was reported.
+bool WriteRecord(const LineReport& report, const std::string& folder, double seconds);
+
 /// One line for a round: "   12.5 s    3 good     12 DAMAGED   13 -".
 std::string RoundText(const LineMeasurement& measurement);
 

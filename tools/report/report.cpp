@@ -16,6 +16,7 @@ QString Title(const JobRecord& record) {
                                       {"serial", "Serial download"},
                                       {"flash-info", "Flash info"},
                                       {"boot-info", "Boot info"},
+                                      {"line-check", "Line check"},
                                       {"auto", "Auto detection"},
                                       {"to-protocol-4", "Switch to protocol 4"},
                                       {"to-protocol-3", "Switch to protocol 3"}};
