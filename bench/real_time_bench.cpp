@@ -16,6 +16,7 @@
 #include "end_to_end/image.h"
 #include "end_to_end/technician.h"
 #include "platform/system_line.h"
+#include "records/job_recorder.h"
 #include "support/started_program.h"
 
 namespace quillon::test {
@@ -83,6 +84,7 @@ double BareStream(int count, double pause) {
 
 /// A full image of 448 batches to one controller, on a line with no pace: what is left are the stream's
 /// delays and the pauses after three answers, to the erase, to the full checksum and to the closing check.
+/// With the argument 1 a job record is written.
 void ParallelStream(benchmark::State& state) {
   constexpr int kBatches = 448;
   constexpr int kExchanges = 3;
@@ -93,6 +95,9 @@ void ParallelStream(benchmark::State& state) {
     Technician technician(60s, {"--count", "1", "--quick", "--delay", "0"},
                           {.delay = "10", .controllers = {0}});
     technician.ChooseHex(firmware.HexLines());
+    const QTemporaryDir records;
+    JobRecorder recorder(records.path(), "", {}, [](const QString&) {});
+    if (state.range(0) == 1) technician.AddObserver(recorder);
     const double seconds = TimeOf(technician, "Download (Parallel)");
     if (technician.Frames().size() != kBatches + kExchanges)
       state.SkipWithError("not one frame for each step");
@@ -100,7 +105,7 @@ void ParallelStream(benchmark::State& state) {
     Report(state, BareStream(kBatches, kDelay) + kExchanges * kAnswerDelay, seconds);
   }
 }
-BENCHMARK(ParallelStream)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(ParallelStream)->Arg(0)->Arg(1)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 /// A serial download to one controller on a paced line: each exchange its frame, the first byte of its answer
 /// and the pause after that.

@@ -90,7 +90,8 @@ int Run(int argc, char** argv) {
   const QString records = QString::fromStdString(folder + "Jobs");
   std::optional<quillon::JobRecorder> recorder;
   quillon::Program program(folder);
-  if (QDir(records).exists()) program.AddObserver(recorder.emplace(records, folder, "", ShowRecordFailure));
+  if (QDir(records).exists())
+    program.AddObserver(recorder.emplace(records, folder, quillon::RecordLabels{}, ShowRecordFailure));
   const quillon::EndSignals endSignals([&] { End(program); });
   QObject::connect(&application, &QGuiApplication::commitDataRequest, [&] { End(program); });
   program.Start();

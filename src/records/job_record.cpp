@@ -23,7 +23,7 @@ class Reading {
     if (event == "error") record_.errors += line["text"].toString() + "\n";
     if (event == "end") record_.how = line["how"].toString();
     if (event == "end") record_.gaps = line["gaps"].toString();
-    if (event == "begun") where_ = line;
+    if (event == "begun" || event == "ended") where_ = event == "begun" ? line : QJsonObject();
     if (event == "batch") AddBatch(line);
     if (line.contains("controller")) AddTo(record_.controllers[line["controller"].toInt()], event, line);
   }

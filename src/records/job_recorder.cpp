@@ -63,7 +63,8 @@ void RecordLines::PutLimited(int controller, const QString& kind, const char* ev
 
 /// Size, hash and batches are left out for a file that can't be read.
 QJsonObject RecordLines::FileFacts() {
-  QJsonObject file{{"path", Text(run_.file)}, {"checksum", Text(run_.fileChecksum)}};
+  QJsonObject file{{"path", labels_.file.isEmpty() ? Text(run_.file) : labels_.file},
+                   {"checksum", Text(run_.fileChecksum)}};
   if (!run_.fileFault.empty()) file["fault"] = Text(run_.fileFault);
   sums_.reset();
   try {
@@ -103,7 +104,7 @@ void RecordLines::Add(const RunStarted& e) {
                                            {"keepSpeed", e.keepSpeed}}},
                   {"controllers", controllers}};
   if (!e.file.empty()) job["file"] = FileFacts();
-  if (!by_.isEmpty()) job["by"] = by_;
+  if (!labels_.by.isEmpty()) job["by"] = labels_.by;
   Put("job", std::move(job), true);
 }
 

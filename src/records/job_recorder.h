@@ -16,6 +16,12 @@
 
 namespace quillon {
 
+/// What records contain beside the events.
+struct RecordLabels {
+  QString by;    ///< a name of the operator, or nothing
+  QString file;  ///< the path of the file as it was given; empty: as the window shows it
+};
+
 /// Turns the events of runs into the lines of job records; docs/job-record.md documents them.
 ///
 /// A record does not grow with the size of an image: batches are counted, and what went wrong is listed up to
@@ -27,8 +33,9 @@ class RecordLines {
     bool flush = false;  ///< a controller, or the run, came to its end
   };
 
-  /// `folder` is the program's, for the description of ports; `by` a name for the records, or nothing.
-  RecordLines(std::string folder, QString by) : folder_(std::move(folder)), by_(std::move(by)) {}
+  /// `folder` is the program's, for the description of ports.
+  RecordLines(std::string folder, RecordLabels labels)
+      : folder_(std::move(folder)), labels_(std::move(labels)) {}
 
   /// The lines of an event; none for most events.
   QList<Line> Of(const RunEvent& event);
@@ -67,7 +74,7 @@ class RecordLines {
   MissingBatches PutResult(int controller, const Tally& tally);
 
   const std::string folder_;
-  const QString by_;
+  const RecordLabels labels_;
   QList<Line> lines_;  ///< of the current event
 
   std::map<int, QJsonObject> known_;  ///< what each controller reported last, in earlier runs too
@@ -90,9 +97,9 @@ class RecordLines {
 /// "20261124T101112Z-parallel.jsonl". Lines are appended as events come.
 class JobRecorder final : public RunObserver {
  public:
-  JobRecorder(const QString& recordFolder, std::string programFolder, QString by,
+  JobRecorder(const QString& recordFolder, std::string programFolder, RecordLabels labels,
               std::function<void(const QString&)> onFailure)
-      : lines_(std::move(programFolder), std::move(by)), writer_(recordFolder, std::move(onFailure)) {}
+      : lines_(std::move(programFolder), std::move(labels)), writer_(recordFolder, std::move(onFailure)) {}
 
   void OnRunEvent(const RunEvent& event) override;
   void Wait() { writer_.Wait(); }

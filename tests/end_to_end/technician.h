@@ -57,6 +57,9 @@ class Technician final : public WindowDriver {
 
   bool Ticked(int controller) const { return WindowDriver::Ticked(ControllerName(controller)); }
 
+  /// Reports the events of the tool's runs to `observer` until the technician ends.
+  void AddObserver(RunObserver& observer) { program_->AddObserver(observer); }
+
   std::vector<QString> boxes;  ///< texts of the boxes that stood and were answered
 
   /// What the tool put on the line, each with its speed and format: "9600 8N2 40050173F8A904".

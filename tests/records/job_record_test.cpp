@@ -41,7 +41,7 @@ class Killer : public RunObserver {
   bool ended = false;  ///< the record is complete
 
  private:
-  RecordLines lines_{"", ""};
+  RecordLines lines_{"", {}};
   int eventsLeft_;
   bool killed_ = false;
 };
@@ -201,7 +201,7 @@ TEST(JobRecord, HasAFileOfItsOwnForEachRun) {
   bench.Tick({3});
   QStringList failures;
   const auto recordTwo = [&](const QString& path) {
-    JobRecorder recorder(path, "", "Ann", [&](const QString& text) { failures.push_back(text); });
+    JobRecorder recorder(path, "", {"Ann", ""}, [&](const QString& text) { failures.push_back(text); });
     bench.tool.observers = {&recorder};
     bench.Press(kInfo);
     bench.Press(kInfo);
