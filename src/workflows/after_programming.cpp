@@ -32,6 +32,7 @@ void CompareWithFile(Quillon& form, int y) {
   version.SetForeColor(colour::kRed);
   version.SetFontBold(true);
   checksum.SetForeColor(colour::kWhite);
+  checksum.SetBackColor(colour::kRed);
   checksum.SetFontBold(true);
   FillRow(form, y, RowContent::kFailure, "Programmation", "ERROR");
   ShowProgressPaused(form, ControllerText(y) + " : Programming failure");

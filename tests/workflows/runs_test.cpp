@@ -253,6 +253,7 @@ TEST(ParallelDownload, ShowsForTwoSecondsWhoseProgrammingFailed) {
   RunBench bench(std::vector<ControllerSetup>{{.number = 5, .faults = {kLosesBatch1}}});
   bench.ChooseHex(kImage);
   bench.Tick({5});
+  bench.tool.FileCheksum.SetText("");  // nothing that FlashCheck would compare with, and mark
   bool stopShown = false;
   const char* const kStatus = "Controller 5 : Programming failure   (Speed : 19200 Bds) ";
   bench.world.When([&] { return bench.tool.message.Label1.Text() == kStatus; },
@@ -260,6 +261,7 @@ TEST(ParallelDownload, ShowsForTwoSecondsWhoseProgrammingFailed) {
   bench.Press(kParallel);
   EXPECT_TRUE(stopShown);
   EXPECT_TRUE(bench.tool.info.Ver(5).FontBold() && bench.tool.info.CkSum(5).FontBold());
+  EXPECT_EQ(bench.Row(5), "Programmation ERROR red marked") << "white without its red ground";
 }
 
 TEST(SpeedSearch, BeginsWhereTheLastOneEndedAndGoesOnFromTheLowest) {
