@@ -3,6 +3,7 @@
 #include <string>
 
 #include "commands/acknowledge.h"
+#include "commands/erased.h"
 #include "commands/frames.h"
 #include "image/batch_reader.h"
 #include "image/hex_file.h"
@@ -14,12 +15,20 @@
 namespace quillon {
 namespace {
 
+int TickedControllers(const Quillon& form) {
+  int count = 0;
+  for (int y = 0; y < kControllers; ++y) count += form.C(y).Ticked() ? 1 : 0;
+  return count;
+}
+
 /// Sends a batch to all and waits for `Text2` milliseconds, without serving events.
 void BroadcastBatch(Quillon& form, const Bytes& frame) {
   Log(form, ByteArrayToHex(frame));
   Try(form, [&] {
-    form.MSComm1.SetInputMode(SerialControl::kRawBytes);
-    form.MSComm1.Output(frame);
+    WhileErased(TickedControllers(form), [&] {
+      form.MSComm1.SetInputMode(SerialControl::kRawBytes);
+      form.MSComm1.Output(frame);
+    });
     form.Report(FrameSent{frame, 1});
   });
   Try(form, [&] {

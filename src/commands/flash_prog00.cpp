@@ -3,6 +3,7 @@
 #include <string>
 
 #include "commands/acknowledge.h"
+#include "commands/erased.h"
 #include "commands/flash_prog.h"
 #include "commands/frames.h"
 #include "image/batch_reader.h"
@@ -15,7 +16,8 @@ namespace {
 /// True: `y` acknowledged the batch. A controller that does not answer ends the pass silently: the run then
 /// reads its flash back (FlashCheck), and its row shows the result.
 bool SendBatch(Quillon& form, int y, const Bytes& frame) {
-  const ExchangeResult result = SendForAcknowledge(form, Command::kBatch, y, frame);
+  ExchangeResult result{};
+  WhileErased(1, [&] { result = SendForAcknowledge(form, Command::kBatch, y, frame); });
   if (result == ExchangeResult::kAnswered) Log(form, "Answer : 61");
   if (result == ExchangeResult::kRefused) {
     Log(form, "Answer : Failure 3*E1");

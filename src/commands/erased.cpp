@@ -1,0 +1,23 @@
+#include "commands/erased.h"
+
+#include <string>
+
+#include "platform/run_error.h"
+
+namespace quillon {
+
+void WhileErased(int controllers, const std::function<void()>& step) {
+  try {
+    step();
+  } catch (RunError& error) {
+    const bool one = controllers == 1;
+    if (error.number == RunError::kDeviceFailed) {
+      error.description += "\r" + std::to_string(controllers) +
+                           (one ? " controller is erased. Press Cancel, check the cable, load it again."
+                                : " controllers are erased. Press Cancel, check the cable, load them again.");
+    }
+    throw;
+  }
+}
+
+}  // namespace quillon
