@@ -41,7 +41,7 @@ class ViewOf : public ControlView {
 
   void Refresh(Aspect aspect) final {
     const bool outer = std::exchange(refreshing_, true);
-    if (aspect == Aspect::kEnabled) widget_.setEnabled(control_.Enabled());
+    if (aspect == Aspect::kEnabled) RefreshEnabled();
     if (aspect == Aspect::kVisible && widget_.isVisibleTo(widget_.parentWidget()) != control_.Visible()) {
       widget_.setVisible(control_.Visible());
     }
@@ -64,7 +64,21 @@ class ViewOf : public ControlView {
   Widget& widget_;
 
  private:
+  /// Qt gives the focus of a control that is disabled to the next one, where the next key would act. Here no
+  /// control has it until this one is enabled again.
+  void RefreshEnabled() {
+    const QWidget* window = widget_.window();
+    if (!control_.Enabled() && window->focusWidget() == &widget_) {
+      hadFocus_ = true;
+      widget_.clearFocus();
+    }
+    widget_.setEnabled(control_.Enabled());
+    if (!control_.Enabled() || !std::exchange(hadFocus_, false)) return;
+    if (window->focusWidget() == nullptr) widget_.setFocus();
+  }
+
   bool refreshing_ = false;
+  bool hadFocus_ = false;
 };
 
 /// `font`, set closer where `text` needs more than `room` pixels, down to what can still be read; as it is
@@ -196,7 +210,9 @@ class TextBoxView final : public ViewOf<TextBox, QLineEdit> {
     const QString text = Shown(control_.Text());
     if (text == widget_.text()) return;
     widget_.setText(text);
-    if (control_.ReadOnly()) widget_.setCursorPosition(0);  // a text too long shows its beginning
+    // Of a text that is too long a field of the table shows the beginning. A path shows its end, the file.
+    if (control_.ReadOnly())
+      widget_.setCursorPosition(control_.Centred() ? 0 : static_cast<int>(text.size()));
   }
 
   void ShowColours() {
@@ -216,7 +232,7 @@ class TextBoxView final : public ViewOf<TextBox, QLineEdit> {
 class ButtonView final : public ViewOf<CommandButton, PictureButton> {
  public:
   ButtonView(CommandButton& button, QWidget* parent)
-      : ViewOf(button, new PictureButton(button.PictureName(), parent)) {
+      : ViewOf(button, new PictureButton(button.PictureName(), button.StartsRun(), parent)) {
     NameByCaption();
     widget_.setText(Shown(button.Caption()));
     widget_.setFont(ControlFont(button.FontPoints(), button.FontBold()));
@@ -297,6 +313,29 @@ class PictureView final : public ViewOf<Picture, PictureWidget> {
  public:
   PictureView(Picture& picture, QWidget* parent)
       : ViewOf(picture, new PictureWidget(picture.PictureName(), parent)) {}
+
+ private:
+  /// A picture that has something to say can be reached by the keyboard.
+  void RefreshKind(Aspect aspect) override {
+    if (aspect == Aspect::kToolTip)
+      widget_.setFocusPolicy(control_.ToolTip().empty() ? Qt::NoFocus : Qt::StrongFocus);
+  }
+};
+
+class ProgressBarView final : public ViewOf<ProgressBar, BarWidget> {
+ public:
+  ProgressBarView(ProgressBar& bar, QWidget* parent) : ViewOf(bar, new BarWidget(parent)) {}
+
+ private:
+  void RefreshKind(Aspect aspect) override {
+    if (aspect != Aspect::kValue || std::exchange(showingLate_, true)) return;
+    late_work::Add(widget_, [this] {
+      showingLate_ = false;
+      widget_.SetShare(static_cast<double>(control_.Value()) / ProgressBar::kWhole);
+    });
+  }
+
+  bool showingLate_ = false;
 };
 
 class FrameView final : public ViewOf<Frame, LineFrame> {
@@ -321,6 +360,7 @@ class Drawing final : public ControlVisitor {
   void Visit(CheckBox& box) override { Add<CheckBoxView>(box); }
   void Visit(ComboBox& list) override { Add<ComboBoxView>(list, container_); }
   void Visit(Picture& picture) override { Add<PictureView>(picture); }
+  void Visit(ProgressBar& bar) override { Add<ProgressBarView>(bar); }
   void Visit(Frame& frame) override { Add<FrameView>(frame); }
 
   ControlViews views;

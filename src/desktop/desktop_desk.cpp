@@ -3,24 +3,40 @@
 #include <QApplication>
 #include <QDir>
 #include <QFileDialog>
+#include <QGridLayout>
+#include <QHeaderView>
 #include <QMessageBox>
 #include <QScreen>
 #include <QSettings>
 #include <QStringList>
 #include <QTimer>
+#include <QTreeView>
 #include <QWindow>
 #include <algorithm>
 #include <chrono>
 
 #include "desktop/form_window.h"
+#include "desktop/key_pause.h"
 
 namespace quillon {
 namespace {
 
-/// Boxes belong to the active window; what a progress window owned would go with it.
+/// A box is owned by the active window. The progress window is never the owner: it is hidden when the run
+/// ends, and would take the box with it.
 QWidget* OwnerWindow(const DesktopScreen& screen) {
   QWidget* active = QApplication::activeWindow();
-  return active != nullptr && active != screen.OpenDialog() ? active : screen.MainWindow();
+  const auto* window = dynamic_cast<FormWindow*>(active);
+  const bool progress = window != nullptr && window->TheForm().BorderStyle() == Form::Border::kDialog;
+  return active != nullptr && !progress ? active : screen.MainWindow();
+}
+
+bool ToolIsActive() { return QGuiApplication::applicationState() == Qt::ApplicationActive; }
+
+/// Has the desktop mark the window, mostly in its task bar.
+void AskForAttention(QWidget* window) {
+  QApplication::alert(window);
+  // X11 delays the alert until the next request. Setting the title is one.
+  window->windowHandle()->setTitle(window->windowTitle());
 }
 
 /// A box whose window can be made before it is shown. (`winId` would give every widget of the owner a
@@ -64,6 +80,23 @@ class BesideDialog {
   QWindow* owner_ = nullptr;
 };
 
+/// A message box is as wide as its text. This makes it as wide as its title, too.
+void FitTitle(QMessageBox& box) {
+  constexpr int kFrameButtons = 80;  // pixels beside the title
+  const int width =
+      QFontMetrics(QApplication::font("QMdiSubWindowTitleBar")).horizontalAdvance(box.windowTitle());
+  auto* grid = qobject_cast<QGridLayout*>(box.layout());
+  grid->addItem(new QSpacerItem(width + kFrameButtons, 0), grid->rowCount(), 0, 1, grid->columnCount());
+}
+
+/// A file's name wants the room that the other columns do not need.
+void FitColumns(QFileDialog& dialog) {
+  auto* files = dialog.findChild<QTreeView*>("treeView");
+  if (files == nullptr) return;  // a dialog of the desktop
+  files->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+  files->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+}
+
 QString WithLineBreaks(const std::string& text) {
   QString shown = QString::fromUtf8(text);
   return shown.replace("\r\n", "\n").replace('\r', '\n');
@@ -85,18 +118,36 @@ DesktopDesk::DesktopDesk(const DesktopScreen& screen, const std::string& folder)
 void DesktopDesk::ShowBox(const std::string& text, const std::string& title, BoxKind kind) {
   const bool failure = kind == BoxKind::kRunError;
   const auto icon = failure ? QMessageBox::Warning : QMessageBox::Information;
-  const QString shown = WithLineBreaks(text);
-  Box box(icon, QString::fromUtf8(title), shown, QMessageBox::Ok, OwnerWindow(screen_));
-  box.setTextFormat(Qt::PlainText);
-  box.setWindowModality(Qt::ApplicationModal);
+  Box box(icon, QString::fromUtf8(title), WithLineBreaks(text), QMessageBox::Ok, OwnerWindow(screen_));
   if (!failure) {
-    box.exec();
+    Answer(box);
     return;
   }
   const BesideDialog besideDialog(box, screen_.OpenDialog());
   runError_ = &box;
-  box.exec();
+  Answer(box);
   runError_ = nullptr;
+}
+
+bool DesktopDesk::Ask(const std::string& question, const std::string& title) {
+  Box box(QMessageBox::Question, QString::fromUtf8(title), WithLineBreaks(question),
+          QMessageBox::Yes | QMessageBox::No, OwnerWindow(screen_));
+  box.setDefaultButton(QMessageBox::No);
+  return Answer(box) == QMessageBox::Yes;
+}
+
+/// Shows a box until it is answered. While another program is active the box leaves it the keyboard.
+int DesktopDesk::Answer(QMessageBox& box) {
+  box.setTextFormat(Qt::PlainText);
+  box.setWindowModality(Qt::ApplicationModal);
+  FitTitle(box);
+  if (!ToolIsActive() && screen_.MainWindow() != nullptr) {
+    box.setAttribute(Qt::WA_ShowWithoutActivating);
+    QTimer::singleShot(0, &box, [&box] { AskForAttention(&box); });
+  }
+  const int answer = box.exec();
+  key_pause::Begin();
+  return answer;
 }
 
 void DesktopDesk::AnswerBox() {
@@ -106,13 +157,11 @@ void DesktopDesk::AnswerBox() {
 void DesktopDesk::Beep() { QApplication::beep(); }
 
 void DesktopDesk::CallOperator() {
+  key_pause::Begin();
   constexpr std::chrono::milliseconds kFocusMoves(300);  // after a window that had it went
   QWidget* window = screen_.MainWindow();
   QTimer::singleShot(kFocusMoves, window, [window] {
-    if (QGuiApplication::applicationState() == Qt::ApplicationActive) return;
-    QApplication::alert(window);
-    // On X11 Qt would keep that to itself until it has something else to send. A title goes out at once.
-    window->windowHandle()->setTitle(window->windowTitle());
+    if (!ToolIsActive()) AskForAttention(window);
   });
 }
 
@@ -121,7 +170,10 @@ std::string DesktopDesk::ChooseFile(const std::string& title, const std::string&
   dialog.setAcceptMode(QFileDialog::AcceptOpen);
   dialog.setFileMode(QFileDialog::ExistingFile);
   dialog.setNameFilter(NameFilter(filter));
-  if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return "";
+  FitColumns(dialog);
+  const int result = dialog.exec();
+  key_pause::Begin();
+  if (result != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return "";
   const QString name = QDir::toNativeSeparators(dialog.selectedFiles().front());
   return name.toStdString();  // UTF-8, as names are on every system
 }

@@ -18,6 +18,7 @@ class DesktopDesk final : public Desk {
 
   /// Carriage returns in `text` break its lines.
   void ShowBox(const std::string& text, const std::string& title, BoxKind kind) override;
+  bool Ask(const std::string& question, const std::string& title) override;
   void AnswerBox() override;
   void Beep() override;
   void CallOperator() override;
@@ -25,6 +26,8 @@ class DesktopDesk final : public Desk {
   std::string ChooseFile(const std::string& title, const std::string& filter) override;
 
  private:
+  int Answer(QMessageBox& box);
+
   const DesktopScreen& screen_;
   QMessageBox* runError_ = nullptr;  // the one that stands
 };

@@ -29,14 +29,19 @@ class FormWindow final : public QWidget, public FormView {
   void keyPressEvent(QKeyEvent* event) override;
   void dragEnterEvent(QDragEnterEvent* event) override;
   void dropEvent(QDropEvent* event) override;
-  void paintEvent(QPaintEvent* event) override;
-  /// Sees the keys of the window before any control does.
+  void changeEvent(QEvent* event) override;
+  /// Receives the events of the window itself, keys among them, before any control does.
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
-  void FixSize();
-  void Centre();
+  QWidget* AddScrolledContents();
   void DrawEdge();
+  void ShowInPlace();
+  QSize SizeWithin(QSize room) const;
+  void ComeToFront();
+  void RaiseLate();
+  bool TakeKey(const QKeyEvent& key);
+  bool CopyText() const;
 
   Form& form_;
   ControlViews views_;

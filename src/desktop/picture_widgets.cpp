@@ -1,14 +1,19 @@
 #include "desktop/picture_widgets.h"
 
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QListView>
 #include <QPainter>
 #include <QStyleOptionButton>
 #include <QTextDocument>
 #include <QTimer>
+#include <QToolTip>
 #include <algorithm>
 #include <tuple>
 #include <utility>
 
 #include "desktop/house_look.h"
+#include "desktop/key_pause.h"
 
 namespace quillon {
 namespace {
@@ -22,6 +27,42 @@ constexpr double kDisabledOpacity = 0.35;
 constexpr int kCaptionFlags = Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextWordWrap | Qt::TextShowMnemonic;
 const QColor kFrameLine(176, 176, 176);
 
+/// Whether a key presses the button that has the focus.
+bool Presses(const QEvent& press) {
+  const int key = static_cast<const QKeyEvent&>(press).key();
+  return key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Space;
+}
+
+/// A list whose items are searched by their numbers.
+class NumberList final : public QListView {
+ public:
+  using QListView::QListView;
+
+  void keyboardSearch(const QString& text) override {
+    const bool digits = std::all_of(text.begin(), text.end(), [](QChar c) { return c.isDigit(); });
+    if (!digits || text.isEmpty()) return;
+    const bool goesOn = typedAt_.isValid() && typedAt_.elapsed() < QApplication::keyboardInputInterval();
+    typedAt_.start();
+    if (!Select(goesOn ? typed_ + text : text)) Select(text);
+  }
+
+ private:
+  /// Selects the first item whose number begins with `digits`. False: there is none.
+  bool Select(const QString& digits) {
+    typed_ = digits;
+    for (int row = 0; row < model()->rowCount(); ++row) {
+      const QModelIndex item = model()->index(row, modelColumn());
+      if (!item.data().toString().section(' ', -1).startsWith(digits)) continue;
+      setCurrentIndex(item);
+      return true;
+    }
+    return false;
+  }
+
+  QString typed_;
+  QElapsedTimer typedAt_;
+};
+
 void DrawCentred(QPainter& painter, const QPixmap& pixmap, const QRect& room) {
   const QSize size = pixmap.deviceIndependentSize().toSize();
   painter.drawPixmap(room.center() - QRect(QPoint(), size).center(), pixmap);
@@ -29,8 +70,15 @@ void DrawCentred(QPainter& painter, const QPixmap& pixmap, const QRect& room) {
 
 }  // namespace
 
-PictureButton::PictureButton(std::string picture, QWidget* parent)
-    : QPushButton(parent), picture_(std::move(picture)) {}
+PictureButton::PictureButton(std::string picture, bool startsRun, QWidget* parent)
+    : QPushButton(parent), picture_(std::move(picture)), startsRun_(startsRun) {}
+
+bool PictureButton::event(QEvent* event) {
+  const bool pressed =
+      event->type() == QEvent::Shortcut || (event->type() == QEvent::KeyPress && Presses(*event));
+  if (startsRun_ && pressed && key_pause::Lasts()) return true;
+  return QPushButton::event(event);
+}
 
 /// Where picture and caption can stand.
 QRect PictureButton::Room() const {
@@ -78,7 +126,18 @@ void DropList::showPopup() {
     const QVariant colour = note.faint ? palette().brush(QPalette::PlaceholderText) : QVariant();
     setItemData(i, colour, Qt::ForegroundRole);
   }
+  SearchByNumber();
   QComboBox::showPopup();
+}
+
+void DropList::keyPressEvent(QKeyEvent* event) {
+  SearchByNumber();
+  QComboBox::keyPressEvent(event);
+}
+
+/// Not before it is needed: the list would delay the window.
+void DropList::SearchByNumber() {
+  if (!std::exchange(searchesByNumber_, true)) setView(new NumberList(this));
 }
 
 void TickBox::keyPressEvent(QKeyEvent* event) {
@@ -111,10 +170,31 @@ void LineFrame::paintEvent(QPaintEvent*) {
                         QPalette::WindowText);
 }
 
+void BarWidget::SetShare(double share) {
+  share_ = share;
+  repaint();
+}
+
+void BarWidget::paintEvent(QPaintEvent*) {
+  QRectF filled = rect();
+  filled.setWidth(filled.width() * share_);
+  QPainter(this).fillRect(filled, palette().highlight());
+}
+
+void PictureWidget::focusInEvent(QFocusEvent* event) {
+  QWidget::focusInEvent(event);
+  update();
+  QToolTip::showText(mapToGlobal(rect().bottomLeft()), toolTip(), this);
+}
+
 void PictureWidget::paintEvent(QPaintEvent*) {
   if (pixmap_.isNull()) pixmap_ = DrawnPicture(picture_, size(), devicePixelRatioF());
   QPainter painter(this);
   DrawCentred(painter, pixmap_, rect());
+  if (!hasFocus()) return;
+  QStyleOptionFocusRect frame;
+  frame.initFrom(this);
+  style()->drawPrimitive(QStyle::PE_FrameFocusRect, &frame, &painter, this);
 }
 
 }  // namespace quillon

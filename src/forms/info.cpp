@@ -25,6 +25,16 @@ Info::Info(Screen& screen) : Form(screen, "Info", "Flash Info", Border::kSizable
   }
   ComClose.Click = [this] { ComClose_Click(); };
   CloseRequest = [this] { ComClose_Click(); };
+  CopyText = [this] { return RowsText(); };
+}
+
+std::string Info::RowsText() const {
+  std::string rows;
+  for (int y = 0; y < kControllersInBlock * kBlocks; ++y) {
+    if (Ver(y).Text().empty() && CkSum(y).Text().empty()) continue;
+    rows += std::to_string(y) + "\t" + Ver(y).Text() + "\t" + CkSum(y).Text() + "\n";
+  }
+  return rows;
 }
 
 void Info::AddBlock(int firstController, int top) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "platform/controls.h"
 
 namespace quillon {
@@ -29,6 +31,9 @@ class Info final : public Form {
   /// The first and the second field of a row, indexed by the controller's number.
   ControlArray<TextBox> Ver;
   ControlArray<TextBox> CkSum;
+
+  /// The rows that are not empty, a line each: number, version and checksum, with tab stops between them.
+  std::string RowsText() const;
 
   /// What "&Close" and closing the window do: the table goes, with its contents.
   void ComClose_Click() { Unload(); }

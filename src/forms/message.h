@@ -25,6 +25,15 @@ class Message final : public Form {
                   {270, 210, 240, 240},
                   {.visible = false, .accessibleName = "Searching", .picture = "jumelle"}};
 
+  /// Along the lower edge: how much of the image is sent.
+  ProgressBar Sent{*this, "Sent", {15, 1155, 5940, 45}, {.visible = false}};
+
+  /// Batch number `batch` of `batches` is on its way. With 0 batches nothing is shown.
+  void ShowSent(int batch, int batches) {
+    Sent.SetVisible(batches > 0);
+    if (batches > 0) Sent.SetValue(ProgressBar::kWhole * batch / batches);
+  }
+
   /// Makes `shown` the one visible picture.
   void ShowPicture(const Picture& shown) {
     for (Picture* picture : {&Inquiet, &Stop, &Jumelle}) picture->SetVisible(picture == &shown);

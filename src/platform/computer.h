@@ -49,6 +49,8 @@ class Desk {
   /// A modal box with one OK button; holds until it is answered. While a run error stands, the window of a
   /// run's progress accepts clicks anyway, so that Cancel is always within reach.
   virtual void ShowBox(const std::string& text, const std::string& title, BoxKind kind) = 0;
+  /// A modal question with Yes and No, the latter by default; returns when it is answered. True: Yes.
+  virtual bool Ask(const std::string& question, const std::string& title) = 0;
   /// Answers the run-error box that is shown, if any, on behalf of the operator.
   virtual void AnswerBox() = 0;
   virtual void Beep() = 0;

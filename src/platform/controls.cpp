@@ -21,6 +21,7 @@ Control::Control(Container& parent, std::string name, Place place, const Design&
       fontPoints_(design.fontPoints),
       accessibleName_(design.accessibleName),
       pictureName_(design.picture),
+      startsRun_(design.startsRun),
       atStart_(state_) {
   parent.controls_.push_back(this);
 }
@@ -36,6 +37,7 @@ void CommandButton::Accept(ControlVisitor& visitor) { visitor.Visit(*this); }
 void CheckBox::Accept(ControlVisitor& visitor) { visitor.Visit(*this); }
 void ComboBox::Accept(ControlVisitor& visitor) { visitor.Visit(*this); }
 void Picture::Accept(ControlVisitor& visitor) { visitor.Visit(*this); }
+void ProgressBar::Accept(ControlVisitor& visitor) { visitor.Visit(*this); }
 void Frame::Accept(ControlVisitor& visitor) { visitor.Visit(*this); }
 
 void CheckBox::SetValue(int value) {

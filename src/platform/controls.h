@@ -45,6 +45,7 @@ struct Design {
   double fontPoints = 8.25;
   std::string_view accessibleName = "";  ///< for screen readers, where no caption tells what the control is
   std::string_view picture = "";  ///< name in the resources: a Picture's own, or above a button's caption
+  bool startsRun = false;         ///< of a button
 };
 
 /// What of a control changed, so that a view repaints that and nothing else.
@@ -78,6 +79,7 @@ class Control {
   double FontPoints() const { return fontPoints_; }
   const std::string& AccessibleName() const { return accessibleName_; }
   const std::string& PictureName() const { return pictureName_; }
+  bool StartsRun() const { return startsRun_; }
 
   bool Enabled() const { return state_.enabled; }
   void SetEnabled(bool enabled) { Put(state_.enabled, enabled, Aspect::kEnabled); }
@@ -132,6 +134,7 @@ class Control {
   double fontPoints_;
   std::string accessibleName_;
   std::string pictureName_;
+  bool startsRun_;
   State atStart_;
   ControlView* view_ = nullptr;
 };
@@ -221,6 +224,18 @@ class ComboBox : public Control {
   std::vector<std::string> items_;
 };
 
+/// A bar that shows how much of something is done.
+class ProgressBar : public Control {
+ public:
+  static constexpr int kWhole = 1000;
+
+  using Control::Control;
+  /// 0 to kWhole.
+  int Value() const { return state_.value; }
+  void SetValue(int value) { Put(state_.value, value, Aspect::kValue); }
+  void Accept(ControlVisitor& visitor) override;
+};
+
 class Picture : public Control {
  public:
   using Control::Control;
@@ -257,6 +272,7 @@ class ControlVisitor {
   virtual void Visit(CheckBox& box) = 0;
   virtual void Visit(ComboBox& list) = 0;
   virtual void Visit(Picture& picture) = 0;
+  virtual void Visit(ProgressBar& bar) = 0;
   virtual void Visit(Frame& frame) = 0;
 };
 
@@ -343,6 +359,8 @@ class Form : public Container {
   std::function<void(Key key, bool shiftHeld)> KeyUp;
   /// The operator dropped a file on the form. Not set: it takes none.
   std::function<void(const std::string& path)> FileDropped;
+  /// Returns what "copy" copies while no text is selected; empty: nothing. Not set: the form has nothing.
+  std::function<std::string()> CopyText;
 
   void AttachView(FormView* view) { view_ = view; }
 

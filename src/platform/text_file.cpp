@@ -168,9 +168,8 @@ void TextWriter::Open(const std::string& path) {
   file_.reset(system_files::OpenForOneWriter(path));
   if (!file_ && errno == EWOULDBLOCK) {
     throw RunError(RunError::kPermissionDenied,
-                   "Permission denied: another program, perhaps a second copy of this one from the same "
-                   "folder, writes \"" +
-                       path + "\". End that program first, or go on without a log.");
+                   "Permission denied: Quillon already runs from this folder and writes \"" + path +
+                       "\". End this copy, or go on without a log.");
   }
   if (!file_ && errno == ENXIO) {
     throw RunError(RunError::kPermissionDenied,

@@ -21,6 +21,7 @@ void ShowTable(Quillon& form, Table table) {
   form.info.Label41.SetVisible(flash);
   form.info.FileCheksum.SetVisible(flash);
   form.info.Show();
+  form.info.Ver(0).SetFocus();  // not on "&Close", which the next Enter would press
 }
 
 }  // namespace

@@ -26,7 +26,7 @@ const Row kMain[] = {
     {"FileName", "", {360, 765, 3015, 300}, "read-only"},
     {"Command1", "&Browse ...", {3480, 765, 1455, 300}},
     {"Label4", "File Cheksum", {360, 1200, 945, 195}},
-    {"FileCheksum", "", {360, 1440, 1335, 300}, "disabled read-only"},
+    {"FileCheksum", "", {360, 1440, 1335, 300}, "disabled read-only centred"},
     {"useBB", "Keep the existing baud rate for firmware download (ORVA only)", {2040, 1493, 5295, 195}, "disabled"},
     {"Cmd3to4", "3 -> 4", {5760, 120, 855, 255}, "hidden"},
     {"Cmd4to3", "4 -> 3", {5760, 480, 855, 255}, "hidden"},
@@ -50,20 +50,20 @@ const Row kMain[] = {
     {"Label39(4)", "Protocol:", {6120, 240, 700, 195}},
     {"Label5", "Com Port:", {3240, 240, 1215, 195}},
     {"Label17", "Speed:", {4560, 240, 1335, 195}},
-    {"Text1", "", {300, 495, 615, 285}},
-    {"Text2", "", {1575, 495, 615, 285}},
+    {"Text1", "", {300, 495, 615, 285}, "centred"},
+    {"Text2", "", {1575, 495, 615, 285}, "centred"},
     {"ComPort", "", {3240, 480, 1215, 315}},
     {"Vitesse", "", {4560, 480, 1335, 315}},
-    {"Protocol", "", {6120, 480, 615, 285}},
+    {"Protocol", "", {6120, 480, 615, 285}, "centred"},
     {"RUD3", "Prot 3", {6840, 360, 855, 255}},
     {"ALL", "All", {240, 1080, 615, 375}},
     {"NONE", "None", {240, 1560, 615, 375}},
     {"Auto", "Auto", {240, 2025, 615, 375}, "disabled"},
 };
 const Row kInfo[] = {
-    {"Titre", "Flash Info", {1200, 480, 1395, 330}},
+    {"Titre", "Flash Info", {1200, 480, 1395, 330}, "centred"},
     {"Label41", "File Cheksum", {5160, 555, 945, 195}},
-    {"FileCheksum", "", {6240, 495, 1335, 300}, "read-only"},
+    {"FileCheksum", "", {6240, 495, 1335, 300}, "read-only centred"},
     {"ComClose", "&Close", {8280, 240, 975, 855}},
 };
 const Row kMessage[] = {
@@ -93,6 +93,7 @@ QString StateOf(const QWidget& widget) {
   if (const auto* box = qobject_cast<const QLineEdit*>(&widget); box != nullptr && box->isReadOnly())
     words << "read-only";
   if (widget.property("checked").toBool()) words << "ticked";
+  if (widget.property("alignment").value<Qt::Alignment>().testFlag(Qt::AlignHCenter)) words << "centred";
   return words.join(' ');
 }
 
@@ -144,8 +145,8 @@ TEST_F(WindowTest, TheTableHasFourBlocksOfEightRows) {
     const auto& [ver, ckSum, number] = kTops[i / 8];
     EXPECT_EQ(Named(Window(quillon.info), "Ver", i)->geometry(), QRect(left, ver, 57, 19)) << i;
     EXPECT_EQ(Named(Window(quillon.info), "CkSum", i)->geometry(), QRect(left, ckSum, 57, 19)) << i;
-    EXPECT_EQ(StateOf(*Named(Window(quillon.info), "Ver", i)), "read-only") << i;
-    EXPECT_EQ(StateOf(*Named(Window(quillon.info), "CkSum", i)), "read-only") << i;
+    EXPECT_EQ(StateOf(*Named(Window(quillon.info), "Ver", i)), "read-only centred") << i;
+    EXPECT_EQ(StateOf(*Named(Window(quillon.info), "CkSum", i)), "read-only centred") << i;
     EXPECT_EQ(Named(Window(quillon.info), "Ver", i)->accessibleName(), QString("Version %1").arg(i));
     EXPECT_EQ(Named(Window(quillon.info), "CkSum", i)->accessibleName(), QString("Cheksum %1").arg(i));
     const auto labels = Window(quillon.info)->findChildren<QLabel*>();

@@ -342,10 +342,11 @@ TEST_F(WindowTest, AStatusLineComesToTheFrontAndLeavesTheKeyboardWhereItIs) {
     }
     int count = 0;
   } raised;
-  Window(quillon.message)->installEventFilter(&raised);
   EXPECT_TRUE(Window(quillon.message)->testAttribute(Qt::WA_ShowWithoutActivating));
-  Window(quillon)->activateWindow();
+  Window(quillon)->activateWindow();  // which raises the dialog too
+  ASSERT_TRUE(QTest::qWaitForWindowActive(Window(quillon)));
   Drawn(quillon, quillon.Text2)->setFocus();
+  Window(quillon.message)->installEventFilter(&raised);
   ShowProgress(quillon, "Controller 5 : Erasing", StatusForm::kBrief);
   clock.SleepUntil(clock.Now() + 0.01);
   events.Yield();

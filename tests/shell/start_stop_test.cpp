@@ -74,7 +74,9 @@ TEST(BootIni, GivesTheSpeedOfDownloadsByItsFirstLine) {
 TEST(Log, ThatCannotBeCreatedShowsOneBoxAndTheToolWorksWithout) {
   FreshStart start;
   start.MakeFolder("Log.txt");
+  start.world.onBox = [&](const ShownBox&) { start.Write("Quillon.cfg", "777\r\n"); };
   Quillon& tool = start.Start();
+  EXPECT_EQ(tool.Text1.Text(), "777") << "the settings are read after the log was opened";
   Log(tool, "lost");
   tool.ComClose.Press();
   ASSERT_EQ(start.world.boxes.size(), 1u);
@@ -187,7 +189,11 @@ TEST(Settings, ThatCannotBeSavedShowABoxBeforeTheEnd) {
   FreshStart start;
   Quillon& tool = start.Start();
   start.MakeFolder("Quillon.cfg");
-  start.world.onBox = [&](const ShownBox&) { EXPECT_FALSE(start.world.ended); };
+  Log(tool, "of today");
+  start.world.onBox = [&](const ShownBox&) {
+    EXPECT_FALSE(start.world.ended);
+    EXPECT_EQ(start.Read("Log.txt"), "of today\r\n") << "the log is closed first";
+  };
   tool.ComClose.Press();
   ASSERT_EQ(start.world.boxes.size(), 1u);
   EXPECT_THAT(start.world.boxes[0].text, testing::MatchesRegex("Error #  75\r.*Quillon.cfg.*"));

@@ -85,6 +85,14 @@ void World::ShowBox(const std::string& text, const std::string& title, BoxKind k
   if (onBox) onBox(boxes.back());
 }
 
+bool World::Ask(const std::string& question, const std::string& title) {
+  questions.push_back(title + ": " + question);
+  if (replies.empty()) return true;
+  const bool reply = replies.front();
+  replies.pop_front();
+  return reply;
+}
+
 std::string World::ChooseFile(const std::string& title, const std::string& filter) {
   fileDialog = title + ": " + filter;
   return fileToChoose;

@@ -58,10 +58,12 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
   /// Runs while a box stands, before the operator's OK.
   std::function<void(const ShownBox&)> onBox;
 
-  std::string fileDialog;       ///< title and filter of the last file dialog
-  std::string fileToChoose;     ///< what the operator picks in the next file dialogs; empty: Cancel
-  std::vector<ShownBox> boxes;  ///< all boxes so far
-  bool boxAnswered = false;     ///< the program answered the box that stands, or a click meanwhile did
+  std::string fileDialog;              ///< title and filter of the last file dialog
+  std::string fileToChoose;            ///< what the operator picks in the next file dialogs; empty: Cancel
+  std::vector<ShownBox> boxes;         ///< all boxes so far
+  std::vector<std::string> questions;  ///< all questions so far
+  std::deque<bool> replies;            ///< to the next questions; with none left: Yes
+  bool boxAnswered = false;            ///< the program answered the box that stands, or a click meanwhile did
   int beeps = 0;
   int calls = 0;  ///< for the operator
   bool ended = false;
@@ -90,6 +92,7 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
   void YieldUntil(double time) override;
   void End() override { ended = true; }
   void ShowBox(const std::string& text, const std::string& title, BoxKind kind) override;
+  bool Ask(const std::string& question, const std::string& title) override;
   void AnswerBox() override { boxAnswered = true; }
   void Beep() override { ++beeps; }
   void CallOperator() override { ++calls; }

@@ -1,0 +1,20 @@
+#include "desktop/key_pause.h"
+
+#include <chrono>
+
+namespace quillon::key_pause {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds kPause(1);
+
+Clock::time_point begin = Clock::time_point::min();
+
+}  // namespace
+
+void Begin() { begin = Clock::now(); }
+
+bool Lasts() { return Clock::now() < begin + kPause; }
+
+}  // namespace quillon::key_pause

@@ -1,0 +1,20 @@
+#include "desktop/manual.h"
+
+#include <QApplication>
+#include <QDesktopServices>
+#include <QFile>
+#include <QUrl>
+
+namespace quillon {
+
+void OpenManual() {
+  for (const QString& folder : {QApplication::applicationDirPath() + "/manual", QString(QUILLON_MANUAL)}) {
+    for (const char* name : {"/manual.pdf", "/manual.md"}) {
+      const QString path = folder + name;
+      if (QFile::exists(path) && QDesktopServices::openUrl(QUrl::fromLocalFile(path))) return;
+    }
+  }
+  QApplication::beep();
+}
+
+}  // namespace quillon
