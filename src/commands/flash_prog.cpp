@@ -56,6 +56,7 @@ void FlashProg(Quillon& form) {
   BatchReader batches(file);
   const int count = CountBatches(file);
   for (int batchNumber = 1; !batches.AtEnd(); ++batchNumber) {
+    form.message.ShowSent(batchNumber, count);
     ShowProgress(form, " Programming Batch " + std::to_string(batchNumber) + "   ", StatusForm::kBrief);
     form.run.Yield();
     if (form.AbortRequested) return;  // Cancel has closed `Message`

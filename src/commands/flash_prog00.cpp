@@ -33,6 +33,7 @@ bool SendBatches(Quillon& form, int y) {
   const int count = CountBatches(file);
   for (int batchNumber = 1; !batches.AtEnd(); ++batchNumber) {
     const std::string number = std::to_string(batchNumber);
+    form.message.ShowSent(batchNumber, count);
     ShowProgress(form, ControllerText(y) + " : Programming Batch " + number + "   ", StatusForm::kBrief);
     form.run.Yield();
     if (form.AbortRequested) return false;  // Cancel has closed `Message`
