@@ -29,11 +29,6 @@ void Quillon::NONE_Click() {
   for (int i = 0; i < kControllers; ++i) C(i).SetValue(CheckBox::kUnticked);
 }
 
-void Quillon::Command1_Click() {
-  const std::string chosen = dialogs.ChooseFile("Select a Hex file", "Hexadecimal Files (*.hex)|*.hex");
-  if (!chosen.empty()) FileName.SetText(chosen);
-}
-
 void Quillon::Form_KeyUp(Key key, bool shiftHeld) {
   if (key == Key::kF12 && shiftHeld) ChkProto.SetVisible(true);
 }

@@ -55,8 +55,10 @@ class Quillon final : public Form {
                  {.text = "Keep the existing baud rate for firmware download (ORVA only)", .enabled = false}};
 
   // Controls: the protocol switches.
-  CommandButton Cmd3to4{*this, "Cmd3to4", {5760, 120, 855, 255}, {.text = "3 -> 4", .visible = false}};
-  CommandButton Cmd4to3{*this, "Cmd4to3", {5760, 480, 855, 255}, {.text = "4 -> 3", .visible = false}};
+  CommandButton Cmd3to4{
+      *this, "Cmd3to4", {5760, 120, 855, 255}, {.text = "3 -> 4", .visible = false, .startsRun = true}};
+  CommandButton Cmd4to3{
+      *this, "Cmd4to3", {5760, 480, 855, 255}, {.text = "4 -> 3", .visible = false, .startsRun = true}};
 
   // Controls: the line and the controllers, in their frame.
   Frame Frame1{*this, "Frame1", {120, 2280, 7815, 2655}, {.text = "  Controllers Selection  "}};
@@ -78,7 +80,8 @@ class Quillon final : public Form {
   CheckBox RUD3{Frame1, "RUD3", {6840, 360, 855, 255}, {.text = "Prot 3"}};
   CommandButton ALL{Frame1, "ALL", {240, 1080, 615, 375}, {.text = "All"}};
   CommandButton NONE{Frame1, "NONE", {240, 1560, 615, 375}, {.text = "None"}};
-  CommandButton Auto{Frame1, "Auto", {240, 2025, 615, 375}, {.text = "Auto", .enabled = false}};
+  CommandButton Auto{
+      Frame1, "Auto", {240, 2025, 615, 375}, {.text = "Auto", .enabled = false, .startsRun = true}};
   /// Which controllers take part, by number.
   ControlArray<CheckBox> C;
 
@@ -89,20 +92,24 @@ class Quillon final : public Form {
   CheckBox Check1{*this, "Check1", {5505, 5025, 2415, 255}, {.text = "Save configuration on exit"}};
 
   // Controls: the buttons of the workflows.
-  CommandButton ComLoad{*this,
-                        "ComLoad",
-                        {7800, 120, 1335, 1215},
-                        {.text = "&Download (Parallel)", .enabled = false, .picture = "download"}};
-  CommandButton ComLoad00{
-      *this, "ComLoad00", {8040, 1440, 1095, 855}, {.text = "Download (Serial)", .enabled = false}};
-  CommandButton ComInfo{*this,
-                        "ComInfo",
-                        {8040, 2400, 1095, 855},
-                        {.text = "&Flash Info", .enabled = false, .picture = "flash-info"}};
+  CommandButton ComLoad{
+      *this,
+      "ComLoad",
+      {7800, 120, 1335, 1215},
+      {.text = "&Download (Parallel)", .enabled = false, .picture = "download", .startsRun = true}};
+  CommandButton ComLoad00{*this,
+                          "ComLoad00",
+                          {8040, 1440, 1095, 855},
+                          {.text = "Download (Serial)", .enabled = false, .startsRun = true}};
+  CommandButton ComInfo{
+      *this,
+      "ComInfo",
+      {8040, 2400, 1095, 855},
+      {.text = "&Flash Info", .enabled = false, .picture = "flash-info", .startsRun = true}};
   CommandButton ComBoot{*this,
                         "ComBoot",
                         {8040, 3360, 1095, 855},
-                        {.text = "&Boot Info", .enabled = false, .picture = "boot-info"}};
+                        {.text = "&Boot Info", .enabled = false, .picture = "boot-info", .startsRun = true}};
   CommandButton ComClose{*this, "ComClose", {8040, 4320, 1095, 855}, {.text = "&Exit", .picture = "exit"}};
 
   SerialControl MSComm1;
@@ -120,6 +127,9 @@ class Quillon final : public Form {
   bool BootProtocolFallback = false;  ///< Boot Info sends protocol byte 0x40 from now on
 
   ImageFacts image;                  ///< what the firmware file says about itself; AnalyseHexFile fills it
+  std::string fileFault;             ///< the first fault of the chosen file; empty: none
+  bool fileBeingRead = false;        ///< FileName_Change is executing
+  bool chosenInRun = false;          ///< the file was chosen during a run, and no run was started since
   std::deque<CheckBox> triedSpeeds;  ///< `V4800` to `V38400`, never shown: ticked when that speed was tried
   RunControl run;
   bool ended = false;  ///< Form_Unload was executed
@@ -152,7 +162,6 @@ class Quillon final : public Form {
   void RUD3_Click();
   void ALL_Click();
   void NONE_Click();
-  void Command1_Click();
   void ComClose_Click();
   void MessageCommand1_Click();
 

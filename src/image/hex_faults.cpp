@@ -26,6 +26,8 @@ std::string Shown(char character) {
                    : "the character " + HexByte(static_cast<unsigned char>(character));
 }
 
+bool IsData(const HexLine& line) { return line.Columns(8, 9) == "00" && line.DataLength() != 0; }
+
 /// The fault of one line that is not blank.
 std::optional<std::string> FaultOf(std::string_view text) {
   if (!text.starts_with(':')) return "begins with " + Shown(text.front()) + " in the place of a colon";
@@ -61,11 +63,19 @@ std::optional<std::string> FirstHexFault(LineReader lines) {
     if (const auto fault = FaultOf(text)) return place + *fault;
     const HexLine line(text);
     ended = line.Columns(8, 9) == kEndRecord;
-    data |= line.Columns(8, 9) == "00" && line.DataLength() != 0;
+    data |= IsData(line);
   }
   if (!ended) return "the file has no end record; it may be cut";
   if (!data) return "the file holds no data";
   return std::nullopt;
+}
+
+bool HoldsData(LineReader lines) {
+  while (!lines.AtEnd()) {
+    const std::string_view text = lines.Next();
+    if (!text.empty() && !FaultOf(text) && IsData(HexLine(text))) return true;
+  }
+  return false;
 }
 
 }  // namespace quillon

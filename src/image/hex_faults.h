@@ -19,4 +19,7 @@ namespace quillon {
 /// Raises what reading the lines raises.
 std::optional<std::string> FirstHexFault(LineReader lines);
 
+/// Whether one line at least is a data record without a fault. Raises what reading the lines raises.
+bool HoldsData(LineReader lines);
+
 }  // namespace quillon

@@ -1,9 +1,12 @@
 #include "image/hex_file.h"
 
+#include <utility>
+
 #include "forms/run_error_box.h"
 #include "image/analyse_image.h"
 #include "image/hex_faults.h"
 #include "platform/finally.h"
+#include "platform/system_files.h"
 
 namespace quillon {
 namespace {
@@ -16,18 +19,33 @@ std::string ToolTipOf(const ImageFacts& image) {
          image.ImageProtocol + "]";
 }
 
-/// The sign beside the checksum is visible while the chosen file contradicts itself. Its tool tip describes
-/// the first fault. A file that can't be read again is not marked: the run that needs it shows the box.
-void WarnOfFaults(Quillon& form) {
-  form.FileWarning.SetVisible(false);
+std::string FileNameOf(const std::string& path) {
+  return system_files::NameOf(system_files::PathOf(path).filename());
+}
+
+/// Finds the first fault of the chosen file. A file that can't be read again has none: the run that needs it
+/// shows the box.
+void FindFault(Quillon& form) {
+  form.fileFault.clear();
   if (form.FileCheksum.Text().empty()) return;
   try {
-    const auto fault = FirstHexFault(LineReader::OfFile(form.FileName.Text()));
-    form.FileWarning.SetToolTip(fault.value_or(""));
-    form.FileWarning.SetVisible(fault.has_value());
+    form.fileFault = FirstHexFault(LineReader::OfFile(form.FileName.Text())).value_or("");
   } catch (const RunError&) {
     // Nothing is known of its faults.
   }
+}
+
+/// Whether to use the file that the operator picked. A file with a fault needs a Yes.
+bool ConfirmFile(Quillon& form, const std::string& path) {
+  std::string question;
+  try {
+    const auto fault = FirstHexFault(LineReader::OfFile(path));
+    if (!fault) return true;
+    question = (HoldsData(LineReader::OfFile(path)) ? " is damaged: " : " contains no firmware: ") + *fault;
+  } catch (const RunError&) {
+    return true;  // the analysis reports it
+  }
+  return form.dialogs.Ask(FileNameOf(path) + question + ". Use it anyway?", "Quillon");
 }
 
 }  // namespace
@@ -45,18 +63,48 @@ std::string AnalyseHexFile(Quillon& form) {
   return checksum;
 }
 
+void Command1_Click(Quillon& form) {
+  for (;;) {
+    const std::string chosen =
+        form.dialogs.ChooseFile("Select a Hex file", "Hexadecimal Files (*.hex)|*.hex");
+    if (chosen.empty()) return;
+    if (ConfirmFile(form, chosen)) return form.FileName.SetText(chosen);
+  }
+}
+
+void DropFile(Quillon& form, const std::string& path) {
+  if (ConfirmFile(form, path)) form.FileName.SetText(path);
+}
+
+void RefreshFileWarning(Quillon& form) {
+  std::string text = form.fileFault;
+  if (form.chosenInRun) {
+    if (!text.empty()) text += "; ";
+    text += "chosen during a run: start the download again";
+  }
+  form.FileWarning.SetToolTip(text);
+  form.FileWarning.SetVisible(!text.empty());
+}
+
 void FileName_Change(Quillon& form) {
   if (form.FileName.Text().empty()) {
     form.EnableDownloads(false);
     form.FileCheksum.SetText("");
     form.FileName.SetToolTip("");
-    form.FileWarning.SetVisible(false);
+    form.fileFault.clear();
+    form.chosenInRun = false;
+    RefreshFileWarning(form);
     form.useBB.SetValue(CheckBox::kUnticked);
     form.useBB.SetVisible(false);
     return;
   }
   form.SetPointer(Form::MousePointer::kHourglass);
-  const Finally pointerBack([&] { form.SetPointer(Form::MousePointer::kDefault); });
+  const bool outer = std::exchange(form.fileBeingRead, true);
+  const Finally over([&] {
+    form.fileBeingRead = outer;
+    form.SetPointer(Form::MousePointer::kDefault);
+  });
+  form.chosenInRun = form.run.UnderWay();
   form.run.Yield();
   const std::string checksum = AnalyseHexFile(form);
   form.FileCheksum.SetText(checksum.size() > kShownDigits ? checksum.substr(checksum.size() - kShownDigits)
@@ -67,7 +115,8 @@ void FileName_Change(Quillon& form) {
   }
   form.run.Yield();
   form.FileName.SetToolTip(ToolTipOf(form.image));
-  WarnOfFaults(form);
+  FindFault(form);
+  RefreshFileWarning(form);
   const bool keepsSpeed = form.image.ImageProduct == kKeepsSpeed;
   form.useBB.SetEnabled(keepsSpeed);
   form.useBB.SetValue(keepsSpeed ? CheckBox::kTicked : CheckBox::kUnticked);

@@ -41,24 +41,37 @@ RunStarted Describe(const Quillon& form, RunKind kind) {
   return started;
 }
 
+bool FillsTable(RunKind kind) {
+  return kind != RunKind::kAuto && kind != RunKind::kToProtocol4 && kind != RunKind::kToProtocol3;
+}
+
 using Workflow = bool (*)(Quillon& form);
 
 /// Executes a workflow between its first and its last event.
 void ReportRun(Quillon& form, RunKind kind, Workflow workflow) {
   using How = RunEnded::How;
   How how = How::kAborted;
-  const Finally ended([&] { form.Report(RunEnded{how}); });
+  const Finally ended([&] {
+    form.info.ComClose.SetToolTip("");
+    form.Report(RunEnded{how});
+  });
+  form.chosenInRun = false;
+  RefreshFileWarning(form);
+  form.info.ComClose.SetToolTip("The contents of the table go with it.");
   form.Report(Describe(form, kind));
   const bool done = workflow(form);
   how = form.AbortRequested ? How::kCancelled : done ? How::kFinished : How::kFailed;
 }
 
 /// A click that starts a run. Runs share the port, the rows and `CurrentController`, so while one is under
-/// way another click only beeps.
+/// way another click only beeps. The same applies while a chosen file is being read: a run would use what is
+/// known of the former one. At the end of a run that fills `Info`, that window comes to the front.
 std::function<void()> StartsRun(Quillon& form, RunKind kind, Workflow workflow) {
   return [&form, kind, workflow] {
+    if (form.fileBeingRead) return form.dialogs.Beep();
     if (!form.run.Run([&] { ReportRun(form, kind, workflow); })) return form.dialogs.Beep();
     if (form.run.Ending()) return Form_Unload(form);
+    if (FillsTable(kind) && form.info.Visible()) form.info.Show();
     form.dialogs.CallOperator();
   };
 }
@@ -72,7 +85,8 @@ void RequestEnd(Quillon& form) {
 
 void WireSettings(Quillon& form) {
   form.FileName.Change = [&form] { FileName_Change(form); };
-  form.FileDropped = [&form](const std::string& path) { Try(form, [&] { form.FileName.SetText(path); }); };
+  form.Command1.Click = [&form] { Try(form, [&] { Command1_Click(form); }); };
+  form.FileDropped = [&form](const std::string& path) { Try(form, [&] { DropFile(form, path); }); };
   form.Protocol.Change = [&form] { form.Protocol_Change(); };
   form.RUD3.Click = [&form] { form.RUD3_Click(); };
   form.ComPort.ItemNote = [&form](std::size_t index) {
@@ -86,7 +100,6 @@ void WireSettings(Quillon& form) {
 void Wire(Quillon& form) {
   WireSettings(form);
 
-  form.Command1.Click = Handler(form, &Quillon::Command1_Click);
   form.ALL.Click = Handler(form, &Quillon::ALL_Click);
   form.NONE.Click = Handler(form, &Quillon::NONE_Click);
   form.ComClose.Click = Handler(form, &Quillon::ComClose_Click);

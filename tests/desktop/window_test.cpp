@@ -50,6 +50,9 @@ TEST_F(WindowTest, TypingReachesTheProgramAndItsAnswerTheWindow) {
 }
 
 TEST_F(WindowTest, TextBoxesShowColoursAndBold) {
+  const auto* sum = Drawn<QLineEdit>(quillon.info, quillon.info.FileCheksum);
+  EXPECT_EQ(sum->palette().color(QPalette::Base), QColor(0xC0, 0xC0, 0xC0));
+  EXPECT_TRUE(sum->font().bold() && Drawn(quillon.info, quillon.info.Titre)->font().bold());
   TextBox& row = quillon.info.CkSum(3);
   row.SetForeColor(colour::kRed);
   row.SetBackColor(0xC08040);
@@ -76,6 +79,9 @@ TEST_F(WindowTest, BoxesListsAndButtonsGoBothWays) {
   EXPECT_EQ(ports->currentIndex(), -1);
   ports->setCurrentIndex(6);
   EXPECT_EQ(quillon.ComPort.Text(), "COM 7");
+  QTest::keyClicks(ports, "33");
+  QTest::keyClicks(ports, "COM");
+  EXPECT_EQ(quillon.ComPort.Text(), "COM 33") << "letters select nothing";
   quillon.ComPort.SetText("COM 99");
   EXPECT_EQ(ports->currentText(), "COM 99");
 
@@ -208,6 +214,86 @@ TEST_F(WindowTest, AHeldKeyPressesAButtonOnce) {
   }
 }
 
+/// Answers the next box by `answer`, after a look at it.
+void AnswerNextBox(QMessageBox::StandardButton answer, std::function<void(QMessageBox&)> look = {}) {
+  QTimer::singleShot(0, [=] {
+    auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+    ASSERT_NE(box, nullptr);
+    if (look) look(*box);
+    box->button(answer)->click();
+  });
+}
+
+TEST_F(WindowTest, AKeyMeantForABoxStartsNoRun) {
+  int runs = 0;
+  quillon.Protocol.SetText("63");
+  quillon.ComInfo.Click = [&] { ++runs; };
+  auto* button = Drawn<QPushButton>(quillon, quillon.ComInfo);
+  AnswerNextBox(QMessageBox::Ok);
+  desk.ShowBox("Error #  8020\rgone", "Quillon Error", BoxKind::kRunError);
+  Window(quillon)->activateWindow();  // else no shortcut reaches it
+  ASSERT_TRUE(QTest::qWaitForWindowActive(Window(quillon)));
+  button->setFocus();
+  const auto pressKeys = [&] {
+    for (const int key : {Qt::Key_Return, Qt::Key_Space}) QTest::keyClick(button, static_cast<Qt::Key>(key));
+    QTest::keyClick(Window(quillon), Qt::Key_F, Qt::AltModifier);
+  };
+  pressKeys();
+  EXPECT_EQ(runs, 0);
+  button->click();
+  QTest::qWait(1050);  // also the 100 ms after which a shortcut clicks
+  EXPECT_EQ(runs, 1) << "a click is meant for the button";
+  pressKeys();
+  EXPECT_TRUE(QTest::qWaitFor([&] { return runs == 4; })) << runs;
+}
+
+TEST_F(WindowTest, TheTableIsInFrontAfterARunWithTheKeyboardOnItsFirstRow) {
+  quillon.Protocol.SetText("63");
+  for (const auto button : {&Quillon::ComInfo, &Quillon::ComBoot}) {
+    AnswerNextBox(QMessageBox::Ok, [&](QMessageBox&) { Window(quillon)->activateWindow(); });  // no port
+    (quillon.*button).Press();
+    EXPECT_TRUE(QTest::qWaitForWindowActive(Window(quillon.info)));
+    EXPECT_EQ(QApplication::focusWidget(), Drawn(quillon.info, quillon.info.Ver(0)));
+    Drawn(quillon.info, quillon.info.ComClose)->setFocus();
+  }
+}
+
+TEST_F(WindowTest, TheTableOpensEachTimeInItsPlaceAndScrollsWhereItDoesNotFit) {
+  QWidget* info = Window(quillon.info);
+  const QRect place = info->geometry();
+  info->showMaximized();
+  QTest::qWait(20);
+  quillon.info.Unload();
+  quillon.info.Show();
+  EXPECT_FALSE(info->isMaximized());
+  EXPECT_EQ(info->geometry(), place);
+  info->resize(300, 200);
+  EXPECT_EQ(info->size(), QSize(300, 200)) << "a small screen has no room for more";
+}
+
+TEST_F(WindowTest, ABoxAfterCancelBelongsToTheMainWindow) {
+  Window(quillon.message)->activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(Window(quillon.message)));
+  Drawn<QPushButton>(quillon.message, quillon.message.Command1)->click();
+  AnswerNextBox(QMessageBox::No, [&](QMessageBox& box) {
+    EXPECT_EQ(box.parentWidget(), Window(quillon)) << "the progress window hides, and its boxes with it";
+    EXPECT_EQ(box.defaultButton(), box.button(QMessageBox::No));
+  });
+  EXPECT_FALSE(desk.Ask("a.hex is damaged: line 1: is empty. Use it anyway?", "Quillon"));
+}
+
+TEST_F(WindowTest, ADisabledButtonKeepsTheKeyboardForItself) {
+  quillon.Auto.SetEnabled(true);
+  QWidget* button = Drawn(quillon, quillon.Auto);
+  button->setFocus();
+  quillon.Auto.SetEnabled(false);
+  SendKey(Window(quillon), QEvent::KeyPress, Qt::Key_Space);
+  SendKey(Window(quillon), QEvent::KeyRelease, Qt::Key_Space);
+  EXPECT_TRUE(quillon.C(0).Ticked());
+  quillon.Auto.SetEnabled(true);
+  EXPECT_EQ(Window(quillon)->focusWidget(), button);
+}
+
 TEST_F(WindowTest, TheKeyboardReachesEachControlInOrderAndShowsWhereItIs) {
   std::string order = "FileName Command1 Text1 Text2 ComPort Vitesse Protocol RUD3 ALL NONE Auto ";
   for (int number = 0; number < kControllers; ++number) order += "C(" + std::to_string(number) + ") ";
@@ -259,7 +345,7 @@ TEST_F(WindowTest, AScreenReaderHearsTheWordsOfTheWarningSign) {
 }
 
 TEST_F(WindowTest, ADroppedFileIsChosenAndOtherThingsAreNot) {
-  std::ofstream(home + "a b.hex") << ":00000001FF\n";
+  std::ofstream(home + "a b.hex") << ":0100000005FA\n:00000001FF\n";
   const auto drop = [&](const QList<QUrl>& urls) {
     QMimeData data;
     data.setUrls(urls);

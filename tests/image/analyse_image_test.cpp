@@ -127,6 +127,29 @@ TEST(ChosenFile, IsWarnedOfWhereItContradictsItself) {
   EXPECT_FALSE(bench.tool.FileWarning.Visible());
 }
 
+TEST(ChosenFile, IsUsedAnywayOnlyByAYesOfTheOperator) {
+  const std::string kEnd = ":00000001FF\r\n";
+  const std::pair<std::string, const char*> kFiles[] = {
+      {":0100000005FA\r\n" + kEnd, ""},
+      {"\r\n:0100000005FA\r\n", "is damaged: line 1: is empty"},
+      {"Quillon\r\n", "contains no firmware: line 1: begins with \"Q\" in the place of a colon"},
+  };
+  for (const auto& [text, doubt] : kFiles) {
+    Bench bench;
+    const std::string path = bench.world.fileToChoose = bench.Write("a.hex", text);
+    bench.world.replies = {false, true};  // No leads back to the dialog
+    bench.tool.Command1.Press();
+    const std::string question = std::string("Quillon: a.hex ") + doubt + ". Use it anyway?";
+    EXPECT_EQ(bench.world.questions, std::vector<std::string>(*doubt ? 2 : 0, question));
+    EXPECT_EQ(bench.tool.FileName.Text(), path);
+
+    bench.tool.FileName.SetText("");
+    bench.world.replies = {false};
+    bench.tool.FileDropped(path);
+    EXPECT_EQ(bench.tool.FileName.Text(), *doubt ? "" : path) << "a drop has no dialog to lead back to";
+  }
+}
+
 TEST(ChosenFile, ForgetsTheFormerOneButForItsRate) {
   Bench bench;
   bench.ChooseHex({":042020002000400900"});

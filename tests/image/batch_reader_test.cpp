@@ -77,6 +77,12 @@ TEST(Batch, TakesOneMoreLineUpTo112BytesAndNoneAbove) {
   }
 }
 
+TEST(Batch, AreCountedUpToTheFirstThatFails) {
+  const std::string line = ":01000000FF00\r\n";  // each line is a batch
+  EXPECT_EQ(CountBatches(line + line + line), 2) << "as in a run, the end of the file drops a kept line";
+  EXPECT_EQ(CountBatches(line + line + kFirstSegment), 2);
+}
+
 TEST(Batch, AFileThatEndsAfterTheFirstSegmentRaises) {
   BatchReader reader(kFirstSegment);
   EXPECT_EQ(FailureNumber([&] { reader.Next(); }), 62);

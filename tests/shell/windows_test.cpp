@@ -87,6 +87,54 @@ TEST(Browse, NeverChoosesASecondFileInsideAFirstThatFails) {
   EXPECT_EQ(bench.tool.FileCheksum.Text(), "1E02");
 }
 
+TEST(Browse, ALateClickOnARunWaitsUntilTheFileIsRead) {
+  Bench bench;
+  bench.world.At(0s, [&] { bench.tool.ComInfo.Press(); });
+  bench.ChooseHex({":042020001500400900"});
+  EXPECT_EQ(bench.world.beeps, 1);
+  EXPECT_FALSE(bench.tool.info.Visible());
+  bench.tool.ComInfo.Press();
+  EXPECT_EQ(bench.world.beeps, 1);
+  EXPECT_TRUE(bench.tool.info.Visible());
+}
+
+TEST(Browse, InARunWarnsUntilTheNextOne) {
+  Bench bench;
+  bench.Tick({5});
+  for (const bool inRun : {true, false}) {
+    std::string closing;
+    if (inRun)
+      bench.world.When([&] { return bench.tool.message.Visible(); },
+                       [&] {
+                         bench.ChooseHex({":0100000005FA", ":00000001FF"});
+                         closing = bench.tool.info.ComClose.ToolTip();
+                       });
+    bench.tool.ComInfo.Press();
+    EXPECT_EQ(bench.tool.FileWarning.Visible(), inRun);
+    EXPECT_EQ(bench.tool.FileWarning.ToolTip(), inRun ? "chosen during a run: start the download again" : "");
+    EXPECT_EQ(closing.empty(), !inRun);
+    EXPECT_EQ(bench.tool.info.ComClose.ToolTip(), "");
+  }
+}
+
+TEST(InfoWindow, GivesItsFilledRowsAsLines) {
+  Bench bench;
+  EXPECT_EQ(bench.tool.info.CopyText(), "");
+  bench.tool.info.Ver(3).SetText("01/02/03");
+  bench.tool.info.CkSum(3).SetText("1E02");
+  bench.tool.info.CkSum(31).SetText("Answer");
+  EXPECT_EQ(bench.tool.info.CopyText(), "3\t01/02/03\t1E02\n31\t\tAnswer\n");
+}
+
+TEST(MessageWindow, ShowsHowMuchIsSentWhenThatIsKnown) {
+  Bench bench;
+  bench.tool.message.ShowSent(3, 4);
+  EXPECT_TRUE(bench.tool.message.Sent.Visible());
+  EXPECT_EQ(bench.tool.message.Sent.Value(), 750);
+  bench.tool.message.ShowSent(3, 0);
+  EXPECT_FALSE(bench.tool.message.Sent.Visible());
+}
+
 TEST(MessageWindow, TakesAnyWayOfClosingItAsCancel) {
   Bench bench;
   for (const bool byButton : {true, false}) {

@@ -160,12 +160,21 @@ bool WindowDriver::eventFilter(QObject* watched, QEvent* event) {
 
 void WindowDriver::Look() {
   if (auto* box = Visible<QMessageBox>()) {
-    OnBox(*box);
-    box->button(QMessageBox::Ok)->click();
+    AnswerBox(*box);
   } else if (auto* dialog = Visible<QFileDialog>()) {
     ServeFileDialog(*dialog);
   }
   OnLook();
+}
+
+void WindowDriver::AnswerBox(QMessageBox& box) {
+  auto answer = QMessageBox::Ok;
+  if (box.button(QMessageBox::Yes) != nullptr) {
+    answer = OnQuestion(box) ? QMessageBox::Yes : QMessageBox::No;
+  } else {
+    OnBox(box);
+  }
+  box.button(answer)->click();
 }
 
 void WindowDriver::ServeFileDialog(QFileDialog& dialog) {

@@ -68,8 +68,10 @@ class WindowDriver : public QObject {
  protected:
   // What comes by itself.
 
-  /// A box stands; it is answered when this returns.
+  /// A box is shown; it is answered when this returns.
   virtual void OnBox(QMessageBox& box) = 0;
+  /// A question is shown. Returns whether the answer is Yes.
+  virtual bool OnQuestion(QMessageBox& /*box*/) { return true; }
   /// The status line shows something else than before.
   virtual void OnStatus(const QString& /*line*/) {}
   /// A look at the windows, many times a second.
@@ -80,6 +82,7 @@ class WindowDriver : public QObject {
   static Widget* Find(const QString& window, const QString& name);
   static void Settle();
   void Look();
+  void AnswerBox(QMessageBox& box);
   void ServeFileDialog(QFileDialog& dialog);
 
   QTimer watch_;

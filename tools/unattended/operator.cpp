@@ -75,16 +75,15 @@ void Operator::ChooseHex() {
   } catch (const std::runtime_error& error) {
     throw Failure(ErrorCategory::kFile, error.what());
   }
+  if (!refused_.isEmpty()) {
+    throw Failure(ErrorCategory::kFile, refused_ + " Get a good copy, or give --force to use it anyway.");
+  }
   if (Text(kMain, "File to download") != task_.hex)
     throw Failure(ErrorCategory::kFile,
                   "the file dialog does not choose \"" + task_.hex + "\". Rename the file.");
   const QString fault = ToolTip(kMain, "Warning about the file");
-  if (fault.isEmpty()) return;
-  if (!task_.force) {
-    throw Failure(ErrorCategory::kFile, "\"" + task_.hex + "\" contradicts itself: " + fault +
-                                            ". Get a good copy, or give --force to use it anyway.");
-  }
-  reporter_.Report("warning", "the file contradicts itself: " + fault, {{"text", fault}});
+  if (!fault.isEmpty())
+    reporter_.Report("warning", "the file contradicts itself: " + fault, {{"text", fault}});
 }
 
 void Operator::Run(const Task::Step& step) {
@@ -173,6 +172,12 @@ void Operator::OnBox(QMessageBox& box) {
   SaveScreenshot(box, "box");
   Record(BoxCategory(box.text()));
   if (BoxNumber(box.text()) == RunError::kDeviceFailed) giveUp_ = true;
+}
+
+/// The tool asks one question: whether to use a file that contradicts itself.
+bool Operator::OnQuestion(QMessageBox& box) {
+  if (!task_.force) refused_ = box.text().section(" Use it", 0, 0);
+  return task_.force;
 }
 
 void Operator::OnStatus(const QString& line) {

@@ -40,6 +40,7 @@ class Operator final : public WindowDriver {
   void Estimate(const Task::Step& step);
 
   void OnBox(QMessageBox& box) override;
+  bool OnQuestion(QMessageBox& box) override;
   void OnStatus(const QString& line) override;
   void OnLook() override;
   void ShowProgress();
@@ -63,6 +64,7 @@ class Operator final : public WindowDriver {
   Reporter& reporter_;
   std::optional<Forecast> forecast_;  ///< of the current step
   QString stepWords_;
+  QString refused_;  ///< the question about the file, when it was answered with No
   double stepStart_ = 0;
   bool statusChanged_ = false;  ///< since the last screenshot of the status line
   bool giveUp_ = false;         ///< the current run cannot succeed any more
