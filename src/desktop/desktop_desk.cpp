@@ -5,6 +5,7 @@
 #include <QFileDialog>
 #include <QGridLayout>
 #include <QHeaderView>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QScreen>
 #include <QSettings>
@@ -171,6 +172,8 @@ std::string DesktopDesk::ChooseFile(const std::string& title, const std::string&
   dialog.setFileMode(QFileDialog::ExistingFile);
   dialog.setNameFilter(NameFilter(filter));
   FitColumns(dialog);
+  // The list of completions empties the name when Enter closes it before a completion is chosen.
+  if (auto* name = dialog.findChild<QLineEdit*>("fileNameEdit")) name->setCompleter(nullptr);
   const int result = dialog.exec();
   key_pause::Begin();
   if (result != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return "";
