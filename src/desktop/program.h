@@ -24,6 +24,8 @@ class Program {
   void Start() { quillon::Start(quillon_); }
   /// Acts like closing the main window: a run that is under way ends, settings and log are saved.
   void Close() { quillon_.Close(); }
+  /// Reports the events of all runs to `observer` too, which must outlive the program.
+  void AddObserver(RunObserver& observer) { quillon_.observers.push_back(&observer); }
   void ServeUntilEnd() { events_.ServeUntilEnd(); }
 
  private:

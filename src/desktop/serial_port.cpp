@@ -6,12 +6,12 @@
 
 #include "desktop/late_work.h"
 #include "platform/run_error.h"
+#include "platform/serial_control.h"
 #include "platform/system_clock.h"
 
 namespace quillon {
 namespace {
 
-constexpr double kBitsPerByte = 11;   // start bit, 8 data bits, 2 stop bits
 constexpr double kDrainGrace = 1.0;   // seconds of a line that stands still
 constexpr double kDrainStep = 0.001;  // seconds
 

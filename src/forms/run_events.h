@@ -45,6 +45,8 @@ inline constexpr int kEveryController = -1;  ///< in place of a controller's num
 
 enum class RunKind { kParallel, kSerial, kFlashInfo, kBootInfo, kAuto, kToProtocol4, kToProtocol3 };
 
+inline bool IsDownload(RunKind kind) { return kind == RunKind::kParallel || kind == RunKind::kSerial; }
+
 /// A run begins: its button was pressed, and nothing was sent yet. Texts are those of the controls.
 struct RunStarted {
   RunKind kind;

@@ -5,8 +5,6 @@
 namespace quillon {
 namespace {
 
-constexpr double kFailurePause = 2.0;  // seconds that the operator has to read a failure
-
 struct Wording {
   const char* status;
   const char* version;

@@ -10,6 +10,8 @@ namespace quillon {
 // How the result of an exchange is shown: `Message` shows it during the run and displays a failure for two
 // seconds, so that nobody misses it. The controller's row in `Info` keeps it after the run.
 
+inline constexpr double kFailurePause = 2.0;  ///< seconds for which a failure is shown
+
 /// What ReportFailure shows of a controller. The first four are the results of an exchange.
 enum class FailureCode {
   kNone = 0,
@@ -35,7 +37,7 @@ void ReportFailure(Quillon& form, int y, FailureCode code);
 /// Shows a status line on `Message` and returns.
 void ShowProgress(Quillon& form, const std::string& text, StatusForm statusForm);
 
-/// Shows a failure on `Message` and waits two seconds, yielding. Cancel does not shorten them.
+/// Shows a failure on `Message` for kFailurePause, yielding. Cancel does not shorten them.
 void ShowProgressPaused(Quillon& form, const std::string& text);
 
 /// Shows `Message` with `line` as it is and one of its pictures.

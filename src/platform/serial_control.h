@@ -9,6 +9,9 @@
 
 namespace quillon {
 
+/// The bits of a byte on the line: start bit, 8 data bits, 2 stop bits.
+inline constexpr double kBitsPerByte = 11;
+
 /// The serial port as the program sees it: selected by number, opened and closed, its speed changed while
 /// open. No handshaking; bytes are never translated. InBufferSize, 1024 at start, is not a limit: no received
 /// byte is lost. OutBufferSize, 512, is one: see Output.

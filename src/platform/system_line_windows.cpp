@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/run_error.h"
+#include "platform/serial_control.h"
 #include "platform/system_line.h"
 #include "platform/system_ports.h"
 
@@ -16,7 +17,6 @@ namespace {
 
 constexpr double kSpeedTolerance = 0.03;  // a controller still understands a line that is so far off
 constexpr DWORD kChunk = 4096;            // bytes
-constexpr double kBitsPerByte = 11;       // start bit, 8 data bits, 2 stop bits
 constexpr std::size_t kMostAtOnce = 16 * kChunk;
 
 RunError NoSuchPort(int number, const std::string& reason) {

@@ -78,8 +78,6 @@ struct Verdict {
   std::string advice;    ///< what to do next; empty when nothing is to be done
 };
 
-inline bool IsDownload(RunKind kind) { return kind == RunKind::kParallel || kind == RunKind::kSerial; }
-
 /// The verdict on one controller after one run. It depends on nothing but the evidence.
 Verdict Judge(const Evidence& evidence);
 

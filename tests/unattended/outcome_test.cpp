@@ -1,42 +1,13 @@
-// What rows and boxes come down to, and how much of a run is left.
+// The error category of a box, and the estimate of a run.
 #include <gmock/gmock.h>
 
-#include "unattended/forecast.h"
-#include "unattended/verdict.h"
+#include "unattended/error_category.h"
+#include "unattended/estimate.h"
 
 namespace quillon {
 namespace {
 
-TEST(Verdict, OfARow) {
-  const QColor black(Qt::black), white(Qt::white);
-  const struct {
-    const char* version = nullptr;
-    const char* checksum = nullptr;
-    const char* fileChecksum = nullptr;
-    QColor checksumText;
-    const char* word = nullptr;
-  } table[] = {
-      {"12/05/31", "6E8C", "6E8C", black, "good"},
-      {"12/05/31", "6E8C", "", black, "good"},
-      {"12/05/31", "6E8C", "6E8D", white, "other-image"},
-      {"12/05/31", "6E8C", "", white, "marked"},
-      {"12/05/31", "", "", black, "not-read"},
-      {"", "", "6E8C", black, "not-read"},
-      {"No", "Answer", "6E8C", black, "no-answer"},  // black: left by an earlier run
-      {"Communication", "ERROR", "", white, "damaged-answers"},
-      {"communication", "Failure", "", white, "refused"},
-      {"Programmation", "ERROR", "", white, "not-programmed"},
-  };
-  for (const auto& row : table) {
-    const Verdict verdict = JudgeRow({row.version, row.checksum, black, row.checksumText, white},
-                                     row.fileChecksum, Job::kParallel);
-    EXPECT_EQ(verdict.word, row.word) << row.version;
-    EXPECT_EQ(verdict.category == ErrorCategory::kNone, verdict.word == "good") << row.version;
-    EXPECT_EQ(verdict.advice.isEmpty(), verdict.word == "good") << row.version;
-  }
-}
-
-TEST(Verdict, OfABox) {
+TEST(ErrorCategory, OfABox) {
   const struct {
     const char* text;
     int number;
@@ -52,17 +23,16 @@ TEST(Verdict, OfABox) {
       {"Error #  53\nFile not found", 53, ErrorCategory::kFile},
   };
   for (const auto& row : table) {
-    EXPECT_EQ(BoxNumber(row.text), row.number) << row.text;
-    EXPECT_EQ(BoxCategory(row.text), row.category) << row.text;
+    EXPECT_EQ(BoxCategory(row.number, row.text), row.category) << row.text;
   }
   EXPECT_EQ(Worse(ErrorCategory::kPort, ErrorCategory::kFile), ErrorCategory::kPort);
   EXPECT_EQ(Worse(ErrorCategory::kPort, ErrorCategory::kCancelled), ErrorCategory::kCancelled);
   EXPECT_EQ(Worse(ErrorCategory::kController, ErrorCategory::kUsage), ErrorCategory::kUsage);
 }
 
-RunFacts Facts(Job job) {
+RunFacts Facts(RunKind kind) {
   RunFacts facts;
-  facts.job = job;
+  facts.kind = kind;
   facts.controllers = {1, 2};
   facts.batchFrames = {110, 110, 55};
   facts.speed = 9600;
@@ -73,39 +43,41 @@ RunFacts Facts(Job job) {
 }
 
 // Expected by hand: 110 bytes at 4800 take 0.252 s, longer than the delay; 55 take 0.126 s, shorter.
-TEST(Forecast, AddsUpTheStepsOfARun) {
+TEST(Estimate, AddsUpTheStepsOfARun) {
   constexpr double kPauses = 0.505;  // the answer's pause, and the time to the answer
   const double erase = 11 * 11 / 9600.0 + kPauses, check = 8 * 11 / 9600.0 + kPauses;
   const double confirm = 14 * 11 / 4800.0 + kPauses;
   const double rest = 2 * (erase + confirm + check);
-  EXPECT_NEAR(Forecast(Facts(Job::kParallel)).SecondsLeft(0), rest + 2 * 0.252 + 0.2, 0.01);
+  EXPECT_NEAR(Estimate(Facts(RunKind::kParallel)).SecondsLeft(0), rest + 2 * 0.252 + 0.2, 0.01);
   const double batches = 2 * (111 * 11 / 4800.0 + kPauses) + 56 * 11 / 4800.0 + kPauses;
-  EXPECT_NEAR(Forecast(Facts(Job::kSerial)).SecondsLeft(0), rest + 2 * batches, 0.01);
+  EXPECT_NEAR(Estimate(Facts(RunKind::kSerial)).SecondsLeft(0), rest + 2 * batches, 0.01);
 }
 
 // Controller 2 is found at 4800: the check begins there, loses 6.5 s for 1 and as many for 2.
-TEST(Forecast, LearnsWhereControllersWereFound) {
-  Forecast forecast(Facts(Job::kParallel));
-  forecast.See("Controller 1 : Erasing  (Speed : 9600 Bds) ...", 0);
-  forecast.See("Controller 2 : Erasing  (Speed : 9600 Bds) ...", 1);
-  forecast.See("Controller 2 : Erasing  (Speed : 4800 Bds) ...", 7);
-  forecast.See(" Programming Batch 2    ...", 8);
-  EXPECT_EQ(forecast.BatchesDone(), 1);
-  const double known = forecast.SecondsLeft(8);
+TEST(Estimate, LearnsWhereControllersWereFound) {
+  Estimate estimate(Facts(RunKind::kParallel));
+  estimate.Follow({0, ControllerBegun{1, Phase::kErase}}, 0);
+  estimate.Follow({0, ControllerBegun{2, Phase::kErase}}, 1);
+  estimate.Follow({0, SpeedChanged{"4800"}}, 7);
+  estimate.Follow({0, ControllerEnded{2, Phase::kErase}}, 7);
+  estimate.Follow({0, SpeedChanged{"38400"}}, 8);  // for the batches
+  estimate.Follow({0, BatchBegun{kEveryController, 2, 3}}, 8);
+  EXPECT_EQ(estimate.BatchesDone(), 1);
+  const double known = estimate.SecondsLeft(8);
   EXPECT_NEAR(known, 0.252 + 0.2 + 2 * 0.537 + 2 * 0.52 + 2 * 6.5, 0.05);
-  EXPECT_NEAR(forecast.SecondsLeft(8.1), known - 0.1, 1e-9);
-  forecast.See("Controller 2 : Checking Flash  (Speed : 4800 Bds) ...", 20);
-  EXPECT_EQ(forecast.BatchesDone(), forecast.Batches());
-  EXPECT_EQ(forecast.ControllersDone(), 1);
-  EXPECT_EQ(forecast.SecondsLeft(30), 0);
+  EXPECT_NEAR(estimate.SecondsLeft(8.1), known - 0.1, 1e-9);
+  estimate.Follow({0, ControllerBegun{2, Phase::kCheck}}, 20);
+  EXPECT_EQ(estimate.BatchesDone(), estimate.Batches());
+  EXPECT_EQ(estimate.ControllersDone(), 1);
+  EXPECT_EQ(estimate.SecondsLeft(30), 0);
 }
 
 // The first batch was taken in 1 s: so will the others be.
-TEST(Forecast, MeasuresWhatAControllerTakesForABatch) {
-  Forecast forecast(Facts(Job::kSerial));
-  forecast.See("Controller 1 : Programming Batch 1   ", 10);
-  forecast.See("Controller 1 : Programming Batch 2   ", 11);
-  EXPECT_NEAR(forecast.SecondsLeft(11), 5 * 1 + 2 * 0.537 + 2 * 0.515 + 0.518, 0.01);
+TEST(Estimate, MeasuresWhatAControllerTakesForABatch) {
+  Estimate estimate(Facts(RunKind::kSerial));
+  estimate.Follow({0, BatchBegun{1, 1, 3}}, 10);
+  estimate.Follow({0, BatchBegun{1, 2, 3}}, 11);
+  EXPECT_NEAR(estimate.SecondsLeft(11), 5 * 1 + 2 * 0.537 + 2 * 0.515 + 0.518, 0.01);
 }
 
 }  // namespace

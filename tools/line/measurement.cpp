@@ -6,11 +6,11 @@
 #include "commands/frames.h"
 #include "link/exchange.h"
 #include "platform/finally.h"
+#include "platform/serial_control.h"
 
 namespace quillon {
 namespace {
 
-constexpr double kBitsPerByte = 11;     // start bit, 8 data bits, 2 stop bits
 constexpr double kIdleListening = 2.0;  // seconds
 constexpr double kCancelStep = 0.1;     // seconds between two looks for a cancel
 constexpr std::size_t kQuestionBytes = 7;

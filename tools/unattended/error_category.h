@@ -18,6 +18,9 @@ enum class ErrorCategory {
 /// Of two categories the one to exit with: the cause rather than its consequences. Who cancels knows why.
 ErrorCategory Worse(ErrorCategory one, ErrorCategory other);
 
+/// The error that a box reports: a run-error box with this number, or with 0 any other box.
+ErrorCategory BoxCategory(int number, const QString& text);
+
 /// An error that ends the work; the text names the thing and what to do.
 struct Failure : std::runtime_error {
   Failure(ErrorCategory kind, const QString& reason) : runtime_error(reason.toStdString()), category(kind) {}

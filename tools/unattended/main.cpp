@@ -62,20 +62,24 @@ Ending PrintError(int status, const char* reason) {
   return {status, errors.Finish(std::chrono::steady_clock::now() + kLongestWait)};
 }
 
-ErrorCategory Estimate(const Task& task, const std::string& folder, Reporter& reporter) {
+ErrorCategory PrintEstimates(const Task& task, const std::string& folder, Reporter& reporter) {
   for (const Task::Step& step : task.steps) {
-    quillon::RunFacts facts = quillon::FactsOf(step.job, task.hex, folder);
     const QList<int> controllers = step.controllers.value_or(task.controllers.value_or(QList<int>{}));
-    facts.controllers.assign(controllers.begin(), controllers.end());
-    facts.speed = task.speed.toInt();
-    facts.delay = task.delay.toInt() / 1000.0;
-    const quillon::Forecast forecast(std::move(facts));
-    const double seconds = quillon::Rounded(forecast.SecondsLeft(0));
+    quillon::RunStarted run{};
+    run.kind = step.kind;
+    run.file = task.hex.toStdString();
+    run.speed = task.speed.toStdString();
+    run.delay = task.delay.toStdString();
+    run.controllers.assign(controllers.begin(), controllers.end());
+    quillon::RunFacts facts = quillon::FactsOf(run, folder);
+    quillon::ReadImage(run.file, facts);
+    const quillon::Estimate estimate(std::move(facts));
+    const double seconds = quillon::Rounded(estimate.SecondsLeft(0));
     reporter.Report("step",
-                    QString("step %1: %2 batches, %3 s").arg(step.words).arg(forecast.Batches()).arg(seconds),
+                    QString("step %1: %2 batches, %3 s").arg(step.words).arg(estimate.Batches()).arg(seconds),
                     {{"step", step.words},
-                     {"batches", forecast.Batches()},
-                     {"controllers", forecast.Controllers()},
+                     {"batches", estimate.Batches()},
+                     {"controllers", estimate.Controllers()},
                      {"seconds", seconds}});
   }
   if (task.json) reporter.Report("end", "", {{"code", StatusOf(ErrorCategory::kNone)}});
@@ -94,6 +98,7 @@ ErrorCategory Work(const Task& task, const std::string& folder, Reporter& report
   quillon::GiveHouseLook(application);
   quillon::Operator runner(task, folder, reporter);
   quillon::Program program(folder);
+  program.AddObserver(runner);
   program.Start();
   QTimer::singleShot(0, &application, [&] { runner.Work(); });
   program.ServeUntilEnd();
@@ -105,7 +110,7 @@ Ending Run(int argc, char** argv) {
   if (!task.answer.isEmpty()) return Print(task.answer);
   const std::string folder = quillon::system_files::ProgramFolder();
   Reporter reporter(task.json ? Reporter::Form::kJson : Reporter::Form::kText);
-  const ErrorCategory category = task.forecastOnly ? Estimate(task, folder, reporter)
+  const ErrorCategory category = task.forecastOnly ? PrintEstimates(task, folder, reporter)
                                                    : Work(task, folder, reporter, argc > 0 ? 1 : 0, argv);
   if (reporter.Finish()) return {StatusOf(category)};
   reporter.ReportError("quillon-unattended: the output could not be written, so lines of it are lost");

@@ -6,7 +6,6 @@
 
 #include "forms/quillon.h"
 #include "platform/run_error.h"
-#include "shell/start_stop.h"
 #include "unattended/console.h"
 
 namespace quillon {
@@ -22,15 +21,6 @@ QString Minutes(double seconds) {
 }
 
 }  // namespace
-
-RunFacts FactsOf(Job job, const QString& hex, const std::string& folder) {
-  RunFacts facts;
-  facts.job = job;
-  if (!IsDownload(job)) return facts;
-  ReadImage(hex.toStdString(), facts);
-  facts.downloadSpeed = QString::fromStdString(DownloadSpeed(folder)).toInt();
-  return facts;
-}
 
 Operator::Operator(Task task, std::string folder, Reporter& reporter)
     : task_(std::move(task)), folder_(std::move(folder)), reporter_(reporter) {}
@@ -51,8 +41,8 @@ void Operator::Work() {
   }
   Press(kMain, "Exit");
   if (!reporter_.Finish()) Record(ErrorCategory::kFile);  // "end" reports the exit status
-  reporter_.Report("end", outcome_ == ErrorCategory::kNone ? "all went well" : "it did not go well",
-                   {{"code", static_cast<int>(outcome_)}});
+  reporter_.Report("end", Outcome() == ErrorCategory::kNone ? "all went well" : "it did not go well",
+                   {{"code", static_cast<int>(Outcome())}});
 }
 
 void Operator::SetUp() {
@@ -88,19 +78,43 @@ void Operator::ChooseHex() {
 
 void Operator::Run(const Task::Step& step) {
   if (step.controllers) TickOnly(*step.controllers);
+  if (step.failedOnly) {
+    const QList<int> failed = FailedControllers();
+    if (failed.isEmpty()) {
+      const QString reason = "step " + step.words + " is skipped: no controller has failed";
+      return reporter_.Report("skipped", reason, {{"step", step.words}, {"text", reason}});
+    }
+    TickOnly(failed);
+  }
   CheckReady(step);
   if (Shows(kTable)) Press(kTable, "Close");  // its rows are those of an earlier step
-  Estimate(step);
-  Press(kMain, step.button);
-  QApplication::processEvents();
-  reporter_.ShowProgress("");
-  forecast_.reset();
-  giveUp_ = false;
-  reporter_.Explain("step " + step.words + " is over");
+  RunOnce(step);
   SaveScreenshot(kMain);
   SaveScreenshot(kTable);
   CheckInterrupt();
   Report(step);
+}
+
+void Operator::RunOnce(const Task::Step& step) {
+  stepWords_ = step.words;
+  Press(kMain, step.button);
+  QApplication::processEvents();
+  reporter_.ShowProgress("");
+  estimate_.reset();
+  giveUp_ = false;
+  reporter_.Explain("step " + step.words + " is over");
+}
+
+QList<int> Operator::FailedControllers() const {
+  QList<int> failed;
+  for (const auto& [number, good] : good_) {
+    if (!good) failed.push_back(number);
+  }
+  return failed;
+}
+
+ErrorCategory Operator::Outcome() const {
+  return FailedControllers().isEmpty() ? outcome_ : Worse(outcome_, ErrorCategory::kController);
 }
 
 void Operator::CheckInterrupt() {
@@ -118,39 +132,14 @@ void Operator::CheckReady(const Task::Step& step) const {
   need("Speed", "--speed");
   need("Time Out", "--timeout");
   need("Protocol", "--protocol");
-  if (step.job == Job::kParallel) need("Parallel Waiting Delay", "--delay");
-  if (IsDownload(step.job) && Text(kMain, "File Cheksum").isEmpty())
+  if (step.kind == RunKind::kParallel) need("Parallel Waiting Delay", "--delay");
+  if (IsDownload(step.kind) && Text(kMain, "File Cheksum").isEmpty())
     throw Failure(ErrorCategory::kFile, step.words + ": the file could not be read. Choose another one.");
   if (!Enabled(kMain, step.button))
     throw Failure(ErrorCategory::kUsage,
                   step.words + ": the button \"" + step.button + "\" can't be pressed.");
-  if (step.job != Job::kAuto && TickedControllers().isEmpty())
+  if (step.kind != RunKind::kAuto && TickedControllers().isEmpty())
     throw Failure(ErrorCategory::kController, step.words + ": no controller is ticked. Give --controllers.");
-}
-
-void Operator::Estimate(const Task::Step& step) {
-  RunFacts facts;
-  try {
-    facts = FactsOf(step.job, task_.hex, folder_);
-  } catch (const RunError&) {
-    facts.job = step.job;  // the run itself reports the error in the file
-  }
-  if (step.job != Job::kAuto) {
-    const QList<int> ticked = TickedControllers();
-    facts.controllers.assign(ticked.begin(), ticked.end());
-  }
-  facts.speed = Text(kMain, "Speed").toInt();
-  facts.delay = Text(kMain, "Parallel Waiting Delay").toInt() / 1000.0;
-  facts.timeOut = Text(kMain, "Time Out").toInt() / 1000.0;
-  if (Ticked("Keep the existing baud rate for firmware download (ORVA only)")) facts.downloadSpeed = 0;
-  forecast_.emplace(std::move(facts));
-  stepWords_ = step.words;
-  stepStart_ = reporter_.Seconds();
-  reporter_.Report("step", "step " + step.words,
-                   {{"step", step.words},
-                    {"batches", forecast_->Batches()},
-                    {"controllers", forecast_->Controllers()},
-                    {"seconds", Rounded(forecast_->SecondsLeft(0))}});
 }
 
 void Operator::TickOnly(const QList<int>& controllers) {
@@ -165,13 +154,10 @@ QList<int> Operator::TickedControllers() const {
   return ticked;
 }
 
-void Operator::OnBox(QMessageBox& box) {
-  const QString text = box.text().replace('\n', " / ");
-  reporter_.Report("box", "box \"" + box.windowTitle() + "\": " + text,
-                   {{"number", BoxNumber(box.text())}, {"title", box.windowTitle()}, {"text", text}});
-  SaveScreenshot(box, "box");
-  Record(BoxCategory(box.text()));
-  if (BoxNumber(box.text()) == RunError::kDeviceFailed) giveUp_ = true;
+void Operator::OnRunEvent(const RunEvent& event) {
+  results_.OnRunEvent(event);
+  if (estimate_) estimate_->Follow(event, reporter_.Seconds());
+  std::visit([this](const auto& what) { On(what); }, event.what);
 }
 
 /// The tool asks one question: whether to use a file that contradicts itself.
@@ -180,17 +166,45 @@ bool Operator::OnQuestion(QMessageBox& box) {
   return task_.force;
 }
 
-void Operator::OnStatus(const QString& line) {
+void Operator::On(const RunStarted& event) {
+  RunFacts facts = FactsOf(event, folder_);
+  try {
+    if (IsDownload(event.kind)) ReadImage(event.file, facts);
+  } catch (const RunError&) {
+    // The run itself reports the error in the file.
+  }
+  estimate_.emplace(std::move(facts));
+  stepStart_ = reporter_.Seconds();
+  status_.clear();
+  reporter_.Report("step", "step " + stepWords_,
+                   {{"step", stepWords_},
+                    {"batches", estimate_->Batches()},
+                    {"controllers", estimate_->Controllers()},
+                    {"seconds", Rounded(estimate_->SecondsLeft(0))}});
+}
+
+void Operator::On(const StatusShown& event) {
+  const QString line = QString::fromStdString(event.text);
+  if (line == std::exchange(status_, line)) return;
   statusChanged_ = true;
   QJsonObject facts;
-  if (forecast_) {
-    forecast_->See(line, reporter_.Seconds());
-    facts = {{"batchesDone", forecast_->BatchesDone()},
-             {"controllersDone", forecast_->ControllersDone()},
-             {"secondsLeft", Rounded(forecast_->SecondsLeft(reporter_.Seconds()))}};
+  if (estimate_) {
+    facts = {{"batchesDone", estimate_->BatchesDone()},
+             {"controllersDone", estimate_->ControllersDone()},
+             {"secondsLeft", Rounded(estimate_->SecondsLeft(reporter_.Seconds()))}};
   }
   reporter_.ReportStatus(line, facts);
   ShowProgress();
+}
+
+void Operator::OnBox(QMessageBox& box) {
+  const int number = std::exchange(failureNumber_, 0);
+  const QString text = box.text().replace('\n', " / ");
+  reporter_.Report("box", "box \"" + box.windowTitle() + "\": " + text,
+                   {{"number", number}, {"title", box.windowTitle()}, {"text", text}});
+  SaveScreenshot(box, "box");
+  Record(BoxCategory(number, box.text()));
+  if (number == RunError::kDeviceFailed) giveUp_ = true;
 }
 
 /// The run checks a pressed Cancel only now and then, and each part of a run opens the progress window again:
@@ -202,46 +216,48 @@ void Operator::OnLook() {
 }
 
 void Operator::ShowProgress() {
-  if (!forecast_) return;
+  if (!estimate_) return;
   const double now = reporter_.Seconds();
   QString line = stepWords_.section(':', 0, 0);
-  if (forecast_->Batches() != 0)
-    line += QString(": batch %1/%2").arg(forecast_->BatchesDone()).arg(forecast_->Batches());
-  if (forecast_->Controllers() != 0) {
-    line += QString(", controller %1/%2").arg(forecast_->ControllersDone()).arg(forecast_->Controllers());
+  if (estimate_->Batches() != 0)
+    line += QString(": batch %1/%2").arg(estimate_->BatchesDone()).arg(estimate_->Batches());
+  if (estimate_->Controllers() != 0) {
+    line += QString(", controller %1/%2").arg(estimate_->ControllersDone()).arg(estimate_->Controllers());
   }
   line += ", " + Minutes(now - stepStart_) + " passed";
-  if (forecast_->Controllers() != 0) line += ", " + Minutes(forecast_->SecondsLeft(now)) + " left";
-  reporter_.ShowProgress(line + ": " + Status().simplified());
+  if (estimate_->Controllers() != 0) line += ", " + Minutes(estimate_->SecondsLeft(now)) + " left";
+  reporter_.ShowProgress(line + ": " + status_.simplified());
 }
 
 void Operator::Report(const Task::Step& step) {
-  const QList<int> ticked = TickedControllers();
-  if (step.job == Job::kAuto) {
-    if (!CanContinue()) return;  // the boxes of controllers that were not asked keep their ticks
-    for (const int number : ticked) ReportController(number, {}, {ErrorCategory::kNone, "found", ""});
-    if (ticked.isEmpty()) Fail(ErrorCategory::kController, "nobody answered");
-    return;
-  }
-  const QString checksum = Window(kTable) != nullptr ? Text(kTable, "File Cheksum") : "";
-  for (const int number : ticked) {
-    const Row row = Window(kTable) != nullptr ? RowOf(number) : Row{};
-    ReportController(number, row, JudgeRow(row, checksum, step.job));
-  }
+  const bool detection = step.kind == RunKind::kAuto;
+  if (detection && !CanContinue()) return;  // not all controllers were asked
+  const std::vector<int> controllers = results_.Controllers();
+  for (const int number : controllers) ReportController(number);
+  if (detection && controllers.empty()) Fail(ErrorCategory::kController, "nobody answered");
 }
 
-void Operator::ReportController(int number, const Row& row, const Verdict& verdict) {
-  const bool good = verdict.category == ErrorCategory::kNone;
-  reporter_.Report("controller",
-                   QString("%1  %2 | %3 | %4")
-                       .arg(ControllerName(number), row.version, row.checksum, good ? "good" : "BAD"),
-                   {{"number", number},
-                    {"version", row.version},
-                    {"checksum", row.checksum},
-                    {"verdict", verdict.word},
-                    {"advice", verdict.advice}});
-  if (!good) reporter_.Explain(verdict.word + ": " + verdict.advice);
-  Record(verdict.category);
+void Operator::ReportController(int number) {
+  const Evidence evidence = results_.EvidenceOf(number);
+  const Verdict verdict = results_.VerdictOf(number);
+  const QString version = QString::fromStdString(evidence.rowVersion);
+  const QString checksum = QString::fromStdString(evidence.rowChecksum);
+  const QString word = QString::fromStdString(verdict.word);
+  const QString reason = QString::fromStdString(verdict.reason);
+  const QString advice = QString::fromStdString(verdict.advice);
+  reporter_.Report(
+      "controller",
+      QString("%1  %2 | %3 | %4").arg(ControllerName(number), version, checksum, verdict.good ? word : "BAD"),
+      {{"number", number},
+       {"version", version},
+       {"checksum", checksum},
+       {"verdict", word},
+       {"evidence", QString::fromStdString(verdict.evidence)},
+       {"reason", reason},
+       {"advice", advice}});
+  if (!advice.isEmpty() || !evidence.fileFault.empty())
+    reporter_.Explain(word + ": " + reason + (advice.isEmpty() ? "" : "; " + advice));
+  good_[number] = verdict.good;
 }
 
 void Operator::Fail(ErrorCategory category, const QString& reason) {

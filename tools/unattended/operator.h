@@ -1,23 +1,23 @@
 #pragma once
 
 #include <QString>
+#include <map>
 #include <optional>
 
 #include "driver/window_driver.h"
-#include "unattended/forecast.h"
+#include "results/run_results.h"
+#include "unattended/error_category.h"
+#include "unattended/estimate.h"
 #include "unattended/reporter.h"
 #include "unattended/task.h"
-#include "unattended/verdict.h"
 
 namespace quillon {
 
-/// The facts of a step's run, as far as the file and the program's folder tell them. Raises RunError.
-RunFacts FactsOf(Job job, const QString& hex, const std::string& folder);
-
 /// Runs a task at the windows on behalf of an operator: fills the fields, presses the button of each step,
-/// answers the boxes, and reports what an operator would see. One step is one run of the main window; the
-/// next one starts when its row reports are written.
-class Operator final : public WindowDriver {
+/// answers the boxes, and reports what happens. One step is one run of the main window; the next one starts
+/// when its row reports are written. Progress, rows and verdicts come from the run events alone, so they do
+/// not depend on which windows are open.
+class Operator final : public WindowDriver, public RunObserver {
  public:
   /// `folder` is the program's. `reporter` must outlive the operator.
   Operator(Task task, std::string folder, Reporter& reporter);
@@ -25,30 +25,38 @@ class Operator final : public WindowDriver {
   /// Runs the whole task and ends the program by its Exit button.
   void Work();
 
-  ErrorCategory Outcome() const { return outcome_; }
+  void OnRunEvent(const RunEvent& event) override;
+
+  /// The worst error so far. Of a controller the last verdict counts.
+  ErrorCategory Outcome() const;
 
  private:
   void SetUp();
   void ChooseHex();
   void Run(const Task::Step& step);
+  void RunOnce(const Task::Step& step);
   void TickOnly(const QList<int>& controllers);
   QList<int> TickedControllers() const;
 
   /// Raises Failure with the reason when a step cannot run.
   void CheckReady(const Task::Step& step) const;
-  /// Begins the estimate of a step's time, and reports it.
-  void Estimate(const Task::Step& step);
+  QList<int> FailedControllers() const;
+
+  void On(const RunStarted& event);
+  void On(const StatusShown& event);
+  void On(const RunFailure& event) { failureNumber_ = event.number; }
+  template <class Other>
+  void On(const Other&) {}
 
   void OnBox(QMessageBox& box) override;
   bool OnQuestion(QMessageBox& box) override;
-  void OnStatus(const QString& line) override;
   void OnLook() override;
   void ShowProgress();
 
   void CheckInterrupt();
-  /// Reports a row for each ticked controller.
+  /// Reports a row for each controller of the step's run.
   void Report(const Task::Step& step);
-  void ReportController(int number, const Row& row, const Verdict& verdict);
+  void ReportController(int number);
 
   void Record(ErrorCategory category) { outcome_ = Worse(outcome_, category); }
   /// Whether another step makes sense.
@@ -62,13 +70,17 @@ class Operator final : public WindowDriver {
   Task task_;
   std::string folder_;  ///< of the program
   Reporter& reporter_;
-  std::optional<Forecast> forecast_;  ///< of the current step
+  RunResults results_;
+  std::optional<Estimate> estimate_;  ///< of the run that is under way
   QString stepWords_;
   QString refused_;  ///< the question about the file, when it was answered with No
   double stepStart_ = 0;
-  bool statusChanged_ = false;  ///< since the last screenshot of the status line
-  bool giveUp_ = false;         ///< the current run cannot succeed any more
-  ErrorCategory outcome_ = ErrorCategory::kNone;
+  QString status_;                                ///< the status line
+  bool statusChanged_ = false;                    ///< since the last screenshot of the status line
+  int failureNumber_ = 0;                         ///< of the run-error box that is shown next
+  bool giveUp_ = false;                           ///< the current run cannot succeed any more
+  std::map<int, bool> good_;                      ///< the last verdict of each controller
+  ErrorCategory outcome_ = ErrorCategory::kNone;  ///< of all but the verdicts
 };
 
 }  // namespace quillon

@@ -20,15 +20,15 @@ constexpr int kLastController = kControllers - 1;
 
 struct KnownStep {
   const char* name;
-  Job job;
+  RunKind kind;
   const char* button;
 };
 constexpr KnownStep kKnownSteps[] = {
-    {"parallel", Job::kParallel, "Download (Parallel)"},
-    {"serial", Job::kSerial, "Download (Serial)"},
-    {"flash-info", Job::kFlashInfo, "Flash Info"},
-    {"boot-info", Job::kBootInfo, "Boot Info"},
-    {"auto", Job::kAuto, "Auto"},
+    {"parallel", RunKind::kParallel, "Download (Parallel)"},
+    {"serial", RunKind::kSerial, "Download (Serial)"},
+    {"flash-info", RunKind::kFlashInfo, "Flash Info"},
+    {"boot-info", RunKind::kBootInfo, "Boot Info"},
+    {"auto", RunKind::kAuto, "Auto"},
 };
 
 constexpr char kDescription[] = R"(SYNOPSIS
@@ -49,7 +49,9 @@ DESCRIPTION
     auto         ticks the controllers that are on the line
 
   A list after a step ticks its controllers for this step and those after it:
-  serial:1,3 or flash-info:0-3,7.
+  serial:1,3 or flash-info:0-3,7. The list "failed" is the controllers whose last
+  verdict in this invocation is not good: parallel serial:failed. The step is
+  skipped when there is none.
 
   On a terminal one line shows the batches and controllers done, the time passed
   and the time left. After each step one row reports each ticked controller:
@@ -62,12 +64,29 @@ DESCRIPTION
     step        "step", "batches", "controllers", "seconds" (the estimate)
     status      "text", "batchesDone", "controllersDone", "secondsLeft"
     box         "number" (0: none), "title", "text"
-    controller  "number", "version", "checksum", "verdict", "advice"
+    skipped     "step", "text"
+    controller  "number", "version", "checksum", "verdict", "evidence", "reason",
+                "advice"
     warning, failure   "text"
     end         "code" (the exit status)
 
-  "verdict" is good, found (by auto), no-answer, damaged-answers, refused,
-  erase-refused, not-programmed, other-image, marked or not-read.
+  The verdict considers all that the run learned, not only the row. "verdict" and
+  "evidence" are:
+
+    good        proven: every batch acknowledged by this controller, full
+                checksum confirmed, read back equal to the file
+                confirmed: full checksum confirmed, read back equal (parallel)
+                read-back: read back equal; this step loaded nothing
+    read        read, and there was no file to compare it with
+    found       answered to auto
+    contradictory   refused the full checksum, although it reads back equal; or
+                an answer came from another controller; or two answers differ
+    unconfirmed     loaded and reads back equal, but neither confirmed nor
+                refused the full checksum
+
+  and the failures no-answer, damaged-answers, refused, erase-refused,
+  not-programmed, other-image and not-read. A survey never improves the verdict of
+  a download in the same invocation; only another download does.
 
   The settings on the disk are not changed. Only one copy at a time can run in
   one folder: a second one cannot write its log and exits with status 4.
@@ -78,7 +97,8 @@ DESCRIPTION
 
 constexpr char kFooter[] = R"(EXIT STATUS
   0   success
-  1   a controller is not in the expected state: its row is not good
+  1   a controller is not in the expected state: its last verdict is none of good,
+      read and found
   2   a word is not valid, or a field is empty; no button was pressed for it
   3   the port is missing, in use, not permitted, or was removed during a run
   4   a file is missing, not readable or contradicts itself, or the log or the
@@ -94,6 +114,8 @@ EXAMPLES
   quillon-unattended --port 33 --json flash-info:1,2 |
       jq -r 'select(.event == "controller") | .checksum'
   quillon-unattended --port 33 auto flash-info
+  quillon-unattended --hex new.hex --port 33 --controllers 1-4 \
+      parallel serial:failed
 )";
 
 [[noreturn]] void Refuse(const QString& reason) { throw Failure(ErrorCategory::kUsage, reason); }
@@ -129,8 +151,12 @@ Task::Step ParseStep(const QString& words) {
   if (known == std::end(kKnownSteps)) {
     Refuse("There is no step \"" + name + "\". Give parallel, serial, flash-info, boot-info or auto.");
   }
-  Task::Step step{words, known->job, known->button, std::nullopt};
+  Task::Step step{words, known->kind, known->button, std::nullopt};
   if (!words.contains(':')) return step;
+  if (words.section(':', 1) == "failed") {
+    step.failedOnly = true;
+    return step;
+  }
   try {
     step.controllers = ParseControllers(words.section(':', 1));
   } catch (const std::invalid_argument& error) {
@@ -222,10 +248,10 @@ void RefuseTwice(const CLI::App& app) {
 void CheckSteps(const Task& task) {
   if (task.steps.empty()) Refuse("There is no step, so nothing to do. Ask with --help.");
   for (const Task::Step& step : task.steps) {
-    if (IsDownload(step.job) && task.hex.isEmpty()) Refuse(step.words + " needs a file. Give --hex FILE.");
-    const bool known = !task.speed.isEmpty() && (task.controllers || step.controllers) &&
-                       (step.job != Job::kParallel || !task.delay.isEmpty());
-    if (task.forecastOnly && (!IsDownload(step.job) || !known)) {
+    if (IsDownload(step.kind) && task.hex.isEmpty()) Refuse(step.words + " needs a file. Give --hex FILE.");
+    const bool known = !step.failedOnly && !task.speed.isEmpty() && (task.controllers || step.controllers) &&
+                       (step.kind != RunKind::kParallel || !task.delay.isEmpty());
+    if (task.forecastOnly && (!IsDownload(step.kind) || !known)) {
       Refuse("--forecast: " + step.words +
              " can't be estimated. Give downloads, with --speed, --controllers and, for parallel, --delay.");
     }

@@ -6,23 +6,20 @@
 #include <optional>
 #include <vector>
 
+#include "forms/run_events.h"
 #include "unattended/error_category.h"
 
 namespace quillon {
-
-/// What a step does.
-enum class Job { kParallel, kSerial, kFlashInfo, kBootInfo, kAuto };
-
-inline bool IsDownload(Job job) { return job == Job::kParallel || job == Job::kSerial; }
 
 /// What the command line asks for. An empty text leaves its field as the settings have it.
 struct Task {
   QString answer;  ///< the help or the version, to be printed instead of any work
   struct Step {
     QString words;  ///< as given, such as "serial:1,3"
-    Job job;
+    RunKind kind;
     QString button;  ///< of the main window
     std::optional<QList<int>> controllers;
+    bool failedOnly = false;  ///< instead: the controllers whose last verdict is not good
   };
 
   QString hex;

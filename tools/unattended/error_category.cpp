@@ -1,0 +1,44 @@
+#include "unattended/error_category.h"
+
+#include <algorithm>
+#include <array>
+
+#include "platform/run_error.h"
+
+namespace quillon {
+namespace {
+
+/// From the least to the worst.
+constexpr std::array kByWeight = {ErrorCategory::kNone,  ErrorCategory::kController,
+                                  ErrorCategory::kUsage, ErrorCategory::kFile,
+                                  ErrorCategory::kPort,  ErrorCategory::kCancelled};
+
+}  // namespace
+
+ErrorCategory Worse(ErrorCategory one, ErrorCategory other) {
+  const auto weight = [](ErrorCategory category) { return std::ranges::find(kByWeight, category); };
+  return weight(one) < weight(other) ? other : one;
+}
+
+ErrorCategory BoxCategory(int number, const QString& text) {
+  switch (number) {
+    case RunError::kInvalidPort:
+    case RunError::kPortAlreadyOpen:
+    case RunError::kPortNotOpen:
+    case RunError::kDeviceFailed:
+    case RunError::kInvalidPropertyValue:
+      return ErrorCategory::kPort;
+    case RunError::kPermissionDenied:
+      return text.contains(" right to COM ") ? ErrorCategory::kPort : ErrorCategory::kFile;
+    case RunError::kSubscriptOutOfRange:
+      return ErrorCategory::kController;
+    case 0:
+      if (text == "send p4 OK!!!") return ErrorCategory::kNone;
+      return text == "File not Found!" ? ErrorCategory::kFile : ErrorCategory::kController;
+    default:
+      // A number out of range in a field, too: it came from the settings or the image.
+      return ErrorCategory::kFile;
+  }
+}
+
+}  // namespace quillon
