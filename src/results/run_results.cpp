@@ -1,11 +1,6 @@
 #include "results/run_results.h"
 
 namespace quillon {
-namespace {
-
-constexpr std::size_t kShortAnswerBytes = 2;  // the short answer names no controller
-
-}  // namespace
 
 void RunResults::OnRunEvent(const RunEvent& event) {
   std::visit([this](const auto& what) { On(what); }, event.what);
@@ -22,7 +17,7 @@ std::vector<int> RunResults::Controllers() const {
 
 Evidence RunResults::EvidenceOf(int controller) const {
   Evidence evidence = evidence_[static_cast<std::size_t>(controller)];
-  if (!AnswersContainNumbers()) evidence.otherController.reset();
+  if (!numbers_.OthersCount()) evidence.otherController.reset();
   return evidence;
 }
 
@@ -35,16 +30,6 @@ Verdict RunResults::VerdictOf(int controller) const {
   return hidesFailure ? download->verdict : verdict;
 }
 
-/// Nothing guarantees that controllers write their number into an answer. So another number counts only when
-/// the other answers of the run contain the number of the controller that was asked (all of them, or the
-/// majority when several came from another controller), or when answers contain different other numbers: what
-/// controllers write in place of a number is the same in all.
-bool RunResults::AnswersContainNumbers() const {
-  if (noNumbers_ != 0) return false;
-  const bool ownPrevail = ownNumbers_ > 0 && (otherNumbers_ == 1 || otherNumbers_ < ownNumbers_);
-  return ownPrevail || differentOthers_;
-}
-
 void RunResults::On(const RunStarted& event) {
   started_ = event;
   Evidence evidence;
@@ -52,9 +37,7 @@ void RunResults::On(const RunStarted& event) {
   evidence.fileChecksum = event.fileChecksum;
   evidence.fileFault = event.fileFault;
   evidence_.fill(evidence);
-  ownNumbers_ = otherNumbers_ = noNumbers_ = 0;
-  lastOther_.reset();
-  differentOthers_ = false;
+  numbers_ = {};
 }
 
 void RunResults::On(const ControllerBegun& event) {
@@ -65,18 +48,9 @@ void RunResults::On(const ControllerBegun& event) {
 void RunResults::On(const ControllerFound& event) { At(event.controller).foundAt = event.speed; }
 
 void RunResults::On(const AnswerReceived& event) {
-  if (event.judgement != Judgement::kGood || event.bytes.size() <= kShortAnswerBytes) return;
-  const int number = *event.Address();
-  if (number == event.controller) {
-    ++ownNumbers_;
-  } else if (number < kControllers) {
-    ++otherNumbers_;
-    differentOthers_ = differentOthers_ || (lastOther_ && lastOther_ != number);
-    lastOther_ = number;
-    At(event.controller).otherController = number;
-  } else {
-    ++noNumbers_;
-  }
+  if (event.judgement != Judgement::kGood) return;
+  if (const auto other = numbers_.Count(event.controller, event.bytes))
+    At(event.controller).otherController = other;
 }
 
 void RunResults::On(const CommandAnswered& event) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "forms/quillon.h"
+#include "results/answer_numbers.h"
 #include "results/verdict.h"
 
 namespace quillon {
@@ -50,17 +51,10 @@ class RunResults final : public RunObserver {
   void On(const Other&) {}
 
   Evidence& At(int controller) { return evidence_[static_cast<std::size_t>(controller)]; }
-  bool AnswersContainNumbers() const;
 
   RunStarted started_{};
   std::array<Evidence, kControllers> evidence_;
-  // Of the answers of the run: how many contain the number of the controller that was asked, that of another
-  // controller, or neither.
-  int ownNumbers_ = 0;
-  int otherNumbers_ = 0;
-  int noNumbers_ = 0;
-  std::optional<int> lastOther_;
-  bool differentOthers_ = false;  ///< two answers contain different other numbers
+  AnswerNumbers numbers_;
   std::array<std::optional<DownloadVerdict>, kControllers> downloads_;
 };
 
