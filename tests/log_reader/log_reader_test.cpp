@@ -64,7 +64,7 @@ TEST_P(AnExchange, IsReported) {
   const ExchangeCase& row = GetParam();
   const std::string report = Report(AsLog(row.log));
   EXPECT_THAT(report, HasSubstr(row.description));
-  char summary[120];
+  char summary[240];
   std::snprintf(summary, sizeof summary, "2 %6d %9d %9d %8d  %s\n", row.asked, row.answered, row.repeated,
                 row.refused, row.standsAt);
   EXPECT_THAT(report, HasSubstr(summary));
@@ -92,7 +92,7 @@ const ExchangeCase kExchanges[] = {
     {"AnswerToAnotherQuestion", {kCheck2, kAccepted2, kOk},
      "wrong length: no answer to this has 7 bytes", 1, 1, 0, 0, "check: answers of a wrong length", 1},
     {"RefusedThreeTimes", {kErase2, kRefused2, kOk, kRefused2, kOk, kRefused2, kOk, "Answer : Failure 3*E1"},
-     "04: refused, code E1", 1, 3, 2, 3, "erase: refused", 0},
+     "04: refused, code E1", 1, 3, 2, 3, "erase: refused", 1},
     {"FalseCrcThenRefusedThenAccepted", {kErase2, kFalseCrc2, kRefused2, kOk, kAccepted2, kOk},
      "04: accepted", 1, 2, 2, 1, "erase: accepted", 1},
     {"CancelledAfterAFalseCrc", {kCheck1, kFalseCrc2, kErase2, kAccepted2, kOk},
@@ -105,6 +105,14 @@ const ExchangeCase kExchanges[] = {
      "moves controller 2 to protocol 4", 1, 1, 0, 0, "move: accepted", 0},
     {"HoldsWhatWasSent", {kChecksum2, kAccepted2, kOk, kCheck2, kHeld2, kOk},
      "sent as D86E8C", 2, 2, 0, 0, "holds 12/05/31, checksum 6E8C, as sent", 0},
+    {"HoldsWhatItRefused", {kChecksum2, kRefused2, kOk, kRefused2, kOk, kRefused2, kOk, kCheck2, kHeld2, kOk},
+     "", 2, 4, 2, 3, "holds 12/05/31, checksum 6E8C, as sent; contradictory: it refused the full checksum, "
+     "although the checksum that it reports is that of the file", 2},
+    {"HoldsWhatItDidNotConfirm", {kChecksum2, kNoAnswer, kCheck2, kHeld2, kOk}, "", 2, 1, 2, 0,
+     "holds 12/05/31, checksum 6E8C, as sent; unconfirmed: it neither confirmed nor refused the full checksum; "
+     "the checksum that it reports is that of the file", 1},
+    {"FromAnotherController", {kErase2, kAccepted1, kOk, kBatchToAll, kChecksum2, kAccepted2, kOk},
+     "04: accepted; from controller 1", 2, 2, 0, 0, "checksum: accepted", 1},
     {"HoldsSomethingElse", {"40 02 07 75 AA 55 0F 06 E8 0D F1 14 04 ", kAccepted2, kOk, kCheck2, kHeld2, kOk},
      "", 2, 2, 0, 0, "holds 12/05/31, checksum 6E8C, NOT the checksum that was sent", 1},
     {"ChecksumOfFourDigits", {"40 02 07 75 AA 55 0F 06 E8 0C E1 35 04 ", kAccepted2, kOk, kCheck2, kHeld2,

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -64,6 +65,7 @@ struct ParsedLog {
   std::size_t lines = 0;
   std::deque<LogEntry> entries;
   std::deque<LoggedMessage> messages;
+  std::map<std::uint32_t, std::string> notes;  ///< why an intact answer is doubtful, by the entry's offset
 };
 
 /// Parses a log, whose form link/log_lines.h defines. It accepts any text of less than 4 GiB. A log that is

@@ -11,6 +11,7 @@
 
 #include "link/exchange.h"
 #include "link/text_arithmetic.h"
+#include "log/doubts.h"
 #include "log/log_parser.h"
 #include "log/runs.h"
 
@@ -108,10 +109,12 @@ std::string Printable(std::string_view line) {
 /// What the answer in an entry means, and how its checksum compares with the one that was sent.
 std::string DescribeAnswer(const ParsedLog& log, const LoggedMessage& message, const LogEntry& entry) {
   const Answer answer = AnswerOf(log, message, entry);
+  const auto note = log.notes.find(entry.offset);
+  const std::string doubt = note == log.notes.end() ? "" : "; " + note->second;
   if (message.checksum == ChecksumMatch::kNotCompared || answer.verdict != AnswerVerdict::kGood)
-    return answer.description;
+    return answer.description + doubt;
   const bool same = message.checksum == ChecksumMatch::kSame;
-  return answer.description + (same ? ", as sent" : ", NOT the checksum that was sent");
+  return answer.description + (same ? ", as sent" : ", NOT the checksum that was sent") + doubt;
 }
 
 std::string Describe(const ParsedLog& log, const LoggedMessage& message, const LogEntry& entry) {
@@ -182,7 +185,9 @@ std::string StatusText(const ParsedLog& log, const LoggedMessage& last) {
 class ReportWriter {
  public:
   ReportWriter(std::string_view text, std::ostream& out)
-      : log_(ParseLog(text)), runs_(FindRuns(log_)), out_(out) {}
+      : log_(ParseLog(text)), runs_(FindRuns(log_)), out_(out) {
+    MarkDoubts(log_, runs_);
+  }
 
   void Write(Detail detail) {
     out_ << runs_.size() << (runs_.size() == 1 ? " run in " : " runs in ") << log_.lines << " lines\n";
@@ -220,11 +225,11 @@ class ReportWriter {
 
   void WriteRow(const std::string& controller, const std::string& requests, const std::string& answered,
                 const std::string& repeated, const std::string& refused, const std::string& status) {
-    constexpr std::size_t kLongestRow = 200;
-    char row[kLongestRow];
-    std::snprintf(row, sizeof row, "  %10s %6s %9s %9s %8s  %s", controller.c_str(), requests.c_str(),
-                  answered.c_str(), repeated.c_str(), refused.c_str(), status.c_str());
-    out_ << row << '\n';
+    constexpr std::size_t kLongestColumns = 200;
+    char columns[kLongestColumns];
+    std::snprintf(columns, sizeof columns, "  %10s %6s %9s %9s %8s  ", controller.c_str(), requests.c_str(),
+                  answered.c_str(), repeated.c_str(), refused.c_str());
+    out_ << columns << status << '\n';
   }
 
   void WriteDoubtfulPlaces() {

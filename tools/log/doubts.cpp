@@ -1,0 +1,90 @@
+#include "log/doubts.h"
+
+#include <functional>
+#include <map>
+#include <string>
+#include <utility>
+
+#include "results/answer_numbers.h"
+#include "results/verdict.h"
+
+namespace quillon {
+namespace {
+
+class RunDoubts {
+ public:
+  RunDoubts(ParsedLog& log, const Run& run) : log_(log), run_(run) {}
+
+  void Mark() {
+    for (std::size_t n = run_.first; n < run_.end; ++n) CountNumbers(log_.messages[n]);
+    if (numbers_.OthersCount()) {
+      for (const auto& [entry, other] : foreign_) AddNote(*entry, "from controller " + std::to_string(other));
+    }
+    for (std::size_t n = run_.first; n < run_.end; ++n) Judge(log_.messages[n]);
+  }
+
+ private:
+  using Visit = std::function<void(LogEntry& entry, const Answer& answer)>;
+
+  void ForEachAnswer(const LoggedMessage& message, const Visit& visit) {
+    for (std::size_t n = message.firstEntry; n < EndOfEntries(log_, message); ++n) {
+      LogEntry& entry = log_.entries[n];
+      if (entry.kind == EntryKind::kAnswer) visit(entry, AnswerOf(log_, message, entry));
+    }
+  }
+
+  /// The log does not contain the number that an auto detection asked for.
+  void CountNumbers(const LoggedMessage& message) {
+    if (message.controller == kNoController || message.request == RequestKind::kDetection) return;
+    ForEachAnswer(message, [&](LogEntry& entry, const Answer& answer) {
+      if (answer.verdict == AnswerVerdict::kDamaged) return;
+      const auto other = numbers_.Count(message.controller, BytesOf(log_, entry));
+      if (other) foreign_.emplace_back(&entry, *other);
+      if (other) evidence_[message.controller].otherController = other;
+    });
+  }
+
+  void Judge(const LoggedMessage& message) {
+    Evidence& evidence = evidence_[message.controller];
+    if (message.outcome == Outcome::kRefused) MarkRefusal(message);
+    if (message.request == RequestKind::kFullChecksum) {
+      if (message.outcome == Outcome::kGood) evidence.checksumConfirmed = true;
+      if (message.outcome == Outcome::kRefused) evidence.checksumConfirmed = false;
+    }
+    if (message.checksum != ChecksumMatch::kSame) return;
+    // Of a serial download the log does not contain how many batches the image has.
+    evidence.kind = RunKind::kParallel;
+    evidence.row = RowContent::kFlash;
+    if (!numbers_.OthersCount()) evidence.otherController.reset();
+    const Verdict verdict = quillon::Judge(evidence);
+    if (verdict.good) return;
+    ForEachAnswer(message, [&](LogEntry& entry, const Answer& answer) {
+      if (answer.verdict == AnswerVerdict::kGood) AddNote(entry, verdict.word + ": " + verdict.reason);
+    });
+  }
+
+  void MarkRefusal(const LoggedMessage& message) {
+    LogEntry* last = nullptr;
+    ForEachAnswer(message, [&](LogEntry& entry, const Answer&) { last = &entry; });
+    if (last != nullptr) last->doubtful = true;
+  }
+
+  void AddNote(LogEntry& entry, const std::string& note) {
+    entry.doubtful = true;
+    log_.notes[entry.offset] = note;
+  }
+
+  ParsedLog& log_;
+  const Run& run_;
+  AnswerNumbers numbers_;
+  std::vector<std::pair<LogEntry*, int>> foreign_;
+  std::map<int, Evidence> evidence_;
+};
+
+}  // namespace
+
+void MarkDoubts(ParsedLog& log, const std::vector<Run>& runs) {
+  for (const Run& run : runs) RunDoubts(log, run).Mark();
+}
+
+}  // namespace quillon
