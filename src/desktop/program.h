@@ -7,6 +7,7 @@
 #include "desktop/desktop_events.h"
 #include "desktop/form_window.h"
 #include "desktop/serial_port.h"
+#include "results/row_tool_tips.h"
 #include "shell/start_stop.h"
 
 namespace quillon {
@@ -17,10 +18,10 @@ class Program {
   explicit Program(const std::string& folder)
       : desk_(screen_, folder),
         serialPort_(folder),
-        quillon_(Computer{clock_, events_, desk_, screen_, serialPort_, folder}) {}
+        quillon_(Computer{clock_, events_, desk_, screen_, serialPort_, folder}) {
+    AddObserver(toolTips_);
+  }
 
-  /// Reports the events of all runs to `observer` too, which must outlive the program.
-  void AddObserver(RunObserver& observer) { quillon_.observers.push_back(&observer); }
   void Start() { quillon::Start(quillon_); }
   /// Acts like closing the main window: a run that is under way ends, settings and log are saved.
   void Close() { quillon_.Close(); }
@@ -35,6 +36,7 @@ class Program {
   DesktopDesk desk_;
   SerialPort serialPort_;
   Quillon quillon_;
+  RowToolTips toolTips_{quillon_.info};
 };
 
 }  // namespace quillon

@@ -160,4 +160,8 @@ Verdict Judge(const Evidence& evidence) {
   return verdict;
 }
 
+std::string Describe(const Verdict& verdict) {
+  return verdict.word + ": " + verdict.reason + (verdict.advice.empty() ? "" : "; " + verdict.advice);
+}
+
 }  // namespace quillon

@@ -81,4 +81,7 @@ struct Verdict {
 /// The verdict on one controller after one run. It depends on nothing but the evidence.
 Verdict Judge(const Evidence& evidence);
 
+/// "no-answer: it did not answer; check power, cable, number and protocol".
+std::string Describe(const Verdict& verdict);
+
 }  // namespace quillon

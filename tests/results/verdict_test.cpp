@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include "results/row_tool_tips.h"
 #include "results/run_results.h"
 #include "workflows/run_bench.h"
 
@@ -166,6 +167,26 @@ TEST(RunResults, CountAnotherNumberOnlyWhereAnswersContainNumbers) {
   EXPECT_EQ(WordAfterAnswers({{1, 1}, {2, 3}, {3, 3}}), "read") << "the answer to 2 concerns 2 alone";
   EXPECT_EQ(WordAfterAnswers({{1, 3}, {2, 3}, {3, 3}}), "read") << "all write the same number";
   EXPECT_EQ(WordAfterAnswers({{1, 3}, {2, 0x41}, {3, 3}}), "read") << "not a controller's number";
+}
+
+TEST(RowToolTips, ShowTheVerdictsOfTheRunThatFilledTheRows) {
+  RunBench bench({{.number = 3}, {.number = 5, .baud = 19200, .protocol = 0x41}});
+  bench.ChooseHex(kImage);
+  bench.Tick({3, 5});
+  RowToolTips toolTips(bench.tool.info);
+  bench.tool.observers.push_back(&toolTips);
+  const auto tip = [&](int y) { return bench.tool.info.CkSum(y).ToolTip(); };
+  bench.CancelWhen("Controller 5 : Programming Batch 2");
+  bench.Press(kSerial);
+  EXPECT_THAT(tip(3), testing::StartsWith("good: it acknowledged every batch"));
+  EXPECT_EQ(bench.Row(5), " ");
+  EXPECT_EQ(tip(5), "not-read: the run ended before it was read back, and it is erased; load it again");
+  bench.Press(kAuto);
+  EXPECT_THAT(tip(5), testing::StartsWith("not-read"));
+  bench.Tick({3});
+  bench.Press(kInfo);
+  EXPECT_THAT(tip(3), testing::StartsWith("good: it reads back equal"));
+  EXPECT_EQ(tip(5), "");
 }
 
 }  // namespace

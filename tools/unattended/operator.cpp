@@ -256,7 +256,7 @@ void Operator::ReportController(int number) {
        {"reason", reason},
        {"advice", advice}});
   if (!advice.isEmpty() || !evidence.fileFault.empty())
-    reporter_.Explain(word + ": " + reason + (advice.isEmpty() ? "" : "; " + advice));
+    reporter_.Explain(QString::fromStdString(Describe(verdict)));
   good_[number] = verdict.good;
 }
 

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "forms/info.h"
+#include "results/run_results.h"
+
+namespace quillon {
+
+/// Gives the rows of `Info` the verdicts of the run that filled them as tool tips: "no-answer: it did not
+/// answer, and it may be erased; check power, cable, ...". A run without rows, such as Auto, leaves them.
+class RowToolTips final : public RunObserver {
+ public:
+  explicit RowToolTips(Info& info) : info_(info) {}
+  void OnRunEvent(const RunEvent& event) override;
+
+ private:
+  void Show(int controller);
+  void SetToolTip(int controller, const std::string& text);
+
+  Info& info_;
+  RunResults results_;
+  bool fillsRows_ = false;  // the run that is under way
+};
+
+}  // namespace quillon
