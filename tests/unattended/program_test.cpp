@@ -3,6 +3,7 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
@@ -10,6 +11,7 @@
 #include <fstream>
 #include <map>
 
+#include "support/image.h"
 #include "support/started_program.h"
 #include "unattended/output_queue.h"
 
@@ -100,6 +102,28 @@ TEST_F(ProgramAtTheBus, EndsWith1WhereAControllerIsNotAsWantedAndTakesTheNextSte
   // No file was loaded before, so their flash holds another image.
   const std::map<int, QString> expected{{1, "other-image"}, {2, "other-image"}};
   EXPECT_EQ(verdicts, expected);
+}
+
+// Controller 2 misses a batch of the parallel download.
+TEST_F(ProgramAtTheBus, LoadsFailedControllersAgain) {
+  test::StartedProgram bus({QUILLON_BUS, "--link", folder_ + "COM8", "--controller", "1-2,baud=38400",
+                            "--fault", "2:lost-batch@1", "--download-baud", "38400", "--quick"});
+  EXPECT_THAT(bus.ReadLine(), testing::StartsWith("bus: "));
+  const std::string hex = folder_ + "image.hex";
+  for (const std::string& line : test::kImage) std::ofstream(hex, std::ios::app) << line << "\n";
+  std::vector<std::string> words = Words({"parallel", "serial:failed", "serial:failed"});
+  std::ranges::replace(words, std::string(QUILLON_DEMO_HEX), hex);
+  std::ranges::replace(words, std::string("7"), std::string("8"));
+  test::StartedProgram program(words);
+  std::string verdicts;
+  for (QJsonObject event = Next(program); !event.isEmpty(); event = Next(program)) {
+    if (event["event"] == "skipped") verdicts += "skipped ";
+    if (event["event"] != "controller") continue;
+    verdicts += std::to_string(event["number"].toInt()) + " " + event["verdict"].toString().toStdString() +
+                " " + event["evidence"].toString().toStdString() + " ";
+  }
+  EXPECT_EQ(verdicts, "1 good confirmed 2 not-programmed  2 good proven skipped ");
+  EXPECT_EQ(program.Wait(), 0);
 }
 
 TEST_F(ProgramAtTheBus, TakesAnInterruptAsCancel) {
