@@ -26,7 +26,7 @@ RunStarted Describe(const Quillon& form, RunKind kind) {
   RunStarted started{.kind = kind,
                      .file = form.FileName.Text(),
                      .fileChecksum = form.FileCheksum.Text(),
-                     .fileFault = form.FileWarning.Visible() ? form.FileWarning.ToolTip() : "",
+                     .fileFault = form.fileFault,
                      .port = form.ComPort.Text(),
                      .speed = form.Vitesse.Text(),
                      .timeOut = form.Text1.Text(),
