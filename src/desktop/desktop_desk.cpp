@@ -6,6 +6,7 @@
 #include <QGridLayout>
 #include <QHeaderView>
 #include <QLineEdit>
+#include <QListView>
 #include <QMessageBox>
 #include <QScreen>
 #include <QSettings>
@@ -79,6 +80,21 @@ class BesideDialog {
  private:
   QWindow* dialog_;
   QWindow* owner_ = nullptr;
+};
+
+/// A file dialog that accepts a typed path. While a path is typed, Qt selects in the list what each part of
+/// it names. A folder that stays selected would be opened in place of the path, and the path deleted.
+class FileDialog final : public QFileDialog {
+ public:
+  using QFileDialog::QFileDialog;
+
+ protected:
+  void accept() override {
+    const auto* name = findChild<QLineEdit*>("fileNameEdit");
+    auto* files = findChild<QListView*>("listView");
+    if (name != nullptr && files != nullptr && name->hasFocus()) files->clearSelection();
+    QFileDialog::accept();
+  }
 };
 
 /// A message box is as wide as its text. This makes it as wide as its title, too.
@@ -167,13 +183,11 @@ void DesktopDesk::CallOperator() {
 }
 
 std::string DesktopDesk::ChooseFile(const std::string& title, const std::string& filter) {
-  QFileDialog dialog(OwnerWindow(screen_), QString::fromUtf8(title));
+  FileDialog dialog(OwnerWindow(screen_), QString::fromUtf8(title));
   dialog.setAcceptMode(QFileDialog::AcceptOpen);
   dialog.setFileMode(QFileDialog::ExistingFile);
   dialog.setNameFilter(NameFilter(filter));
   FitColumns(dialog);
-  // The list of completions empties the name when Enter closes it before a completion is chosen.
-  if (auto* name = dialog.findChild<QLineEdit*>("fileNameEdit")) name->setCompleter(nullptr);
   const int result = dialog.exec();
   key_pause::Begin();
   if (result != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return "";
