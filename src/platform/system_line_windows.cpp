@@ -1,5 +1,3 @@
-#include <windows.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -11,6 +9,9 @@
 #include "platform/serial_control.h"
 #include "platform/system_line.h"
 #include "platform/system_ports.h"
+
+// Last: windows.h defines a macro Yield, which is also a method of Events in computer.h.
+#include <windows.h>
 
 namespace quillon {
 namespace {
