@@ -159,7 +159,8 @@ void FormWindow::ShowInPlace() {
   QRect outer = QRect(QPoint(), size).marginsAdded(frame);
   outer.moveCenter((owner != nullptr && owner->isVisible() ? owner->frameGeometry() : screen).center());
   outer.moveTopLeft({std::max(outer.left(), screen.left()), std::max(outer.top(), screen.top())});
-  move(outer.topLeft());
+  // `move` would not count a frame that Qt does not know yet.
+  setGeometry(QRect(outer.topLeft() + QPoint(frame.left(), frame.top()), size));
   show();
 }
 
