@@ -46,6 +46,8 @@ TEST(CommandLine, RefusesAWordThatMakesNoSense) {
       {"--forecast flash-info", "flash-info", "--speed"},
       {"seriel:1", "\"seriel\"", "serial"},
       {"--ports 7 serial", "ports", "--help"},
+      {"--resume a.jsonl flash-info", "--resume", "Leave them out"},
+      {"--by Ann flash-info", "--by", "--record DIR"},
   };
   for (const auto& row : table) {
     try {

@@ -126,6 +126,32 @@ TEST_F(ProgramAtTheBus, LoadsFailedControllersAgain) {
   EXPECT_EQ(program.Wait(), 0);
 }
 
+// Killed while it erases and loads, then resumed by the record alone: without --hex, --port and
+// --controllers.
+TEST_F(ProgramAtTheBus, FinishesARecordedDownload) {
+  const std::string hex = folder_ + "image.hex", records = folder_ + "records";
+  std::filesystem::copy_file(QUILLON_DEMO_HEX, hex);
+  std::vector<std::string> words = Words({"--record", records, "--by", "Ann", "parallel"});
+  std::ranges::replace(words, std::string(QUILLON_DEMO_HEX), hex);
+  test::StartedProgram killed(words);
+  while (!Next(killed)["text"].toString().startsWith(" Programming Batch 3 ")) {
+  }
+  killed.End(SIGKILL);
+  const std::string record = std::filesystem::directory_iterator(records)->path();
+  const std::vector<std::string> resume{folder_ + "quillon-unattended", "--json", "--resume", record};
+  test::StartedProgram resumed(resume);
+  std::string verdicts;
+  for (QJsonObject event = Next(resumed); !event.isEmpty(); event = Next(resumed)) {
+    if (event["event"] == "controller") verdicts += event["verdict"].toString().toStdString() + " ";
+  }
+  EXPECT_EQ(verdicts, "other-image other-image good good ");
+  EXPECT_EQ(resumed.Wait(), 0);
+  std::ofstream(hex, std::ios::app) << "\n";
+  test::StartedProgram refused(resume);
+  EXPECT_THAT(refused.ReadAll(), testing::HasSubstr("is not the one of the record"));
+  EXPECT_EQ(refused.Wait(), 4);
+}
+
 TEST_F(ProgramAtTheBus, TakesAnInterruptAsCancel) {
   test::StartedProgram program(Words({"parallel", "flash-info"}));
   while (!Next(program)["text"].toString().startsWith(" Programming Batch 3 ")) {

@@ -7,10 +7,12 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 
 #include "desktop/house_look.h"
 #include "desktop/program.h"
 #include "platform/system_files.h"
+#include "records/job_recorder.h"
 #include "unattended/console.h"
 #include "unattended/operator.h"
 #include "unattended/output_queue.h"
@@ -97,8 +99,15 @@ ErrorCategory Work(const Task& task, const std::string& folder, Reporter& report
   quillon::console::Prepare();
   quillon::GiveHouseLook(application);
   quillon::Operator runner(task, folder, reporter);
+  std::optional<quillon::JobRecorder> recorder;
   quillon::Program program(folder);
   program.AddObserver(runner);
+  if (!task.record.isEmpty()) {
+    program.AddObserver(recorder.emplace(task.record, folder, quillon::RecordLabels{task.by, task.hexGiven},
+                                         [&](const QString& text) {
+                                           reporter.Report("warning", text, {{"text", text}});
+                                         }));
+  }
   program.Start();
   QTimer::singleShot(0, &application, [&] { runner.Work(); });
   program.ServeUntilEnd();

@@ -30,10 +30,7 @@ void Operator::Work() {
     QApplication::processEvents();
     SetUp();
     if (!CanContinue()) throw Failure(outcome_, "an error before the first step, so no step was run");
-    for (const Task::Step& step : task_.steps) {
-      CheckInterrupt();
-      if (CanContinue()) Run(step);
-    }
+    RunSteps();
   } catch (const Failure& failure) {
     Fail(failure.category, failure.what());
   } catch (const std::runtime_error& error) {
@@ -43,6 +40,34 @@ void Operator::Work() {
   if (!reporter_.Finish()) Record(ErrorCategory::kFile);  // "end" reports the exit status
   reporter_.Report("end", Outcome() == ErrorCategory::kNone ? "all went well" : "it did not go well",
                    {{"code", static_cast<int>(Outcome())}});
+}
+
+void Operator::RunSteps() {
+  if (task_.resume) return RunResume(*task_.resume);
+  for (const Task::Step& step : task_.steps) {
+    CheckInterrupt();
+    if (CanContinue()) Run(step);
+  }
+}
+
+void Operator::RunResume(Resume& resume) {
+  const QJsonObject settings = resume.Record().job["settings"].toObject();
+  const QString keepSpeed = "Keep the existing baud rate for firmware download (ORVA only)";
+  Tick("Prot 3", settings["prot3"].toBool());
+  if (Enabled(kMain, keepSpeed)) Tick(keepSpeed, settings["keepSpeed"].toBool());
+  while (const auto next = resume.Next()) {
+    CheckInterrupt();
+    if (!CanContinue()) return;
+    Type("Protocol", next->protocol);
+    Task::Step step = StepNamed(next->load ? resume.Record().Kind() : "flash-info");
+    step.controllers.emplace(next->controllers.begin(), next->controllers.end());
+    Run(step);
+    for (const int number : next->controllers) {
+      const Evidence evidence = results_.EvidenceOf(number);
+      if (!next->load && !evidence.checksum.empty())
+        resume.SetChecksum(number, QString::fromStdString(evidence.checksum));
+    }
+  }
 }
 
 void Operator::SetUp() {

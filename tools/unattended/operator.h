@@ -33,6 +33,9 @@ class Operator final : public WindowDriver, public RunObserver {
  private:
   void SetUp();
   void ChooseHex();
+  void RunSteps();
+  /// Finishes a recorded download.
+  void RunResume(Resume& resume);
   void Run(const Task::Step& step);
   void RunOnce(const Task::Step& step);
   void TickOnly(const QList<int>& controllers);

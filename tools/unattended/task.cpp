@@ -88,6 +88,11 @@ DESCRIPTION
   not-programmed, other-image and not-read. A survey never improves the verdict of
   a download in the same invocation; only another download does.
 
+  --resume finishes a download that was cut: it reads file, settings and
+  controllers from the job record, refuses a file that has changed, surveys the
+  controllers, and loads those that do not hold the file, that refused it, or that
+  were erased and did not confirm it.
+
   The settings on the disk are not changed. Only one copy at a time can run in
   one folder: a second one cannot write its log and exits with status 4.
 
@@ -116,6 +121,7 @@ EXAMPLES
   quillon-unattended --port 33 auto flash-info
   quillon-unattended --hex new.hex --port 33 --controllers 1-4 \
       parallel serial:failed
+  quillon-unattended --resume Jobs/20261124T101112Z-parallel.jsonl
 )";
 
 [[noreturn]] void Refuse(const QString& reason) { throw Failure(ErrorCategory::kUsage, reason); }
@@ -196,7 +202,7 @@ QString CheckControllers(const QString& value) {
 }
 
 QString CheckFileName(const QString& value) {
-  return value.isEmpty() ? "\"\" is no file. Give the path of a HEX file." : "";
+  return value.isEmpty() ? "\"\" is no file. Give the path of a file." : "";
 }
 
 QString CheckFolderName(const QString& value) {
@@ -221,6 +227,11 @@ const ValueOption kTimeout = NumberOption("--timeout", "MS", "how long to wait f
 const ValueOption kDelay = NumberOption("--delay", "MS", "pause after each parallel batch", 0, INT16_MAX);
 const ValueOption kControllerList{"--controllers", "LIST",
                                   "tick these, such as 1,2,5 or 0-3,7, and no others", CheckControllers};
+const ValueOption kRecord{"--record", "DIR", "write a job record of each step's run there", CheckFolderName};
+const ValueOption kBy{"--by", "NAME", "the name of the operator, for the job records",
+                      [](const QString&) { return QString(); }};
+const ValueOption kResume{"--resume", "RECORD", "finish the download that this job record describes",
+                          CheckFileName};
 const ValueOption kPictures{"--pictures", "DIR", "save pictures of the windows there", CheckFolderName};
 
 /// Adds an option whose value goes to `target`.
@@ -246,6 +257,11 @@ void RefuseTwice(const CLI::App& app) {
 }
 
 void CheckSteps(const Task& task) {
+  if (!task.by.isEmpty() && task.record.isEmpty()) Refuse("--by needs job records. Give --record DIR.");
+  if (!task.resumeFrom.isEmpty()) {
+    if (task.steps.empty() && task.hex.isEmpty() && !task.controllers && !task.forecastOnly) return;
+    Refuse("--resume takes file, controllers and steps from the record. Leave them out.");
+  }
   if (task.steps.empty()) Refuse("There is no step, so nothing to do. Ask with --help.");
   for (const Task::Step& step : task.steps) {
     if (IsDownload(step.kind) && task.hex.isEmpty()) Refuse(step.words + " needs a file. Give --hex FILE.");
@@ -275,7 +291,28 @@ bool Parse(CLI::App& app, std::vector<std::string> words, Task& task) {
   return false;
 }
 
+void PrepareResume(Task& task) {
+  try {
+    task.resume.emplace(ReadRecord(task.resumeFrom));
+  } catch (const std::exception& error) {
+    throw Failure(ErrorCategory::kFile, "--resume: \"" + task.resumeFrom + "\": " + error.what() + ".");
+  }
+  const JobRecord& record = task.resume->Record();
+  const QJsonObject settings = record.job["settings"].toObject();
+  task.hex = record.File()["path"].toString();
+  const auto fill = [](QString& field, const QString& value) {
+    if (field.isEmpty()) field = value;
+  };
+  fill(task.port, record.job["port"].toString().section(' ', 1));
+  fill(task.speed, settings["speed"].toString());
+  fill(task.protocol, settings["protocol"].toString());
+  fill(task.timeout, settings["timeout"].toString());
+  fill(task.delay, settings["delay"].toString());
+}
+
 }  // namespace
+
+Task::Step StepNamed(const QString& name) { return ParseStep(name); }
 
 Task ParseCommandLine(const QStringList& arguments) {
   Task task;
@@ -295,6 +332,9 @@ Task ParseCommandLine(const QStringList& arguments) {
   app.add_flag("--force", task.force, "use a file that contradicts itself anyway");
   app.add_flag("--json", task.json, "print one JSON object a line, for programs");
   Add(app, kPictures, task.pictures);
+  Add(app, kRecord, task.record);
+  Add(app, kBy, task.by);
+  Add(app, kResume, task.resumeFrom);
   app.add_flag("--forecast", task.forecastOnly, "only print how long the downloads would take");
   app.set_help_flag("-h,--help", "print this text");
   app.set_version_flag("--version", "", "print the version");
@@ -312,6 +352,9 @@ Task ParseCommandLine(const QStringList& arguments) {
 
 void PrepareFiles(Task& task) {
   const auto refuse = [](const QString& reason) { throw Failure(ErrorCategory::kFile, reason); };
+  if (!task.resumeFrom.isEmpty()) PrepareResume(task);
+  task.hexGiven = task.hex;
+  if (!task.record.isEmpty()) QDir().mkpath(task.record);  // the recorder reports a failure
   if (task.hex.contains(QChar::ReplacementCharacter))
     refuse("--hex: the name \"" + task.hex + "\" is no valid UTF-8. Rename the file.");
   const QFileInfo file(task.hex);

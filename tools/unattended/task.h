@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "forms/run_events.h"
+#include "records/resume.h"
 #include "unattended/error_category.h"
 
 namespace quillon {
@@ -22,7 +23,8 @@ struct Task {
     bool failedOnly = false;  ///< instead: the controllers whose last verdict is not good
   };
 
-  QString hex;
+  QString hex;         ///< after PrepareFiles an absolute path
+  QString hexGiven;    ///< as given
   bool force = false;  ///< use a file that contradicts itself
   bool json = false;
   bool forecastOnly = false;
@@ -33,15 +35,23 @@ struct Task {
   QString delay;
   std::optional<QList<int>> controllers;
   QString pictures;
+  QString record;                ///< folder for job records
+  QString by;                    ///< a name for them
+  QString resumeFrom;            ///< a job record
+  std::optional<Resume> resume;  ///< in place of steps
   std::vector<Step> steps;
 };
+
+/// The step of this name, such as "serial"; raises Failure, kUsage, when there is none.
+Task::Step StepNamed(const QString& name);
 
 /// Parses the command line, whose first word is the program. It opens no file. Raises Failure, kUsage, for a
 /// word that is not valid: a guess could erase a controller.
 Task ParseCommandLine(const QStringList& arguments);
 
-/// Makes the path of the firmware file absolute, and creates the folder for pictures. Raises Failure, kFile,
-/// when there is no such file or the folder cannot be created.
+/// Reads the record to resume from and takes over what the command line leaves empty. Makes the path of the
+/// firmware file absolute, and creates the folders for pictures and records. Raises Failure, kFile, when
+/// there is no such file, the record does not fit, or the folder for pictures cannot be created.
 void PrepareFiles(Task& task);
 
 }  // namespace quillon
