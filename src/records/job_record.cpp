@@ -48,18 +48,16 @@ class Reading {
     for (const QJsonValue& controller : controllers) record_.controllers[controller.toInt()];
   }
 
-  /// Without a number the batch goes to all controllers that are erased.
   void AddBatch(const QJsonObject& line) {
     batch_ = line;
     record_.batches = line["begun"].toInt();
-    for (auto& [number, controller] : record_.controllers) {
-      if (line["controller"].toInt(number) == number) controller.allSent = line["begun"] == line["of"];
-    }
   }
 
   void AddTo(ControllerRecord& controller, const QString& event, const QJsonObject& line) {
     const QString phase = line["phase"].toString();
     if (event == "begun" && phase == "erase") controller.progress = Progress::kErasing;
+    // A serial download confirms only what was acknowledged.
+    if (event == "begun" && phase == "confirm") controller.allAcknowledged = record_.Kind() == "serial";
     if (event == "repeat") ++controller.repeats;
     if (event == "damaged-answer") ++controller.damaged;
     if (event == "failure") controller.failure = line["text"].toString();

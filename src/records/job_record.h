@@ -23,8 +23,8 @@ struct ControllerRecord {
     kErased,     ///< it is erased, and may have a part of the image
     kConfirmed,  ///< it confirmed the full checksum
   } progress = Progress::kUntouched;
-  bool allSent = false;  ///< the last batch of the image was begun
-  bool done = false;     ///< the record contains its result
+  bool allAcknowledged = false;  ///< it acknowledged every batch of a serial download
+  bool done = false;             ///< the record contains its result
 
   QJsonObject before;  ///< "version" and "checksum"; empty when not known
   QJsonObject after;

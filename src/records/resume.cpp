@@ -77,9 +77,10 @@ void Resume::SetChecksum(int controller, const QString& checksum) {
 
 bool Resume::MustLoad(int controller) const {
   const ControllerRecord& known = record_.controllers.at(controller);
-  // Then it lacks a part of the image, although 16 bits of checksum may be the same.
-  const bool partly = known.progress == ControllerRecord::Progress::kErased && !known.allSent;
-  return partly || known.refused || answers_[controller].checksum != record_.File()["checksum"].toString();
+  // Then it can lack a part of the image although the 16 bits of the checksum that it reports match.
+  const bool unproven = known.progress == ControllerRecord::Progress::kErased && !known.allAcknowledged;
+  return unproven || known.refused || known.verdict == "contradictory" ||
+         answers_[controller].checksum != record_.File()["checksum"].toString();
 }
 
 }  // namespace quillon

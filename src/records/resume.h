@@ -41,8 +41,8 @@ class Resume {
     QString checksum;
     bool byImageProtocol;
   };
-  /// It does not hold the file, was not sent all of it after its erase, or refused the last command that
-  /// changes its flash.
+  /// It does not hold the file, was erased and neither confirmed the full checksum nor acknowledged every
+  /// batch, refused the last command that changes its flash, or gave contradictory answers.
   bool MustLoad(int controller) const;
 
   JobRecord record_;
