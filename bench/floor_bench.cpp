@@ -6,7 +6,7 @@
 #include <chrono>
 #include <string>
 
-#include "support/bench.h"
+#include "support/test_program.h"
 
 namespace quillon::test {
 namespace {
@@ -29,9 +29,9 @@ std::vector<std::string> SmallImage() {
 
 /// The least that what was sent can have taken: an exchange its frame, the first byte of its answer and the
 /// pause after that; a broadcast batch its delay, or its bytes' time where that is longer.
-double Floor(const World& world) {
+double Floor(const FakeComputer& computer) {
   double seconds = 0;
-  for (const SentBytes& frame : world.sent) {
+  for (const SentBytes& frame : computer.sent) {
     const double byteTime = kBitsPerByte / frame.baud;
     const double onLine = static_cast<double>(frame.bytes.size()) * byteTime;
     const bool broadcast = frame.bytes[1] == 0x5F;
@@ -47,20 +47,20 @@ void Download(benchmark::State& state, CommandButton Quillon::*button) {
   double floor = 0;
   for (auto _ : state) {
     bus::Bus bus({.answerDelay = Nanoseconds(0), .downloadBaud = baud});
-    Bench bench;
-    bench.world.bus = &bus;
-    bench.tool.DownloadSettings = std::to_string(baud) + ",N,8,2";
-    bench.tool.Vitesse.SetText(std::to_string(baud));
-    bench.tool.Text2.SetText(std::to_string(kBatchDelay));
-    bench.ChooseHex(SmallImage());
+    TestProgram program;
+    program.computer.bus = &bus;
+    program.tool.DownloadSettings = std::to_string(baud) + ",N,8,2";
+    program.tool.Vitesse.SetText(std::to_string(baud));
+    program.tool.Text2.SetText(std::to_string(kBatchDelay));
+    program.ChooseHex(SmallImage());
     for (int number = 0; number < controllers; ++number) {
       bus.Add({.number = number, .baud = baud});
-      bench.tool.C(number).SetValue(CheckBox::kTicked);
+      program.tool.C(number).SetValue(CheckBox::kTicked);
     }
-    const Nanoseconds begin = bench.world.Time();
-    (bench.tool.*button).Press();
-    floor = Floor(bench.world);
-    ratio = duration<double>(bench.world.Time() - begin).count() / floor;
+    const Nanoseconds begin = program.computer.Time();
+    (program.tool.*button).Press();
+    floor = Floor(program.computer);
+    ratio = duration<double>(program.computer.Time() - begin).count() / floor;
   }
   state.counters["floor_s"] = floor;
   state.counters["of_floor"] = ratio;

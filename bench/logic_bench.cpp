@@ -11,7 +11,7 @@
 #include "image/hex_file.h"
 #include "link/text_arithmetic.h"
 #include "platform/text_file.h"
-#include "support/bench.h"
+#include "support/test_program.h"
 
 namespace quillon::test {
 namespace {
@@ -95,15 +95,15 @@ void AnalyseHexFile(benchmark::State& state) {
   constexpr double kMostOverTrusting = 2.0;
   constexpr int kRounds = 5;
   const auto calls = static_cast<int>(state.range(1));
-  Bench bench;
-  bench.ChooseHex(FullImage(static_cast<int>(state.range(0))));
-  const std::string path = bench.tool.FileName.Text();
+  TestProgram program;
+  program.ChooseHex(FullImage(static_cast<int>(state.range(0))));
+  const std::string path = program.tool.FileName.Text();
   TrustingReader trusting;
   double analysis = 1e9;
   double measure = 1e9;
   for (auto _ : state) {
     for (int round = 0; round < kRounds; ++round) {
-      analysis = std::min(analysis, Quickest(calls, [&] { return AnalyseHexFile(bench.tool); }));
+      analysis = std::min(analysis, Quickest(calls, [&] { return AnalyseHexFile(program.tool); }));
       measure = std::min(measure, Quickest(calls, [&] { return trusting.Sum(path); }));
     }
   }

@@ -7,7 +7,7 @@
 #include "faults/witness.h"
 #include "link/exchange.h"
 #include "shell/wiring.h"
-#include "support/bench.h"
+#include "support/test_program.h"
 
 namespace quillon::explore {
 namespace {
@@ -80,7 +80,7 @@ void WriteImage(const std::string& folder) {
 }
 
 ExploredRun::ExploredRun(const Way& way, const Choices& choices, const std::string& folder)
-    : way_(way), choices_(choices), world_(folder), tool_(AsComputer()) {
+    : way_(way), choices_(choices), computer_(folder), tool_(AsComputer()) {
   for (const int number : {3, 5, kUnticked}) AddController(number);
   Wire(tool_);
   tool_.observers = {&results_, this};
@@ -99,7 +99,9 @@ ExploredRun::ExploredRun(const Way& way, const Choices& choices, const std::stri
   for (int i = 0; i < kControllers; ++i) tool_.C(i).SetValue(i == 3 || i == 5);
 }
 
-Computer ExploredRun::AsComputer() { return {world_, world_, world_, world_, *this, world_.folder}; }
+Computer ExploredRun::AsComputer() {
+  return {computer_, computer_, computer_, computer_, *this, computer_.folder};
+}
 
 /// Each controller has a flash of its own, so that no row can show another's facts unnoticed.
 void ExploredRun::AddController(int number) {
@@ -134,15 +136,15 @@ void ExploredRun::Write(std::span<const std::uint8_t> bytes) {
   broadcasts_.push_back(test::AddresseeOf(frame) < 0);
   if (event == Event::kDeviceFails) {
     failed_ = true;
-    world_.beforeOperation = [] { throw RunError(RunError::kDeviceFailed, "gone"); };
+    computer_.beforeOperation = [] { throw RunError(RunError::kDeviceFailed, "gone"); };
   }
   Bytes answer = AnswerTo(frame, event);
   std::vector<test::Reply> replies;
   if (way_.echo) replies.push_back({kEchoDelay, frame});
   const Nanoseconds delay = way_.echo ? kAnswerAfterEcho : kAnswerDelay;
   if (!answer.empty()) replies.push_back({event == Event::kLate ? delay + kLate : delay, std::move(answer)});
-  world_.script.push_back(std::move(replies));
-  world_.Write(frame);
+  computer_.script.push_back(std::move(replies));
+  computer_.Write(frame);
   Interfere(event);
 }
 
@@ -177,7 +179,7 @@ Bytes ExploredRun::AnswerTo(const Bytes& frame, Event event) {
 Bytes ExploredRun::Deliver(const Bytes& frame, int number) {
   const auto at = controllers_.find(number);
   if (at == controllers_.end()) return {};
-  bus::ReceivedFrame received{.format = {.baud = world_.baud}, .bytes = frame};
+  bus::ReceivedFrame received{.format = {.baud = computer_.baud}, .bytes = frame};
   const auto answer = at->second.Receive(received, random_);
   return answer ? answer->bytes : Bytes{};
 }
@@ -193,15 +195,15 @@ Bytes ExploredRun::AnswerOfOther(Bytes frame, int number) {
   frame.resize(3 + frame[2]);
   frame[0] = controllers_.at(number).Protocol();
   frame[1] = own;
-  const int baud = std::exchange(world_.baud, controllers_.at(number).Baud());
+  const int baud = std::exchange(computer_.baud, controllers_.at(number).Baud());
   Bytes answer = Deliver(bus::CloseFrame(frame), number);
-  world_.baud = baud;
+  computer_.baud = baud;
   return answer;
 }
 
 void ExploredRun::Interfere(Event event) {
   if (event != Event::kCancel && event != Event::kClose) return;
-  world_.At(world_.Time() + 1ms, [this, event] {
+  computer_.At(computer_.Time() + 1ms, [this, event] {
     framesAtCancel_ = frames_;
     if (event == Event::kClose) {
       tool_.Close();
@@ -272,9 +274,10 @@ std::string ExploredRun::WrongFrames() const {
 
 std::string ExploredRun::WrongEnd() const {
   std::string wrong;
-  if (world_.Time() > kLongestRun) wrong += "the run took " + std::to_string(world_.Time() / 1min) + " min; ";
+  if (computer_.Time() > kLongestRun)
+    wrong += "the run took " + std::to_string(computer_.Time() / 1min) + " min; ";
   if (tool_.run.UnderWay()) wrong += "the run did not end; ";
-  if (world_.open && !failed_) wrong += "the port is open; ";
+  if (computer_.open && !failed_) wrong += "the port is open; ";
   if (tool_.message.Visible() && !failed_) wrong += "Message is open; ";
   return wrong;
 }

@@ -8,7 +8,7 @@
 #include "bus/controller.h"
 #include "forms/quillon.h"
 #include "results/run_results.h"
-#include "support/world.h"
+#include "support/fake_computer.h"
 
 namespace quillon::explore {
 
@@ -64,13 +64,13 @@ class ExploredRun final : private SerialDevice, private RunObserver {
   bool IsBroadcast(int frame) const { return broadcasts_[static_cast<std::size_t>(frame)]; }
 
  private:
-  void Open(int number, const LineSettings& settings) override { world_.Open(number, settings); }
-  void Close() override { world_.Close(); }
-  void Configure(const LineSettings& settings) override { world_.Configure(settings); }
+  void Open(int number, const LineSettings& settings) override { computer_.Open(number, settings); }
+  void Close() override { computer_.Close(); }
+  void Configure(const LineSettings& settings) override { computer_.Configure(settings); }
   void Write(std::span<const std::uint8_t> bytes) override;
-  std::size_t Waiting() override { return world_.Waiting(); }
-  Bytes Read() override { return world_.Read(); }
-  PortDescription Describe(int number) const override { return world_.Describe(number); }
+  std::size_t Waiting() override { return computer_.Waiting(); }
+  Bytes Read() override { return computer_.Read(); }
+  PortDescription Describe(int number) const override { return computer_.Describe(number); }
 
   void OnRunEvent(const RunEvent& event) override;
 
@@ -87,7 +87,7 @@ class ExploredRun final : private SerialDevice, private RunObserver {
 
   const Way& way_;
   const Choices& choices_;
-  test::World world_;
+  test::FakeComputer computer_;
   std::map<int, bus::Controller> controllers_;
   std::map<int, Bytes> flashBefore_;
   bus::Random random_;

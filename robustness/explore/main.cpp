@@ -134,7 +134,7 @@ int main(int argc, char** argv) {
   app.add_option("RUN", run, "one run and its events, as printed of a violation");
   try {
     app.parse(argc, argv);
-    const quillon::test::World place;  // its folder goes with it
+    const quillon::test::FakeComputer place;  // its folder goes with it
     quillon::explore::WriteImage(place.folder);
     const bool good = run.empty() ? quillon::explore::ExploreAll(events, place.folder)
                                   : quillon::explore::Replay(run, place.folder);

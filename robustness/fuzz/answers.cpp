@@ -6,8 +6,8 @@
 //     n 0        the next sending's answer begins
 #include <cstdlib>
 
-#include "support/bench.h"
 #include "support/image.h"
+#include "support/test_program.h"
 
 using namespace quillon;
 using namespace std::chrono_literals;
@@ -37,14 +37,14 @@ std::deque<std::vector<test::Reply>> ScriptOf(const std::uint8_t* data, std::siz
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
-  test::Bench bench;
-  bench.ChooseHex(test::kImage);
-  bench.Tick({0, 5});
-  bench.tool.RUD3.SetValue(CheckBox::kTicked);
-  bench.world.script = ScriptOf(data + 1, size - 1);
-  bench.CancelAt(kPatience);
-  (bench.tool.*kButtons[data[0] % std::size(kButtons)]).Press();
-  if (bench.world.open || bench.tool.message.Visible()) std::abort();
-  if (bench.world.Time() > kPatience + 1min) std::abort();
+  test::TestProgram program;
+  program.ChooseHex(test::kImage);
+  program.Tick({0, 5});
+  program.tool.RUD3.SetValue(CheckBox::kTicked);
+  program.computer.script = ScriptOf(data + 1, size - 1);
+  program.CancelAt(kPatience);
+  (program.tool.*kButtons[data[0] % std::size(kButtons)]).Press();
+  if (program.computer.open || program.tool.message.Visible()) std::abort();
+  if (program.computer.Time() > kPatience + 1min) std::abort();
   return 0;
 }

@@ -9,7 +9,7 @@
 #include "commands/flash_prog00.h"
 #include "image/analyse_image.h"
 #include "image/hex_faults.h"
-#include "support/bench.h"
+#include "support/test_program.h"
 
 using namespace quillon;
 
@@ -50,23 +50,23 @@ std::string TextOf(const std::uint8_t* data, std::size_t size) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string text = TextOf(data, size);
-  test::Bench bench;
-  bench.world.fileToChoose = bench.Write("any.hex", text);
-  bench.tool.Command1.Press();
+  test::TestProgram program;
+  program.computer.fileToChoose = program.Write("any.hex", text);
+  program.tool.Command1.Press();
   ImageFacts facts;
   const std::string checksum = ChecksumText(AnalyseImage(LineReader(text), facts));
   const std::string shown = checksum.size() > 4 ? checksum.substr(checksum.size() - 4) : checksum;
-  if (bench.tool.FileCheksum.Text() != shown) std::abort();
-  if (FirstHexFault(LineReader(text)).has_value() != bench.tool.FileWarning.Visible()) std::abort();
+  if (program.tool.FileCheksum.Text() != shown) std::abort();
+  if (FirstHexFault(LineReader(text)).has_value() != program.tool.FileWarning.Visible()) std::abort();
 
-  bench.tool.MSComm1.SetPortOpen(true);
-  FlashProg(bench.tool);
-  HoldBatches(bench.world.sent);
-  const auto toAll = std::exchange(bench.world.sent, {});
+  program.tool.MSComm1.SetPortOpen(true);
+  FlashProg(program.tool);
+  HoldBatches(program.computer.sent);
+  const auto toAll = std::exchange(program.computer.sent, {});
   int y = 5;
-  bench.world.script.assign(toAll.size() + 1, {{test::Nanoseconds(0), test::FromHex("40050161CADA04")}});
-  FlashProg00(bench.tool, y);
-  HoldBatches(bench.world.sent);
-  HoldPayloads(toAll, bench.world.sent);
+  program.computer.script.assign(toAll.size() + 1, {{test::Nanoseconds(0), test::FromHex("40050161CADA04")}});
+  FlashProg00(program.tool, y);
+  HoldBatches(program.computer.sent);
+  HoldPayloads(toAll, program.computer.sent);
   return 0;
 }

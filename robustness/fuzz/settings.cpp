@@ -8,7 +8,7 @@
 
 #include "forms/quillon.h"
 #include "shell/start_stop.h"
-#include "support/world.h"
+#include "support/fake_computer.h"
 
 using namespace quillon;
 
@@ -16,13 +16,13 @@ namespace {
 
 constexpr std::ptrdiff_t kLines = 39;
 
-std::string SavedAfterStart(test::World& world) {
+std::string SavedAfterStart(test::FakeComputer& computer) {
   {
-    Quillon tool(world.AsComputer());
+    Quillon tool(computer.AsComputer());
     Start(tool);
     tool.ComClose.Press();
   }
-  std::ifstream file(world.folder + "Quillon.cfg", std::ios::binary);
+  std::ifstream file(computer.folder + "Quillon.cfg", std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
@@ -31,14 +31,14 @@ std::string SavedAfterStart(test::World& world) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string both(reinterpret_cast<const char*>(data), size);
   const std::size_t middle = both.find('\0');
-  test::World world;
-  std::ofstream(world.folder + "Quillon.cfg", std::ios::binary) << both.substr(0, middle);
+  test::FakeComputer computer;
+  std::ofstream(computer.folder + "Quillon.cfg", std::ios::binary) << both.substr(0, middle);
   if (middle != std::string::npos) {
-    std::ofstream(world.folder + "Boot.ini", std::ios::binary) << both.substr(middle + 1);
+    std::ofstream(computer.folder + "Boot.ini", std::ios::binary) << both.substr(middle + 1);
   }
-  const std::string saved = SavedAfterStart(world);
+  const std::string saved = SavedAfterStart(computer);
   if (std::count(saved.begin(), saved.end(), '\n') != kLines) std::abort();
-  if (SavedAfterStart(world) != saved) std::abort();
-  if (!world.boxes.empty()) std::abort();
+  if (SavedAfterStart(computer) != saved) std::abort();
+  if (!computer.boxes.empty()) std::abort();
   return 0;
 }

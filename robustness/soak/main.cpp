@@ -129,12 +129,12 @@ bool PlayRun(Session& session, Button run) {
   tool.C(9).SetValue(withSilent);
   tool.info.Close();  // with the rows of the run before
   (tool.*run).Press();
-  const std::size_t frames = session.world.sent.size();
+  const std::size_t frames = session.computer.sent.size();
   session.bus.ForgetTraffic();
-  session.world.sent.clear();
-  session.world.boxes.clear();
-  session.world.openedPorts.clear();
-  session.world.speeds.clear();
+  session.computer.sent.clear();
+  session.computer.boxes.clear();
+  session.computer.openedPorts.clear();
+  session.computer.speeds.clear();
   if (run == &quillon::Quillon::Cmd3to4 || run == &quillon::Quillon::Cmd4to3) return frames >= 3;
   const auto holds = [&](int y) { return tool.info.Ver(y).Text().find('/') != std::string::npos; };
   return holds(3) && holds(5) && (tool.info.Ver(9).Text() == "No") == withSilent;

@@ -38,17 +38,17 @@ Counts& Counts::operator+=(const Counts& more) {
 }
 
 Session::Session(const Scenario& scenario)
-    : bus(MakeBus(scenario)), tool(world.AsComputer()), scenario_(scenario) {
+    : bus(MakeBus(scenario)), tool(computer.AsComputer()), scenario_(scenario) {
   for (const bus::ControllerSetup& setup : scenario.controllers)
     flashAtStart_[setup.number] = bus.At(setup.number).Flash();
   for (const auto& [name, contents] : scenario.files) WriteFile(name, contents);
   for (const auto& [name, image] : scenario.images) imageIn_[name] = name;
   WriteFile("Quillon.cfg", scenario.settings);
-  world.bus = &bus;
-  world.beforeOperation = [this] { FailLine(); };
-  world.onBox = [this](const test::ShownBox& box) {
+  computer.bus = &bus;
+  computer.beforeOperation = [this] { FailLine(); };
+  computer.onBox = [this](const test::ShownBox& box) {
     constexpr std::size_t kCancelAtEach = 7;  // box; Cancel alone is in reach beside one
-    if (box.kind == BoxKind::kRunError && world.boxes.size() % kCancelAtEach == 0) Cancel(false);
+    if (box.kind == BoxKind::kRunError && computer.boxes.size() % kCancelAtEach == 0) Cancel(false);
   };
 }
 
@@ -57,10 +57,10 @@ std::string Session::Play() {
   NoteChoices();
   ArmNext();
   EndAtLast();
-  while (next_ < scenario_.steps.size() && !world.ended) {
-    world.YieldUntil(std::chrono::duration<double>(scenario_.steps[next_].at).count());
+  while (next_ < scenario_.steps.size() && !computer.ended) {
+    computer.YieldUntil(std::chrono::duration<double>(scenario_.steps[next_].at).count());
   }
-  if (!world.ended) tool.Close();
+  if (!computer.ended) tool.Close();
   LookAfterEnd();
   return broken_;
 }
@@ -68,8 +68,8 @@ std::string Session::Play() {
 /// The next step waits for its time, in a yield of the current run or between two runs.
 void Session::ArmNext() {
   if (next_ >= scenario_.steps.size()) return;
-  world.At(scenario_.steps[next_].at, [this] {
-    if (world.ended) return;
+  computer.At(scenario_.steps[next_].at, [this] {
+    if (computer.ended) return;
     const Step& step = scenario_.steps[next_++];
     ArmNext();
     step.act(*this);
@@ -81,12 +81,12 @@ void Session::ArmNext() {
 /// In the end the operator cancels whatever still runs.
 void Session::EndAtLast() {
   const Nanoseconds last = scenario_.steps.empty() ? 0s : scenario_.steps.back().at;
-  world.At(last + kPatience, [this] {
+  computer.At(last + kPatience, [this] {
     Cancel(false);
     tool.AbortRequested = true;  // the moves to protocol 4 show no Cancel
   });
-  world.At(last + kPatience + kToEnd, [this] {
-    if (!running_ || world.ended) return;
+  computer.At(last + kPatience + kToEnd, [this] {
+    if (!running_ || computer.ended) return;
     Complain("hang: a cancelled run does not end");
     tool.Close();
   });
@@ -116,8 +116,8 @@ void Session::Press(Button button) {
   if (!(tool.*button).Enabled() || !(tool.*button).Visible()) return;
   running_ = true;
   run_ = {.button = button,
-          .firstFrame = world.sent.size(),
-          .firstBox = world.boxes.size(),
+          .firstFrame = computer.sent.size(),
+          .firstBox = computer.boxes.size(),
           .timeOut = tool.Text1.Text(),
           .speed = tool.Vitesse.Text()};
   for (int y = 0; y < kControllers; ++y) run_.rows.push_back(RowText(y));
@@ -129,7 +129,7 @@ void Session::Press(Button button) {
 
 void Session::Cancel(bool byTheFrame) {
   if (!tool.message.Visible()) return;
-  if (running_ && run_.framesAtCancel == kNever) run_.framesAtCancel = world.sent.size();
+  if (running_ && run_.framesAtCancel == kNever) run_.framesAtCancel = computer.sent.size();
   if (byTheFrame) {
     tool.message.Close();
   } else {
@@ -138,19 +138,19 @@ void Session::Cancel(bool byTheFrame) {
 }
 
 void Session::Leave() {
-  if (framesAtExit_ == kNever) framesAtExit_ = world.sent.size();
+  if (framesAtExit_ == kNever) framesAtExit_ = computer.sent.size();
   tool.ComClose.Press();
 }
 
 void Session::Tick(int number, bool ticked) { tool.C(number).SetValue(ticked); }
 
 void Session::Choose(const std::string& file) {
-  world.fileToChoose = file.empty() ? "" : world.folder + file;
+  computer.fileToChoose = file.empty() ? "" : computer.folder + file;
   tool.Command1.Press();
 }
 
 void Session::WriteFile(const std::string& name, const std::string& contents) {
-  std::ofstream(world.folder + name, std::ios::binary) << contents;
+  std::ofstream(computer.folder + name, std::ios::binary) << contents;
 }
 
 void Session::Overwrite(const std::string& name, const std::string& byName) {
@@ -159,38 +159,38 @@ void Session::Overwrite(const std::string& name, const std::string& byName) {
 }
 
 void Session::RemoveFile(const std::string& name) {
-  std::filesystem::remove(world.folder + name);
+  std::filesystem::remove(computer.folder + name);
   imageIn_.erase(name);
 }
 
 void Session::PullAdapter(Nanoseconds howLong) {
-  pulledUntil_ = world.Time() + howLong;
-  lost_ |= world.open;
+  pulledUntil_ = computer.Time() + howLong;
+  lost_ |= computer.open;
 }
 
-void Session::TakePort(Nanoseconds howLong) { takenUntil_ = world.Time() + howLong; }
+void Session::TakePort(Nanoseconds howLong) { takenUntil_ = computer.Time() + howLong; }
 
 /// A pulled adapter stays lost to the program until it is opened anew.
 void Session::FailLine() {
-  if (!world.open) lost_ = world.Time() < pulledUntil_;
+  if (!computer.open) lost_ = computer.Time() < pulledUntil_;
   if (lost_) throw RunError(RunError::kDeviceFailed, "gone");
-  if (!world.open && world.Time() < takenUntil_) throw RunError(RunError::kPortAlreadyOpen, "in use");
+  if (!computer.open && computer.Time() < takenUntil_) throw RunError(RunError::kPortAlreadyOpen, "in use");
 }
 
 void Session::Babble(std::uint64_t noiseSeed, Nanoseconds howLong) {
-  world.noise = [this, random = std::mt19937_64(noiseSeed), last = world.Time()]() mutable {
-    const auto count = (world.Time() - last) / 1ms;
+  computer.noise = [this, random = std::mt19937_64(noiseSeed), last = computer.Time()]() mutable {
+    const auto count = (computer.Time() - last) / 1ms;
     last += count * 1ms;
     Bytes bytes(static_cast<std::size_t>(count));
     for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(random());
     return bytes;
   };
-  world.At(world.Time() + howLong, [this] { world.noise = nullptr; });
+  computer.At(computer.Time() + howLong, [this] { computer.noise = nullptr; });
 }
 
 void Session::Deafen(Nanoseconds howLong) {
-  world.takesBytes = false;
-  world.At(world.Time() + howLong, [this] { world.takesBytes = true; });
+  computer.takesBytes = false;
+  computer.At(computer.Time() + howLong, [this] { computer.takesBytes = true; });
 }
 
 std::string Session::RowText(int y) const {
@@ -200,15 +200,15 @@ std::string Session::RowText(int y) const {
 
 /// Whether a run-error box came since the run began.
 bool Session::FailureShown() const {
-  for (std::size_t i = run_.firstBox; i < world.boxes.size(); ++i) {
-    if (world.boxes[i].text.starts_with("Error #")) return true;
+  for (std::size_t i = run_.firstBox; i < computer.boxes.size(); ++i) {
+    if (computer.boxes[i].text.starts_with("Error #")) return true;
   }
   return false;
 }
 
 void Session::LookAfterRun() {
   counts_ += {.runs = 1,
-              .frames = world.sent.size() - run_.firstFrame,
+              .frames = computer.sent.size() - run_.firstFrame,
               .cancelled = run_.framesAtCancel != kNever,
               .failed = FailureShown()};
   const std::string name = (tool.*run_.button).Name();
@@ -217,10 +217,10 @@ void Session::LookAfterRun() {
     if (tool.Text1.Text() != run_.timeOut) Complain("borrowed: Auto leaves its own time-out in Text1");
     if (!run_.speed.empty() && tool.Vitesse.Text() != run_.speed) Complain("borrowed: Auto leaves its speed");
   } else {
-    framesToLog_.emplace_back(world.sent.begin() + static_cast<std::ptrdiff_t>(run_.firstFrame),
-                              world.sent.end());
+    framesToLog_.emplace_back(computer.sent.begin() + static_cast<std::ptrdiff_t>(run_.firstFrame),
+                              computer.sent.end());
   }
-  if (world.open && (world.ended || !FailureShown())) Complain("port: open after " + name);
+  if (computer.open && (computer.ended || !FailureShown())) Complain("port: open after " + name);
   if (tool.message.Visible() && !FailureShown()) Complain("message: open after " + name);
   LookAtFrames();
   LookAtFramesAfterCancel();
@@ -231,14 +231,14 @@ void Session::LookAtFrames() {
   if (run_.button == &Quillon::Auto) return;  // which asks every number
   const bool parallel = run_.button == &Quillon::ComLoad;
   const bool atDownloadSpeed = !run_.mayKeepSpeed && !FailureShown();
-  for (std::size_t i = run_.firstFrame; i < world.sent.size(); ++i) {
-    const Bytes& frame = world.sent[i].bytes;
+  for (std::size_t i = run_.firstFrame; i < computer.sent.size(); ++i) {
+    const Bytes& frame = computer.sent[i].bytes;
     const int to = test::AddresseeOf(frame);
     const bus::Command command = test::CommandOf(frame);
     const bool toAll = parallel && command == bus::Command::Batch;
     const bool programs = command == bus::Command::Batch || command == bus::Command::Checksum;
-    if (programs && atDownloadSpeed && world.sent[i].baud != scenario_.line.downloadBaud) {
-      Complain("speed: " + std::to_string(world.sent[i].baud) + " for " + test::ToHex(frame));
+    if (programs && atDownloadSpeed && computer.sent[i].baud != scenario_.line.downloadBaud) {
+      Complain("speed: " + std::to_string(computer.sent[i].baud) + " for " + test::ToHex(frame));
     }
     if (toAll ? to != -1 : !run_.ticked.contains(to))
       Complain("frame: not for a ticked one: " + test::ToHex(frame));
@@ -252,10 +252,10 @@ void Session::LookAtFramesAfterCancel() {
   if (run_.button == &Quillon::Auto && !tool.AbortRequested) return;  // before its opening forgot it
   const std::size_t commands = std::size(kSpeeds) * (run_.button == &Quillon::ComLoad00 ? 1 : 0) + 1;
   const std::size_t allowed = run_.protocol3 ? 2 * commands : commands;
-  const std::size_t sent = world.sent.size() - run_.framesAtCancel;
+  const std::size_t sent = computer.sent.size() - run_.framesAtCancel;
   if (sent > allowed) Complain("cancel: " + std::to_string(sent) + " frames after it");
-  for (std::size_t i = run_.framesAtCancel; i < world.sent.size(); ++i) {
-    if (!MayFollowCancel(i)) Complain("cancel: " + test::ToHex(world.sent[i].bytes) + " after it");
+  for (std::size_t i = run_.framesAtCancel; i < computer.sent.size(); ++i) {
+    if (!MayFollowCancel(i)) Complain("cancel: " + test::ToHex(computer.sent[i].bytes) + " after it");
   }
 }
 
@@ -264,13 +264,13 @@ void Session::LookAtFramesAfterCancel() {
 /// checksum for one more controller.
 bool Session::MayFollowCancel(std::size_t frame) const {
   using enum bus::Command;
-  const Bytes& bytes = world.sent[frame].bytes;
+  const Bytes& bytes = computer.sent[frame].bytes;
   const bus::Command command = test::CommandOf(bytes);
   if (test::AddresseeOf(bytes) == -1) return false;
   if (command == Check || command == ToProtocol4) return true;
   if (frame != run_.framesAtCancel) return false;
   if (frame == run_.firstFrame) return command != Batch;
-  const Bytes& before = world.sent[frame - 1].bytes;
+  const Bytes& before = computer.sent[frame - 1].bytes;
   if (bytes == before) return true;
   if (test::CommandOf(before) == Checksum) return false;
   return test::CommandOf(before) == Batch ? command == Checksum : command != Batch;
@@ -322,13 +322,13 @@ void Session::LookAtControls() {
 }
 
 std::string Session::ReadBack(const std::string& name) const {
-  std::ifstream file(world.folder + name, std::ios::binary);
+  std::ifstream file(computer.folder + name, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
 void Session::LookAfterEnd() {
-  if (world.open) Complain("port: open after the end");
-  if (framesAtExit_ != kNever && world.sent.size() != framesAtExit_) Complain("exit: a frame after it");
+  if (computer.open) Complain("port: open after the end");
+  if (framesAtExit_ != kNever && computer.sent.size() != framesAtExit_) Complain("exit: a frame after it");
   const std::string log = "\n" + ReadBack("Log.txt");
   std::size_t from = 0;
   for (const auto& frames : framesToLog_)
@@ -341,7 +341,7 @@ void Session::LookAfterEnd() {
     if (ReadBack("Quillon.cfg") != scenario_.settings) Complain("settings: written all the same");
     return;
   }
-  Quillon again(world.AsComputer());
+  Quillon again(computer.AsComputer());
   Start(again);
   const auto settings = [](Quillon& program) {
     std::vector<std::string> all = {program.Text1.Text(), program.Text2.Text(), program.Protocol.Text(),

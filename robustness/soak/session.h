@@ -9,7 +9,7 @@
 
 #include "faults/witness.h"
 #include "forms/quillon.h"
-#include "support/world.h"
+#include "support/fake_computer.h"
 
 namespace quillon::soak {
 
@@ -76,7 +76,7 @@ class Session {
   void Babble(std::uint64_t noiseSeed, Nanoseconds howLong);
   void Deafen(Nanoseconds howLong);
 
-  test::World world;
+  test::FakeComputer computer;
   bus::Bus bus;
   Quillon tool;
 

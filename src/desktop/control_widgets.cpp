@@ -9,10 +9,10 @@
 #include <optional>
 #include <utility>
 
-#include "desktop/house_look.h"
-#include "desktop/late_work.h"
+#include "desktop/deferred_paint.h"
 #include "desktop/picture_widgets.h"
 #include "desktop/screen_reader.h"
+#include "desktop/theme.h"
 
 namespace quillon {
 namespace {
@@ -110,7 +110,7 @@ class LabelView final : public ViewOf<Label, QLabel> {
     if (!widget_.isVisible()) {
       ShowText();
     } else if (!std::exchange(showingLate_, true)) {
-      late_work::Add(widget_, [this] {
+      deferred_paint::Add(widget_, [this] {
         showingLate_ = false;
         ShowText();
         widget_.repaint();
@@ -329,7 +329,7 @@ class ProgressBarView final : public ViewOf<ProgressBar, BarWidget> {
  private:
   void RefreshKind(Aspect aspect) override {
     if (aspect != Aspect::kValue || std::exchange(showingLate_, true)) return;
-    late_work::Add(widget_, [this] {
+    deferred_paint::Add(widget_, [this] {
       showingLate_ = false;
       widget_.SetShare(static_cast<double>(control_.Value()) / ProgressBar::kWhole);
     });

@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-#include "desktop/late_work.h"
+#include "desktop/deferred_paint.h"
 #include "platform/system_clock.h"
 
 namespace quillon {
@@ -16,7 +16,7 @@ constexpr double kTimeForWork = 0.002;  // seconds; a line of text takes a quart
 double DesktopClock::Now() { return Seconds(std::chrono::steady_clock::now().time_since_epoch()).count(); }
 
 void DesktopClock::SleepUntil(double time) {
-  if (time - Now() >= kTimeForWork) late_work::Do();
+  if (time - Now() >= kTimeForWork) deferred_paint::Do();
   const double pause = time - system_clock::WokenLate() - Now();
   if (pause > 0) system_clock::SleepFor(pause);
   while (Now() < time) {

@@ -19,9 +19,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "desktop/house_look.h"
-#include "desktop/late_work.h"
+#include "desktop/deferred_paint.h"
 #include "desktop/manual.h"
+#include "desktop/theme.h"
 
 namespace quillon {
 namespace {
@@ -193,7 +193,7 @@ void FormWindow::ComeToFront() {
 /// Brings a dialog to the front, no more often than a screen shows it, and leaves the keyboard where it is.
 void FormWindow::RaiseLate() {
   if (std::exchange(raisingLate_, true)) return;
-  late_work::Add(*this, [this] {
+  deferred_paint::Add(*this, [this] {
     raisingLate_ = false;
     if (ToolIsActive()) raise();
   });
@@ -203,7 +203,7 @@ void FormWindow::Hide() {
   if (!IsDialog(*this)) return hide();
   // A run unloads `Message` after each controller and shows it again at once. A window that went meanwhile
   // would lose a press on Cancel that is not released yet, and lead the next click to what lies below.
-  late_work::Add(*this, [this] {
+  deferred_paint::Add(*this, [this] {
     if (!form_.Visible()) hide();
   });
 }
@@ -255,7 +255,7 @@ bool FormWindow::eventFilter(QObject* watched, QEvent* event) {
   switch (event->type()) {
     case QEvent::Expose:
       // The icon is drawn after the first painting, so that the window need not wait for it.
-      if (QApplication::windowIcon().isNull()) QTimer::singleShot(0, this, &GiveWindowIcon);
+      if (QApplication::windowIcon().isNull()) QTimer::singleShot(0, this, &SetWindowIcon);
       return false;
     case QEvent::MouseButtonPress:
       // An open menu or list would take the click, and Cancel would need another one. In other windows the

@@ -9,10 +9,10 @@
 #include <string_view>
 
 #include "desktop/end_signals.h"
-#include "desktop/held_keys.h"
-#include "desktop/house_look.h"
+#include "desktop/key_repeat_filter.h"
 #include "desktop/program.h"
 #include "desktop/screen_reader.h"
+#include "desktop/theme.h"
 #include "platform/system_files.h"
 #include "records/job_recorder.h"
 
@@ -82,9 +82,9 @@ int Run(int argc, char** argv) {
   QApplication application(taken, argv);
   qInstallMessageHandler(nullptr);
   QApplication::setQuitOnLastWindowClosed(false);
-  quillon::HeldKeys heldKeys;
+  quillon::KeyRepeatFilter heldKeys;
   application.installEventFilter(&heldKeys);
-  quillon::GiveHouseLook(application);
+  quillon::ApplyTheme(application);
   quillon::screen_reader::Install();
   const std::string folder = quillon::system_files::ProgramFolder();
   const QString records = QString::fromStdString(folder + "Jobs");

@@ -12,8 +12,8 @@
 #include <tuple>
 #include <utility>
 
-#include "desktop/house_look.h"
 #include "desktop/key_pause.h"
+#include "desktop/theme.h"
 
 namespace quillon {
 namespace {

@@ -3,9 +3,9 @@
 #include <string>
 
 #include "desktop/desktop_clock.h"
-#include "desktop/desktop_desk.h"
 #include "desktop/desktop_events.h"
 #include "desktop/form_window.h"
+#include "desktop/qt_dialogs.h"
 #include "desktop/serial_port.h"
 #include "results/row_tool_tips.h"
 #include "shell/start_stop.h"
@@ -16,9 +16,9 @@ namespace quillon {
 class Program {
  public:
   explicit Program(const std::string& folder)
-      : desk_(screen_, folder),
+      : dialogs_(screen_, folder),
         serialPort_(folder),
-        quillon_(Computer{clock_, events_, desk_, screen_, serialPort_, folder}) {
+        quillon_(Computer{clock_, events_, dialogs_, screen_, serialPort_, folder}) {
     AddObserver(toolTips_);
   }
 
@@ -33,7 +33,7 @@ class Program {
   DesktopClock clock_;
   DesktopEvents events_{clock_};
   DesktopScreen screen_;
-  DesktopDesk desk_;
+  QtDialogs dialogs_;
   SerialPort serialPort_;
   Quillon quillon_;
   RowToolTips toolTips_{quillon_.info};

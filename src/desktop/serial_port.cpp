@@ -4,7 +4,7 @@
 #include <chrono>
 #include <utility>
 
-#include "desktop/late_work.h"
+#include "desktop/deferred_paint.h"
 #include "platform/run_error.h"
 #include "platform/serial_control.h"
 #include "platform/system_clock.h"
@@ -115,7 +115,7 @@ bool SerialPort::AwaitLeaving(std::size_t most) {
     const SteadyClock::time_point now = SteadyClock::now();
     if (left != before) deadline = now + LongestStandstill(left);
     if (now >= deadline) break;
-    late_work::Do();  // no event is served here, and it can take long
+    deferred_paint::Do();  // no event is served here, and it can take long
     system_clock::SleepFor(kDrainStep);
   }
   return false;

@@ -29,7 +29,7 @@ Quillon::Quillon(const Computer& computer)
       run(computer.events),
       clock(computer.clock),
       events(computer.events),
-      dialogs(computer.desk) {
+      dialogs(computer.dialogs) {
   AddTriedSpeedBoxes();
   AddFrameLabels();
   AddControllerBoxes();

@@ -140,7 +140,7 @@ class Quillon final : public Form {
   // What the program asks of the computer.
   Clock& clock;
   Events& events;
-  Desk& dialogs;
+  Dialogs& dialogs;
 
   /// The protocol byte: the number in `Protocol` plus one. Raises RunError 13 or 6 when the box does not
   /// contain a number from 0 to 254.

@@ -2,14 +2,14 @@
 
 #include <utility>
 
-#include "platform/finally.h"
+#include "platform/scope_exit.h"
 
 namespace quillon {
 
 bool RunControl::Run(const std::function<void()>& body) {
   if (std::exchange(underWay_, true)) return false;
   runYieldDepth_ = yieldDepth_;
-  const Finally over([this] { underWay_ = false; });
+  const ScopeExit over([this] { underWay_ = false; });
   try {
     body();
   } catch (const Aborted&) {
@@ -29,7 +29,7 @@ void RunControl::YieldUntil(double time) {
 void RunControl::ServeEvents(const std::function<void()>& onePass) {
   ++yieldDepth_;
   {
-    const Finally back([this] { --yieldDepth_; });
+    const ScopeExit back([this] { --yieldDepth_; });
     onePass();
   }
   if (ending_ && InRunItself()) throw Aborted{};

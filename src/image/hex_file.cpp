@@ -5,7 +5,7 @@
 #include "forms/run_error_box.h"
 #include "image/analyse_image.h"
 #include "image/hex_faults.h"
-#include "platform/finally.h"
+#include "platform/scope_exit.h"
 #include "platform/system_files.h"
 
 namespace quillon {
@@ -100,7 +100,7 @@ void FileName_Change(Quillon& form) {
   }
   form.SetPointer(Form::MousePointer::kHourglass);
   const bool outer = std::exchange(form.fileBeingRead, true);
-  const Finally over([&] {
+  const ScopeExit over([&] {
     form.fileBeingRead = outer;
     form.SetPointer(Form::MousePointer::kDefault);
   });

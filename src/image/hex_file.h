@@ -22,8 +22,8 @@ void Command1_Click(Quillon& form);
 /// former one.
 void DropFile(Quillon& form, const std::string& path);
 
-/// Updates the sign beside the checksum: it is shown while the chosen file has a fault, or was chosen during a
-/// run, which may have read the former file in part.
+/// Updates the sign beside the checksum: it is shown while the chosen file has a fault, or was chosen during
+/// a run, which may have read the former file in part.
 void RefreshFileWarning(Quillon& form);
 
 /// Updates what the main window shows of the file in `FileName`, and enables the download buttons when it has

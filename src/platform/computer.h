@@ -30,38 +30,38 @@ class Clock {
 class Events {
  public:
   virtual ~Events() = default;
-  /// One pass through them: a click that waits runs now, inside this call.
+  /// Handles the waiting events: the handler of a waiting click runs inside this call.
   virtual void Yield() = 0;
-  /// The same, but first sleeps until there is something to look at: an event, a byte that the open serial
-  /// device received, or `time` of the clock. May return earlier; returns at most a millisecond or two later.
+  /// The same, but first sleeps until an event arrives, the open serial device receives a byte, or the clock
+  /// reaches `time`. May return earlier; returns at most two milliseconds later.
   virtual void YieldUntil(double time) = 0;
-  /// The program ends: after the current handler nothing runs any more.
+  /// Ends the program: no handler runs after the current one.
   virtual void End() = 0;
 };
 
 /// The kind of a box: information, or a failure at run time, which has the warning sign.
 enum class BoxKind { kInformation, kRunError };
 
-/// The boxes and dialogs, and the calls for the operator's attention.
-class Desk {
+/// The boxes and dialogs, and the requests for the operator's attention.
+class Dialogs {
  public:
-  virtual ~Desk() = default;
-  /// A modal box with one OK button; holds until it is answered. While a run error stands, the window of a
-  /// run's progress accepts clicks anyway, so that Cancel is always within reach.
+  virtual ~Dialogs() = default;
+  /// A modal box with one OK button; returns when it is answered. While a run-error box is open, the progress
+  /// window still accepts clicks, so that the operator can always press Cancel.
   virtual void ShowBox(const std::string& text, const std::string& title, BoxKind kind) = 0;
   /// A modal question with Yes and No, the latter by default; returns when it is answered. True: Yes.
   virtual bool Ask(const std::string& question, const std::string& title) = 0;
-  /// Answers the run-error box that is shown, if any, on behalf of the operator.
+  /// Answers the open run-error box, if any, on behalf of the operator.
   virtual void AnswerBox() = 0;
   virtual void Beep() = 0;
-  /// Asks for the operator's attention, when another program has it.
-  virtual void CallOperator() = 0;
+  /// Requests the operator's attention while another program is active.
+  virtual void RequestAttention() = 0;
   /// The dialog for opening an existing file. Returns its path, or nothing when it was cancelled.
   /// `filter` is a text of the form "Description (*.ext)|*.ext".
   virtual std::string ChooseFile(const std::string& title, const std::string& filter) = 0;
 };
 
-/// What draws the forms.
+/// Draws the forms.
 class Screen {
  public:
   virtual ~Screen() = default;
@@ -70,7 +70,7 @@ class Screen {
   virtual void Draw(Form& form) = 0;
 };
 
-/// The way a line speaks: always 8 data bits, no parity, 2 stop bits.
+/// How the line is set: always 8 data bits, no parity, 2 stop bits.
 struct LineSettings {
   int baud = 9600;
 };
@@ -104,7 +104,7 @@ class SerialDevice {
 struct Computer {
   Clock& clock;
   Events& events;
-  Desk& desk;
+  Dialogs& dialogs;
   Screen& screen;
   SerialDevice& serialDevice;
   std::string programFolder;  ///< ends with a separator

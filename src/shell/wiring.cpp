@@ -5,7 +5,7 @@
 
 #include "forms/run_error_box.h"
 #include "image/hex_file.h"
-#include "platform/finally.h"
+#include "platform/scope_exit.h"
 #include "shell/start_stop.h"
 #include "workflows/auto_detection.h"
 #include "workflows/boot_info.h"
@@ -51,7 +51,7 @@ using Workflow = bool (*)(Quillon& form);
 void ReportRun(Quillon& form, RunKind kind, Workflow workflow) {
   using How = RunEnded::How;
   How how = How::kAborted;
-  const Finally ended([&] {
+  const ScopeExit ended([&] {
     form.info.ComClose.SetToolTip("");
     form.Report(RunEnded{how});
   });
@@ -72,7 +72,7 @@ std::function<void()> StartsRun(Quillon& form, RunKind kind, Workflow workflow) 
     if (!form.run.Run([&] { ReportRun(form, kind, workflow); })) return form.dialogs.Beep();
     if (form.run.Ending()) return Form_Unload(form);
     if (FillsTable(kind) && form.info.Visible()) form.info.Show();
-    form.dialogs.CallOperator();
+    form.dialogs.RequestAttention();
   };
 }
 

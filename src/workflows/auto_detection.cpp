@@ -8,7 +8,7 @@
 #include "link/log.h"
 #include "link/log_lines.h"
 #include "link/outcome.h"
-#include "platform/finally.h"
+#include "platform/scope_exit.h"
 #include "workflows/run_frame.h"
 #include "workflows/speed_search.h"
 
@@ -44,7 +44,7 @@ bool Auto_Click(Quillon& form) {
   const std::string timeOut = form.Text1.Text();
   const std::string speed = form.Vitesse.Text();
   // However the run ends, it restores the operator's settings.
-  const Finally putBack([&] {
+  const ScopeExit putBack([&] {
     form.Auto.SetEnabled(true);
     form.Text1.SetText(timeOut);
     if (!speed.empty()) form.Vitesse.SetText(speed);

@@ -78,7 +78,7 @@ def settings():
     return '1200\r\nCOM 7\r\n9600\r\n' + boxes + '50\r\n63\r\n 0 \r\n 0 \r\n'
 
 
-class Desk:
+class Session:
     """The tool in a folder of its own, two controllers behind COM 7, a screen and buses of its own."""
 
     def __init__(self):
@@ -306,20 +306,20 @@ def main():
     end_with_parent()
     signal.signal(signal.SIGALRM, time_is_up)
     signal.alarm(BOUND)
-    desk = Desk()
+    session = Session()
     try:
-        desk.open(*sys.argv[1:3])
+        session.open(*sys.argv[1:3])
         reader = Reader()
-        desk.start_tool()  # not before: while both start, the tool may miss what the reader wants to hear
+        session.start_tool()  # not before: while both start, the tool may miss what the reader wants to hear
         reader.wait('the main window', lambda: reader.find('Quillon version', 'Exit'))
         check_main_window(reader)
         give_keyboard('Quillon version')
         tick_by_keyboard(reader)
         survey_by_keyboard(reader)
         cancel_by_keyboard(reader)
-        end_by_keyboard(desk.tool)
+        end_by_keyboard(session.tool)
     finally:
-        desk.close()
+        session.close()
     return 0
 
 

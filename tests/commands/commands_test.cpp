@@ -1,7 +1,7 @@
 // What each command sends, and what it makes of the answers: the row of the table, the sendings, the log.
 #include <gtest/gtest.h>
 
-#include "commands/command_bench.h"
+#include "commands/command_program.h"
 #include "commands/flash_check.h"
 #include "commands/flash_erase.h"
 #include "commands/flash_prog.h"
@@ -31,14 +31,14 @@ TEST(CommandFrame, GoesOutToTheByteAfterItsLineInTheLog) {
       {&Send55, 5, "4", false, "40050155BC0D04", "Message : Cmd 55 to return to RUD3"},
   };
   for (const auto& c : kCases) {
-    CommandBench bench;
-    bench.tool.Protocol.SetText(c.protocol);
-    bench.tool.useBB.SetValue(c.keepSpeed);
-    bench.tool.AbortRequested = true;  // so that each goes out once
+    CommandProgram program;
+    program.tool.Protocol.SetText(c.protocol);
+    program.tool.useBB.SetValue(c.keepSpeed);
+    program.tool.AbortRequested = true;  // so that each goes out once
     int y = c.number;
-    c.command(bench.tool, y);
-    EXPECT_EQ(bench.Sent(), std::vector{std::string("9600 ") + c.frame});
-    EXPECT_EQ(bench.EndAndReadLog().front(), c.log);
+    c.command(program.tool, y);
+    EXPECT_EQ(program.Sent(), std::vector{std::string("9600 ") + c.frame});
+    EXPECT_EQ(program.EndAndReadLog().front(), c.log);
   }
 }
 
@@ -58,15 +58,15 @@ void PrintTo(const OutcomeCase& c, std::ostream* out) { *out << c.name; }
 class Outcome : public testing::TestWithParam<OutcomeCase> {};
 
 TEST_P(Outcome, FillsTheRowAndTheLog) {
-  CommandBench bench;
-  bench.Tick({5});
-  bench.tool.info.Ver(5).SetText("former");
-  bench.Answer(GetParam().answers);
-  GetParam().command(bench.tool, 5);
-  EXPECT_EQ(bench.Row(5), GetParam().row);
-  EXPECT_EQ(bench.world.sent.size(), GetParam().sends);
-  EXPECT_FALSE(bench.tool.message.Visible());
-  EXPECT_EQ(bench.EndAndReadLog().back(), GetParam().lastLog);
+  CommandProgram program;
+  program.Tick({5});
+  program.tool.info.Ver(5).SetText("former");
+  program.Answer(GetParam().answers);
+  GetParam().command(program.tool, 5);
+  EXPECT_EQ(program.Row(5), GetParam().row);
+  EXPECT_EQ(program.computer.sent.size(), GetParam().sends);
+  EXPECT_FALSE(program.tool.message.Visible());
+  EXPECT_EQ(program.EndAndReadLog().back(), GetParam().lastLog);
 }
 
 constexpr Command kErase = [](Quillon& tool, int y) { FlashErase(tool, y); };
@@ -119,32 +119,33 @@ const OutcomeCase kTable[] = {
 INSTANTIATE_TEST_SUITE_P(Commands, Outcome, testing::ValuesIn(kTable), testing::PrintToStringParamName());
 
 TEST(MoveToProtocol4, ShowsABoxOnlyWhenItWorked) {
-  CommandBench bench;
-  bench.Answer({"682F"});
-  for (int i = 0; i < 2; ++i) kTo4(bench.tool, 5);
-  EXPECT_EQ(bench.world.boxes, (std::vector<ShownBox>{{"send p4 OK!!!", "Quillon", BoxKind::kInformation}}));
+  CommandProgram program;
+  program.Answer({"682F"});
+  for (int i = 0; i < 2; ++i) kTo4(program.tool, 5);
+  EXPECT_EQ(program.computer.boxes,
+            (std::vector<ShownBox>{{"send p4 OK!!!", "Quillon", BoxKind::kInformation}}));
 }
 
 TEST(FlashCheck, MarksAnotherTextOfTheChecksumAndTheRedBackgroundStays) {
-  CommandBench bench;
+  CommandProgram program;
   const std::string answer = Reply5("61001205310F3A");
-  bench.Answer({answer, answer});
-  bench.tool.info.FileCheksum.SetText("F3A");
-  kCheck(bench.tool, 5);
-  EXPECT_EQ(bench.Row(5), "12/05/31 0F3A marked");
-  bench.tool.info.FileCheksum.SetText("0F3A");
-  kCheck(bench.tool, 5);
-  EXPECT_EQ(bench.Row(5), "12/05/31 0F3A");
-  EXPECT_EQ(bench.tool.info.CkSum(5).BackColor(), colour::kRed);
-  EXPECT_EQ(bench.world.beeps, 1);
+  program.Answer({answer, answer});
+  program.tool.info.FileCheksum.SetText("F3A");
+  kCheck(program.tool, 5);
+  EXPECT_EQ(program.Row(5), "12/05/31 0F3A marked");
+  program.tool.info.FileCheksum.SetText("0F3A");
+  kCheck(program.tool, 5);
+  EXPECT_EQ(program.Row(5), "12/05/31 0F3A");
+  EXPECT_EQ(program.tool.info.CkSum(5).BackColor(), colour::kRed);
+  EXPECT_EQ(program.computer.beeps, 1);
 }
 
 TEST(FlashCheck, CancelEndsTheRepetition) {
-  CommandBench bench;
-  bench.Answer(Answers(1000, k12));
-  bench.CancelAt(60s);
-  kCheck(bench.tool, 5);
-  EXPECT_LT(bench.world.Time(), 63s);
+  CommandProgram program;
+  program.Answer(Answers(1000, k12));
+  program.CancelAt(60s);
+  kCheck(program.tool, 5);
+  EXPECT_LT(program.computer.Time(), 63s);
 }
 
 TEST(Commands, CountAFailureOfTheExchangeAsNoAnswerAfterItsBox) {
@@ -154,13 +155,14 @@ TEST(Commands, CountAFailureOfTheExchangeAsNoAnswerAfterItsBox) {
                                                                      {kTo3, "Send55", kNone},
                                                                      {kTo4, "SendP4", " "}};
   for (const auto& [command, title, row] : kCommands) {
-    CommandBench bench;
-    bench.tool.AnswerText = k13;
-    bench.world.beforeOperation = [] { throw RunError(RunError::kDeviceFailed, "gone"); };
-    command(bench.tool, 5);
-    EXPECT_EQ(bench.world.boxes, (std::vector<ShownBox>{{"Error #  8020\rgone", title, BoxKind::kRunError}}));
-    EXPECT_EQ(bench.Row(5), row);
-    EXPECT_FALSE(bench.tool.message.Visible());
+    CommandProgram program;
+    program.tool.AnswerText = k13;
+    program.computer.beforeOperation = [] { throw RunError(RunError::kDeviceFailed, "gone"); };
+    command(program.tool, 5);
+    EXPECT_EQ(program.computer.boxes,
+              (std::vector<ShownBox>{{"Error #  8020\rgone", title, BoxKind::kRunError}}));
+    EXPECT_EQ(program.Row(5), row);
+    EXPECT_FALSE(program.tool.message.Visible());
   }
 }
 

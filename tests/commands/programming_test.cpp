@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "commands/command_bench.h"
+#include "commands/command_program.h"
 #include "commands/flash_prog.h"
 #include "commands/flash_prog00.h"
 #include "commands/frames.h"
@@ -24,13 +24,13 @@ TEST(BatchFrame, CarriesAddressAndUpTo249BytesToAll) {
 }
 
 TEST(FlashProg00, LogsTheBatchesAndTheChecksum) {
-  CommandBench bench;
-  bench.ChooseHex({":0400000001020304F2"}, "one.hex");
-  bench.Answer({kRefuses, kAccepts});
-  bench.CancelWhen("Sending full");
+  CommandProgram program;
+  program.ChooseHex({":0400000001020304F2"}, "one.hex");
+  program.Answer({kRefuses, kAccepts});
+  program.CancelWhen("Sending full");
   int y = 5;
-  FlashProg00(bench.tool, y);
-  EXPECT_EQ(bench.EndAndReadLog(),
+  FlashProg00(program.tool, y);
+  EXPECT_EQ(program.EndAndReadLog(),
             (Lines{"******** PROGRAMMATION DU CTRL 5 **********", "Message : $75 - Programmation Batch 1",
                    "40 05 0A 75 AA 55 10 00 00 01 02 03 04 05 C9 04 ",
                    "Recu en String : 40 05 01 E1 5B 52 04 ", "Communication OK  - CRC checked",
@@ -45,67 +45,67 @@ TEST(FlashProg, PausesAfterEachBatch) {
     std::size_t boxes;
   } kCases[] = {{"10", 11ms, 0}, {"0", 1ms, 0}, {"-5", 1ms, 0}, {"32767", 32768ms, 0}, {"32768", 1ms, 2}};
   for (const auto& c : kCases) {
-    CommandBench bench;
-    bench.tool.Text2.SetText(c.delay);
-    FlashProg(bench.tool);
-    const auto pause = bench.world.sent[1].at - bench.world.sent[0].at;
+    CommandProgram program;
+    program.tool.Text2.SetText(c.delay);
+    FlashProg(program.tool);
+    const auto pause = program.computer.sent[1].at - program.computer.sent[0].at;
     EXPECT_EQ(std::chrono::floor<std::chrono::milliseconds>(pause), c.between) << c.delay;
-    EXPECT_EQ(bench.world.boxes.size(), c.boxes);
-    for (const ShownBox& box : bench.world.boxes)
+    EXPECT_EQ(program.computer.boxes.size(), c.boxes);
+    for (const ShownBox& box : program.computer.boxes)
       EXPECT_NE(box.text.find(" Parallel Waiting Delay "), std::string::npos) << box.text;
   }
 }
 
 TEST(FlashProg, NothingHappensInThePause) {
-  CommandBench bench;
-  bench.tool.Text2.SetText("1000");
+  CommandProgram program;
+  program.tool.Text2.SetText("1000");
   Nanoseconds acted{};
-  bench.world.At(500ms, [&] { acted = bench.world.Time(); });
-  FlashProg(bench.tool);
+  program.computer.At(500ms, [&] { acted = program.computer.Time(); });
+  FlashProg(program.tool);
   EXPECT_GE(acted, 1000ms);
 }
 
 TEST(FlashProg, ABatchThatFitsNoFrameIsLeftOut) {
-  CommandBench bench;
-  bench.ChooseHex({HexRecord(0, Bytes(255, 1)), HexRecord(0x1000, Bytes(1, 2)), ":00000001FF"}, "long.hex");
-  FlashProg(bench.tool);
-  ASSERT_EQ(bench.BoxNumbers(), std::vector<int>{6});
+  CommandProgram program;
+  program.ChooseHex({HexRecord(0, Bytes(255, 1)), HexRecord(0x1000, Bytes(1, 2)), ":00000001FF"}, "long.hex");
+  FlashProg(program.tool);
+  ASSERT_EQ(program.BoxNumbers(), std::vector<int>{6});
   EXPECT_EQ(
-      bench.world.boxes[0].text,
+      program.computer.boxes[0].text,
       "Error #  6\rOverflow: a batch of 257 bytes does not fit into a frame. Create the HEX file again with "
       "lines of at most 128 data bytes.");
-  EXPECT_EQ(bench.Sent(), Lines{"9600 " + ToHex(bus::CloseFrame(FromHex("405F0775AA5510100002")))});
+  EXPECT_EQ(program.Sent(), Lines{"9600 " + ToHex(bus::CloseFrame(FromHex("405F0775AA5510100002")))});
 }
 
 TEST(FlashProg, GoesOnWhereAStepFails) {
-  CommandBench bench;
-  bench.Tick({3, 4});
+  CommandProgram program;
+  program.Tick({3, 4});
   int failures = 3;
-  bench.world.beforeOperation = [&] {
-    if (bench.world.sent.size() == 1 && failures-- > 0) throw RunError(RunError::kDeviceFailed, "gone");
+  program.computer.beforeOperation = [&] {
+    if (program.computer.sent.size() == 1 && failures-- > 0) throw RunError(RunError::kDeviceFailed, "gone");
   };
-  FlashProg(bench.tool);
-  EXPECT_EQ(bench.BoxNumbers(), (std::vector<int>{8020, 8020, 8020}))
+  FlashProg(program.tool);
+  EXPECT_EQ(program.BoxNumbers(), (std::vector<int>{8020, 8020, 8020}))
       << "the second batch, the flush, one sum";
-  EXPECT_EQ(bench.Sent().size(), 4u) << "the other sum goes out, three times";
+  EXPECT_EQ(program.Sent().size(), 4u) << "the other sum goes out, three times";
 }
 
 TEST(FlashProg, AFileThatWentAwayConfirmsZeros) {
-  CommandBench bench;
-  bench.Tick({3});
-  std::remove(bench.tool.FileName.Text().c_str());
-  FlashProg(bench.tool);
-  EXPECT_EQ(bench.BoxNumbers(), (std::vector<int>{53, 0}));
-  EXPECT_EQ(bench.Sent(), Lines(3, "9600 40030775AA550F000000E02104"));
+  CommandProgram program;
+  program.Tick({3});
+  std::remove(program.tool.FileName.Text().c_str());
+  FlashProg(program.tool);
+  EXPECT_EQ(program.BoxNumbers(), (std::vector<int>{53, 0}));
+  EXPECT_EQ(program.Sent(), Lines(3, "9600 40030775AA550F000000E02104"));
 }
 
 TEST(FlashProg00, ARunFailureEndsThePassAfterOneBox) {
-  CommandBench bench;
-  bench.tool.Text1.SetText("soon");
+  CommandProgram program;
+  program.tool.Text1.SetText("soon");
   int y = 5;
-  FlashProg00(bench.tool, y);
-  EXPECT_EQ(bench.BoxNumbers(), std::vector<int>{13});
-  EXPECT_TRUE(bench.tool.message.Visible()) << "the caller closes it";
+  FlashProg00(program.tool, y);
+  EXPECT_EQ(program.BoxNumbers(), std::vector<int>{13});
+  EXPECT_TRUE(program.tool.message.Visible()) << "the caller closes it";
 }
 
 }  // namespace

@@ -8,9 +8,9 @@
 #include <string>
 
 #include "desktop/desktop_clock.h"
-#include "desktop/desktop_desk.h"
 #include "desktop/desktop_events.h"
 #include "desktop/form_window.h"
+#include "desktop/qt_dialogs.h"
 #include "desktop/serial_port.h"
 #include "forms/quillon.h"
 #include "shell/start_stop.h"
@@ -42,9 +42,9 @@ class WindowTest : public testing::Test {
   DesktopEvents events{clock};
   DesktopScreen screen;
   const std::string home = folder.path().toStdString() + "/";
-  DesktopDesk desk{screen, home};
+  QtDialogs dialogs{screen, home};
   SerialPort port{home};
-  Quillon quillon{Computer{clock, events, desk, screen, port, home}};
+  Quillon quillon{Computer{clock, events, dialogs, screen, port, home}};
 };
 
 }  // namespace quillon

@@ -22,7 +22,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "desktop/held_keys.h"
+#include "desktop/key_repeat_filter.h"
 #include "link/outcome.h"
 #include "window_fixture.h"
 
@@ -199,7 +199,7 @@ TEST_F(WindowTest, AHeldKeyPressesAButtonOnce) {
   };
   // clang-format on
   for (const KeyStory& story : kStories) {
-    HeldKeys heldKeys;
+    KeyRepeatFilter heldKeys;
     qApp->installEventFilter(&heldKeys);
     int presses = 0;
     quillon.NONE.Click = [&] { ++presses; };
@@ -230,7 +230,7 @@ TEST_F(WindowTest, AKeyMeantForABoxStartsNoRun) {
   quillon.ComInfo.Click = [&] { ++runs; };
   auto* button = Drawn<QPushButton>(quillon, quillon.ComInfo);
   AnswerNextBox(QMessageBox::Ok);
-  desk.ShowBox("Error #  8020\rgone", "Quillon Error", BoxKind::kRunError);
+  dialogs.ShowBox("Error #  8020\rgone", "Quillon Error", BoxKind::kRunError);
   Window(quillon)->activateWindow();  // else no shortcut reaches it
   ASSERT_TRUE(QTest::qWaitForWindowActive(Window(quillon)));
   button->setFocus();
@@ -279,7 +279,7 @@ TEST_F(WindowTest, ABoxAfterCancelBelongsToTheMainWindow) {
     EXPECT_EQ(box.parentWidget(), Window(quillon)) << "the progress window hides, and its boxes with it";
     EXPECT_EQ(box.defaultButton(), box.button(QMessageBox::No));
   });
-  EXPECT_FALSE(desk.Ask("a.hex is damaged: line 1: is empty. Use it anyway?", "Quillon"));
+  EXPECT_FALSE(dialogs.Ask("a.hex is damaged: line 1: is empty. Use it anyway?", "Quillon"));
 }
 
 TEST_F(WindowTest, ADisabledButtonKeepsTheKeyboardForItself) {
@@ -498,7 +498,7 @@ TEST_F(WindowTest, CancelIsInReachWhileARunErrorStandsAndNothingElseIs) {
           << "a window of the system for each widget";
       if (box->isVisible()) box->accept();
     });
-    desk.ShowBox("Error #  8020\rgone", "SendP4", kind);
+    dialogs.ShowBox("Error #  8020\rgone", "SendP4", kind);
   }
 }
 

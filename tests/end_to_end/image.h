@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "support/bench.h"
+#include "support/test_program.h"
 
 namespace quillon::test {
 

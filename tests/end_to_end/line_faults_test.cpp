@@ -89,7 +89,8 @@ TEST(LineFaults, ALineThatBabblesIsNoAnswerAndHoldsNeitherTheWindowNorCancelNorM
   EXPECT_THAT(technician.boxes, IsEmpty());
 }
 
-// Each sending waits for the time of 512 bytes and one second more, and a look takes two passes of the events.
+// Each sending waits for the time of 512 bytes and one second more, and a look takes two passes of the
+// events.
 TEST(LineFaults, ALineThatTakesNoMoreBytesHoldsTheWindowForNoMoreThanASending) {
   constexpr qint64 kStalledOutput = 1000 + 512 * 11 * 1000 / 9600;
   Technician technician(40s, {"--controller", "5"}, {.delay = "10", .controllers = {5}});

@@ -6,7 +6,7 @@
 #include <fstream>
 
 #include "faults/witness.h"
-#include "workflows/run_bench.h"
+#include "workflows/run_program.h"
 
 namespace quillon::test {
 namespace {
@@ -31,25 +31,25 @@ TEST(ChangingFile, NeverMakesARowLookGoodForWhatIsNotThere) {
   for (const Button button : {kParallel, kSerial}) {
     for (std::size_t change = 0; change < std::size(kChanges); ++change) {
       for (std::size_t sent = 0; sent <= 5; ++sent) {
-        RunBench bench(std::vector<bus::ControllerSetup>{{.number = 3}});
-        SCOPED_TRACE((bench.tool.*button).Name() + ", change " + std::to_string(change) + " after frame " +
+        RunProgram program(std::vector<bus::ControllerSetup>{{.number = 3}});
+        SCOPED_TRACE((program.tool.*button).Name() + ", change " + std::to_string(change) + " after frame " +
                      std::to_string(sent));
-        bench.ChooseHex(kImage);
-        bench.Tick({3});
-        const std::string path = bench.tool.FileName.Text();
+        program.ChooseHex(kImage);
+        program.Tick({3});
+        const std::string path = program.tool.FileName.Text();
         bool changed = false;
-        bench.world.When([&] { return bench.world.sent.size() >= sent; },
-                         [&] {
-                           kChanges[change](path);
-                           changed = true;
-                         });
-        bench.Press(button);
-        const std::string row = bench.Row(3);
+        program.computer.When([&] { return program.computer.sent.size() >= sent; },
+                              [&] {
+                                kChanges[change](path);
+                                changed = true;
+                              });
+        program.Press(button);
+        const std::string row = program.Row(3);
         const bool looksGood = row.find('/') != row.npos && !row.ends_with("red") && !row.ends_with("marked");
-        const bool holdsImage = bench.bus.At(3).Flash() == ImageFlash();
+        const bool holdsImage = program.bus.At(3).Flash() == ImageFlash();
         EXPECT_TRUE(changed && (holdsImage || !looksGood)) << row;
         EXPECT_TRUE(looksGood || sent < 5) << "all of the file had been read: " << row;
-        EXPECT_TRUE(bench.Over());
+        EXPECT_TRUE(program.Over());
       }
     }
   }

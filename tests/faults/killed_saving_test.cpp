@@ -5,7 +5,7 @@
 #include <unistd.h>
 
 #include "platform/text_file.h"
-#include "support/bench.h"
+#include "support/test_program.h"
 
 namespace quillon::test {
 namespace {
@@ -13,8 +13,8 @@ namespace {
 TEST(KilledSaving, LeavesTheOldFileOrTheNewOne) {
   const std::string old(20'000, 'o');
   const std::string fresh(30'000, 'f');
-  Bench bench;
-  const std::string path = bench.Write("some.cfg", old);
+  TestProgram program;
+  const std::string path = program.Write("some.cfg", old);
   for (unsigned i = 0; i < 60; ++i) {
     const pid_t saver = fork();
     ASSERT_GE(saver, 0);
@@ -27,7 +27,7 @@ TEST(KilledSaving, LeavesTheOldFileOrTheNewOne) {
     usleep(300 + 61 * i);
     kill(saver, SIGKILL);
     waitpid(saver, nullptr, 0);
-    const std::string held = bench.Read("some.cfg");
+    const std::string held = program.Read("some.cfg");
     EXPECT_TRUE(held == old || held == fresh) << held.size() << " bytes";
   }
 }

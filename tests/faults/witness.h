@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "bus/controller.h"
-#include "support/bench.h"
+#include "support/test_program.h"
 
 namespace quillon::test {
 

@@ -3,7 +3,7 @@
 
 #include <gmock/gmock.h>
 
-#include "support/bench.h"
+#include "support/test_program.h"
 
 namespace quillon::test {
 namespace {
@@ -83,16 +83,16 @@ TEST(ChosenFile, ShowsWhatItIs) {
       {{":042020007000410500"}, "1ABC", "WORBY  Baud Rate Programmable  [41]", false},
   };
   for (const auto& file : kFiles) {
-    Bench bench;
+    TestProgram program;
     auto during = Form::MousePointer::kDefault;
-    bench.world.At(0s, [&] { during = bench.tool.Pointer(); });
-    bench.ChooseHex(file.lines);
-    EXPECT_EQ(bench.tool.FileCheksum.Text(), file.checksum);
-    EXPECT_EQ(bench.tool.FileName.ToolTip(), file.toolTip);
-    EXPECT_EQ(bench.tool.useBB.Enabled(), file.keepsSpeed);
-    EXPECT_EQ(bench.tool.useBB.Ticked(), file.keepsSpeed);
+    program.computer.At(0s, [&] { during = program.tool.Pointer(); });
+    program.ChooseHex(file.lines);
+    EXPECT_EQ(program.tool.FileCheksum.Text(), file.checksum);
+    EXPECT_EQ(program.tool.FileName.ToolTip(), file.toolTip);
+    EXPECT_EQ(program.tool.useBB.Enabled(), file.keepsSpeed);
+    EXPECT_EQ(program.tool.useBB.Ticked(), file.keepsSpeed);
     EXPECT_EQ(during, Form::MousePointer::kHourglass);
-    EXPECT_EQ(bench.tool.Pointer(), Form::MousePointer::kDefault);
+    EXPECT_EQ(program.tool.Pointer(), Form::MousePointer::kDefault);
   }
 }
 
@@ -115,16 +115,16 @@ TEST(ChosenFile, IsWarnedOfWhereItContradictsItself) {
       {kEnd, "the file holds no data"},
       {"", "the file is empty"},
   };
-  Bench bench;
+  TestProgram program;
   int number = 0;
   for (const auto& [text, warning] : kFiles) {
-    bench.world.fileToChoose = bench.Write(std::to_string(++number) + ".hex", text);
-    bench.tool.Command1.Press();
-    EXPECT_EQ(bench.tool.FileWarning.ToolTip(), warning) << number;
-    EXPECT_EQ(bench.tool.FileWarning.Visible(), *warning != 0) << number;
+    program.computer.fileToChoose = program.Write(std::to_string(++number) + ".hex", text);
+    program.tool.Command1.Press();
+    EXPECT_EQ(program.tool.FileWarning.ToolTip(), warning) << number;
+    EXPECT_EQ(program.tool.FileWarning.Visible(), *warning != 0) << number;
   }
-  bench.tool.FileName.SetText("");
-  EXPECT_FALSE(bench.tool.FileWarning.Visible());
+  program.tool.FileName.SetText("");
+  EXPECT_FALSE(program.tool.FileWarning.Visible());
 }
 
 TEST(ChosenFile, IsUsedAnywayOnlyByAYesOfTheOperator) {
@@ -135,62 +135,62 @@ TEST(ChosenFile, IsUsedAnywayOnlyByAYesOfTheOperator) {
       {"Quillon\r\n", "contains no firmware: line 1: begins with \"Q\" in the place of a colon"},
   };
   for (const auto& [text, doubt] : kFiles) {
-    Bench bench;
-    const std::string path = bench.world.fileToChoose = bench.Write("a.hex", text);
-    bench.world.replies = {false, true};  // No leads back to the dialog
-    bench.tool.Command1.Press();
+    TestProgram program;
+    const std::string path = program.computer.fileToChoose = program.Write("a.hex", text);
+    program.computer.replies = {false, true};  // No leads back to the dialog
+    program.tool.Command1.Press();
     const std::string question = std::string("Quillon: a.hex ") + doubt + ". Use it anyway?";
-    EXPECT_EQ(bench.world.questions, std::vector<std::string>(*doubt ? 2 : 0, question));
-    EXPECT_EQ(bench.tool.FileName.Text(), path);
+    EXPECT_EQ(program.computer.questions, std::vector<std::string>(*doubt ? 2 : 0, question));
+    EXPECT_EQ(program.tool.FileName.Text(), path);
 
-    bench.tool.FileName.SetText("");
-    bench.world.replies = {false};
-    bench.tool.FileDropped(path);
-    EXPECT_EQ(bench.tool.FileName.Text(), *doubt ? "" : path) << "a drop has no dialog to lead back to";
+    program.tool.FileName.SetText("");
+    program.computer.replies = {false};
+    program.tool.FileDropped(path);
+    EXPECT_EQ(program.tool.FileName.Text(), *doubt ? "" : path) << "a drop has no dialog to lead back to";
   }
 }
 
 TEST(ChosenFile, ForgetsTheFormerOneButForItsRate) {
-  Bench bench;
-  bench.ChooseHex({":042020002000400900"});
-  bench.ChooseHex({":042020007000FF0600"}, "other.hex");
-  EXPECT_EQ(bench.tool.FileName.ToolTip(), "  Baud Rate Programmable  [FF]");
-  EXPECT_EQ(bench.tool.image.ImageBaudRate, "19200");
-  EXPECT_FALSE(bench.tool.useBB.Enabled() || bench.tool.useBB.Ticked());
+  TestProgram program;
+  program.ChooseHex({":042020002000400900"});
+  program.ChooseHex({":042020007000FF0600"}, "other.hex");
+  EXPECT_EQ(program.tool.FileName.ToolTip(), "  Baud Rate Programmable  [FF]");
+  EXPECT_EQ(program.tool.image.ImageBaudRate, "19200");
+  EXPECT_FALSE(program.tool.useBB.Enabled() || program.tool.useBB.Ticked());
 }
 
 TEST(ChosenFile, AllowsDownloadsBesideAProtocolUntilEmptied) {
-  Bench bench;
-  bench.tool.Protocol.SetText("");
-  bench.ChooseHex({":042020001500400900"});
-  EXPECT_FALSE(bench.tool.ComLoad.Enabled() || bench.tool.ComLoad00.Enabled());
-  bench.tool.Protocol.SetText("63");
-  bench.ChooseHex({":042020001500400900"});
-  EXPECT_TRUE(bench.tool.ComLoad.Enabled() && bench.tool.ComLoad00.Enabled());
-  bench.tool.FileName.SetText("");
-  EXPECT_FALSE(bench.tool.ComLoad.Enabled() || bench.tool.ComLoad00.Enabled());
-  EXPECT_EQ(bench.tool.FileCheksum.Text() + bench.tool.FileName.ToolTip(), "");
-  EXPECT_FALSE(bench.tool.useBB.Ticked() || bench.tool.useBB.Visible());
+  TestProgram program;
+  program.tool.Protocol.SetText("");
+  program.ChooseHex({":042020001500400900"});
+  EXPECT_FALSE(program.tool.ComLoad.Enabled() || program.tool.ComLoad00.Enabled());
+  program.tool.Protocol.SetText("63");
+  program.ChooseHex({":042020001500400900"});
+  EXPECT_TRUE(program.tool.ComLoad.Enabled() && program.tool.ComLoad00.Enabled());
+  program.tool.FileName.SetText("");
+  EXPECT_FALSE(program.tool.ComLoad.Enabled() || program.tool.ComLoad00.Enabled());
+  EXPECT_EQ(program.tool.FileCheksum.Text() + program.tool.FileName.ToolTip(), "");
+  EXPECT_FALSE(program.tool.useBB.Ticked() || program.tool.useBB.Visible());
 }
 
 TEST(ChosenFile, ThatCanNotBeHadLeavesTheButtonsOfAGoodOneBefore) {
   for (const std::string& name : {std::string("nowhere.hex"), std::string(300, 'a')}) {
-    Bench bench;
-    bench.ChooseHex({":042020001500400900"});
-    EXPECT_TRUE(bench.tool.FileWarning.Visible());
-    bench.world.fileToChoose = bench.world.folder + name;
-    bench.tool.Command1.Press();
-    ASSERT_EQ(bench.world.boxes.size(), 1u);
-    const ShownBox& box = bench.world.boxes[0];
+    TestProgram program;
+    program.ChooseHex({":042020001500400900"});
+    EXPECT_TRUE(program.tool.FileWarning.Visible());
+    program.computer.fileToChoose = program.computer.folder + name;
+    program.tool.Command1.Press();
+    ASSERT_EQ(program.computer.boxes.size(), 1u);
+    const ShownBox& box = program.computer.boxes[0];
     const bool absent = name == "nowhere.hex";
     EXPECT_THAT(box.text, testing::StartsWith(absent ? "File not Found!" : "Error #  52\rBad file name"));
     EXPECT_THAT(box.text, testing::EndsWith(absent ? "!" : "\rPlease, Check your HEX file !"));
     EXPECT_EQ(box.title, absent ? "Quillon" : "Quillon Error");
-    EXPECT_EQ(bench.tool.FileCheksum.Text() + bench.tool.FileName.ToolTip(), "    []");
-    EXPECT_EQ(bench.tool.image.ImageBaudRate, "9600");
-    EXPECT_FALSE(bench.tool.useBB.Enabled() || bench.tool.FileWarning.Visible());
-    EXPECT_TRUE(bench.tool.ComLoad.Enabled());
-    EXPECT_EQ(bench.tool.Pointer(), Form::MousePointer::kDefault);
+    EXPECT_EQ(program.tool.FileCheksum.Text() + program.tool.FileName.ToolTip(), "    []");
+    EXPECT_EQ(program.tool.image.ImageBaudRate, "9600");
+    EXPECT_FALSE(program.tool.useBB.Enabled() || program.tool.FileWarning.Visible());
+    EXPECT_TRUE(program.tool.ComLoad.Enabled());
+    EXPECT_EQ(program.tool.Pointer(), Form::MousePointer::kDefault);
   }
 }
 

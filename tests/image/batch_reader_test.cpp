@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/bench.h"
+#include "support/test_program.h"
 
 namespace quillon::test {
 namespace {

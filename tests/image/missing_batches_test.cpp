@@ -5,7 +5,7 @@
 #include <random>
 
 #include "image/batch_reader.h"
-#include "support/bench.h"
+#include "support/test_program.h"
 
 namespace quillon::test {
 namespace {

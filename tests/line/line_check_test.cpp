@@ -10,7 +10,7 @@
 
 #include "commands/frames.h"
 #include "line/diagnosis.h"
-#include "support/world.h"
+#include "support/fake_computer.h"
 
 namespace quillon::test {
 namespace {
@@ -97,7 +97,7 @@ struct Totals {
 };
 
 void Measure(const SeededLine& line, Totals& totals) {
-  World world;
+  FakeComputer computer;
   bus::Bus bus(line.options);
   LinePlan plan;
   plan.baud = line.setups[0].baud;
@@ -105,12 +105,12 @@ void Measure(const SeededLine& line, Totals& totals) {
     bus.Add(setup);
     if (plan.controllers.size() < 4) plan.controllers.push_back(setup.number);
   }
-  world.bus = &bus;
-  LineCheck check(world, world, world, plan, [] { return false; });
+  computer.bus = &bus;
+  LineCheck check(computer, computer, computer, plan, [] { return false; });
   const LineDiagnosis diagnosis = Diagnose(check.Run([](const LineMeasurement&, bool) {}));
 
-  EXPECT_LE(world.Now(), check.LongestSeconds()) << "longer than announced";
-  for (const SentBytes& sent : world.sent)
+  EXPECT_LE(computer.Now(), check.LongestSeconds()) << "longer than announced";
+  for (const SentBytes& sent : computer.sent)
     ASSERT_EQ(sent.bytes, FlashCheckFrame(plan.protocolByte, sent.bytes[1])) << "another frame";
 
   bool allGood = true;

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "link/exchange.h"
-#include "support/bench.h"
+#include "support/test_program.h"
 
 namespace quillon::test {
 namespace {
@@ -44,7 +44,7 @@ struct ExchangeCase {
 void PrintTo(const ExchangeCase& row, std::ostream* out) { *out << row.name; }
 
 /// A program whose port is open.
-class OpenLine : public Bench {
+class OpenLine : public TestProgram {
  public:
   OpenLine() { tool.MSComm1.SetPortOpen(true); }
 
@@ -61,15 +61,15 @@ TEST_P(ExchangeOutcome, HasResultSendsEndAndLog) {
   const ExchangeCase& row = GetParam();
   OpenLine line;
   line.tool.Text1.SetText(std::to_string(row.timeOut));
-  line.world.script.assign(row.replies.begin(), row.replies.end());
+  line.computer.script.assign(row.replies.begin(), row.replies.end());
   if (row.cancelAt > 0ms) line.CancelAt(row.cancelAt);
 
   EXPECT_EQ(line.Send(row.shortAnswer), row.result);
 
   EXPECT_EQ(line.answer, row.answer);
   EXPECT_EQ(line.Sent(), std::vector<std::string>(row.sends, "9600 40050173F8A904"));
-  EXPECT_GE(line.world.Time(), row.endsAt);
-  EXPECT_LE(line.world.Time(), row.endsAt + 6ms);  // each time-out is noticed up to 1 ms late
+  EXPECT_GE(line.computer.Time(), row.endsAt);
+  EXPECT_LE(line.computer.Time(), row.endsAt + 6ms);  // each time-out is noticed up to 1 ms late
   EXPECT_EQ(line.EndAndReadLog(), row.log);
 }
 
@@ -124,7 +124,7 @@ TEST(Exchange, RefusesEverySingleWrongBitButThoseOfTheLastByte) {
     Bytes answer = good;
     answer[bit / 8] ^= static_cast<std::uint8_t>(1 << bit % 8);
     line.answer = "before";
-    line.world.script.assign(3, {{1ms, answer}});
+    line.computer.script.assign(3, {{1ms, answer}});
     const bool inLastByte = bit / 8 == 12;
     EXPECT_EQ(line.Send(), inLastByte ? kAnswered : kBadAnswer) << "bit " << bit;
     EXPECT_EQ(line.answer, inLastByte ? ToHex(answer) : "before") << "bit " << bit;
@@ -141,16 +141,16 @@ TEST(Exchange, TakesAnyWholeNumberOfMillisecondsAsTimeOut) {
     OpenLine line;
     line.tool.Text1.SetText(timeOut);
     EXPECT_EQ(line.Send(), kNoAnswer);
-    EXPECT_GE(line.world.Time(), 3 * (wait + 500ms)) << timeOut;
-    EXPECT_LE(line.world.Time(), 3 * (wait + 502ms)) << timeOut;
+    EXPECT_GE(line.computer.Time(), 3 * (wait + 500ms)) << timeOut;
+    EXPECT_LE(line.computer.Time(), 3 * (wait + 502ms)) << timeOut;
   }
 }
 
 TEST(Exchange, ReadsTheTimeOutOncePerCall) {
   OpenLine line;
-  line.world.At(50ms, [&] { line.tool.Text1.SetText("nonsense"); });
+  line.computer.At(50ms, [&] { line.tool.Text1.SetText("nonsense"); });
   EXPECT_EQ(line.Send(), kNoAnswer);
-  EXPECT_GE(line.world.Time(), 3000ms);
+  EXPECT_GE(line.computer.Time(), 3000ms);
 }
 
 TEST(Exchange, RaisesAndSendsNothingWithoutATimeOut) {
@@ -159,7 +159,7 @@ TEST(Exchange, RaisesAndSendsNothingWithoutATimeOut) {
     line.tool.Text1.SetText(timeOut);
     EXPECT_EQ(FailureNumber([&] { line.Send(); }), number) << timeOut;
   }
-  EXPECT_TRUE(line.world.sent.empty());
+  EXPECT_TRUE(line.computer.sent.empty());
 }
 
 }  // namespace

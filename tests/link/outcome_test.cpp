@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/bench.h"
+#include "support/test_program.h"
 
 namespace quillon::test {
 namespace {
@@ -20,70 +20,71 @@ TEST(FailureReport, StandsTwoSecondsThenTurnsTheRowRed) {
   };
   int code = 0;
   for (const auto& expected : kCodes) {
-    Bench bench;
+    TestProgram program;
     std::string during;
-    bench.world.At(1990ms, [&] {
-      during = bench.tool.message.Label1.Text() + "|" + bench.Row(expected.y);
-      EXPECT_TRUE(bench.tool.message.Stop.Visible());
+    program.computer.At(1990ms, [&] {
+      during = program.tool.message.Label1.Text() + "|" + program.Row(expected.y);
+      EXPECT_TRUE(program.tool.message.Stop.Visible());
     });
-    ReportFailure(bench.tool, expected.y, static_cast<FailureCode>(++code));
+    ReportFailure(program.tool, expected.y, static_cast<FailureCode>(++code));
     EXPECT_EQ(during, std::string(expected.status) + "| ");
-    EXPECT_EQ(bench.world.Time(), 2000ms);
-    EXPECT_EQ(bench.Row(expected.y), expected.row);
-    EXPECT_TRUE(bench.tool.info.Ver(expected.y).FontBold() && bench.tool.info.CkSum(expected.y).FontBold());
-    EXPECT_TRUE(bench.tool.message.Visible());
-    EXPECT_FALSE(bench.tool.info.Visible());
+    EXPECT_EQ(program.computer.Time(), 2000ms);
+    EXPECT_EQ(program.Row(expected.y), expected.row);
+    EXPECT_TRUE(program.tool.info.Ver(expected.y).FontBold() &&
+                program.tool.info.CkSum(expected.y).FontBold());
+    EXPECT_TRUE(program.tool.message.Visible());
+    EXPECT_FALSE(program.tool.info.Visible());
   }
 }
 
 TEST(FailureReport, OfNoFailureEmptiesTheRowButForItsBackground) {
-  Bench bench;
+  TestProgram program;
   for (const int y : {-1, 32}) {
-    EXPECT_EQ(FailureNumber([&] { ReportFailure(bench.tool, y, FailureCode::kNone); }), 9) << y;
+    EXPECT_EQ(FailureNumber([&] { ReportFailure(program.tool, y, FailureCode::kNone); }), 9) << y;
   }
-  ReportFailure(bench.tool, 5, FailureCode::kCommunicationError);
-  bench.tool.info.CkSum(5).SetBackColor(colour::kRed);
-  ReportFailure(bench.tool, 5, FailureCode::kNone);
-  EXPECT_EQ(bench.Row(5), " ");
-  EXPECT_FALSE(bench.tool.info.Ver(5).FontBold() || bench.tool.info.CkSum(5).FontBold());
-  EXPECT_EQ(bench.tool.info.CkSum(5).BackColor(), colour::kRed);
-  EXPECT_TRUE(bench.tool.message.Visible());
-  EXPECT_EQ(bench.world.Time(), 2000ms);
+  ReportFailure(program.tool, 5, FailureCode::kCommunicationError);
+  program.tool.info.CkSum(5).SetBackColor(colour::kRed);
+  ReportFailure(program.tool, 5, FailureCode::kNone);
+  EXPECT_EQ(program.Row(5), " ");
+  EXPECT_FALSE(program.tool.info.Ver(5).FontBold() || program.tool.info.CkSum(5).FontBold());
+  EXPECT_EQ(program.tool.info.CkSum(5).BackColor(), colour::kRed);
+  EXPECT_TRUE(program.tool.message.Visible());
+  EXPECT_EQ(program.computer.Time(), 2000ms);
 }
 
 TEST(FailureReport, OfAnyOtherCodeChangesNothing) {
-  Bench bench;
-  ReportFailure(bench.tool, 5, FailureCode::kNoAnswer);
+  TestProgram program;
+  ReportFailure(program.tool, 5, FailureCode::kNoAnswer);
   for (const int code : {-1, 5, 1000}) {
-    ReportFailure(bench.tool, 5, static_cast<FailureCode>(code));
+    ReportFailure(program.tool, 5, static_cast<FailureCode>(code));
   }
-  EXPECT_EQ(bench.Row(5), "No Answer red");
-  EXPECT_EQ(bench.world.Time(), 2000ms);
+  EXPECT_EQ(program.Row(5), "No Answer red");
+  EXPECT_EQ(program.computer.Time(), 2000ms);
 }
 
 TEST(FailureReport, KeepsItsPauseAndItsWordsWhenCancelledInIt) {
-  Bench bench;
-  bench.CancelAt(500ms);
-  ReportFailure(bench.tool, 5, FailureCode::kNoAnswer);
-  EXPECT_FALSE(bench.tool.message.Visible());
-  EXPECT_EQ(bench.world.Time(), 2000ms);
-  EXPECT_EQ(bench.Row(5), "No Answer red");
+  TestProgram program;
+  program.CancelAt(500ms);
+  ReportFailure(program.tool, 5, FailureCode::kNoAnswer);
+  EXPECT_FALSE(program.tool.message.Visible());
+  EXPECT_EQ(program.computer.Time(), 2000ms);
+  EXPECT_EQ(program.Row(5), "No Answer red");
 }
 
 TEST(Progress, TellsTheSpeedUnlessBriefAndHoldsNobody) {
-  Bench bench;
-  bench.tool.Vitesse.SetText("38400");
-  bench.tool.message.ShowPicture(bench.tool.message.Jumelle);
-  ShowProgress(bench.tool, "Controller 7 : Erasing", StatusForm::kWithSpeed);
-  EXPECT_EQ(bench.tool.message.Label1.Text(), "Controller 7 : Erasing (Speed : 38400 Bds) ...");
-  EXPECT_TRUE(bench.tool.message.Inquiet.Visible() && !bench.tool.message.Jumelle.Visible());
-  ShowProgress(bench.tool, "Controller 7 : Erasing", StatusForm::kBrief);
-  EXPECT_EQ(bench.tool.message.Label1.Text(), "Controller 7 : Erasing ...");
-  EXPECT_EQ(bench.world.Time(), 0ms);
-  bench.tool.message.Command1.Press();
-  EXPECT_FALSE(bench.tool.message.Visible());
-  ShowProgress(bench.tool, "Controller 8 : Erasing", StatusForm::kBrief);
-  EXPECT_TRUE(bench.tool.message.Visible()) << "the next status line opens it again";
+  TestProgram program;
+  program.tool.Vitesse.SetText("38400");
+  program.tool.message.ShowPicture(program.tool.message.Jumelle);
+  ShowProgress(program.tool, "Controller 7 : Erasing", StatusForm::kWithSpeed);
+  EXPECT_EQ(program.tool.message.Label1.Text(), "Controller 7 : Erasing (Speed : 38400 Bds) ...");
+  EXPECT_TRUE(program.tool.message.Inquiet.Visible() && !program.tool.message.Jumelle.Visible());
+  ShowProgress(program.tool, "Controller 7 : Erasing", StatusForm::kBrief);
+  EXPECT_EQ(program.tool.message.Label1.Text(), "Controller 7 : Erasing ...");
+  EXPECT_EQ(program.computer.Time(), 0ms);
+  program.tool.message.Command1.Press();
+  EXPECT_FALSE(program.tool.message.Visible());
+  ShowProgress(program.tool, "Controller 8 : Erasing", StatusForm::kBrief);
+  EXPECT_TRUE(program.tool.message.Visible()) << "the next status line opens it again";
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "link/frame.h"
-#include "support/bench.h"
+#include "support/test_program.h"
 
 namespace quillon::test {
 namespace {

@@ -5,7 +5,7 @@
 #include <limits>
 #include <string>
 
-#include "support/bench.h"
+#include "support/test_program.h"
 
 namespace quillon::test {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "support/bench.h"
+#include "support/test_program.h"
 
 namespace quillon::test {
 namespace {
@@ -11,8 +11,8 @@ using testing::ElementsAre;
 
 class SerialControlTest : public testing::Test {
  protected:
-  World world;
-  SerialControl line{world};
+  FakeComputer computer;
+  SerialControl line{computer};
 };
 
 TEST_F(SerialControlTest, OpensAPortFrom1To99OnceAndClosesItAsOftenAsAsked) {
@@ -24,13 +24,13 @@ TEST_F(SerialControlTest, OpensAPortFrom1To99OnceAndClosesItAsOftenAsAsked) {
     EXPECT_EQ(FailureNumber([&] { line.SetPortOpen(true); }), 8005);
     line.SetPortOpen(false);
     line.SetPortOpen(false);
-    EXPECT_FALSE(world.open);
+    EXPECT_FALSE(computer.open);
   }
-  EXPECT_THAT(world.openedPorts, ElementsAre(1, 99));
+  EXPECT_THAT(computer.openedPorts, ElementsAre(1, 99));
 }
 
 TEST_F(SerialControlTest, StaysClosedWhenOpeningFails) {
-  world.beforeOperation = [] { throw RunError(RunError::kPermissionDenied, "as scripted"); };
+  computer.beforeOperation = [] { throw RunError(RunError::kPermissionDenied, "as scripted"); };
   EXPECT_EQ(FailureNumber([&] { line.SetPortOpen(true); }), 70);
   EXPECT_EQ(FailureNumber([&] { line.Output(FromHex("40")); }), 8018);
   EXPECT_EQ(FailureNumber([&] { line.InBufferCount(); }), 8018);
@@ -45,20 +45,20 @@ TEST_F(SerialControlTest, ChangesTheSpeedOnTheOpenPortAtOnceAndKeepsItWhenAnothe
                            "0,N,8,2", "-9600,N,8,2", "9600,N,8,2 "}) {
     EXPECT_EQ(FailureNumber([&] { line.SetSettings(text); }), 380) << text;
   }
-  world.beforeOperation = [] { throw RunError(RunError::kInvalidPropertyValue, "as scripted"); };
+  computer.beforeOperation = [] { throw RunError(RunError::kInvalidPropertyValue, "as scripted"); };
   EXPECT_EQ(FailureNumber([&] { line.SetSettings("38400,N,8,2"); }), 380);
   EXPECT_EQ(line.Settings(), "4800,N,8,2");
-  EXPECT_THAT(world.speeds, ElementsAre(19200, 4800));
+  EXPECT_THAT(computer.speeds, ElementsAre(19200, 4800));
 }
 
 TEST_F(SerialControlTest, OpensAgainAfterAnOpeningThatWasRefusedForASpeedSetWhileClosed) {
   line.SetSettings("115200,N,8,2");
-  world.beforeOperation = [] { throw RunError(RunError::kInvalidPropertyValue, "as scripted"); };
+  computer.beforeOperation = [] { throw RunError(RunError::kInvalidPropertyValue, "as scripted"); };
   EXPECT_EQ(FailureNumber([&] { line.SetPortOpen(true); }), 380);
   line.SetSettings("115200,N,8,2");  // by the steps of a run that goes on
-  world.beforeOperation = nullptr;
+  computer.beforeOperation = nullptr;
   line.SetPortOpen(true);
-  EXPECT_THAT(world.speeds, ElementsAre(9600));
+  EXPECT_THAT(computer.speeds, ElementsAre(9600));
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "support/bench.h"
+#include "support/test_program.h"
 #ifndef _WIN32
 #include <fcntl.h>
 #include <sys/file.h>
@@ -51,14 +51,14 @@ TEST(LinesOf, ATextEndAtAnyLineEnd) {
 
 class FileTest : public testing::Test {
  protected:
-  Bench bench;
-  const std::string folder = bench.world.folder;
+  TestProgram program;
+  const std::string folder = program.computer.folder;
 };
 
 TEST_F(FileTest, IsReadLineByLineWhereverAPieceOfItEnds) {
   for (const std::size_t length : {1, 32765, 32766, 32767, 32768, 32769, 100'000}) {
     const std::string line(length, 'x');
-    LineReader reader = LineReader::OfFile(bench.Write("lines", line + "\r\n\t" + line + "\n" + line));
+    LineReader reader = LineReader::OfFile(program.Write("lines", line + "\r\n\t" + line + "\n" + line));
     std::vector<std::string> lines;
     while (!reader.AtEnd()) lines.emplace_back(reader.Next());
     EXPECT_EQ(lines, (std::vector<std::string>{line, "\t" + line, line})) << length;
@@ -73,7 +73,7 @@ TEST_F(FileTest, IsReadLineByLineWhereverAPieceOfItEnds) {
 TEST_F(FileTest, IsReadByteForByteOrFailsWithANumberOfItsOwn) {
   for (const std::size_t size : {0, 1, 4096, 200000}) {
     const std::string contents(size, '\xE9');
-    EXPECT_EQ(ReadFile(bench.Write("plain", contents)), contents) << size;
+    EXPECT_EQ(ReadFile(program.Write("plain", contents)), contents) << size;
   }
   const std::pair<std::string, int> kFailures[] = {
       {"absent", 53}, {"plain/inner", 76}, {"", 75}, {std::string(300, 'n'), 52}};
@@ -87,16 +87,16 @@ TEST_F(FileTest, IsReadByteForByteOrFailsWithANumberOfItsOwn) {
 
 TEST_F(FileTest, IsFoundWhateverTheCaseOfItsName) {
   EXPECT_EQ(PathInFolder(folder, "Boot.ini"), folder + "Boot.ini");
-  bench.Write("BOOT.INI", "loud");
+  program.Write("BOOT.INI", "loud");
   EXPECT_EQ(ReadFile(PathInFolder(folder, "Boot.ini")), "loud");
-  bench.Write("Boot.ini", "exact");
+  program.Write("Boot.ini", "exact");
   EXPECT_EQ(ReadFile(PathInFolder(folder, "Boot.ini")), "exact");
 }
 
 TEST_F(FileTest, IsReplacedWholeOrNotAtAll) {
-  bench.Write("a.cfg", "old and longer");
+  program.Write("a.cfg", "old and longer");
   ReplaceFile(folder + "a.cfg", "new");
-  EXPECT_EQ(bench.Read("a.cfg"), "new");
+  EXPECT_EQ(program.Read("a.cfg"), "new");
   EXPECT_FALSE(fs::exists(folder + "a.cfg.new"));
 
 #ifndef _WIN32
@@ -104,7 +104,7 @@ TEST_F(FileTest, IsReplacedWholeOrNotAtAll) {
     const FullDisk fullDisk;
     EXPECT_EQ(FailureNumber([&] { ReplaceFile(folder + "a.cfg", "newest"); }), 61);
   }
-  EXPECT_EQ(bench.Read("a.cfg"), "new");
+  EXPECT_EQ(program.Read("a.cfg"), "new");
   EXPECT_FALSE(fs::exists(folder + "a.cfg.new"));
 #endif
 
@@ -121,42 +121,42 @@ TEST_F(FileTest, HasOneWriterAndTheSecondLeavesItAlone) {
   EXPECT_EQ(FailureNumber([&] { second.Open(folder + "mine.txt"); }), 70);
   second.WriteLine("of the second");
   first.Close();
-  EXPECT_EQ(bench.Read("mine.txt"), "of the first\r\n");
+  EXPECT_EQ(program.Read("mine.txt"), "of the first\r\n");
   second.Open(folder + "mine.txt");
-  EXPECT_EQ(bench.Read("mine.txt"), "");
+  EXPECT_EQ(program.Read("mine.txt"), "");
 }
 
 #ifndef _WIN32
 TEST_F(FileTest, IsReplacedBehindItsLinkWithItsModeAndNeverThroughAnotherLink) {
-  bench.Write("victim", "victim");
-  bench.Write("real.cfg", "old");
+  program.Write("victim", "victim");
+  program.Write("real.cfg", "old");
   fs::permissions(folder + "real.cfg", fs::perms(0660));
   fs::create_symlink("victim", folder + "real.cfg.new");
   fs::create_symlink("real.cfg", folder + "a.cfg");
   ReplaceFile(folder + "a.cfg", "new");
-  EXPECT_EQ(bench.Read("real.cfg"), "new");
+  EXPECT_EQ(program.Read("real.cfg"), "new");
   EXPECT_EQ(fs::status(folder + "real.cfg").permissions(), fs::perms(0660));
   EXPECT_EQ(fs::read_symlink(folder + "a.cfg"), "real.cfg");
   EXPECT_EQ(fs::read_symlink(folder + "real.cfg.new"), "victim");
-  EXPECT_EQ(bench.Read("victim"), "victim");
+  EXPECT_EQ(program.Read("victim"), "victim");
   EXPECT_FALSE(fs::exists(folder + "real.cfg.new1"));
 
   fs::create_symlink("created.cfg", folder + "b.cfg");
   ReplaceFile(folder + "b.cfg", "new");
-  EXPECT_EQ(bench.Read("created.cfg"), "new");
+  EXPECT_EQ(program.Read("created.cfg"), "new");
 }
 
 TEST_F(FileTest, IsWrittenInPlaceWhereItsFolderIsProtectedAndNotAtAllWhereItIsProtectedItself) {
   const std::pair<int, const char*> kModes[] = {{0666, "new"}, {0444, "old and longer"}};
   for (const auto& [mode, expected] : kModes) {
-    bench.Write("a.cfg", "old and longer");
+    program.Write("a.cfg", "old and longer");
     fs::permissions(folder + "a.cfg", fs::perms(mode));
     fs::permissions(folder, fs::perms(0555));
     {
       const WithoutRights withoutRights;
       EXPECT_EQ(FailureNumber([&] { ReplaceFile(folder + "a.cfg", "new"); }), mode == 0444 ? 70 : 0);
     }
-    EXPECT_EQ(bench.Read("a.cfg"), expected);
+    EXPECT_EQ(program.Read("a.cfg"), expected);
     fs::permissions(folder, fs::perms::owner_all);
   }
   EXPECT_EQ(FailureNumber([&] { ReplaceFile(folder + "a.cfg", "new"); }), 70) << "of an administrator too";
@@ -177,11 +177,11 @@ TEST_F(FileTest, OfALogIsWrittenThroughALinkToAFileAlone) {
   fs::create_symlink("elsewhere.txt", folder + "mine.txt");
   TextWriter log;
   EXPECT_EQ(FailureNumber([&] { log.Open(folder + "mine.txt"); }), 70) << "the link leads to nothing";
-  bench.Write("elsewhere.txt", "of yesterday");
+  program.Write("elsewhere.txt", "of yesterday");
   log.Open(folder + "mine.txt");
   log.WriteLine("of today");
   log.Close();
-  EXPECT_EQ(bench.Read("elsewhere.txt"), "of today\r\n");
+  EXPECT_EQ(program.Read("elsewhere.txt"), "of today\r\n");
 }
 
 TEST_F(FileTest, OfALogNeedsNoLockWhereThereAreNone) {
@@ -196,7 +196,7 @@ TEST_F(FileTest, OfALogNeedsNoLockWhereThereAreNone) {
 TEST_F(FileTest, ThatFailsInTheMiddleGivesTheWholeLinesBefore) {
   std::string text;
   for (int i = 0; i < 10'000; ++i) text += "whole\r\n";
-  const std::string path = bench.Write("lines", text);
+  const std::string path = program.Write("lines", text);
   LineReader reader = LineReader::OfFile(path);
   const int unreadable = open("/dev/null", O_WRONLY);
   for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {

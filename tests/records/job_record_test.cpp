@@ -9,7 +9,7 @@
 
 #include "records/job_recorder.h"
 #include "records/resume.h"
-#include "workflows/run_bench.h"
+#include "workflows/run_program.h"
 
 namespace quillon::test {
 namespace {
@@ -65,10 +65,12 @@ struct Job {
   bool loses = false;  ///< killed only after the losses: resumed before, it would lose batches itself
 };
 
-/// A bench with two controllers whose program can be killed and started again.
-class JobBench : public RunBench {
+/// A program with two controllers whose program can be killed and started again.
+class JobProgram : public RunProgram {
  public:
-  explicit JobBench(const Job& job) : RunBench(job.controllers), button_(job.button) { ChooseHex(Image()); }
+  explicit JobProgram(const Job& job) : RunProgram(job.controllers), button_(job.button) {
+    ChooseHex(Image());
+  }
 
   /// Runs the job until its end or its death; the record so far.
   Killer RunUntil(int events) {
@@ -113,21 +115,22 @@ class JobBench : public RunBench {
 };
 
 /// What a record of a cut run claims is so, and resuming leaves what the whole job would have.
-void ExpectTrueAndResumable(JobBench& bench, const Killer& killer, const std::map<int, Bytes>& image) {
+void ExpectTrueAndResumable(JobProgram& program, const Killer& killer, const std::map<int, Bytes>& image) {
   const JobRecord record = ParseRecord(killer.record);
   EXPECT_EQ(record.cut.isEmpty(), killer.ended);
   std::map<int, int> erases;
   for (const auto& [number, controller] : record.controllers) {
-    const bool erased = bench.Flash(number) == Bytes(0x10000, 0xFF);
-    const bool loaded = bench.Flash(number) == image.at(number);
+    const bool erased = program.Flash(number) == Bytes(0x10000, 0xFF);
+    const bool loaded = program.Flash(number) == image.at(number);
     EXPECT_TRUE(erased || controller.progress != Progress::kUntouched);
     EXPECT_TRUE(loaded || controller.progress != Progress::kConfirmed);
     const bool confirmed = controller.progress == Progress::kConfirmed || controller.allAcknowledged;
-    if (loaded && confirmed) erases[number] = bench.Erases(number);
+    if (loaded && confirmed) erases[number] = program.Erases(number);
   }
-  if (!record.job.isEmpty()) bench.Finish(record);
-  for (const auto& [number, flash] : image) EXPECT_TRUE(bench.Flash(number) == flash) << number;
-  for (const auto& [number, count] : erases) EXPECT_EQ(bench.Erases(number), count) << number << " was good";
+  if (!record.job.isEmpty()) program.Finish(record);
+  for (const auto& [number, flash] : image) EXPECT_TRUE(program.Flash(number) == flash) << number;
+  for (const auto& [number, count] : erases)
+    EXPECT_EQ(program.Erases(number), count) << number << " was good";
 }
 
 TEST(JobRecord, IsTrueAndResumableWhereverTheRunIsKilled) {
@@ -137,18 +140,18 @@ TEST(JobRecord, IsTrueAndResumableWhereverTheRunIsKilled) {
                        {kSerial, {{.number = 3}, {.number = 5, .protocol = 0x41}}},
                        {kParallel, {{.number = 3}, {.number = 5, .faults = {loses}}}, true}};
   for (const Job& job : kJobs) {
-    JobBench whole({job.button, {{.number = 3}, {.number = 5, .protocol = job.controllers[1].protocol}}});
+    JobProgram whole({job.button, {{.number = 3}, {.number = 5, .protocol = job.controllers[1].protocol}}});
     whole.RunUntil(INT_MAX);
     const std::map<int, Bytes> image{{3, whole.Flash(3)}, {5, whole.Flash(5)}};
     ASSERT_NE(image.at(3), Bytes(0x10000, 0xFF));
     int killed = 0;
     for (bool survived = false; !survived;) {
-      JobBench bench(job);
-      const Killer killer = bench.RunUntil(++killed);
+      JobProgram program(job);
+      const Killer killer = program.RunUntil(++killed);
       survived = killer.Survived();
       if (job.loses && !killer.record.contains("\"begun\":6,")) continue;
       SCOPED_TRACE("event " + std::to_string(killed) + "\n" + killer.record.toStdString());
-      ExpectTrueAndResumable(bench, killer, image);
+      ExpectTrueAndResumable(program, killer, image);
       if (testing::Test::HasFailure()) return;
     }
     EXPECT_GT(killed, 40);
@@ -156,8 +159,8 @@ TEST(JobRecord, IsTrueAndResumableWhereverTheRunIsKilled) {
 }
 
 TEST(JobRecord, IsReadWhereverItIsCut) {
-  JobBench bench({kSerial, {{.number = 3}}});
-  const QByteArray text = bench.RunUntil(INT_MAX).record;
+  JobProgram program({kSerial, {{.number = 3}}});
+  const QByteArray text = program.RunUntil(INT_MAX).record;
   const JobRecord whole = ParseRecord(text);
   EXPECT_EQ(whole.how, "finished");
   EXPECT_EQ(whole.controllers.at(3).acknowledged, 6);
@@ -183,12 +186,12 @@ TEST(JobRecord, ListsNoMoreThanALimit) {
                                .last = 2 * batch + 1,
                                .value = 0xE1,
                                .command = bus::Command::Batch});
-  JobBench bench({kSerial, {refusing}});
+  JobProgram program({kSerial, {refusing}});
   Texts lines = kImage;
   for (unsigned line = 0; line < 150; ++line)
     lines.insert(lines.end() - 1, HexRecord(0x4000 + 32 * line, {1}));
-  bench.ChooseHex(lines);
-  const QByteArray text = bench.RunUntil(INT_MAX).record;
+  program.ChooseHex(lines);
+  const QByteArray text = program.RunUntil(INT_MAX).record;
   EXPECT_EQ(ParseRecord(text).controllers.at(3).refusals, 150);
   EXPECT_LT(text.count('\n'), 80);
 }
@@ -197,14 +200,14 @@ TEST(JobRecord, HasAFileOfItsOwnForEachRun) {
   int argc = 0;
   const QCoreApplication application(argc, nullptr);
   const QTemporaryDir folder;
-  JobBench bench({kInfo, {{.number = 3}}});
-  bench.Tick({3});
+  JobProgram program({kInfo, {{.number = 3}}});
+  program.Tick({3});
   QStringList failures;
   const auto recordTwo = [&](const QString& path) {
     JobRecorder recorder(path, "", {"Ann", ""}, [&](const QString& text) { failures.push_back(text); });
-    bench.tool.observers = {&recorder};
-    bench.Press(kInfo);
-    bench.Press(kInfo);
+    program.tool.observers = {&recorder};
+    program.Press(kInfo);
+    program.Press(kInfo);
     recorder.Wait();
     QCoreApplication::processEvents();
   };

@@ -5,7 +5,7 @@
 
 #include "results/row_tool_tips.h"
 #include "results/run_results.h"
-#include "workflows/run_bench.h"
+#include "workflows/run_program.h"
 
 namespace quillon::test {
 namespace {
@@ -48,7 +48,7 @@ struct VerdictCase {
   std::vector<Fault> faultsOf5;
   const char* words;   // after the last run
   const char* reason;  // a part of that of 5
-  std::function<void(RunBench&)> prepare = {};
+  std::function<void(RunProgram&)> prepare = {};
 };
 
 TEST(RunResults, JudgeAllEvidence) {
@@ -56,7 +56,7 @@ TEST(RunResults, JudgeAllEvidence) {
   const Fault lost{.first = 3, .last = 5, .command = Batch};
   const Fault refused{.kind = Kind::Code, .value = 0xE1, .command = Checksum};
   const Fault refusedOnce{.kind = Kind::Code, .last = 1, .value = 0xE1, .command = Checksum};
-  const auto withoutFile = [](RunBench& bench) { bench.tool.FileName.SetText(""); };
+  const auto withoutFile = [](RunProgram& program) { program.tool.FileName.SetText(""); };
   const VerdictCase cases[] = {
       {"parallel", {kParallel}, {}, {}, "good/confirmed good/confirmed", "confirmed the full checksum"},
       {"serial", {kSerial}, {}, {refusedOnce}, "good/proven good/proven", "acknowledged every batch"},
@@ -117,7 +117,7 @@ TEST(RunResults, JudgeAllEvidence) {
        {},
        "good/proven not-read",
        "it is erased",
-       [](RunBench& bench) { bench.CancelWhen("Controller 5 : Programming Batch 2"); }},
+       [](RunProgram& program) { program.CancelWhen("Controller 5 : Programming Batch 2"); }},
       {"not begun", {kParallel}, {{}}, {}, "no-answer not-read", "not erased"},
       {"Info closed",
        {kParallel},
@@ -125,8 +125,9 @@ TEST(RunResults, JudgeAllEvidence) {
        {},
        "good/confirmed good/confirmed",
        "",
-       [](RunBench& bench) {
-         bench.world.When([&] { return bench.Row(3) != " "; }, [&] { bench.tool.info.ComClose.Press(); });
+       [](RunProgram& program) {
+         program.computer.When([&] { return program.Row(3) != " "; },
+                               [&] { program.tool.info.ComClose.Press(); });
        }},
   };
   for (const VerdictCase& c : cases) {
@@ -136,13 +137,13 @@ TEST(RunResults, JudgeAllEvidence) {
     bus::ControllerSetup five = setup(5, c.faultsOf5);
     // The first controller of a serial download leaves the tool at the speed and the protocol of the image.
     if (c.buttons.front() == kSerial) five.baud = 19200, five.protocol = 0x41;
-    RunBench bench({setup(3, c.faultsOf3), five});
-    bench.ChooseHex(ImageWithSilentGap());
-    bench.Tick({3, 5});
+    RunProgram program({setup(3, c.faultsOf3), five});
+    program.ChooseHex(ImageWithSilentGap());
+    program.Tick({3, 5});
     RunResults results;
-    bench.tool.observers.push_back(&results);
-    if (c.prepare) c.prepare(bench);
-    for (const Button button : c.buttons) bench.Press(button);
+    program.tool.observers.push_back(&results);
+    if (c.prepare) c.prepare(program);
+    for (const Button button : c.buttons) program.Press(button);
     EXPECT_EQ(WordsOf(results), c.words) << c.name;
     EXPECT_THAT(results.VerdictOf(5).reason, testing::HasSubstr(c.reason)) << c.name;
   }
@@ -170,21 +171,21 @@ TEST(RunResults, CountAnotherNumberOnlyWhereAnswersContainNumbers) {
 }
 
 TEST(RowToolTips, ShowTheVerdictsOfTheRunThatFilledTheRows) {
-  RunBench bench({{.number = 3}, {.number = 5, .baud = 19200, .protocol = 0x41}});
-  bench.ChooseHex(kImage);
-  bench.Tick({3, 5});
-  RowToolTips toolTips(bench.tool.info);
-  bench.tool.observers.push_back(&toolTips);
-  const auto tip = [&](int y) { return bench.tool.info.CkSum(y).ToolTip(); };
-  bench.CancelWhen("Controller 5 : Programming Batch 2");
-  bench.Press(kSerial);
+  RunProgram program({{.number = 3}, {.number = 5, .baud = 19200, .protocol = 0x41}});
+  program.ChooseHex(kImage);
+  program.Tick({3, 5});
+  RowToolTips toolTips(program.tool.info);
+  program.tool.observers.push_back(&toolTips);
+  const auto tip = [&](int y) { return program.tool.info.CkSum(y).ToolTip(); };
+  program.CancelWhen("Controller 5 : Programming Batch 2");
+  program.Press(kSerial);
   EXPECT_THAT(tip(3), testing::StartsWith("good: it acknowledged every batch"));
-  EXPECT_EQ(bench.Row(5), " ");
+  EXPECT_EQ(program.Row(5), " ");
   EXPECT_EQ(tip(5), "not-read: the run ended before it was read back, and it is erased; load it again");
-  bench.Press(kAuto);
+  program.Press(kAuto);
   EXPECT_THAT(tip(5), testing::StartsWith("not-read"));
-  bench.Tick({3});
-  bench.Press(kInfo);
+  program.Tick({3});
+  program.Press(kInfo);
   EXPECT_THAT(tip(3), testing::StartsWith("good: it reads back equal"));
   EXPECT_EQ(tip(5), "");
 }

@@ -8,7 +8,7 @@
 
 #include "link/log.h"
 #include "shell/start_stop.h"
-#include "support/bench.h"
+#include "support/test_program.h"
 
 namespace quillon::test {
 namespace {
@@ -16,20 +16,20 @@ namespace {
 /// The program's folder as a test prepares it, and the program once it is started there.
 class FreshStart {
  public:
-  World world;
+  FakeComputer computer;
 
   void Write(const std::string& name, const std::string& contents) {
-    std::ofstream(world.folder + name, std::ios::binary) << contents;
+    std::ofstream(computer.folder + name, std::ios::binary) << contents;
   }
   std::string Read(const std::string& name) const {
-    std::ifstream file(world.folder + name, std::ios::binary);
+    std::ifstream file(computer.folder + name, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
   }
-  void MakeFolder(const std::string& name) { std::filesystem::create_directory(world.folder + name); }
+  void MakeFolder(const std::string& name) { std::filesystem::create_directory(computer.folder + name); }
 
   /// Starts the program; one that was started before is gone.
   Quillon& Start() {
-    tool_ = std::make_unique<Quillon>(world.AsComputer());
+    tool_ = std::make_unique<Quillon>(computer.AsComputer());
     quillon::Start(*tool_);
     return *tool_;
   }
@@ -68,20 +68,20 @@ TEST(BootIni, GivesTheSpeedOfDownloadsByItsFirstLine) {
   FreshStart start;
   start.MakeFolder("Boot.ini");  // can't be read
   EXPECT_EQ(start.Start().DownloadSettings, "9600,N,8,2");
-  EXPECT_TRUE(start.world.boxes.empty());
+  EXPECT_TRUE(start.computer.boxes.empty());
 }
 
 TEST(Log, ThatCannotBeCreatedShowsOneBoxAndTheToolWorksWithout) {
   FreshStart start;
   start.MakeFolder("Log.txt");
-  start.world.onBox = [&](const ShownBox&) { start.Write("Quillon.cfg", "777\r\n"); };
+  start.computer.onBox = [&](const ShownBox&) { start.Write("Quillon.cfg", "777\r\n"); };
   Quillon& tool = start.Start();
   EXPECT_EQ(tool.Text1.Text(), "777") << "the settings are read after the log was opened";
   Log(tool, "lost");
   tool.ComClose.Press();
-  ASSERT_EQ(start.world.boxes.size(), 1u);
-  EXPECT_THAT(start.world.boxes[0].text, testing::MatchesRegex("Error #  75\r.*Log.txt.*"));
-  EXPECT_TRUE(start.world.ended);
+  ASSERT_EQ(start.computer.boxes.size(), 1u);
+  EXPECT_THAT(start.computer.boxes[0].text, testing::MatchesRegex("Error #  75\r.*Log.txt.*"));
+  EXPECT_TRUE(start.computer.ended);
 }
 
 std::string Lines(const std::vector<std::string>& lines) {
@@ -127,7 +127,7 @@ TEST_P(SettingsRead, GiveWhatTheFileCan) {
   start.Write("Quillon.cfg", GetParam().file);
   const Quillon& tool = start.Start();
   EXPECT_EQ(Settings(tool), GetParam().settings);
-  EXPECT_TRUE(start.world.boxes.empty());
+  EXPECT_TRUE(start.computer.boxes.empty());
   EXPECT_EQ(tool.ChkProto.Visible(), tool.ChkProto.Ticked());
   EXPECT_EQ(tool.Cmd3to4.Visible(), tool.RUD3.Ticked());
 }
@@ -182,7 +182,7 @@ TEST(Settings, AreSavedUnderTheNameOfTheFileThatWasRead) {
   tool.Text1.SetText("3000");
   tool.ComClose.Press();
   EXPECT_THAT(start.Read("QUILLON.CFG"), testing::StartsWith("3000\r\n"));
-  EXPECT_FALSE(std::filesystem::exists(start.world.folder + "Quillon.cfg"));
+  EXPECT_FALSE(std::filesystem::exists(start.computer.folder + "Quillon.cfg"));
 }
 
 TEST(Settings, ThatCannotBeSavedShowABoxBeforeTheEnd) {
@@ -190,31 +190,31 @@ TEST(Settings, ThatCannotBeSavedShowABoxBeforeTheEnd) {
   Quillon& tool = start.Start();
   start.MakeFolder("Quillon.cfg");
   Log(tool, "of today");
-  start.world.onBox = [&](const ShownBox&) {
-    EXPECT_FALSE(start.world.ended);
+  start.computer.onBox = [&](const ShownBox&) {
+    EXPECT_FALSE(start.computer.ended);
     EXPECT_EQ(start.Read("Log.txt"), "of today\r\n") << "the log is closed first";
   };
   tool.ComClose.Press();
-  ASSERT_EQ(start.world.boxes.size(), 1u);
-  EXPECT_THAT(start.world.boxes[0].text, testing::MatchesRegex("Error #  75\r.*Quillon.cfg.*"));
-  EXPECT_TRUE(start.world.ended);
+  ASSERT_EQ(start.computer.boxes.size(), 1u);
+  EXPECT_THAT(start.computer.boxes[0].text, testing::MatchesRegex("Error #  75\r.*Quillon.cfg.*"));
+  EXPECT_TRUE(start.computer.ended);
 }
 
 TEST(Stop, CompletesTheLogSavesSettingsAndClosesThePortOnce) {
-  Bench bench;
-  for (Form* form : std::initializer_list<Form*>{&bench.tool, &bench.tool.info, &bench.tool.message})
+  TestProgram program;
+  for (Form* form : std::initializer_list<Form*>{&program.tool, &program.tool.info, &program.tool.message})
     form->Show();
-  Log(bench.tool, "of today");
-  bench.tool.MSComm1.SetPortOpen(true);
-  bench.tool.Close();
-  EXPECT_TRUE(bench.world.ended);
-  EXPECT_FALSE(bench.world.open);
-  EXPECT_FALSE(bench.tool.Visible() || bench.tool.info.Visible() || bench.tool.message.Visible());
-  EXPECT_THAT(bench.Read("Quillon.cfg"), testing::StartsWith("500\r\nCOM 1\r\n9600\r\n"));
-  EXPECT_EQ(bench.Read("Log.txt"), "of today\r\n");
-  std::filesystem::remove(bench.world.folder + "Quillon.cfg");
-  bench.tool.Close();
-  EXPECT_EQ(bench.Read("Quillon.cfg"), "");
+  Log(program.tool, "of today");
+  program.tool.MSComm1.SetPortOpen(true);
+  program.tool.Close();
+  EXPECT_TRUE(program.computer.ended);
+  EXPECT_FALSE(program.computer.open);
+  EXPECT_FALSE(program.tool.Visible() || program.tool.info.Visible() || program.tool.message.Visible());
+  EXPECT_THAT(program.Read("Quillon.cfg"), testing::StartsWith("500\r\nCOM 1\r\n9600\r\n"));
+  EXPECT_EQ(program.Read("Log.txt"), "of today\r\n");
+  std::filesystem::remove(program.computer.folder + "Quillon.cfg");
+  program.tool.Close();
+  EXPECT_EQ(program.Read("Quillon.cfg"), "");
 }
 
 // The controller is silent: three sends take 3 s, the failure is shown for 2 s.
@@ -222,23 +222,23 @@ TEST(Stop, EndsTheProgramWhereItsFolderIsGone) {
   FreshStart start;
   Quillon& tool = start.Start();
   std::error_code kept;
-  std::filesystem::remove_all(start.world.folder, kept);
+  std::filesystem::remove_all(start.computer.folder, kept);
   if (kept) GTEST_SKIP() << "on this system the open log keeps its folder";
   tool.ComClose.Press();
-  ASSERT_EQ(start.world.boxes.size(), 1u);
-  EXPECT_THAT(start.world.boxes[0].text, testing::StartsWith("Error #  53\rFile not found"));
-  EXPECT_TRUE(start.world.ended);
+  ASSERT_EQ(start.computer.boxes.size(), 1u);
+  EXPECT_THAT(start.computer.boxes[0].text, testing::StartsWith("Error #  53\rFile not found"));
+  EXPECT_TRUE(start.computer.ended);
 }
 
 TEST(Stop, WhileARunShowsAFailureWaitsForNothing) {
-  Bench bench;
-  bench.Tick({5});
-  bench.world.At(4s, [&] { bench.tool.ComClose.Press(); });
-  bench.tool.ComInfo.Press();
-  EXPECT_TRUE(bench.world.ended);
-  EXPECT_LE(bench.world.Time(), 4001ms);
-  EXPECT_EQ(bench.Sent().size(), 3u);
-  EXPECT_FALSE(bench.tool.info.Visible() || bench.tool.message.Visible());
+  TestProgram program;
+  program.Tick({5});
+  program.computer.At(4s, [&] { program.tool.ComClose.Press(); });
+  program.tool.ComInfo.Press();
+  EXPECT_TRUE(program.computer.ended);
+  EXPECT_LE(program.computer.Time(), 4001ms);
+  EXPECT_EQ(program.Sent().size(), 3u);
+  EXPECT_FALSE(program.tool.info.Visible() || program.tool.message.Visible());
 }
 
 }  // namespace

@@ -1,14 +1,14 @@
 #include <gtest/gtest.h>
 
 #include "link/outcome.h"
-#include "support/bench.h"
+#include "support/test_program.h"
 
 namespace quillon::test {
 namespace {
 
 TEST(Buttons, AreEnabledByProtocolAndFile) {
-  Bench bench;
-  Quillon& tool = bench.tool;
+  TestProgram program;
+  Quillon& tool = program.tool;
   for (const char* protocol : {"", "63", "x"}) {
     for (const char* checksum : {"", "1E02"}) {
       tool.FileCheksum.SetText(checksum);
@@ -23,34 +23,34 @@ TEST(Buttons, AreEnabledByProtocolAndFile) {
 }
 
 TEST(Buttons, AllAndNoneTickTheThirtyTwo) {
-  Bench bench;
+  TestProgram program;
   for (const bool all : {true, false}) {
-    (all ? bench.tool.ALL : bench.tool.NONE).Press();
-    for (int i = 0; i < 32; ++i) EXPECT_EQ(bench.tool.C(i).Ticked(), all) << i;
+    (all ? program.tool.ALL : program.tool.NONE).Press();
+    for (int i = 0; i < 32; ++i) EXPECT_EQ(program.tool.C(i).Ticked(), all) << i;
   }
-  EXPECT_TRUE(bench.world.boxes.empty());
+  EXPECT_TRUE(program.computer.boxes.empty());
 }
 
 TEST(PortList, TellsTheDeviceOfEachPort) {
-  Bench bench;
-  EXPECT_EQ(bench.tool.ComPort.ItemNote(0).toolTip, "device 1");
-  EXPECT_EQ(bench.tool.ComPort.ItemNote(98).toolTip, "device 99");
+  TestProgram program;
+  EXPECT_EQ(program.tool.ComPort.ItemNote(0).toolTip, "device 1");
+  EXPECT_EQ(program.tool.ComPort.ItemNote(98).toolTip, "device 99");
 }
 
 TEST(ProtocolNumber, IsOneMoreThanTheBoxSays) {
-  Bench bench;
+  TestProgram program;
   const std::pair<const char*, int> kTexts[] = {{"0", 1}, {"254", 255}, {"255", -6}, {"-1", -6}, {"", -13}};
   for (const auto& [text, number] : kTexts) {
-    bench.tool.Protocol.SetText(text);
+    program.tool.Protocol.SetText(text);
     int outcome = 0;
-    const int failure = FailureNumber([&] { outcome = bench.tool.ProtocolNumber(); });
+    const int failure = FailureNumber([&] { outcome = program.tool.ProtocolNumber(); });
     EXPECT_EQ(outcome - failure, number) << text;
   }
 }
 
 TEST(MainWindow, ShowsTheProtocolSwitchWhileProt3IsTickedAndTheHiddenBoxOnShiftF12) {
-  Bench bench;
-  Quillon& tool = bench.tool;
+  TestProgram program;
+  Quillon& tool = program.tool;
   for (const int value : {1, 0, 1, 2}) {
     tool.RUD3.SetValue(value);
     for (const auto* button : {&tool.Cmd3to4, &tool.Cmd4to3}) EXPECT_EQ(button->Visible(), value == 1);
@@ -63,104 +63,105 @@ TEST(MainWindow, ShowsTheProtocolSwitchWhileProt3IsTickedAndTheHiddenBoxOnShiftF
 }
 
 TEST(Browse, TakesTheChosenFileAndKeepsTheLastWhenCancelled) {
-  Bench bench;
-  bench.ChooseHex({":00000001FF"});
-  bench.world.fileToChoose = "";
-  bench.tool.Command1.Press();
-  EXPECT_EQ(bench.tool.FileName.Text(), bench.world.folder + "image.hex");
-  EXPECT_EQ(bench.world.fileDialog, "Select a Hex file: Hexadecimal Files (*.hex)|*.hex");
+  TestProgram program;
+  program.ChooseHex({":00000001FF"});
+  program.computer.fileToChoose = "";
+  program.tool.Command1.Press();
+  EXPECT_EQ(program.tool.FileName.Text(), program.computer.folder + "image.hex");
+  EXPECT_EQ(program.computer.fileDialog, "Select a Hex file: Hexadecimal Files (*.hex)|*.hex");
 }
 
 TEST(Browse, NeverChoosesASecondFileInsideAFirstThatFails) {
-  Bench bench;
-  const std::string good = bench.Write("good.hex", ":00000001FF\r\n");
-  bench.world.fileToChoose = kDevice;
-  bench.world.When([&] { return !bench.world.boxes.empty(); },
-                   [&] {
-                     bench.world.fileToChoose = good;
-                     bench.tool.Command1.Press();
-                   });
-  bench.tool.Command1.Press();
-  EXPECT_EQ(bench.BoxNumbers(), std::vector<int>{75});
-  EXPECT_EQ(bench.tool.FileName.Text(), good)
+  TestProgram program;
+  const std::string good = program.Write("good.hex", ":00000001FF\r\n");
+  program.computer.fileToChoose = kDevice;
+  program.computer.When([&] { return !program.computer.boxes.empty(); },
+                        [&] {
+                          program.computer.fileToChoose = good;
+                          program.tool.Command1.Press();
+                        });
+  program.tool.Command1.Press();
+  EXPECT_EQ(program.BoxNumbers(), std::vector<int>{75});
+  EXPECT_EQ(program.tool.FileName.Text(), good)
       << "the click came when the first choice was over but for a yield";
-  EXPECT_EQ(bench.tool.FileCheksum.Text(), "1E02");
+  EXPECT_EQ(program.tool.FileCheksum.Text(), "1E02");
 }
 
 TEST(Browse, ALateClickOnARunWaitsUntilTheFileIsRead) {
-  Bench bench;
-  bench.world.At(0s, [&] { bench.tool.ComInfo.Press(); });
-  bench.ChooseHex({":042020001500400900"});
-  EXPECT_EQ(bench.world.beeps, 1);
-  EXPECT_FALSE(bench.tool.info.Visible());
-  bench.tool.ComInfo.Press();
-  EXPECT_EQ(bench.world.beeps, 1);
-  EXPECT_TRUE(bench.tool.info.Visible());
+  TestProgram program;
+  program.computer.At(0s, [&] { program.tool.ComInfo.Press(); });
+  program.ChooseHex({":042020001500400900"});
+  EXPECT_EQ(program.computer.beeps, 1);
+  EXPECT_FALSE(program.tool.info.Visible());
+  program.tool.ComInfo.Press();
+  EXPECT_EQ(program.computer.beeps, 1);
+  EXPECT_TRUE(program.tool.info.Visible());
 }
 
 TEST(Browse, InARunWarnsUntilTheNextOne) {
-  Bench bench;
-  bench.Tick({5});
+  TestProgram program;
+  program.Tick({5});
   for (const bool inRun : {true, false}) {
     std::string closing;
     if (inRun)
-      bench.world.When([&] { return bench.tool.message.Visible(); },
-                       [&] {
-                         bench.ChooseHex({":0100000005FA", ":00000001FF"});
-                         closing = bench.tool.info.ComClose.ToolTip();
-                       });
-    bench.tool.ComInfo.Press();
-    EXPECT_EQ(bench.tool.FileWarning.Visible(), inRun);
-    EXPECT_EQ(bench.tool.FileWarning.ToolTip(), inRun ? "chosen during a run: start the download again" : "");
+      program.computer.When([&] { return program.tool.message.Visible(); },
+                            [&] {
+                              program.ChooseHex({":0100000005FA", ":00000001FF"});
+                              closing = program.tool.info.ComClose.ToolTip();
+                            });
+    program.tool.ComInfo.Press();
+    EXPECT_EQ(program.tool.FileWarning.Visible(), inRun);
+    EXPECT_EQ(program.tool.FileWarning.ToolTip(),
+              inRun ? "chosen during a run: start the download again" : "");
     EXPECT_EQ(closing.empty(), !inRun);
-    EXPECT_EQ(bench.tool.info.ComClose.ToolTip(), "");
+    EXPECT_EQ(program.tool.info.ComClose.ToolTip(), "");
   }
 }
 
 TEST(InfoWindow, GivesItsFilledRowsAsLines) {
-  Bench bench;
-  EXPECT_EQ(bench.tool.info.CopyText(), "");
-  bench.tool.info.Ver(3).SetText("01/02/03");
-  bench.tool.info.CkSum(3).SetText("1E02");
-  bench.tool.info.CkSum(31).SetText("Answer");
-  EXPECT_EQ(bench.tool.info.CopyText(), "3\t01/02/03\t1E02\n31\t\tAnswer\n");
+  TestProgram program;
+  EXPECT_EQ(program.tool.info.CopyText(), "");
+  program.tool.info.Ver(3).SetText("01/02/03");
+  program.tool.info.CkSum(3).SetText("1E02");
+  program.tool.info.CkSum(31).SetText("Answer");
+  EXPECT_EQ(program.tool.info.CopyText(), "3\t01/02/03\t1E02\n31\t\tAnswer\n");
 }
 
 TEST(MessageWindow, ShowsHowMuchIsSentWhenThatIsKnown) {
-  Bench bench;
-  bench.tool.message.ShowSent(3, 4);
-  EXPECT_TRUE(bench.tool.message.Sent.Visible());
-  EXPECT_EQ(bench.tool.message.Sent.Value(), 750);
-  bench.tool.message.ShowSent(3, 0);
-  EXPECT_FALSE(bench.tool.message.Sent.Visible());
+  TestProgram program;
+  program.tool.message.ShowSent(3, 4);
+  EXPECT_TRUE(program.tool.message.Sent.Visible());
+  EXPECT_EQ(program.tool.message.Sent.Value(), 750);
+  program.tool.message.ShowSent(3, 0);
+  EXPECT_FALSE(program.tool.message.Sent.Visible());
 }
 
 TEST(MessageWindow, TakesAnyWayOfClosingItAsCancel) {
-  Bench bench;
+  TestProgram program;
   for (const bool byButton : {true, false}) {
-    bench.tool.AbortRequested = false;
-    ShowProgressPaused(bench.tool, "Controller 5 : No Answer");
-    byButton ? bench.tool.message.Command1.Press() : bench.tool.message.Close();
-    EXPECT_TRUE(bench.tool.AbortRequested);
-    EXPECT_FALSE(bench.tool.message.Visible());
-    EXPECT_EQ(bench.tool.message.Label1.Text(), "");
+    program.tool.AbortRequested = false;
+    ShowProgressPaused(program.tool, "Controller 5 : No Answer");
+    byButton ? program.tool.message.Command1.Press() : program.tool.message.Close();
+    EXPECT_TRUE(program.tool.AbortRequested);
+    EXPECT_FALSE(program.tool.message.Visible());
+    EXPECT_EQ(program.tool.message.Label1.Text(), "");
   }
 }
 
 TEST(InfoWindow, ClosedLosesItsContents) {
-  Bench bench;
+  TestProgram program;
   for (const bool byButton : {true, false}) {
-    bench.tool.info.Show();
-    bench.tool.info.SetCaption("Boot Info");
-    bench.tool.info.Ver(31).SetText("01/02/03");
-    bench.tool.info.CkSum(31).SetBackColor(colour::kRed);
-    byButton ? bench.tool.info.ComClose.Press() : bench.tool.info.Close();
-    EXPECT_FALSE(bench.tool.info.Visible());
-    EXPECT_EQ(bench.tool.info.Caption(), "Flash Info");
-    EXPECT_EQ(bench.Row(31), " ");
-    ReportFailure(bench.tool, 31, FailureCode::kNoAnswer);
-    EXPECT_FALSE(bench.tool.info.Visible()) << "writing to a row does not open it again";
-    EXPECT_EQ(bench.tool.info.CkSum(31).BackColor(), colour::kWhite);
+    program.tool.info.Show();
+    program.tool.info.SetCaption("Boot Info");
+    program.tool.info.Ver(31).SetText("01/02/03");
+    program.tool.info.CkSum(31).SetBackColor(colour::kRed);
+    byButton ? program.tool.info.ComClose.Press() : program.tool.info.Close();
+    EXPECT_FALSE(program.tool.info.Visible());
+    EXPECT_EQ(program.tool.info.Caption(), "Flash Info");
+    EXPECT_EQ(program.Row(31), " ");
+    ReportFailure(program.tool, 31, FailureCode::kNoAnswer);
+    EXPECT_FALSE(program.tool.info.Visible()) << "writing to a row does not open it again";
+    EXPECT_EQ(program.tool.info.CkSum(31).BackColor(), colour::kWhite);
   }
 }
 

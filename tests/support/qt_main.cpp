@@ -2,13 +2,13 @@
 
 #include <QApplication>
 
-#include "desktop/house_look.h"
+#include "desktop/theme.h"
 
 int main(int argc, char** argv) {
   qputenv("QT_QPA_PLATFORM", "offscreen");
   QApplication application(argc, argv);
   QApplication::setQuitOnLastWindowClosed(false);
-  quillon::GiveHouseLook(application);
+  quillon::ApplyTheme(application);
   testing::InitGoogleTest(&argc, argv);
   return RUN_ALL_TESTS();
 }

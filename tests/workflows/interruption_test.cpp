@@ -3,15 +3,15 @@
 #include <gtest/gtest.h>
 
 #include "link/outcome.h"
-#include "workflows/run_bench.h"
+#include "workflows/run_program.h"
 
 namespace quillon::test {
 namespace {
 
 /// Controllers 3 and 5 ticked, a file chosen; 5 listens where a serial download comes to it.
-class InterruptedBench : public RunBench {
+class InterruptedProgram : public RunProgram {
  public:
-  explicit InterruptedBench(Button workflow) : button(workflow) {
+  explicit InterruptedProgram(Button workflow) : button(workflow) {
     bus.Add({.number = 3});
     bus.Add(button == kSerial ? bus::ControllerSetup{.number = 5, .baud = 19200, .protocol = 0x41}
                               : bus::ControllerSetup{.number = 5});
@@ -21,7 +21,7 @@ class InterruptedBench : public RunBench {
 
   /// Runs the workflow; at the first yield after frame `n` the operator acts.
   void Run(std::size_t n, const std::function<void()>& act) {
-    world.When([this, n] { return world.sent.size() >= n; }, act);
+    computer.When([this, n] { return computer.sent.size() >= n; }, act);
     Press(button);
   }
 
@@ -84,59 +84,60 @@ TEST_P(Interruption, CancelEndsTheRunInEachPhase) {
   std::size_t n = 0;
   for (const Phase& phase : GetParam().phases) {
     SCOPED_TRACE(phase.after);
-    InterruptedBench bench(GetParam().button);
-    bench.Run(++n, [&] { bench.tool.message.Command1.Press(); });
-    EXPECT_EQ(bench.world.sent.size(), n + phase.stillSent);
-    EXPECT_EQ(bench.Rows(), (Texts{phase.row3, phase.row5}));
-    EXPECT_TRUE(bench.Over());
-    EXPECT_EQ(bench.Ticked(), "3 5 ");
-    const std::size_t sent = bench.world.sent.size();
-    bench.tool.ComInfo.Press();
-    EXPECT_GT(bench.world.sent.size(), sent) << "the next run starts afresh";
+    InterruptedProgram program(GetParam().button);
+    program.Run(++n, [&] { program.tool.message.Command1.Press(); });
+    EXPECT_EQ(program.computer.sent.size(), n + phase.stillSent);
+    EXPECT_EQ(program.Rows(), (Texts{phase.row3, phase.row5}));
+    EXPECT_TRUE(program.Over());
+    EXPECT_EQ(program.Ticked(), "3 5 ");
+    const std::size_t sent = program.computer.sent.size();
+    program.tool.ComInfo.Press();
+    EXPECT_GT(program.computer.sent.size(), sent) << "the next run starts afresh";
   }
 }
 
 TEST_P(Interruption, ClosingTheMainWindowEndsTheProgramInEachPhase) {
   for (std::size_t n = 1; n <= GetParam().phases.size(); ++n) {
     SCOPED_TRACE(GetParam().phases[n - 1].after);
-    InterruptedBench bench(GetParam().button);
+    InterruptedProgram program(GetParam().button);
     std::size_t sent = 0;
-    bench.Run(n, [&] {
-      sent = bench.world.sent.size();
-      bench.tool.Close();
+    program.Run(n, [&] {
+      sent = program.computer.sent.size();
+      program.tool.Close();
     });
-    EXPECT_EQ(bench.world.sent.size(), sent);
-    EXPECT_TRUE(bench.world.ended);
-    EXPECT_EQ(bench.world.calls, 0);
-    EXPECT_FALSE(bench.world.open);
-    EXPECT_EQ(bench.Read("Quillon.cfg").substr(0, 5), "500\r\n");
-    EXPECT_NE(bench.Read("Log.txt"), "");
+    EXPECT_EQ(program.computer.sent.size(), sent);
+    EXPECT_TRUE(program.computer.ended);
+    EXPECT_EQ(program.computer.calls, 0);
+    EXPECT_FALSE(program.computer.open);
+    EXPECT_EQ(program.Read("Quillon.cfg").substr(0, 5), "500\r\n");
+    EXPECT_NE(program.Read("Log.txt"), "");
   }
 }
 
 TEST(Interruption, OfAnEarlierRunIsForgottenWithItsRedRows) {
   for (const Button button : kRuns) {
-    InterruptedBench bench(button);
-    SCOPED_TRACE((bench.tool.*button).Name());
-    for (const int y : {0, 31}) ReportFailure(bench.tool, y, FailureCode::kNoAnswer);
-    bench.tool.AbortRequested = true;
-    bench.Press(button);
-    EXPECT_GT(bench.world.sent.size(), 1u);
-    for (const int y : {0, 31}) EXPECT_EQ(bench.Row(y), button == kAuto ? "No Answer red" : "No Answer") << y;
+    InterruptedProgram program(button);
+    SCOPED_TRACE((program.tool.*button).Name());
+    for (const int y : {0, 31}) ReportFailure(program.tool, y, FailureCode::kNoAnswer);
+    program.tool.AbortRequested = true;
+    program.Press(button);
+    EXPECT_GT(program.computer.sent.size(), 1u);
+    for (const int y : {0, 31})
+      EXPECT_EQ(program.Row(y), button == kAuto ? "No Answer red" : "No Answer") << y;
   }
 }
 
 TEST(Interruption, CancelWhileAFailureIsShownStillFillsTheRow) {
   for (const Button button : {kParallel, kSerial, kInfo, kBoot, kTo3}) {
-    RunBench bench;
-    SCOPED_TRACE((bench.tool.*button).Name());
-    bench.ChooseHex(kImage);
-    bench.Tick({3, 5});
-    bench.CancelWhen(" : No Answer");
-    bench.Press(button);
-    EXPECT_EQ(bench.world.sent.size(), 3u);
-    EXPECT_EQ(bench.Rows(), (Texts{kNo, " "}));
-    EXPECT_FALSE(bench.world.open);
+    RunProgram program;
+    SCOPED_TRACE((program.tool.*button).Name());
+    program.ChooseHex(kImage);
+    program.Tick({3, 5});
+    program.CancelWhen(" : No Answer");
+    program.Press(button);
+    EXPECT_EQ(program.computer.sent.size(), 3u);
+    EXPECT_EQ(program.Rows(), (Texts{kNo, " "}));
+    EXPECT_FALSE(program.computer.open);
   }
 }
 
@@ -152,31 +153,31 @@ TEST(Interruption, CancelAtAStatusLineSendsNoMoreThanWhatItTells) {
       {kSerial, "Controller 3 : Programming Batch 2    ...", "9600 Erase3 38400 Batch3"},
       {kSerial, "Controller 3 : Sending full CheckSum  ...", "9600 Erase3 38400 Batch3 Batch3 Sum3"}};
   for (const auto& [button, status, talk] : kStatuses) {
-    InterruptedBench bench(button);
-    bench.CancelWhen(status);
-    bench.Press(button);
-    EXPECT_EQ(bench.Talk(), talk) << status;
+    InterruptedProgram program(button);
+    program.CancelWhen(status);
+    program.Press(button);
+    EXPECT_EQ(program.Talk(), talk) << status;
   }
 }
 
 TEST(SecondClick, OnlyBeeps) {
-  const auto talkOf = [](InterruptedBench& bench, const std::function<void()>& act) {
-    bench.tool.RUD3.SetValue(CheckBox::kTicked);
-    bench.Run(2, act);
-    return bench.Talk();
+  const auto talkOf = [](InterruptedProgram& program, const std::function<void()>& act) {
+    program.tool.RUD3.SetValue(CheckBox::kTicked);
+    program.Run(2, act);
+    return program.Talk();
   };
   for (const Button run : kRuns) {
-    InterruptedBench undisturbed(run);
+    InterruptedProgram undisturbed(run);
     const std::string talk = talkOf(undisturbed, [] {});
     for (const Button other : kRuns) {
-      InterruptedBench bench(run);
-      SCOPED_TRACE((bench.tool.*run).Name() + " and " + (bench.tool.*other).Name());
-      EXPECT_EQ(talkOf(bench, [&] { (bench.tool.*other).Press(); }), talk);
+      InterruptedProgram program(run);
+      SCOPED_TRACE((program.tool.*run).Name() + " and " + (program.tool.*other).Name());
+      EXPECT_EQ(talkOf(program, [&] { (program.tool.*other).Press(); }), talk);
       const bool disabled = other == kAuto && run == kAuto;
-      EXPECT_EQ(bench.world.beeps, undisturbed.world.beeps + (disabled ? 0 : 1));
-      EXPECT_EQ(bench.world.calls, 1);
-      EXPECT_EQ(bench.world.openedPorts.size(), 1u);
-      EXPECT_EQ(bench.Rows(), undisturbed.Rows());
+      EXPECT_EQ(program.computer.beeps, undisturbed.computer.beeps + (disabled ? 0 : 1));
+      EXPECT_EQ(program.computer.calls, 1);
+      EXPECT_EQ(program.computer.openedPorts.size(), 1u);
+      EXPECT_EQ(program.Rows(), undisturbed.Rows());
     }
   }
 }
@@ -194,11 +195,11 @@ void PrintTo(const ChangeCase& c, std::ostream* out) { *out << c.name; }
 class ChangeInARun : public testing::TestWithParam<ChangeCase> {};
 
 TEST_P(ChangeInARun, TakesEffectAtOnce) {
-  InterruptedBench bench(GetParam().button);
-  bench.Run(GetParam().atFrame, [&] { GetParam().act(bench.tool); });
-  EXPECT_EQ(bench.Talk(), GetParam().talk);
-  EXPECT_EQ(bench.Rows(), GetParam().rows);
-  EXPECT_FALSE(bench.world.open);
+  InterruptedProgram program(GetParam().button);
+  program.Run(GetParam().atFrame, [&] { GetParam().act(program.tool); });
+  EXPECT_EQ(program.Talk(), GetParam().talk);
+  EXPECT_EQ(program.Rows(), GetParam().rows);
+  EXPECT_FALSE(program.computer.open);
 }
 
 // clang-format off

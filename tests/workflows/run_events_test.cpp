@@ -3,7 +3,7 @@
 
 #include <sstream>
 
-#include "workflows/run_bench.h"
+#include "workflows/run_program.h"
 
 namespace quillon::test {
 namespace {
@@ -54,7 +54,7 @@ struct EventCase {
   Button button;
   bus::ControllerSetup controller;
   const char* events;
-  std::function<void(RunBench&)> prepare = {};
+  std::function<void(RunProgram&)> prepare = {};
 };
 
 TEST(RunEvents, ReportWhatARunDoesAndLearns) {
@@ -79,26 +79,26 @@ TEST(RunEvents, ReportWhatARunDoesAndLearns) {
        kInfo,
        {.number = 4},
        "run <3:3 s c0:3:4 3=NoAnswer @4800 >3:3 end:1",
-       [](RunBench& bench) { bench.CancelAt(100ms); }},
+       [](RunProgram& program) { program.CancelAt(100ms); }},
       {"closed",
        kInfo,
        {.number = 4},
        "run <3:3 s >3:3 end:3",
-       [](RunBench& bench) { bench.world.At(100ms, [&bench] { bench.tool.Close(); }); }},
+       [](RunProgram& program) { program.computer.At(100ms, [&program] { program.tool.Close(); }); }},
       {"no port",
        kInfo,
        {.number = 3},
        "run #13 end:2",
-       [](RunBench& bench) { bench.tool.Protocol.SetText("x"); }},
+       [](RunProgram& program) { program.tool.Protocol.SetText("x"); }},
   };
   for (const EventCase& c : cases) {
-    RunBench bench({c.controller});
-    bench.ChooseHex(kImage);
-    bench.Tick({3});
-    if (c.prepare) c.prepare(bench);
+    RunProgram program({c.controller});
+    program.ChooseHex(kImage);
+    program.Tick({3});
+    if (c.prepare) c.prepare(program);
     EventWords words;
-    bench.tool.observers.push_back(&words);
-    bench.Press(c.button);
+    program.tool.observers.push_back(&words);
+    program.Press(c.button);
     EXPECT_EQ(words.Text(), c.events) << c.name;
   }
 }

@@ -1,7 +1,7 @@
 // Runs that meet a run-time failure: which boxes come, what still goes out, what becomes of the port.
 #include <gtest/gtest.h>
 
-#include "workflows/run_bench.h"
+#include "workflows/run_program.h"
 #ifndef _WIN32
 #include "support/full_disk.h"
 #endif
@@ -11,7 +11,7 @@ namespace {
 
 struct FailureCase {
   const char* name;
-  std::function<void(Bench&)> trouble;
+  std::function<void(TestProgram&)> trouble;
   std::vector<Button> buttons;  // which all take it alike
   std::vector<int> boxes;
   bool portLeftOpen;
@@ -25,44 +25,45 @@ class RunFailure : public testing::TestWithParam<FailureCase> {};
 TEST_P(RunFailure, ShowsItsBoxesAndLeavesTheNextRunFree) {
   const FailureCase& c = GetParam();
   for (const Button button : c.buttons) {
-    RunBench bench;
-    SCOPED_TRACE((bench.tool.*button).Name());
-    bench.ChooseHex(kImage);
-    bench.Tick({5});
-    c.trouble(bench);
-    bench.Press(button);
-    EXPECT_EQ(bench.BoxNumbers(), c.boxes);
-    EXPECT_EQ(bench.Talk(), c.talk);
-    EXPECT_NE(bench.world.boxes[0].text.find(c.says), std::string::npos) << bench.world.boxes[0].text;
+    RunProgram program;
+    SCOPED_TRACE((program.tool.*button).Name());
+    program.ChooseHex(kImage);
+    program.Tick({5});
+    c.trouble(program);
+    program.Press(button);
+    EXPECT_EQ(program.BoxNumbers(), c.boxes);
+    EXPECT_EQ(program.Talk(), c.talk);
+    EXPECT_NE(program.computer.boxes[0].text.find(c.says), std::string::npos)
+        << program.computer.boxes[0].text;
     if (button == kTo4 || button == kTo3) {
-      EXPECT_EQ(bench.world.boxes.back().title, (bench.tool.*button).Name() + "_Click ");
+      EXPECT_EQ(program.computer.boxes.back().title, (program.tool.*button).Name() + "_Click ");
     }
-    EXPECT_EQ(bench.world.calls, 1) << "at the end of the run, not for each box";
-    EXPECT_EQ(bench.world.open, c.portLeftOpen);
-    EXPECT_TRUE(bench.tool.Auto.Enabled());
-    EXPECT_EQ(bench.tool.Text1.Text(), "500");
+    EXPECT_EQ(program.computer.calls, 1) << "at the end of the run, not for each box";
+    EXPECT_EQ(program.computer.open, c.portLeftOpen);
+    EXPECT_TRUE(program.tool.Auto.Enabled());
+    EXPECT_EQ(program.tool.Text1.Text(), "500");
 
-    bench.world.beforeOperation = nullptr;
-    bench.tool.ComPort.SetText("COM 2");
-    bench.tool.Vitesse.SetText("9600");
-    bench.tool.Protocol.SetText("63");
-    bench.tool.ComInfo.Press();
-    EXPECT_EQ(bench.BoxNumbers(), c.boxes) << "no box of the next run";
-    EXPECT_EQ(bench.world.openedPorts.back(), 2);
-    EXPECT_FALSE(bench.world.open);
+    program.computer.beforeOperation = nullptr;
+    program.tool.ComPort.SetText("COM 2");
+    program.tool.Vitesse.SetText("9600");
+    program.tool.Protocol.SetText("63");
+    program.tool.ComInfo.Press();
+    EXPECT_EQ(program.BoxNumbers(), c.boxes) << "no box of the next run";
+    EXPECT_EQ(program.computer.openedPorts.back(), 2);
+    EXPECT_FALSE(program.computer.open);
   }
 }
 
-const auto kNoPort = [](Bench& bench) { bench.tool.ComPort.Reset(); };
-const auto kNoSpeed = [](Bench& bench) { bench.tool.Vitesse.Reset(); };
-const auto kNoNumber = [](Bench& bench) { bench.tool.Protocol.SetText("x"); };
-const auto kRefused = [](Bench& bench) {
-  bench.world.beforeOperation = [] { throw RunError(RunError::kInvalidPort, "no such port"); };
+const auto kNoPort = [](TestProgram& program) { program.tool.ComPort.Reset(); };
+const auto kNoSpeed = [](TestProgram& program) { program.tool.Vitesse.Reset(); };
+const auto kNoNumber = [](TestProgram& program) { program.tool.Protocol.SetText("x"); };
+const auto kRefused = [](TestProgram& program) {
+  program.computer.beforeOperation = [] { throw RunError(RunError::kInvalidPort, "no such port"); };
 };
-const auto kGoesAway = [](Bench& bench) {
-  bench.world.When(
-      [&] { return bench.world.sent.size() == 2; },
-      [&] { bench.world.beforeOperation = [] { throw RunError(RunError::kDeviceFailed, "gone"); }; });
+const auto kGoesAway = [](TestProgram& program) {
+  program.computer.When(
+      [&] { return program.computer.sent.size() == 2; },
+      [&] { program.computer.beforeOperation = [] { throw RunError(RunError::kDeviceFailed, "gone"); }; });
 };
 const char* const kErase = "9600 Erase5x3 4800 Erase5x3 19200 Erase5x3 38400 Erase5x3";
 
@@ -97,52 +98,52 @@ INSTANTIATE_TEST_SUITE_P(Troubles, RunFailure, testing::ValuesIn(kTable), testin
 TEST(RunFailure, CancelAndClosingEndARunBetweenItsBoxesOrWhileOneStands) {
   for (const bool whileItStands : {false, true}) {
     for (const bool byCancel : {true, false}) {
-      RunBench bench;
-      bench.ChooseHex(kImage);
-      bench.Tick({3, 5});
-      kRefused(bench);
-      const auto atTheThird = [&] { return bench.world.boxes.size() == 3; };
-      const auto end = [&] { byCancel ? bench.tool.message.Command1.Press() : bench.tool.Close(); };
+      RunProgram program;
+      program.ChooseHex(kImage);
+      program.Tick({3, 5});
+      kRefused(program);
+      const auto atTheThird = [&] { return program.computer.boxes.size() == 3; };
+      const auto end = [&] { byCancel ? program.tool.message.Command1.Press() : program.tool.Close(); };
       if (whileItStands) {
-        bench.world.onBox = [&](const ShownBox&) { atTheThird() ? end() : void(); };
+        program.computer.onBox = [&](const ShownBox&) { atTheThird() ? end() : void(); };
       } else {
-        bench.world.When(atTheThird, end);
+        program.computer.When(atTheThird, end);
       }
-      bench.tool.ComLoad00.Press();
-      EXPECT_EQ(bench.world.boxes.size(), 3u) << whileItStands << byCancel;
-      EXPECT_EQ(bench.world.ended, !byCancel);
-      EXPECT_TRUE(bench.world.boxAnswered);
+      program.tool.ComLoad00.Press();
+      EXPECT_EQ(program.computer.boxes.size(), 3u) << whileItStands << byCancel;
+      EXPECT_EQ(program.computer.ended, !byCancel);
+      EXPECT_TRUE(program.computer.boxAnswered);
     }
   }
 }
 
 #ifndef _WIN32
 TEST(RunFailure, AFullDiskUnderTheLogIsToldOnceAndHarmsNoRun) {
-  RunBench bench(std::vector<bus::ControllerSetup>{{.number = 3}});
-  bench.Tick({3});
+  RunProgram program(std::vector<bus::ControllerSetup>{{.number = 3}});
+  program.Tick({3});
   {
     const FullDisk fullDisk;
     for (int run = 0; run < 50; ++run) {
-      bench.Press(kInfo);
-      EXPECT_EQ(bench.Row(3), "01/02/03 1E02");
-      EXPECT_TRUE(bench.Over());
+      program.Press(kInfo);
+      EXPECT_EQ(program.Row(3), "01/02/03 1E02");
+      EXPECT_TRUE(program.Over());
     }
   }
-  bench.tool.Close();
-  EXPECT_EQ(bench.BoxNumbers(), std::vector<int>{RunError::kDiskFull});
-  EXPECT_EQ(bench.world.sent.size(), 50u);
+  program.tool.Close();
+  EXPECT_EQ(program.BoxNumbers(), std::vector<int>{RunError::kDiskFull});
+  EXPECT_EQ(program.computer.sent.size(), 50u);
 }
 #endif
 
 TEST(RunFailure, ABadDownloadSpeedEndsAParallelDownloadAndLetsASerialOneContinue) {
   for (const Button button : {kParallel, kSerial}) {
-    RunBench bench(std::vector<bus::ControllerSetup>{{.number = 5}});
-    bench.ChooseHex(kImage);
-    bench.Tick({5});
-    bench.tool.DownloadSettings = "fast,N,8,2";
-    bench.Press(button);
-    EXPECT_EQ(bench.BoxNumbers(), std::vector<int>{380});
-    const std::string talk = bench.Talk();
+    RunProgram program(std::vector<bus::ControllerSetup>{{.number = 5}});
+    program.ChooseHex(kImage);
+    program.Tick({5});
+    program.tool.DownloadSettings = "fast,N,8,2";
+    program.Press(button);
+    EXPECT_EQ(program.BoxNumbers(), std::vector<int>{380});
+    const std::string talk = program.Talk();
     EXPECT_TRUE(button == kParallel ? talk == "9600 Erase5" : talk.starts_with("9600 Erase5 Batch5x3 "))
         << talk;
   }
@@ -152,9 +153,9 @@ TEST(RunFailure, ABadDownloadSpeedEndsAParallelDownloadAndLetsASerialOneContinue
 template <class Event>
 class FailsAt : public RunObserver {
  public:
-  FailsAt(RunBench& bench, Phase phase) : phase_(phase) {
-    bench.tool.observers.push_back(this);
-    bench.world.beforeOperation = [this] {
+  FailsAt(RunProgram& program, Phase phase) : phase_(phase) {
+    program.tool.observers.push_back(this);
+    program.computer.beforeOperation = [this] {
       if (std::exchange(armed_, false)) throw RunError(RunError::kDeviceFailed, "once");
     };
   }
@@ -170,38 +171,38 @@ class FailsAt : public RunObserver {
 
 // The operation after each of these events discards received bytes.
 TEST(RunFailure, ASerialDownloadContinuesAfterAFlushThatFails) {
-  const auto run = [](RunBench& bench) {
-    bench.ChooseHex(kImage);
-    bench.Tick({5});
-    bench.Press(kSerial);
-    EXPECT_EQ(bench.BoxNumbers(), std::vector<int>{8020});
-    EXPECT_EQ(bench.Row(5), "12/05/31 07B6");
+  const auto run = [](RunProgram& program) {
+    program.ChooseHex(kImage);
+    program.Tick({5});
+    program.Press(kSerial);
+    EXPECT_EQ(program.BoxNumbers(), std::vector<int>{8020});
+    EXPECT_EQ(program.Row(5), "12/05/31 07B6");
   };
   const std::vector<bus::ControllerSetup> controllers{{.number = 5}};
   {
-    RunBench bench(controllers);
-    const FailsAt<ControllerBegun> before(bench, Phase::kErase);
-    run(bench);
+    RunProgram program(controllers);
+    const FailsAt<ControllerBegun> before(program, Phase::kErase);
+    run(program);
   }
   for (const Phase phase : {Phase::kErase, Phase::kProgram}) {
-    RunBench bench(controllers);
-    const FailsAt<ControllerEnded> after(bench, phase);
-    run(bench);
+    RunProgram program(controllers);
+    const FailsAt<ControllerEnded> after(program, phase);
+    run(program);
   }
 }
 
 TEST(RunFailure, CancelActsBetweenTwoBoxesOfOneSpeed) {
-  RunBench bench;
-  bench.ChooseHex(kImage);
-  bench.Tick({3});
-  kRefused(bench);
-  bench.world.When([&] { return bench.world.boxes.size() == 2; },
-                   [&] { bench.tool.message.Command1.Press(); });
+  RunProgram program;
+  program.ChooseHex(kImage);
+  program.Tick({3});
+  kRefused(program);
+  program.computer.When([&] { return program.computer.boxes.size() == 2; },
+                        [&] { program.tool.message.Command1.Press(); });
   bool cancelledAtTheThird = false;
-  bench.world.onBox = [&](const ShownBox&) {
-    if (bench.world.boxes.size() == 3) cancelledAtTheThird = bench.tool.AbortRequested;
+  program.computer.onBox = [&](const ShownBox&) {
+    if (program.computer.boxes.size() == 3) cancelledAtTheThird = program.tool.AbortRequested;
   };
-  bench.tool.ComLoad00.Press();
+  program.tool.ComLoad00.Press();
   EXPECT_TRUE(cancelledAtTheThird);
 }
 

@@ -1,7 +1,7 @@
 // Whole runs: what goes over the line, and what the table shows after them.
 #include <gmock/gmock.h>
 
-#include "workflows/run_bench.h"
+#include "workflows/run_program.h"
 
 namespace quillon::test {
 namespace {
@@ -23,15 +23,15 @@ TEST(Download, SendsFromEraseOverProgrammingToTheCheck) {
         "38400 40031A75AA551020100000000000313200303500333100000020004105022504",
         "38400 40030775AA550FDF07B6F70E04", "19200 410301733CBD04"}}};
   for (const auto& [button, frames] : kFrames) {
-    RunBench bench({{.number = 3}, {.number = 5}});
-    bench.ChooseHex(kImage);
-    bench.Tick({3});
-    bench.tool.C(5).SetValue(button == kParallel);
-    bench.Press(button);
-    EXPECT_EQ(bench.Sent(), frames);
-    EXPECT_TRUE(bench.tool.info.Visible());
-    EXPECT_EQ(bench.tool.info.FileCheksum.Text(), "07B6");
-    EXPECT_EQ(bench.tool.Protocol.Text() + " " + bench.tool.Vitesse.Text(), "64 19200");
+    RunProgram program({{.number = 3}, {.number = 5}});
+    program.ChooseHex(kImage);
+    program.Tick({3});
+    program.tool.C(5).SetValue(button == kParallel);
+    program.Press(button);
+    EXPECT_EQ(program.Sent(), frames);
+    EXPECT_TRUE(program.tool.info.Visible());
+    EXPECT_EQ(program.tool.info.FileCheksum.Text(), "07B6");
+    EXPECT_EQ(program.tool.Protocol.Text() + " " + program.tool.Vitesse.Text(), "64 19200");
   }
 }
 
@@ -58,20 +58,20 @@ class Run : public testing::TestWithParam<RunCase> {};
 
 TEST_P(Run, TakesItsCourse) {
   const RunCase& c = GetParam();
-  RunBench bench(c.controllers);
-  bench.ChooseHex(c.file);
-  bench.Tick({3, 5});
-  bench.tool.Protocol.SetText(c.extra.protocol);
-  bench.tool.RUD3.SetValue(c.extra.prot3);
-  bench.tool.useBB.SetValue(c.extra.keepSpeed);
-  bench.Press(c.button);
-  EXPECT_EQ(bench.Talk(), c.talk);
-  EXPECT_EQ(bench.Rows(), c.rows);
-  EXPECT_EQ(bench.BoxNumbers(), c.extra.boxes);
-  EXPECT_EQ(bench.world.beeps, c.extra.beeps);
-  EXPECT_FALSE(bench.tool.message.Visible());
+  RunProgram program(c.controllers);
+  program.ChooseHex(c.file);
+  program.Tick({3, 5});
+  program.tool.Protocol.SetText(c.extra.protocol);
+  program.tool.RUD3.SetValue(c.extra.prot3);
+  program.tool.useBB.SetValue(c.extra.keepSpeed);
+  program.Press(c.button);
+  EXPECT_EQ(program.Talk(), c.talk);
+  EXPECT_EQ(program.Rows(), c.rows);
+  EXPECT_EQ(program.BoxNumbers(), c.extra.boxes);
+  EXPECT_EQ(program.computer.beeps, c.extra.beeps);
+  EXPECT_FALSE(program.tool.message.Visible());
   const bool endedByAFailure = c.button == kParallel && c.extra.boxes == std::vector{383};
-  EXPECT_EQ(bench.world.open, endedByAFailure);
+  EXPECT_EQ(program.computer.open, endedByAFailure);
 }
 
 /// The usual image with another record in the place of the one that tells the rate.
@@ -187,10 +187,10 @@ const RunCase kTable[] = {
 INSTANTIATE_TEST_SUITE_P(Buttons, Run, testing::ValuesIn(kTable), testing::PrintToStringParamName());
 
 TEST(Download, LogsWhatIsSentAndReceivedLineByLine) {
-  RunBench bench(std::vector<ControllerSetup>{{.number = 3}});
-  bench.ChooseHex(kImage);
-  bench.Tick({3});
-  bench.Press(kParallel);
+  RunProgram program(std::vector<ControllerSetup>{{.number = 3}});
+  program.ChooseHex(kImage);
+  program.Tick({3});
+  program.Press(kParallel);
   const Texts kTaken = {"Communication OK  - CRC checked", "Answer : 61"};
   // clang-format off
   const Texts kLog = {
@@ -203,65 +203,65 @@ TEST(Download, LogsWhatIsSentAndReceivedLineByLine) {
       "Message : $73  - Checking Flash", "41 03 01 73 3C BD 04 ",
       "Recu en String : 41 03 07 61 00 12 05 31 07 B6 AC FB 04 ", kTaken[0]};
   // clang-format on
-  EXPECT_EQ(bench.EndAndReadLog(), kLog);
+  EXPECT_EQ(program.EndAndReadLog(), kLog);
 }
 
 TEST(Download, GoesToEachTickedControllerAndNoOther) {
   for (const std::size_t count : {0, 1, 2, 31, 32}) {
     for (const Button button : {kParallel, kSerial}) {
-      RunBench bench;
-      SCOPED_TRACE((bench.tool.*button).Name() + std::to_string(count));
-      for (int i = 0; i < kControllers; ++i) bench.bus.Add({.number = i});
+      RunProgram program;
+      SCOPED_TRACE((program.tool.*button).Name() + std::to_string(count));
+      for (int i = 0; i < kControllers; ++i) program.bus.Add({.number = i});
       // No rate of its own and protocol byte $40: the image leaves the line as it is.
-      bench.ChooseHex({":0400000001020304F2", ":042020007F004005F8", ":00000001FF"});
-      bench.TickFirst(static_cast<int>(count));
-      bench.Press(button);
+      program.ChooseHex({":0400000001020304F2", ":042020007F004005F8", ":00000001FF"});
+      program.TickFirst(static_cast<int>(count));
+      program.Press(button);
       for (std::size_t i = 0; i < kControllers; ++i) {
-        EXPECT_EQ(bench.Row(static_cast<int>(i)), i < count ? "FF/FF/FF 16D8" : " ") << i;
+        EXPECT_EQ(program.Row(static_cast<int>(i)), i < count ? "FF/FF/FF 16D8" : " ") << i;
       }
       const std::size_t batches = button == kParallel ? 2 : 2 * count;
-      EXPECT_EQ(bench.world.sent.size(), batches + 3 * count);
-      EXPECT_EQ(bench.world.openedPorts, std::vector<int>{1});
-      EXPECT_TRUE(bench.Over());
+      EXPECT_EQ(program.computer.sent.size(), batches + 3 * count);
+      EXPECT_EQ(program.computer.openedPorts, std::vector<int>{1});
+      EXPECT_TRUE(program.Over());
     }
   }
 }
 
 TEST(ParallelDownload, DropsWhatComesBetweenTwoErases) {
-  Bench bench;
-  bench.ChooseHex(kImage);
-  bench.Tick({3, 5});
+  TestProgram program;
+  program.ChooseHex(kImage);
+  program.Tick({3, 5});
   const Reply accepts{10ms, bus::CloseFrame(FromHex("40050161"))};
-  bench.world.script = {{accepts, {510500us, {0xFF}}}, {accepts}};
-  bench.tool.ComLoad.Press();
-  EXPECT_THAT(bench.Sent()[2], testing::StartsWith("9600 405F")) << "each erase took one sending";
+  program.computer.script = {{accepts, {510500us, {0xFF}}}, {accepts}};
+  program.tool.ComLoad.Press();
+  EXPECT_THAT(program.Sent()[2], testing::StartsWith("9600 405F")) << "each erase took one sending";
 }
 
 TEST(ParallelDownload, DropsWhatComesWhileARefusedSumIsShown) {
-  Bench bench;
-  bench.ChooseHex(kImage);
-  bench.Tick({3});
+  TestProgram program;
+  program.ChooseHex(kImage);
+  program.Tick({3});
   const Reply accepts{10ms, bus::CloseFrame(FromHex("40030161"))};
   const Reply refuses{10ms, bus::CloseFrame(FromHex("400301E1"))};
   const Reply checked{10ms, bus::CloseFrame(FromHex("410307610012053107B6"))};
-  bench.world.script = {{accepts}, {}, {}, {refuses}, {refuses}, {refuses, {900ms, {0xFF}}}, {checked}};
-  bench.tool.ComLoad.Press();
-  EXPECT_EQ(bench.world.sent.size(), 7u) << "the check took one sending";
+  program.computer.script = {{accepts}, {}, {}, {refuses}, {refuses}, {refuses, {900ms, {0xFF}}}, {checked}};
+  program.tool.ComLoad.Press();
+  EXPECT_EQ(program.computer.sent.size(), 7u) << "the check took one sending";
 }
 
 TEST(ParallelDownload, ShowsForTwoSecondsWhoseProgrammingFailed) {
-  RunBench bench(std::vector<ControllerSetup>{{.number = 5, .faults = {kLosesBatch1}}});
-  bench.ChooseHex(kImage);
-  bench.Tick({5});
-  bench.tool.FileCheksum.SetText("");  // nothing that FlashCheck would compare with, and mark
+  RunProgram program(std::vector<ControllerSetup>{{.number = 5, .faults = {kLosesBatch1}}});
+  program.ChooseHex(kImage);
+  program.Tick({5});
+  program.tool.FileCheksum.SetText("");  // nothing that FlashCheck would compare with, and mark
   bool stopShown = false;
   const char* const kStatus = "Controller 5 : Programming failure   (Speed : 19200 Bds) ";
-  bench.world.When([&] { return bench.tool.message.Label1.Text() == kStatus; },
-                   [&] { stopShown = bench.tool.message.Stop.Visible(); });
-  bench.Press(kParallel);
+  program.computer.When([&] { return program.tool.message.Label1.Text() == kStatus; },
+                        [&] { stopShown = program.tool.message.Stop.Visible(); });
+  program.Press(kParallel);
   EXPECT_TRUE(stopShown);
-  EXPECT_TRUE(bench.tool.info.Ver(5).FontBold() && bench.tool.info.CkSum(5).FontBold());
-  EXPECT_EQ(bench.Row(5), "Programmation ERROR red marked") << "white without its red ground";
+  EXPECT_TRUE(program.tool.info.Ver(5).FontBold() && program.tool.info.CkSum(5).FontBold());
+  EXPECT_EQ(program.Row(5), "Programmation ERROR red marked") << "white without its red ground";
 }
 
 TEST(SpeedSearch, BeginsWhereTheLastOneEndedAndGoesOnFromTheLowest) {
@@ -274,117 +274,118 @@ TEST(SpeedSearch, BeginsWhereTheLastOneEndedAndGoesOnFromTheLowest) {
                                                      {kParallel, " Erase5x3"}, {kSerial, " Erase5x3"}};
   for (const auto& [button, asking] : kAskings) {
     for (const Texts& order : kOrders) {
-      RunBench bench;
-      bench.ChooseHex(kImage);
-      bench.Tick({5});
-      bench.tool.Vitesse.SetText(order.front());
-      bench.Press(button);
+      RunProgram program;
+      program.ChooseHex(kImage);
+      program.Tick({5});
+      program.tool.Vitesse.SetText(order.front());
+      program.Press(button);
       std::string expected;
       for (const std::string& speed : order) expected += " " + speed + asking;
-      EXPECT_EQ(" " + bench.Talk(), expected);
-      EXPECT_EQ(bench.tool.Vitesse.Text(), order.back());
-      EXPECT_EQ(bench.Row(5), button == kTo4 ? " " : "No Answer red");
-      EXPECT_TRUE(bench.Over());
+      EXPECT_EQ(" " + program.Talk(), expected);
+      EXPECT_EQ(program.tool.Vitesse.Text(), order.back());
+      EXPECT_EQ(program.Row(5), button == kTo4 ? " " : "No Answer red");
+      EXPECT_TRUE(program.Over());
     }
   }
 }
 
 TEST(Download, CancelWhileProgrammingKeepsProtocolAndSpeed) {
   for (const Button button : {kParallel, kSerial}) {
-    RunBench bench(std::vector<ControllerSetup>{{.number = 3}});
-    bench.ChooseHex(kImage);
-    bench.Tick({3});
-    bench.CancelWhen("Programming Batch 2");
-    bench.Press(button);
-    EXPECT_EQ(bench.tool.Protocol.Text() + " " + bench.tool.Vitesse.Text(), "63 9600");
-    EXPECT_TRUE(bench.Over());
+    RunProgram program(std::vector<ControllerSetup>{{.number = 3}});
+    program.ChooseHex(kImage);
+    program.Tick({3});
+    program.CancelWhen("Programming Batch 2");
+    program.Press(button);
+    EXPECT_EQ(program.tool.Protocol.Text() + " " + program.tool.Vitesse.Text(), "63 9600");
+    EXPECT_TRUE(program.Over());
   }
 }
 
 TEST(Download, AppliesTheProtocolBeforeASpeedThatTheListLacks) {
-  RunBench bench(std::vector<ControllerSetup>{{.number = 3}});
-  bench.ChooseHex(k57600);
-  bench.Tick({3});
-  bench.Press(kParallel);
-  EXPECT_EQ(bench.tool.Protocol.Text() + " " + bench.tool.Vitesse.Text(), "64 9600");
+  RunProgram program(std::vector<ControllerSetup>{{.number = 3}});
+  program.ChooseHex(k57600);
+  program.Tick({3});
+  program.Press(kParallel);
+  EXPECT_EQ(program.tool.Protocol.Text() + " " + program.tool.Vitesse.Text(), "64 9600");
 }
 
 TEST(Download, ComparesWithTheChecksumOfInfo) {
-  RunBench bench(std::vector<ControllerSetup>{{.number = 3}});
-  bench.ChooseHex(kImage);
-  bench.Tick({3});
-  bench.world.When([&] { return bench.tool.info.Visible(); },
-                   [&] { bench.tool.FileCheksum.SetText("0000"); });
-  bench.Press(kParallel);
-  EXPECT_EQ(bench.Row(3), "12/05/31 07B6");
+  RunProgram program(std::vector<ControllerSetup>{{.number = 3}});
+  program.ChooseHex(kImage);
+  program.Tick({3});
+  program.computer.When([&] { return program.tool.info.Visible(); },
+                        [&] { program.tool.FileCheksum.SetText("0000"); });
+  program.Press(kParallel);
+  EXPECT_EQ(program.Row(3), "12/05/31 07B6");
 }
 
 TEST(SpeedSearch, EndsWhenTheControllersAreUntickedInIt) {
-  RunBench bench;
-  bench.Tick({3, 5});
-  bench.world.At(1s, [&] { bench.tool.NONE.Press(); });
-  bench.Press(kTo4);
-  EXPECT_EQ(bench.Talk(), "9600 To4:3x3");
+  RunProgram program;
+  program.Tick({3, 5});
+  program.computer.At(1s, [&] { program.tool.NONE.Press(); });
+  program.Press(kTo4);
+  EXPECT_EQ(program.Talk(), "9600 To4:3x3");
 }
 
 TEST(BootInfo, PreparesTheTableForItself) {
-  RunBench bench;
-  bench.ChooseHex(kImage);
+  RunProgram program;
+  program.ChooseHex(kImage);
   for (const Button button : {kBoot, kInfo}) {
-    bench.Press(button);
+    program.Press(button);
     const std::string title = button == kBoot ? "Boot Info" : "Flash Info";
-    EXPECT_EQ(bench.tool.info.Caption() + ", " + bench.tool.info.Titre.Text(), title + ", " + title);
-    EXPECT_EQ(bench.tool.info.Label41.Visible(), button == kInfo);
-    EXPECT_EQ(bench.tool.info.FileCheksum.Visible(), button == kInfo);
-    EXPECT_EQ(bench.tool.info.FileCheksum.Text(), "07B6");
+    EXPECT_EQ(program.tool.info.Caption() + ", " + program.tool.info.Titre.Text(), title + ", " + title);
+    EXPECT_EQ(program.tool.info.Label41.Visible(), button == kInfo);
+    EXPECT_EQ(program.tool.info.FileCheksum.Visible(), button == kInfo);
+    EXPECT_EQ(program.tool.info.FileCheksum.Text(), "07B6");
   }
 }
 
 TEST(BootInfo, SendsTheFixedProtocolUntilTheProgramEnds) {
-  RunBench bench({{.number = 3, .protocol = 5, .bootProtocol = BootProtocol::Own},
-                  {.number = 5, .protocol = 5, .bootProtocol = BootProtocol::Fixed}});
-  bench.tool.Protocol.SetText("4");
-  bench.Tick({5});
-  bench.tool.ComBoot.Press();
-  EXPECT_EQ(bench.Sent().front(), "9600 05050475AA55509C7204");
-  EXPECT_EQ(bench.Sent().back(), "9600 40050475AA5550383904");
-  bench.Tick({3});
-  bench.CancelAt(bench.world.Time() + 300s);  // nothing else ends a survey of a controller that keeps silent
-  bench.tool.ComBoot.Press();
-  EXPECT_EQ(bench.world.speeds, std::vector<int>(bench.world.speeds.size(), 9600));
-  EXPECT_EQ(bench.Row(3), "No Answer red");
-  EXPECT_EQ(bench.EndAndReadLog().front(), "Message Checking BOOT");
+  RunProgram program({{.number = 3, .protocol = 5, .bootProtocol = BootProtocol::Own},
+                      {.number = 5, .protocol = 5, .bootProtocol = BootProtocol::Fixed}});
+  program.tool.Protocol.SetText("4");
+  program.Tick({5});
+  program.tool.ComBoot.Press();
+  EXPECT_EQ(program.Sent().front(), "9600 05050475AA55509C7204");
+  EXPECT_EQ(program.Sent().back(), "9600 40050475AA5550383904");
+  program.Tick({3});
+  program.CancelAt(program.computer.Time() +
+                   300s);  // nothing else ends a survey of a controller that keeps silent
+  program.tool.ComBoot.Press();
+  EXPECT_EQ(program.computer.speeds, std::vector<int>(program.computer.speeds.size(), 9600));
+  EXPECT_EQ(program.Row(3), "No Answer red");
+  EXPECT_EQ(program.EndAndReadLog().front(), "Message Checking BOOT");
 }
 
 TEST(Auto, TicksWhoAnswersAtAnySpeedAndPutsTheSettingsBack) {
-  RunBench bench({{.number = 0, .baud = 38400},
-                  {.number = 7},
-                  {.number = 8, .faults = {{.kind = Fault::Kind::Length, .value = 7}}},
-                  {.number = 31}});
-  bench.Tick({7, 9, 30});
-  bench.world.At(1s, [&] {
-    EXPECT_EQ(bench.tool.Text1.Text(), "50");
-    EXPECT_EQ(bench.tool.message.Label1.Text(), "Auto Detection in Progress  ...");
-    EXPECT_TRUE(bench.tool.message.Jumelle.Visible());
-    EXPECT_FALSE(bench.tool.Auto.Enabled());
+  RunProgram program({{.number = 0, .baud = 38400},
+                      {.number = 7},
+                      {.number = 8, .faults = {{.kind = Fault::Kind::Length, .value = 7}}},
+                      {.number = 31}});
+  program.Tick({7, 9, 30});
+  program.computer.At(1s, [&] {
+    EXPECT_EQ(program.tool.Text1.Text(), "50");
+    EXPECT_EQ(program.tool.message.Label1.Text(), "Auto Detection in Progress  ...");
+    EXPECT_TRUE(program.tool.message.Jumelle.Visible());
+    EXPECT_FALSE(program.tool.Auto.Enabled());
   });
-  bench.tool.Auto.Press();
-  EXPECT_EQ(bench.Ticked(), "0 7 8 31 ");
+  program.tool.Auto.Press();
+  EXPECT_EQ(program.Ticked(), "0 7 8 31 ");
   EXPECT_THAT(
-      bench.Talk(),
+      program.Talk(),
       testing::StartsWith("9600 Check0x3 4800 Check0x3 19200 Check0x3 38400 Check0 Check1x3 4800 Check1x3"));
-  EXPECT_EQ(bench.tool.Text1.Text() + " " + bench.tool.Vitesse.Text(), "500 9600");
-  EXPECT_TRUE(bench.tool.Auto.Enabled());
-  EXPECT_EQ(bench.EndAndReadLog().front(), "Message : AutoDetection $73");
-  EXPECT_TRUE(bench.Over());
+  EXPECT_EQ(program.tool.Text1.Text() + " " + program.tool.Vitesse.Text(), "500 9600");
+  EXPECT_TRUE(program.tool.Auto.Enabled());
+  EXPECT_EQ(program.EndAndReadLog().front(), "Message : AutoDetection $73");
+  EXPECT_TRUE(program.Over());
 }
 
 TEST(Auto, AsksWithTheProtocolOfTheBox) {
-  RunBench bench(std::vector<ControllerSetup>{{.number = 2, .protocol = 5}});
-  bench.tool.Protocol.SetText("4");
-  bench.Tick({});
-  bench.tool.Auto.Press();
-  EXPECT_EQ(bench.Ticked(), "2 ");
+  RunProgram program(std::vector<ControllerSetup>{{.number = 2, .protocol = 5}});
+  program.tool.Protocol.SetText("4");
+  program.Tick({});
+  program.tool.Auto.Press();
+  EXPECT_EQ(program.Ticked(), "2 ");
 }
 
 // Controllers 3 and 5 are on the line, and 3 has a fault. An answer does not say to which question it
@@ -404,27 +405,28 @@ TEST(Auto, TicksWhoAnswersWhateverTheFault) {
       {{.kind = Kind::Echo}, "5 "},
   };
   for (const auto& [fault, ticked] : kFaults) {
-    RunBench bench({{.number = 3, .faults = {fault}}, {.number = 5}});
-    bench.tool.Auto.Press();
-    EXPECT_EQ(bench.Ticked(), ticked) << static_cast<int>(fault.kind);
-    EXPECT_TRUE(bench.Over());
+    RunProgram program({{.number = 3, .faults = {fault}}, {.number = 5}});
+    program.tool.Auto.Press();
+    EXPECT_EQ(program.Ticked(), ticked) << static_cast<int>(fault.kind);
+    EXPECT_TRUE(program.Over());
   }
 }
 
 TEST(Auto, CancelAtNumber7KeepsTheBoxesFromThereOnAndPutsTheSettingsBack) {
   for (const char* speed : {"4800", "38400"}) {  // the first and the last that is tried for number 7
-    RunBench bench;
-    bench.bus.Add({.number = 2, .baud = 19200});
-    bench.Tick({1, 7, 20});
+    RunProgram program;
+    program.bus.Add({.number = 2, .baud = 19200});
+    program.Tick({1, 7, 20});
     const auto atNumber7 = [&] {
-      return bench.tool.CurrentController == 7 && bench.tool.Vitesse.Text() == speed && bench.world.open;
+      return program.tool.CurrentController == 7 && program.tool.Vitesse.Text() == speed &&
+             program.computer.open;
     };
-    bench.world.When(atNumber7, [&] { bench.tool.message.Command1.Press(); });
-    bench.tool.Auto.Press();
-    EXPECT_EQ(bench.Ticked(), "2 7 20 ") << speed;
-    EXPECT_EQ(bench.tool.Text1.Text() + " " + bench.tool.Vitesse.Text(), "500 9600");
-    EXPECT_TRUE(bench.tool.Auto.Enabled());
-    EXPECT_FALSE(bench.world.open);
+    program.computer.When(atNumber7, [&] { program.tool.message.Command1.Press(); });
+    program.tool.Auto.Press();
+    EXPECT_EQ(program.Ticked(), "2 7 20 ") << speed;
+    EXPECT_EQ(program.tool.Text1.Text() + " " + program.tool.Vitesse.Text(), "500 9600");
+    EXPECT_TRUE(program.tool.Auto.Enabled());
+    EXPECT_FALSE(program.computer.open);
   }
 }
 

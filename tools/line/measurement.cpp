@@ -5,7 +5,7 @@
 
 #include "commands/frames.h"
 #include "link/exchange.h"
-#include "platform/finally.h"
+#include "platform/scope_exit.h"
 #include "platform/serial_control.h"
 
 namespace quillon {
@@ -69,7 +69,7 @@ double LineCheck::UsualSeconds() const {
 
 LineMeasurement LineCheck::Run(const Observer& observe) {
   device_.Open(result_.plan.port, {result_.plan.baud});
-  const Finally close([this] { device_.Close(); });
+  const ScopeExit close([this] { device_.Close(); });
   start_ = clock_.Now();
   Listen(kIdleListening);
   AskRounds(observe);

@@ -9,8 +9,8 @@
 #include <cstdlib>
 #include <optional>
 
-#include "desktop/house_look.h"
 #include "desktop/program.h"
+#include "desktop/theme.h"
 #include "platform/system_files.h"
 #include "records/job_recorder.h"
 #include "unattended/console.h"
@@ -97,7 +97,7 @@ ErrorCategory Work(const Task& task, const std::string& folder, Reporter& report
   QApplication application(argc, argv);
   QApplication::setQuitOnLastWindowClosed(false);
   quillon::console::Prepare();
-  quillon::GiveHouseLook(application);
+  quillon::ApplyTheme(application);
   quillon::Operator runner(task, folder, reporter);
   std::optional<quillon::JobRecorder> recorder;
   quillon::Program program(folder);

@@ -14,7 +14,7 @@ namespace quillon {
 ///
 /// The desktop repeats a held key as releases and presses. Qt marks these as repeats, but when it reads a
 /// release before the press that follows has arrived, both look fresh. They still carry one time stamp.
-class HeldKeys final : public QObject {
+class KeyRepeatFilter final : public QObject {
  public:
   using QObject::QObject;
 

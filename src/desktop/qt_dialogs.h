@@ -10,18 +10,18 @@ namespace quillon {
 
 class DesktopScreen;
 
-/// Boxes, the beep and the file dialog. They belong to the active window, else to the main window.
-class DesktopDesk final : public Desk {
+/// Boxes, the beep and the file dialog. Their owner is the active window, or else the main window.
+class QtDialogs final : public Dialogs {
  public:
   /// The file dialog remembers its places in `folder`, where all the files of the program are.
-  DesktopDesk(const DesktopScreen& screen, const std::string& folder);
+  QtDialogs(const DesktopScreen& screen, const std::string& folder);
 
   /// Carriage returns in `text` break its lines.
   void ShowBox(const std::string& text, const std::string& title, BoxKind kind) override;
   bool Ask(const std::string& question, const std::string& title) override;
   void AnswerBox() override;
   void Beep() override;
-  void CallOperator() override;
+  void RequestAttention() override;
   /// Begins in the folder where the last file was chosen.
   std::string ChooseFile(const std::string& title, const std::string& filter) override;
 
@@ -29,7 +29,7 @@ class DesktopDesk final : public Desk {
   int Answer(QMessageBox& box);
 
   const DesktopScreen& screen_;
-  QMessageBox* runError_ = nullptr;  // the one that stands
+  QMessageBox* runError_ = nullptr;  // the box that is open
 };
 
 }  // namespace quillon

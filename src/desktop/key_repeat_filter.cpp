@@ -1,4 +1,4 @@
-#include "desktop/held_keys.h"
+#include "desktop/key_repeat_filter.h"
 
 #include <QKeyEvent>
 
@@ -13,7 +13,7 @@ bool Presses(const QKeyEvent& event) {
 
 }  // namespace
 
-bool HeldKeys::eventFilter(QObject* watched, QEvent* event) {
+bool KeyRepeatFilter::eventFilter(QObject* watched, QEvent* event) {
   if (!watched->isWindowType()) return false;  // a window has seen it before its widgets do
   auto* key = dynamic_cast<QKeyEvent*>(event);
   if (key == nullptr) return false;
@@ -26,7 +26,7 @@ bool HeldKeys::eventFilter(QObject* watched, QEvent* event) {
   return true;
 }
 
-bool HeldKeys::Repeats(const QKeyEvent& press) const {
+bool KeyRepeatFilter::Repeats(const QKeyEvent& press) const {
   const quint64 released = released_.value(press.key());
   return press.isAutoRepeat() || (released != 0 && press.timestamp() == released);
 }

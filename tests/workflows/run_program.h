@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "support/bench.h"
 #include "support/image.h"
+#include "support/test_program.h"
 
 namespace quillon::test {
 
@@ -20,12 +20,12 @@ inline constexpr Button kTo4 = &Quillon::Cmd3to4;
 inline constexpr Button kAuto = &Quillon::Auto;
 inline constexpr Button kRuns[] = {kParallel, kSerial, kInfo, kBoot, kTo3, kTo4, kAuto};
 
-/// A bench whose line leads to simulated controllers. They go to 38400 for programming.
-class RunBench : public Bench {
+/// A program with simulated controllers on its line. They use 38400 baud for programming.
+class RunProgram : public TestProgram {
  public:
-  explicit RunBench(const std::vector<bus::ControllerSetup>& controllers = {}) {
+  explicit RunProgram(const std::vector<bus::ControllerSetup>& controllers = {}) {
     for (const bus::ControllerSetup& setup : controllers) bus.Add(setup);
-    world.bus = &bus;
+    computer.bus = &bus;
     tool.DownloadSettings = "38400,N,8,2";
   }
 
@@ -50,10 +50,11 @@ class RunBench : public Bench {
   std::string Talk() const {
     std::string talk;
     int baud = 0;
-    for (std::size_t i = 0; i < world.sent.size();) {
-      const SentBytes& frame = world.sent[i];
+    for (std::size_t i = 0; i < computer.sent.size();) {
+      const SentBytes& frame = computer.sent[i];
       const std::size_t first = i;
-      while (i < world.sent.size() && world.sent[i].bytes == frame.bytes && world.sent[i].baud == frame.baud)
+      while (i < computer.sent.size() && computer.sent[i].bytes == frame.bytes &&
+             computer.sent[i].baud == frame.baud)
         ++i;
       if (frame.baud != baud) talk += std::to_string(frame.baud) + " ";
       baud = frame.baud;
@@ -66,7 +67,7 @@ class RunBench : public Bench {
   Texts Rows() { return {Row(3), Row(5)}; }
 
   /// Whether a run has put away what it needs: the port and the status window.
-  bool Over() const { return !world.open && !tool.message.Visible(); }
+  bool Over() const { return !computer.open && !tool.message.Visible(); }
 
   /// The numbers of the ticked controllers: "3 5 ".
   std::string Ticked() const {

@@ -1,4 +1,4 @@
-#include "desktop/desktop_desk.h"
+#include "desktop/qt_dialogs.h"
 
 #include <QApplication>
 #include <QDir>
@@ -128,11 +128,11 @@ QString NameFilter(const std::string& filter) {
 
 }  // namespace
 
-DesktopDesk::DesktopDesk(const DesktopScreen& screen, const std::string& folder) : screen_(screen) {
+QtDialogs::QtDialogs(const DesktopScreen& screen, const std::string& folder) : screen_(screen) {
   QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QString::fromStdString(folder));
 }
 
-void DesktopDesk::ShowBox(const std::string& text, const std::string& title, BoxKind kind) {
+void QtDialogs::ShowBox(const std::string& text, const std::string& title, BoxKind kind) {
   const bool failure = kind == BoxKind::kRunError;
   const auto icon = failure ? QMessageBox::Warning : QMessageBox::Information;
   Box box(icon, QString::fromUtf8(title), WithLineBreaks(text), QMessageBox::Ok, OwnerWindow(screen_));
@@ -146,7 +146,7 @@ void DesktopDesk::ShowBox(const std::string& text, const std::string& title, Box
   runError_ = nullptr;
 }
 
-bool DesktopDesk::Ask(const std::string& question, const std::string& title) {
+bool QtDialogs::Ask(const std::string& question, const std::string& title) {
   Box box(QMessageBox::Question, QString::fromUtf8(title), WithLineBreaks(question),
           QMessageBox::Yes | QMessageBox::No, OwnerWindow(screen_));
   box.setDefaultButton(QMessageBox::No);
@@ -154,7 +154,7 @@ bool DesktopDesk::Ask(const std::string& question, const std::string& title) {
 }
 
 /// Shows a box until it is answered. While another program is active the box leaves it the keyboard.
-int DesktopDesk::Answer(QMessageBox& box) {
+int QtDialogs::Answer(QMessageBox& box) {
   box.setTextFormat(Qt::PlainText);
   box.setWindowModality(Qt::ApplicationModal);
   FitTitle(box);
@@ -167,13 +167,13 @@ int DesktopDesk::Answer(QMessageBox& box) {
   return answer;
 }
 
-void DesktopDesk::AnswerBox() {
+void QtDialogs::AnswerBox() {
   if (runError_ != nullptr) runError_->accept();
 }
 
-void DesktopDesk::Beep() { QApplication::beep(); }
+void QtDialogs::Beep() { QApplication::beep(); }
 
-void DesktopDesk::CallOperator() {
+void QtDialogs::RequestAttention() {
   key_pause::Begin();
   constexpr std::chrono::milliseconds kFocusMoves(300);  // after a window that had it went
   QWidget* window = screen_.MainWindow();
@@ -182,7 +182,7 @@ void DesktopDesk::CallOperator() {
   });
 }
 
-std::string DesktopDesk::ChooseFile(const std::string& title, const std::string& filter) {
+std::string QtDialogs::ChooseFile(const std::string& title, const std::string& filter) {
   FileDialog dialog(OwnerWindow(screen_), QString::fromUtf8(title));
   dialog.setAcceptMode(QFileDialog::AcceptOpen);
   dialog.setFileMode(QFileDialog::ExistingFile);

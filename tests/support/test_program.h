@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "forms/quillon.h"
-#include "support/world.h"
+#include "support/fake_computer.h"
 
 namespace quillon::test {
 
@@ -17,15 +17,15 @@ constexpr const char* kDevice = "NUL";
 constexpr const char* kDevice = "/dev/zero";  // reading it would never end
 #endif
 
-/// A technician's bench: one program at work, with usual settings, in a world of its own.
+/// The program with usual settings on a fake computer of its own.
 ///
 /// At start: time-out 500 ms, delay 10 ms, COM 1, 9600, protocol 63
 /// (byte 0x40), no controller ticked.
-class Bench {
+class TestProgram {
  public:
-  Bench();
+  TestProgram();
 
-  World world;
+  FakeComputer computer;
   Quillon tool;
 
   void Tick(std::initializer_list<int> controllers);

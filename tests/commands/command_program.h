@@ -1,14 +1,14 @@
 #pragma once
 
-#include "support/bench.h"
 #include "support/image.h"
+#include "support/test_program.h"
 
 namespace quillon::test {
 
-/// A bench with a file chosen and the port open, so that a single command can be tried.
-class CommandBench : public Bench {
+/// A program with a file chosen and the port open, so that a single command can be tried.
+class CommandProgram : public TestProgram {
  public:
-  CommandBench() {
+  CommandProgram() {
     ChooseHex(kImage);
     tool.MSComm1.SetPortOpen(true);
   }
@@ -16,8 +16,8 @@ class CommandBench : public Bench {
   /// The answers to the sendings in turn, in hex; "" is silence, as is all after them.
   void Answer(const std::vector<std::string>& answers) {
     for (const std::string& answer : answers) {
-      world.script.push_back({});
-      if (!answer.empty()) world.script.back().push_back({10ms, FromHex(answer)});
+      computer.script.push_back({});
+      if (!answer.empty()) computer.script.back().push_back({10ms, FromHex(answer)});
     }
   }
 };

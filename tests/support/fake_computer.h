@@ -36,16 +36,16 @@ struct Reply {
   std::vector<std::uint8_t> bytes;
 };
 
-/// A computer in memory: its clock moves only when the program waits, its operator acts at yields, and its
-/// serial line leads to simulated controllers or to a script.
-class World : public Clock, public Events, public Desk, public Screen, public SerialDevice {
+/// A computer in memory. Its clock advances only while the program waits, its operator acts at yields, and
+/// its serial line leads to simulated controllers or to a script.
+class FakeComputer : public Clock, public Events, public Dialogs, public Screen, public SerialDevice {
  public:
-  World();
+  FakeComputer();
   /// In a folder that exists already and stays.
-  explicit World(std::string existingFolder) : folder(std::move(existingFolder)) {}
-  ~World() override;
-  World(const World&) = delete;
-  World& operator=(const World&) = delete;
+  explicit FakeComputer(std::string existingFolder) : folder(std::move(existingFolder)) {}
+  ~FakeComputer() override;
+  FakeComputer(const FakeComputer&) = delete;
+  FakeComputer& operator=(const FakeComputer&) = delete;
 
   Computer AsComputer() { return {*this, *this, *this, *this, *this, folder}; }
 
@@ -55,7 +55,7 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
   void At(Nanoseconds time, std::function<void()> action) { actions_.emplace(time, std::move(action)); }
   /// Does something once, at the first yield at which the condition holds.
   void When(std::function<bool()> condition, std::function<void()> action);
-  /// Runs while a box stands, before the operator's OK.
+  /// Runs while a box is shown, before the operator's OK.
   std::function<void(const ShownBox&)> onBox;
 
   std::string fileDialog;              ///< title and filter of the last file dialog
@@ -81,7 +81,7 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
   std::function<Bytes()> noise;           ///< what comes in of itself; asked whenever time passes
   bool takesBytes = true;                 ///< false: nothing that is written ever leaves
 
-  std::string folder;  ///< the program's, ends with a separator; it goes with the world
+  std::string folder;  ///< the program's, ends with a separator; the destructor removes it
 
   Nanoseconds Time() const { return now_; }
 
@@ -95,7 +95,7 @@ class World : public Clock, public Events, public Desk, public Screen, public Se
   bool Ask(const std::string& question, const std::string& title) override;
   void AnswerBox() override { boxAnswered = true; }
   void Beep() override { ++beeps; }
-  void CallOperator() override { ++calls; }
+  void RequestAttention() override { ++calls; }
   std::string ChooseFile(const std::string& title, const std::string& filter) override;
   void Draw(Form&) override {}
   void Open(int number, const LineSettings& settings) override;

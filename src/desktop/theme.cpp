@@ -1,4 +1,4 @@
-#include "desktop/house_look.h"
+#include "desktop/theme.h"
 
 #include <QApplication>
 #include <QFile>
@@ -24,11 +24,11 @@ const QColor kHighlight(38, 110, 170);
 const QColor kFaded(130, 130, 130);
 const QColor kReadable(64, 64, 64);
 
-/// Fusion, but for three things: a check box fits its place on the form, a list drops down below its box with
-/// a scroll bar instead of covering the screen with all its items, and OK is a word alone.
-class HouseStyle final : public QProxyStyle {
+/// Fusion with three changes: a check box fits its place on the form, a list opens below its box with a
+/// scroll bar instead of covering the screen with all items, and the OK button has no icon.
+class ThemeStyle final : public QProxyStyle {
  public:
-  HouseStyle() : QProxyStyle("fusion") {}
+  ThemeStyle() : QProxyStyle("fusion") {}
 
   int pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const override {
     if (metric == PM_IndicatorWidth || metric == PM_IndicatorHeight) return Pixels(kIndicatorTwips);
@@ -62,9 +62,9 @@ QPalette LightPalette() {
 
 }  // namespace
 
-void GiveHouseLook(QApplication& application) {
+void ApplyTheme(QApplication& application) {
   QGuiApplication::setDesktopFileName(QUILLON_ID);  // where the desktop itself draws the icon
-  QApplication::setStyle(new HouseStyle);
+  QApplication::setStyle(new ThemeStyle);
   application.setPalette(LightPalette());
   application.setFont(ControlFont(kFormPoints, false));
   // The control that has the keyboard can be seen, however it got it: after a click Qt would hide it.
@@ -73,7 +73,7 @@ void GiveHouseLook(QApplication& application) {
   });
 }
 
-void GiveWindowIcon() {
+void SetWindowIcon() {
   QIcon icon;
   for (const int side : {16, 24, 32, 48, 64, 128})
     icon.addPixmap(DrawnPicture("quillon", QSize(side, side), 1.0));

@@ -1,4 +1,4 @@
-#include "desktop/late_work.h"
+#include "desktop/deferred_paint.h"
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace quillon::late_work {
+namespace quillon::deferred_paint {
 namespace {
 
 constexpr int kScreenPeriod = 16;  // milliseconds
@@ -52,4 +52,4 @@ void Do() {
   QCoreApplication::sendPostedEvents(nullptr, QEvent::UpdateRequest);
 }
 
-}  // namespace quillon::late_work
+}  // namespace quillon::deferred_paint

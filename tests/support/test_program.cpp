@@ -1,4 +1,4 @@
-#include "support/bench.h"
+#include "support/test_program.h"
 #include "shell/start_stop.h"
 #include "shell/wiring.h"
 
@@ -8,7 +8,7 @@
 
 namespace quillon::test {
 
-Bench::Bench() : tool(world.AsComputer()) {
+TestProgram::TestProgram() : tool(computer.AsComputer()) {
   Wire(tool);
   Form_Load(tool);
   tool.Text1.SetText("500");
@@ -19,41 +19,41 @@ Bench::Bench() : tool(world.AsComputer()) {
   Tick({});
 }
 
-void Bench::Tick(std::initializer_list<int> controllers) {
+void TestProgram::Tick(std::initializer_list<int> controllers) {
   tool.NONE.Press();
   for (const int number : controllers) tool.C(number).SetValue(CheckBox::kTicked);
 }
 
-std::string Bench::Write(const std::string& name, const std::string& contents) {
-  std::ofstream(world.folder + name, std::ios::binary) << contents;
-  return world.folder + name;
+std::string TestProgram::Write(const std::string& name, const std::string& contents) {
+  std::ofstream(computer.folder + name, std::ios::binary) << contents;
+  return computer.folder + name;
 }
 
-std::string Bench::Read(const std::string& name) const {
-  std::ifstream file(world.folder + name, std::ios::binary);
+std::string TestProgram::Read(const std::string& name) const {
+  std::ifstream file(computer.folder + name, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-void Bench::ChooseHex(const std::vector<std::string>& lines, const std::string& name) {
+void TestProgram::ChooseHex(const std::vector<std::string>& lines, const std::string& name) {
   std::string text;
   for (const std::string& line : lines) text += line + "\r\n";
-  world.fileToChoose = Write(name, text);
+  computer.fileToChoose = Write(name, text);
   tool.Command1.Press();
 }
 
-void Bench::CancelAt(Nanoseconds time) {
-  world.At(time, [this] { tool.message.Command1.Press(); });
+void TestProgram::CancelAt(Nanoseconds time) {
+  computer.At(time, [this] { tool.message.Command1.Press(); });
 }
 
-void Bench::CancelWhen(const std::string& statusPart) {
-  world.When(
+void TestProgram::CancelWhen(const std::string& statusPart) {
+  computer.When(
       [this, statusPart] {
         return tool.message.Visible() && tool.message.Label1.Text().find(statusPart) != std::string::npos;
       },
       [this] { tool.message.Command1.Press(); });
 }
 
-std::string Bench::Row(int y) {
+std::string TestProgram::Row(int y) {
   const TextBox& version = tool.info.Ver(y);
   const TextBox& checksum = tool.info.CkSum(y);
   std::string row = version.Text() + " " + checksum.Text();
@@ -64,16 +64,16 @@ std::string Bench::Row(int y) {
   return row;
 }
 
-std::vector<int> Bench::BoxNumbers() const {
+std::vector<int> TestProgram::BoxNumbers() const {
   const std::string start = "Error # ";
   std::vector<int> numbers;
-  for (const ShownBox& box : world.boxes) {
+  for (const ShownBox& box : computer.boxes) {
     numbers.push_back(box.text.starts_with(start) ? std::stoi(box.text.substr(start.size())) : 0);
   }
   return numbers;
 }
 
-std::vector<std::string> Bench::EndAndReadLog() {
+std::vector<std::string> TestProgram::EndAndReadLog() {
   tool.Close();
   std::istringstream text(Read("Log.txt"));
   std::vector<std::string> lines;
@@ -81,9 +81,9 @@ std::vector<std::string> Bench::EndAndReadLog() {
   return lines;
 }
 
-std::vector<std::string> Bench::Sent() const {
+std::vector<std::string> TestProgram::Sent() const {
   std::vector<std::string> frames;
-  for (const SentBytes& frame : world.sent)
+  for (const SentBytes& frame : computer.sent)
     frames.push_back(std::to_string(frame.baud) + " " + ToHex(frame.bytes));
   return frames;
 }

@@ -1,4 +1,4 @@
-#include "support/world.h"
+#include "support/fake_computer.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,7 +18,7 @@ Nanoseconds ToNanoseconds(double time) {
 
 }  // namespace
 
-World::World() {
+FakeComputer::FakeComputer() {
   std::random_device chance;
   std::filesystem::path path;
   do {
@@ -28,30 +28,30 @@ World::World() {
   ownFolder_ = true;
 }
 
-World::~World() {
+FakeComputer::~FakeComputer() {
   if (ownFolder_) std::filesystem::remove_all(folder);
 }
 
-double World::Now() { return std::chrono::duration<double>(now_).count(); }
+double FakeComputer::Now() { return std::chrono::duration<double>(now_).count(); }
 
-void World::SleepUntil(double time) { Advance(ToNanoseconds(time)); }
+void FakeComputer::SleepUntil(double time) { Advance(ToNanoseconds(time)); }
 
-void World::When(std::function<bool()> condition, std::function<void()> action) {
+void FakeComputer::When(std::function<bool()> condition, std::function<void()> action) {
   watches_.push_back({std::move(condition), std::move(action)});
 }
 
-void World::Yield() {
+void FakeComputer::Yield() {
   Act();
   Pass(now_ + kYieldTakes);
 }
 
-void World::YieldUntil(double time) {
+void FakeComputer::YieldUntil(double time) {
   Pass(ToNanoseconds(time));
   Act();
 }
 
 /// Lets time pass up to a moment, or to the first thing that happens before.
-void World::Pass(Nanoseconds to) {
+void FakeComputer::Pass(Nanoseconds to) {
   Nanoseconds next = to;
   if (!actions_.empty()) next = std::min(next, actions_.begin()->first);
   if (!arriving_.empty()) next = std::min(next, arriving_.begin()->first);
@@ -60,7 +60,7 @@ void World::Pass(Nanoseconds to) {
   Advance(std::max(next, now_ + 1us));
 }
 
-void World::Act() {
+void FakeComputer::Act() {
   while (!actions_.empty() && actions_.begin()->first <= now_) {
     const auto action = std::move(actions_.begin()->second);
     actions_.erase(actions_.begin());
@@ -74,18 +74,18 @@ void World::Act() {
   }
 }
 
-void World::Advance(Nanoseconds to) {
+void FakeComputer::Advance(Nanoseconds to) {
   now_ = std::max(now_, to);
   Collect();
 }
 
-void World::ShowBox(const std::string& text, const std::string& title, BoxKind kind) {
+void FakeComputer::ShowBox(const std::string& text, const std::string& title, BoxKind kind) {
   boxes.push_back({text, title, kind});
   boxAnswered = false;
   if (onBox) onBox(boxes.back());
 }
 
-bool World::Ask(const std::string& question, const std::string& title) {
+bool FakeComputer::Ask(const std::string& question, const std::string& title) {
   questions.push_back(title + ": " + question);
   if (replies.empty()) return true;
   const bool reply = replies.front();
@@ -93,12 +93,12 @@ bool World::Ask(const std::string& question, const std::string& title) {
   return reply;
 }
 
-std::string World::ChooseFile(const std::string& title, const std::string& filter) {
+std::string FakeComputer::ChooseFile(const std::string& title, const std::string& filter) {
   fileDialog = title + ": " + filter;
   return fileToChoose;
 }
 
-void World::Open(int number, const LineSettings& settings) {
+void FakeComputer::Open(int number, const LineSettings& settings) {
   if (beforeOperation) beforeOperation();
   openedPorts.push_back(number);
   open = true;
@@ -107,19 +107,19 @@ void World::Open(int number, const LineSettings& settings) {
   received_.clear();
 }
 
-void World::Close() {
+void FakeComputer::Close() {
   LetOut();
   open = false;
 }
 
-void World::Configure(const LineSettings& settings) {
+void FakeComputer::Configure(const LineSettings& settings) {
   Operate();
   LetOut();
   baud = settings.baud;
   speeds.push_back(baud);
 }
 
-void World::Write(std::span<const std::uint8_t> bytes) {
+void FakeComputer::Write(std::span<const std::uint8_t> bytes) {
   Operate();
   if (!takesBytes) {
     stuck_ += bytes.size();
@@ -136,36 +136,36 @@ void World::Write(std::span<const std::uint8_t> bytes) {
   }
 }
 
-Nanoseconds World::TimeOnLine(std::size_t bytes) const {
+Nanoseconds FakeComputer::TimeOnLine(std::size_t bytes) const {
   constexpr std::size_t kBitsPerByte = 11;
   return Nanoseconds(1s) * (kBitsPerByte * bytes) / baud;
 }
 
-std::size_t World::Waiting() {
+std::size_t FakeComputer::Waiting() {
   Operate();
   Collect();
   return received_.size();
 }
 
-std::vector<std::uint8_t> World::Read() {
+std::vector<std::uint8_t> FakeComputer::Read() {
   Operate();
   Collect();
   return std::exchange(received_, {});
 }
 
-void World::Operate() {
+void FakeComputer::Operate() {
   if (!open) throw std::logic_error("an operation on a closed device");
   if (beforeOperation) beforeOperation();
 }
 
-void World::LetOut() {
+void FakeComputer::LetOut() {
   if (std::exchange(stuck_, 0) > 0) GiveUpWaiting();
   if (bus) Advance(bus->SendingEnds());
 }
 
-void World::GiveUpWaiting() { Advance(now_ + TimeOnLine(kOutputBuffer) + 1s); }
+void FakeComputer::GiveUpWaiting() { Advance(now_ + TimeOnLine(kOutputBuffer) + 1s); }
 
-void World::Collect() {
+void FakeComputer::Collect() {
   while (!arriving_.empty() && arriving_.begin()->first <= now_) {
     const auto& bytes = arriving_.begin()->second;
     received_.insert(received_.end(), bytes.begin(), bytes.end());
@@ -179,6 +179,8 @@ void World::Collect() {
   received_.insert(received_.end(), bytes.begin(), bytes.end());
 }
 
-bus::LineFormat World::Format() const { return {.baud = baud, .dataBits = 8, .parity = 'N', .stopBits = 2}; }
+bus::LineFormat FakeComputer::Format() const {
+  return {.baud = baud, .dataBits = 8, .parity = 'N', .stopBits = 2};
+}
 
 }  // namespace quillon::test

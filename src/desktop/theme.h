@@ -9,13 +9,13 @@ class QApplication;
 
 namespace quillon {
 
-/// The one look of the tool on every desktop: light, with small controls that fit the places of the forms.
-void GiveHouseLook(QApplication& application);
+/// Gives the tool the same appearance on every desktop: light, with small controls that fit the forms.
+void ApplyTheme(QApplication& application);
 
-/// The tool's own icon for its windows, drawn in several sizes.
-void GiveWindowIcon();
+/// Sets the tool's icon, drawn in several sizes, for all its windows.
+void SetWindowIcon();
 
-/// The font of a control: Arial, or Liberation Sans, whose letters are as wide.
+/// The font of a control: Arial, or Liberation Sans, which has the same widths.
 QFont ControlFont(double points, bool bold);
 
 /// Pixels for `twips` at the screen's logical resolution, to the nearest: 15 twips a pixel at 96 DPI.
