@@ -4,13 +4,15 @@
 
 namespace quillon {
 
-// "Quillon.cfg": the settings of the main window in 39 lines, each known by its place alone.
+// "Quillon.cfg" contains the settings of the main window in 39 lines, identified by their position alone.
+// Form_Load reads it. Form_Unload writes it when "Save configuration on exit" (`Check1`) is ticked; nothing
+// else does.
 
-/// Reads the settings. Of a damaged file every good line is used: a line that is missing or not valid is
-/// skipped silently, and its control keeps its value.
+/// Reads the settings. A missing or invalid line is skipped silently: its control keeps its value, and the
+/// other lines are used.
 void ReadConfig(Quillon& form);
 
-/// Writes the settings. Raises RunError when the file can't be written; the former file then stays.
+/// Writes the settings. Raises RunError when the file can't be written; the former file is then unchanged.
 void SaveConfig(Quillon& form);
 
 }  // namespace quillon
