@@ -13,6 +13,7 @@
 #include "desktop/picture_widgets.h"
 #include "desktop/screen_reader.h"
 #include "desktop/theme.h"
+#include "platform/controls.h"
 
 namespace quillon {
 namespace {

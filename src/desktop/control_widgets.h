@@ -3,7 +3,7 @@
 #include <memory>
 #include <vector>
 
-#include "platform/controls.h"
+#include "platform/control.h"
 
 class QWidget;
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "desktop/control_widgets.h"
-#include "platform/controls.h"
+#include "platform/form.h"
 
 namespace quillon {
 

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "platform/controls.h"
+#include "platform/form.h"
 
 namespace quillon {
 

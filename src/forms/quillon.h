@@ -13,6 +13,7 @@
 #include "forms/run_events.h"
 #include "platform/computer.h"
 #include "platform/controls.h"
+#include "platform/form.h"
 #include "platform/serial_control.h"
 #include "platform/text_file.h"
 

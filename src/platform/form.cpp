@@ -1,0 +1,48 @@
+#include "platform/form.h"
+
+#include <utility>
+
+namespace quillon {
+
+Form::Form(Screen& screen, std::string name, std::string caption, Border border, int width, int height,
+           const Form* owner)
+    : screen_(screen),
+      name_(std::move(name)),
+      caption_(std::move(caption)),
+      captionAtStart_(caption_),
+      border_(border),
+      width_(width),
+      height_(height),
+      owner_(owner) {}
+
+void Form::SetCaption(const std::string& caption) {
+  if (caption == caption_) return;
+  caption_ = caption;
+  if (view_) view_->RefreshCaption();
+}
+
+void Form::SetPointer(MousePointer pointer) {
+  if (pointer == pointer_) return;
+  pointer_ = pointer;
+  if (view_) view_->RefreshMousePointer();
+}
+
+void Form::Show() {
+  visible_ = true;
+  if (!view_) screen_.Draw(*this);
+  if (view_) view_->Show();
+}
+
+void Form::Hide() {
+  if (!visible_) return;
+  visible_ = false;
+  if (view_) view_->Hide();
+}
+
+void Form::Unload() {
+  Hide();
+  SetCaption(captionAtStart_);
+  for (Control* control : Controls()) control->Reset();
+}
+
+}  // namespace quillon
