@@ -4,36 +4,78 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <utility>
 
 #include "bus/grammar.h"
 #include "bus/number.h"
+#include "tools/command_line/manual_formatter.h"
 
 namespace bus {
 namespace {
 
-constexpr char kGrammar[] = R"(--controller 3,KEY=VALUE,...  or several alike: --controller 0-31,KEY=VALUE,...
-  baud=9600[/19200...]         its speed; several are assigned in turn
-  protocol=64                  its protocol byte, decimal
-  version=010203  boot=010000  bootsum=B007     in hexadecimal
-  form=13|14                   bytes in the answer to $73
-  bootprotocol=either|own|64   protocol byte that $75/$50 must contain
-  metadata=find|2020|008B|none where images contain speed, protocol, version
-  protocol3=1                  is in protocol 3: answers $73 after the text frame
+constexpr char kDescription[] = R"(SYNOPSIS
+  quillon-bus [OPTION]... --count N
+  quillon-bus [OPTION]... --controller N[,KEY=VALUE]...
 
---fault 3:KIND[=VALUE][/COMMAND][@FIRST[-[LAST]]][%PERCENT]  or several: --fault 0-31:KIND...
-  kinds     silent, dead (for good), late=MS, corrupt (CRC), code=XX (hex),
-            length=BYTES, short[=BYTES], echo, lost-batch
-  commands  check, erase, batch, checksum, boot, 55, text; without one: all
-  @2        message 2 alone; @2-4, @2- from 2 on; without: every one
-  %10       only every tenth or so, by the seed
+DESCRIPTION
+  Simulates a serial bus with controllers on a pseudo-terminal, for training and
+  tests. It prints the path of the pseudo-terminal and runs until it is ended,
+  for example with Ctrl-C. With --link FOLDER/COM7 it is the port COM 7 of the
+  Quillon programs in that folder.
 
---noise 12-31,0.5  half a percent at each of these; N,PERCENT for one. Controllers behind a bad
-                   place of the cable suffer together: give noise to all of them.
+  Without further options the controllers work without error at 9600 bits per
+  second. --fault makes a controller misbehave. The physical causes damage bytes
+  by chance, as a bad line does; the same --seed repeats the same chance.
+)";
 
-Thirty-two at mixed speeds, number 3 answering the second $73 damaged:
-  quillon-bus --link COM7 --controller 0-31,baud=4800/9600/19200/38400 \
-              --fault 3:corrupt/check@2
+constexpr char kFooter[] = R"(CONTROLLERS
+  --controller 3,KEY=VALUE,... describes controller 3; --controller 0-31,...
+  describes 32 controllers of one kind. The keys are:
+
+    baud=9600[/19200...]     speed; several speeds are assigned in turn
+    protocol=64              protocol byte, decimal
+    version=010203           version of the firmware, hexadecimal
+    boot=010000              version of the boot code, hexadecimal
+    bootsum=B007             checksum of the boot code, hexadecimal
+    form=13|14               number of bytes in the answer to $73
+    bootprotocol=either|own|64
+                             protocol byte that $75/$50 must contain
+    metadata=find|2020|008B|none
+                             where images contain speed, protocol and version
+    protocol3=1              is in protocol 3: answers $73 after the text frame
+
+FAULTS
+  --fault N:KIND[=VALUE][/COMMAND][@FIRST[-[LAST]]][%PERCENT], where N is a number
+  or a range such as 0-31:
+
+    KIND       silent, dead (silent for good), late=MS, corrupt (wrong CRC),
+               code=XX (hexadecimal), length=BYTES, short[=BYTES], echo,
+               lost-batch
+    COMMAND    check, erase, batch, checksum, boot, 55, text; all when omitted
+    @2         message 2 only; @2-4: messages 2 to 4; @2-: from message 2 on
+    %10        one message in ten on average
+
+EXIT STATUS
+  0   the program was ended
+  1   a file, the link or the pseudo-terminal cannot be used
+  2   an option is not valid
+
+EXAMPLES
+  Four controllers on COM 7 of the Quillon in ~/.local/share/quillon:
+
+    $ quillon-bus --count 4 --link ~/.local/share/quillon/COM7
+    bus: /home/anna/.local/share/quillon/COM7 -> /dev/pts/2 (4 controllers, seed 1)
+
+  32 controllers at mixed speeds; number 3 damages its second answer to $73:
+
+    quillon-bus --link COM7 --controller 0-31,baud=4800/9600/19200/38400 \
+        --fault 3:corrupt/check@2
+
+  Noise that damages half a percent of the bytes of all controllers from 12 on,
+  which are behind a bad place of the cable:
+
+    quillon-bus --link COM7 --count 32 --noise 12-31,0.5
 )";
 
 /// A check for CLI11 from a parser that throws: CLI11 expects the reason as the returned text.
@@ -81,13 +123,14 @@ constexpr struct {
   double Disturbance::*member;
   const char* help;
 } kDisturbances[] = {
-    {"--noise", &Disturbance::noise, "bytes from and to them are damaged, as by a motor at the cable"},
+    {"--noise", &Disturbance::noise,
+     "damages bytes from and to these controllers, as a motor beside the cable does"},
     {"--reflections", &Disturbance::reflections,
-     "bytes after the eighth of a frame are damaged: no terminator"},
+     "damages bytes after the eighth of a frame, as a missing terminator does"},
     {"--slow-clock", &Disturbance::slowClock,
-     "their clock is slow (50 at most): more damage at higher speeds"},
+     "the clock of these controllers is slow by PERCENT, 50 at most: damages more bytes at higher speeds"},
     {"--lost-start", &Disturbance::lostStart,
-     "answers lose their first byte: the driver is enabled too late"},
+     "the driver is enabled too late: answers lose their first byte"},
 };
 
 /// The values of the options for physical causes.
@@ -107,13 +150,15 @@ void AddCauseOptions(CLI::App& app, Causes& causes) {
         ->take_all()
         ->allow_extra_args(false)
         ->check(Checked(ReadShare));
-  add("--double", causes.doubled, "N", "a second controller has the number N and answers at the same time")
+  add("--double", causes.doubled, "N", "a second controller with the number N answers at the same time")
       ->take_all()
       ->allow_extra_args(false)
       ->transform(NumberIn(0, kControllerNumbers - 1));
-  add("--weak-bias", causes.idleInterval, "MS", "the idle line makes a byte of its own every MS on average")
+  add("--weak-bias", causes.idleInterval, "MS",
+      "the bias is too weak: the idle line produces a byte every MS milliseconds on average")
       ->transform(NumberIn(1, kLongestWait));
-  add("--latency", causes.latency, "MS", "the adapter passes received bytes on only every MS (often 16)")
+  add("--latency", causes.latency, "MS",
+      "the adapter passes received bytes on every MS milliseconds; real ones often use 16")
       ->transform(NumberIn(1, kLongestWait));
 }
 
@@ -164,42 +209,43 @@ Options ParseOptions(std::span<const std::string> arguments) {
   int delay = 5;
   bool quick = false;
 
-  CLI::App app("Simulated controllers on a pseudo-terminal; prints where it is, runs until ended.",
-               "quillon-bus");
-  app.footer(kGrammar);
-  app.set_help_flag("--help", "this text");
+  CLI::App app(kDescription, "quillon-bus");
+  app.formatter(std::make_shared<quillon::ManualFormatter>());
+  app.footer(kFooter);
+  app.set_help_flag("-h,--help", "print this text");
+  app.set_version_flag("--version", "quillon-bus " QUILLON_VERSION "\n", "print the version");
   app.option_defaults()->take_last();
   const auto add = [&app](const char* name, auto& target, const char* type, const char* help) {
     return app.add_option(name, target, help)->type_name(type);
   };
-  const auto* counted = add("--count", count, "N", "controllers 0 to N-1 at 9600 (0: an empty line)")
+  const auto* counted = add("--count", count, "N", "simulate the controllers 0 to N-1; 0: an empty line")
                             ->transform(NumberIn(0, kControllerNumbers));
   add("--controller", controllers, "N,...",
-      "a controller with settings of its own, instead of that of --count; see below")
+      "describe a controller, see CONTROLLERS; it replaces the one of --count")
       ->take_all()
       ->allow_extra_args(false)
       ->check(Checked(ReadControllers));
-  add("--fault", faults, "N:...", "what goes wrong at a controller, and when; see below")
+  add("--fault", faults, "N:...", "make a controller misbehave, see FAULTS")
       ->take_all()
       ->allow_extra_args(false)
       ->check(Checked(ReadFault));
-  add("--seed", options.line.seed, "N", "of all that happens by chance (printed at the start)")
+  add("--seed", options.line.seed, "N", "seed of the random numbers (1)")
       ->transform(NumberIn<std::uint64_t>(0, UINT64_MAX));
-  const auto* unplugged =
-      add("--unplug", unplug, "FRAMES,MS", "cable off after so many frames, back after MS")
-          ->delimiter(',')
-          ->transform(NumberIn(1, kLongestWait));
-  add("--link", options.link, "PATH", "lay a link, such as bin/COM7; removed at the end");
+  const auto* unplugged = add("--unplug", unplug, "FRAMES,MS",
+                              "unplug the cable after so many frames, and plug it in MS milliseconds later")
+                              ->delimiter(',')
+                              ->transform(NumberIn(1, kLongestWait));
+  add("--link", options.link, "PATH", "make a symbolic link to the pseudo-terminal, removed at the end");
   add("--download-baud", options.line.downloadBaud, "BAUD",
-      "where controllers listen after $74 with $AA (9600)")
+      "speed of an erased controller that was told to change it, $74 with $AA (9600)")
       ->transform(NumberIn(1, kHighestSpeed));
-  add("--delay", delay, "MS", "from a frame to its answer (5)")->transform(NumberIn(0, kLongestWait));
-  app.add_flag("--echo", options.line.echo, "the adapter echoes what the tool sends");
-  app.add_flag("--quick", quick, "bytes take no time (the delay stays)");
-  add("--log", options.logFile, "FILE", "every frame with time, speed and direction");
+  add("--delay", delay, "MS", "milliseconds from a frame to its answer (5)")
+      ->transform(NumberIn(0, kLongestWait));
+  app.add_flag("--echo", options.line.echo, "the adapter returns what it sends");
+  app.add_flag("--quick", quick, "transmit bytes in no time; --delay stays");
+  add("--log", options.logFile, "FILE", "write every frame with time, speed and direction to a file");
+  app.add_flag("--verbose", options.verbose, "print every frame as --log writes it");
   AddCauseOptions(app, causes);
-  app.set_version_flag("--version", "quillon-bus " QUILLON_VERSION "\n", "which version this is");
-  app.add_flag("--verbose", options.verbose, "the same on the standard output");
   try {
     app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));  // it takes the last first
   } catch (const CLI::CallForHelp&) {

@@ -30,7 +30,7 @@ check tools/command_line 'command_line'
 check tools/report 'platform|forms|image|records|command_line|report'
 check tools/unattended "$logic|records|desktop|driver|command_line|unattended"
 check tools/log 'platform|forms|link|commands|results|command_line|log'
-check bus 'bus'
+check bus 'bus|tools/command_line'
 
 for folder in src/*/ tools/*/; do
   case $checked in
