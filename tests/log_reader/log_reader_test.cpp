@@ -75,22 +75,22 @@ TEST_P(AnExchange, IsReported) {
 // clang-format off
 const ExchangeCase kExchanges[] = {
     {"Accepted", {"Message : $74", kErase2, kAccepted2, kOk, "Answer : 61"},
-     "FF BA 04: has controller 2 erase its flash and go to the download speed",
+     "FF BA 04: asks controller 2 to erase its flash and to change to the download speed",
      1, 1, 0, 0, "erase: accepted", 0},
     {"Holds", {kCheck2, kHeld2, kOk},
-     "7D 39 04: asks controller 2 what it holds\n", 1, 1, 0, 0, "holds 12/05/31, checksum 6E8C", 0},
+     "7D 39 04: asks controller 2 for version and checksum\n", 1, 1, 0, 0, "version 12/05/31, checksum 6E8C", 0},
     {"Silent", {kCheck2, kNoAnswer}, "no answer, sent 3 times", 1, 0, 2, 0, "check: no answer", 0},
     {"FalseCrcOnce", {kCheck2, kFalseCrc2, kHeld2, kOk},
      "!      2    40 02 07 61 00 12 05 31 6E 8C 0E 37 04: "
-     "false CRC: 0E37, right were 0E36", 1, 1, 1, 0, "holds 12/05/31, checksum 6E8C", 1},
+     "false CRC: 0E37 instead of 0E36", 1, 1, 1, 0, "version 12/05/31, checksum 6E8C", 1},
     {"FalseCrcAlways", {kCheck2, kFalseCrc2, kFalseCrc2, kFalseCrc2, kFalse3Times},
      "no good answer, sent 3 times", 1, 0, 2, 0, "check: damaged answers", 3},
     {"CutOnTheLine", {kCheck2, "Recu en String : 40 02 07 61 ", kHeld2, kOk},
-     "wrong length: 4 bytes came, 13 were announced", 1, 1, 1, 0, "holds 12/05/31, checksum 6E8C", 1},
+     "wrong length: 4 bytes received, 13 announced", 1, 1, 1, 0, "version 12/05/31, checksum 6E8C", 1},
     {"EchoWithAnswer", {kErase2, "Recu en String : " + kErase2 + kAccepted2.substr(17), kNoAnswer},
      "04: echo of the frame, and in the same read: accepted", 1, 0, 2, 0, "erase: no answer", 1},
     {"AnswerToAnotherQuestion", {kCheck2, kAccepted2, kOk},
-     "wrong length: no answer to this has 7 bytes", 1, 1, 0, 0, "check: answers of a wrong length", 1},
+     "wrong length: 7 bytes, unlike any answer to this request", 1, 1, 0, 0, "check: answers of a wrong length", 1},
     {"RefusedThreeTimes", {kErase2, kRefused2, kOk, kRefused2, kOk, kRefused2, kOk, "Answer : Failure 3*E1"},
      "04: refused, code E1", 1, 3, 2, 3, "erase: refused", 1},
     {"FalseCrcThenRefusedThenAccepted", {kErase2, kFalseCrc2, kRefused2, kOk, kAccepted2, kOk},
@@ -100,26 +100,26 @@ const ExchangeCase kExchanges[] = {
     {"RefusedThenSilent", {kErase2, kRefused2, kOk, kNoAnswer},
      "refused, code E1", 1, 1, 3, 1, "erase: no answer", 0},
     {"Cancelled", {"Message : $74", kErase2},
-     "", 1, 0, 0, 0, "erase: no end in the log: cancelled, the line failed, or the log is cut", 0},
+     "", 1, 0, 0, 0, "erase: not finished: cancelled, the line failed, or the log is cut", 0},
     {"ShortAnswer", {kMove2, kMoved, kOk},
      "moves controller 2 to protocol 4", 1, 1, 0, 0, "move: accepted", 0},
     {"HoldsWhatWasSent", {kChecksum2, kAccepted2, kOk, kCheck2, kHeld2, kOk},
-     "sent as D86E8C", 2, 2, 0, 0, "holds 12/05/31, checksum 6E8C, as sent", 0},
+     "sent as D86E8C", 2, 2, 0, 0, "version 12/05/31, checksum 6E8C, as sent", 0},
     {"HoldsWhatItRefused", {kChecksum2, kRefused2, kOk, kRefused2, kOk, kRefused2, kOk, kCheck2, kHeld2, kOk},
-     "", 2, 4, 2, 3, "holds 12/05/31, checksum 6E8C, as sent; contradictory: it refused the full checksum, "
+     "", 2, 4, 2, 3, "version 12/05/31, checksum 6E8C, as sent; contradictory: it refused the full checksum, "
      "although the checksum that it reports is that of the file", 2},
     {"HoldsWhatItDidNotConfirm", {kChecksum2, kNoAnswer, kCheck2, kHeld2, kOk}, "", 2, 1, 2, 0,
-     "holds 12/05/31, checksum 6E8C, as sent; unconfirmed: it neither confirmed nor refused the full checksum; "
+     "version 12/05/31, checksum 6E8C, as sent; unconfirmed: it neither confirmed nor refused the full checksum; "
      "the checksum that it reports is that of the file", 1},
     {"FromAnotherController", {kErase2, kAccepted1, kOk, kBatchToAll, kChecksum2, kAccepted2, kOk},
      "04: accepted; from controller 1", 2, 2, 0, 0, "checksum: accepted", 1},
     {"HoldsSomethingElse", {"40 02 07 75 AA 55 0F 06 E8 0D F1 14 04 ", kAccepted2, kOk, kCheck2, kHeld2, kOk},
-     "", 2, 2, 0, 0, "holds 12/05/31, checksum 6E8C, NOT the checksum that was sent", 1},
+     "", 2, 2, 0, 0, "version 12/05/31, checksum 6E8C, NOT the checksum that was sent", 1},
     {"ChecksumOfFourDigits", {"40 02 07 75 AA 55 0F 06 E8 0C E1 35 04 ", kAccepted2, kOk, kCheck2, kHeld2,
      kOk},
-     "", 2, 2, 0, 0, "holds 12/05/31, checksum 6E8C, as sent", 0},
+     "", 2, 2, 0, 0, "version 12/05/31, checksum 6E8C, as sent", 0},
     {"NoLineOfTheTool", {"\x1b[2Jrubbish", kCheck2, kHeld2, kOk},
-     "line 1: the tool writes no such line: \"?[2Jrubbish\"", 1, 1, 0, 0, "holds 12/05/31, checksum 6E8C", 1},
+     "line 1: not a line of the tool: \"?[2Jrubbish\"", 1, 1, 0, 0, "version 12/05/31, checksum 6E8C", 1},
 };
 // clang-format on
 
@@ -174,7 +174,7 @@ TEST(TheLog, OfAnAutoDetectionNamesTheControllersByTheirOrder) {
 }
 
 TEST(TheLog, CutAnywhereIsReadAsFarAsItGoes) {
-  EXPECT_THAT(Report(kCheck2), HasSubstr("asks controller 2 what it holds"));
+  EXPECT_THAT(Report(kCheck2), HasSubstr("asks controller 2 for version and checksum"));
   // clang-format off
   const std::string log = AsLog({"Message : $74", kErase2, kRefused2, kOk, kAccepted2,
       kOk, "Answer : 61",       "Programming 5F without answer", kBatchToAll,
@@ -197,7 +197,7 @@ TEST(TheLog, CutAnywhereIsReadAsFarAsItGoes) {
     ASSERT_EQ(std::ranges::count(head.entries, EntryKind::kCutLine, &LogEntry::kind), withinLine) << size;
     const std::string tail = Report(std::string_view(log).substr(size));
     if (size <= log.rfind("\n" + kCheck2)) {
-      ASSERT_THAT(tail, HasSubstr("holds 12/05/31, checksum 6E8C")) << size;
+      ASSERT_THAT(tail, HasSubstr("version 12/05/31, checksum 6E8C")) << size;
     }
   }
 }

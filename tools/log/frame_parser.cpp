@@ -36,7 +36,7 @@ std::optional<Request> ParseBatch(const Bytes& frame, int address) {
   const std::size_t size = payload.size() - kLoadAddress;
   const std::string from = Digits(std::span(payload).first(kLoadAddress));
   return Request{RequestKind::kBatch, address,
-                 "gives " + Name(address) + " " + std::to_string(size) + " bytes from " + from, size};
+                 "sends " + std::to_string(size) + " bytes for address " + from + " to " + Name(address), size};
 }
 
 std::optional<Request> ParseFullChecksum(const Bytes& frame, int y) {
@@ -63,14 +63,14 @@ std::optional<Request> ParseRequestTo(int y, const Bytes& frame) {
   const std::uint8_t protocol = frame.front();
   const auto is = [&](const Bytes& known) { return frame == known; };
   if (is(FlashCheckFrame(protocol, y)))
-    return Request{RequestKind::kFlashCheck, y, "asks " + Name(y) + " what it holds"};
+    return Request{RequestKind::kFlashCheck, y, "asks " + Name(y) + " for version and checksum"};
   if (is(FlashEraseFrame(protocol, y, SpeedWhileProgramming::kKept)))
-    return Request{RequestKind::kErase, y, "has " + Name(y) + " erase its flash and stay at this speed"};
+    return Request{RequestKind::kErase, y, "asks " + Name(y) + " to erase its flash and to keep its speed"};
   if (is(FlashEraseFrame(protocol, y, SpeedWhileProgramming::kDownload)))
     return Request{RequestKind::kErase, y,
-                   "has " + Name(y) + " erase its flash and go to the download speed"};
+                   "asks " + Name(y) + " to erase its flash and to change to the download speed"};
   if (is(BootCheckFrame(protocol, y)))
-    return Request{RequestKind::kBootCheck, y, "asks " + Name(y) + " for its boot code"};
+    return Request{RequestKind::kBootCheck, y, "asks " + Name(y) + " for version and checksum of its boot code"};
   if (is(ToProtocol3Frame(y)))
     return Request{RequestKind::kToProtocol3, y, "moves " + Name(y) + " back to protocol 3"};
   if (const auto checksum = ParseFullChecksum(frame, y)) return checksum;
@@ -80,20 +80,20 @@ std::optional<Request> ParseRequestTo(int y, const Bytes& frame) {
 std::string DescribeDamage(const Bytes& received) {
   if (!IsWhole(received)) {
     const std::size_t overhead = CloseFrame({0, 0, 0}).size();
-    const std::string came = "wrong length: " + std::to_string(received.size()) + " bytes came";
+    const std::string came = "wrong length: " + std::to_string(received.size()) + " bytes received";
     constexpr std::size_t kLengthByte = 2;
     if (received.size() <= kLengthByte) return came;
-    return came + ", " + std::to_string(overhead + received[kLengthByte]) + " were announced";
+    return came + ", " + std::to_string(overhead + received[kLengthByte]) + " announced";
   }
   const std::string there = Digits(std::span(received).last(kTail).first(2));
-  return "false CRC: " + there + ", right were " + FrameCrc(ByteArrayToHex(CrcPart(received)));
+  return "false CRC: " + there + " instead of " + FrameCrc(ByteArrayToHex(CrcPart(received)));
 }
 
 Answer JudgeFacts(const std::optional<FlashFacts>& facts, std::size_t bytes) {
   if (facts)
-    return {AnswerVerdict::kGood, "holds " + facts->version + ", checksum " + facts->checksum, facts};
+    return {AnswerVerdict::kGood, "version " + facts->version + ", checksum " + facts->checksum, facts};
   return {AnswerVerdict::kOtherLength,
-          "wrong length: no answer to this has " + std::to_string(bytes) + " bytes",
+          "wrong length: " + std::to_string(bytes) + " bytes, unlike any answer to this request",
           {}};
 }
 
@@ -112,7 +112,7 @@ Request ParseRequest(const Bytes& frame) {
     if (address == kAllControllers) request = ParseBatch(frame, address);
     if (!request) request = ParseTextFrame(frame);
   }
-  return request.value_or(Request{RequestKind::kUnknown, kNoController, "is no frame of the tool"});
+  return request.value_or(Request{RequestKind::kUnknown, kNoController, "not a frame of the tool"});
 }
 
 Answer ParseAnswer(RequestKind kind, const Bytes& frame, const Bytes& received) {

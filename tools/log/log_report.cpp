@@ -39,7 +39,7 @@ const char* Name(LoggedRunKind kind) {
     case LoggedRunKind::kUnknown:
       break;
   }
-  return "a run that can't be made out";
+  return "a run of an unknown kind";
 }
 
 const char* Name(RequestKind request) {
@@ -77,7 +77,7 @@ const char* Name(Outcome outcome) {
     case Outcome::kUnfinished:
       break;
   }
-  return "no end in the log: cancelled, the line failed, or the log is cut";
+  return "not finished: cancelled, the line failed, or the log is cut";
 }
 
 std::string Name(int controller) {
@@ -124,9 +124,9 @@ std::string Describe(const ParsedLog& log, const LoggedMessage& message, const L
     case EntryKind::kRequest:
       return Abbreviate(bytes) + ": " + ParseRequest(bytes).description;
     case EntryKind::kDetection:
-      return "asks who is there, by the order of the log controller " + std::to_string(message.controller);
+      return "auto detection: asks, by the order of the log, controller " + std::to_string(message.controller);
     case EntryKind::kMissingRequest:
-      return "the question is cut off";
+      return "the request is cut off";
     case EntryKind::kAnswer:
       return Abbreviate(bytes) + ": " + DescribeAnswer(log, message, entry);
     case EntryKind::kNoAnswer:
@@ -134,7 +134,7 @@ std::string Describe(const ParsedLog& log, const LoggedMessage& message, const L
     case EntryKind::kNoGoodAnswer:
       return "no good answer" + sent;
     case EntryKind::kForeignLine:
-      return "the tool writes no such line: " + Printable(LineOf(log, entry));
+      return "not a line of the tool: " + Printable(LineOf(log, entry));
     case EntryKind::kCutLine:
       break;
   }
@@ -210,12 +210,12 @@ class ReportWriter {
 
   void WriteSummary(const Run& run) {
     WriteTitle(run);
-    WriteRow("controller", "asked", "answered", "repeated", "refused", "stands at");
+    WriteRow("controller", "asked", "answered", "repeated", "refused", "state");
     for (const Totals& sum : SumUp(log_, run)) {
       const std::string requests = std::to_string(sum.requests);
       if (sum.controller == kAllControllers) {
         WriteRow("all", requests, "-", "-", "-",
-                 std::to_string(sum.dataBytes) + " bytes of the image, which nobody answers");
+                 std::to_string(sum.dataBytes) + " bytes of the image, without answers");
       } else {
         WriteRow(Name(sum.controller), requests, std::to_string(sum.answered), std::to_string(sum.repeated),
                  std::to_string(sum.refused), StatusText(log_, *sum.last));

@@ -17,33 +17,48 @@ constexpr char kDescription[] = R"(SYNOPSIS
   quillon-log [OPTION]... [LOG]
 
 DESCRIPTION
-  Explains the log that Quillon writes. Without LOG, or when LOG is -, the
-  standard input is read.
+  Explains the log that Quillon writes. Without LOG, or when LOG is -, it reads
+  the standard input. The report has three parts:
 
-  First comes a summary: one row for each run and controller with the requests,
-  the answers, the repeated sends, the refusals, and the final state:
+  1. For each run and controller the number of requests, answers, repeated sends
+     and refusals, and the state after the last message.
+  2. The doubtful lines: a false CRC, an echo, a wrong length, an answer from
+     another controller, a final refusal, or a checksum other than the one that
+     was sent or that the controller did not confirm.
+  3. Every message with its frames decoded. Doubtful lines are marked with !.
 
-    Run 1, lines 2 to 7: Flash Info
-      controller  asked  answered  repeated  refused  stands at
-               0      1         1         0        0  holds 01/02/03, checksum 1E02
-
-  Then come the doubtful places: a false CRC, an echo, a wrong length, a
-  checksum other than the one that was sent. Then comes every message with its
-  frames decoded. A doubtful line is marked with an exclamation mark.
-
-  A log that is cut anywhere is read as far as it goes. The log is complete when
-  Quillon has ended.
+  A log that is cut off is read up to its end. The log is complete when Quillon
+  has ended.
 )";
 
 constexpr char kFooter[] = R"(EXIT STATUS
   0   the log was read
-  2   a word of the command line is not valid
+  2   an option or argument is not valid
   4   the log cannot be read, or the report cannot be written
 
 EXAMPLES
-  quillon-log ~/.local/share/quillon/Log.txt
-  quillon-log --summary Log.txt
-  echo 40 05 01 73 F8 A9 04 | quillon-log     decodes a single frame
+  $ quillon-log ~/.local/share/quillon/Log.txt
+    1 run in 8 lines
+
+    Run 1, lines 2 to 7: Flash Info
+      controller  asked  answered  repeated  refused  state
+               0      1         1         0        0  version 01/02/03, checksum 1E02
+               1      1         1         0        0  version 01/02/03, checksum 1E02
+
+    Doubtful places: none
+
+    Run 1, lines 2 to 7: Flash Info
+      Controller 0
+             2  40 00 01 73 13 59 04: asks controller 0 for version and checksum
+             3    40 00 07 61 00 01 02 03 1E 02 A0 2E 04: version 01/02/03, che...
+
+  Decode a single frame:
+
+    echo 40 05 01 73 F8 A9 04 | quillon-log
+
+  Print the first two parts only:
+
+    quillon-log --summary Log.txt
 )";
 
 constexpr int kUsage = 2;
@@ -62,7 +77,7 @@ int Run(int argc, char** argv) {
   std::string file = "-";
   bool summary = false;
   app.add_option("LOG", file);
-  app.add_flag("-s,--summary", summary, "only the summary and the doubtful places");
+  app.add_flag("-s,--summary", summary, "print only the first two parts");
   app.set_help_flag("-h,--help", "print this text");
   app.set_version_flag("--version", "quillon-log " QUILLON_VERSION, "print the version");
   try {
