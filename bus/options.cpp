@@ -19,19 +19,20 @@ constexpr char kDescription[] = R"(SYNOPSIS
   quillon-bus [OPTION]... --controller N[,KEY=VALUE]...
 
 DESCRIPTION
-  Simulates a serial bus with controllers on a pseudo-terminal, for training and
-  tests. It prints the path of the pseudo-terminal and runs until it is ended,
-  for example with Ctrl-C. With --link FOLDER/COM7 it is the port COM 7 of the
-  Quillon programs in that folder.
+  Simulates a serial bus with controllers on a pseudo-terminal, for
+  training and tests. It prints the path of the pseudo-terminal and runs
+  until it is ended, for example with Ctrl-C. With --link FOLDER/COM7 it is
+  the port COM 7 of the Quillon programs in that folder.
 
-  Without further options the controllers work without error at 9600 bits per
-  second. --fault makes a controller misbehave. The physical causes damage bytes
-  by chance, as a bad line does; the same --seed repeats the same chance.
+  Without further options the controllers work without error at 9600 bits
+  per second. --fault makes a controller misbehave. The physical causes
+  damage bytes by chance, as a bad line does; the same --seed repeats the
+  same chance.
 )";
 
 constexpr char kFooter[] = R"(CONTROLLERS
-  --controller 3,KEY=VALUE,... describes controller 3; --controller 0-31,...
-  describes 32 controllers of one kind. The keys are:
+  --controller 3,KEY=VALUE,... describes controller 3; --controller
+  0-31,... describes 32 controllers of one kind. The keys are:
 
     baud=9600[/19200...]     speed; several speeds are assigned in turn
     protocol=64              protocol byte, decimal
@@ -42,18 +43,22 @@ constexpr char kFooter[] = R"(CONTROLLERS
     bootprotocol=either|own|64
                              protocol byte that $75/$50 must contain
     metadata=find|2020|008B|none
-                             where images contain speed, protocol and version
-    protocol3=1              is in protocol 3: answers $73 after the text frame
+                             where images contain speed, protocol and
+                             version
+    protocol3=1              is in protocol 3: answers $73 after the text
+                             frame
 
 FAULTS
-  --fault N:KIND[=VALUE][/COMMAND][@FIRST[-[LAST]]][%PERCENT], where N is a number
-  or a range such as 0-31:
+  --fault N:KIND[=VALUE][/COMMAND][@FIRST[-[LAST]]][%PERCENT], where N is a
+  number or a range such as 0-31:
 
-    KIND       silent, dead (silent for good), late=MS, corrupt (wrong CRC),
-               code=XX (hexadecimal), length=BYTES, short[=BYTES], echo,
-               lost-batch
-    COMMAND    check, erase, batch, checksum, boot, 55, text; all when omitted
-    @2         message 2 only; @2-4: messages 2 to 4; @2-: from message 2 on
+    KIND       silent, dead (silent for good), late=MS, corrupt (wrong
+               CRC), code=XX (hexadecimal), length=BYTES, short[=BYTES],
+               echo, lost-batch
+    COMMAND    check, erase, batch, checksum, boot, 55, text; all when
+               omitted
+    @2         message 2 only; @2-4: messages 2 to 4; @2-: from message 2
+               on
     %10        one message in ten on average
 
 EXIT STATUS
@@ -64,15 +69,16 @@ EXIT STATUS
 EXAMPLES
   Four controllers on COM 7 of the Quillon in ~/.local/share/quillon:
 
-    $ quillon-bus --count 4 --link ~/.local/share/quillon/COM7
-    bus: /home/anna/.local/share/quillon/COM7 -> /dev/pts/2 (4 controllers, seed 1)
+    $ cd ~/.local/share/quillon
+    $ quillon-bus --count 4 --link COM7
+    bus: COM7 -> /dev/pts/2 (4 controllers, seed 1)
 
-  32 controllers at mixed speeds; number 3 damages its second answer to $73:
+  32 controllers at mixed speeds; number 3 damages its second $73 answer:
 
     quillon-bus --link COM7 --controller 0-31,baud=4800/9600/19200/38400 \
         --fault 3:corrupt/check@2
 
-  Noise that damages half a percent of the bytes of all controllers from 12 on,
+  Noise that damages half a percent of the bytes of controllers 12 to 31,
   which are behind a bad place of the cable:
 
     quillon-bus --link COM7 --count 32 --noise 12-31,0.5

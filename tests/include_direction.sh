@@ -1,6 +1,6 @@
 #!/bin/sh
 # Checks who may include whom: each folder of src/ only itself and the folders below it, the window system only
-# in desktop/, the virtual bus and the tool nothing of each other, and neither of them anything of tools/.
+# in desktop/, the virtual bus and the tool nothing of each other, the tool nothing of tools/.
 set -u
 cd "$1" || exit 2
 failed=0

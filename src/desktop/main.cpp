@@ -22,20 +22,21 @@ constexpr char kHelp[] = R"(SYNOPSIS
   quillon [OPTION]
 
 DESCRIPTION
-  Opens the service window: loads firmware into controllers on a serial bus and
-  shows what they hold. The files of the program are in its own folder.
+  Opens the service window, which loads firmware into controllers on a
+  serial bus and shows which firmware they contain. F1 opens the manual.
+  Settings, log and links to ports are in the folder of the program.
 
 OPTIONS
-  -h,--help   print this text
-  --version   print the version
+  -h,--help               print this text
+  --version               print the version
 
 EXIT STATUS
   0   the program was ended
   1   it cannot start
 
 EXAMPLES
-  quillon
-)";
+  $ quillon --version
+  quillon )" QUILLON_VERSION "\n";
 
 /// What an option prints instead of opening the window; nullptr for any other word, which is ignored.
 const char* AnswerTo(std::string_view word) {

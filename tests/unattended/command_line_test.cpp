@@ -46,8 +46,8 @@ TEST(CommandLine, RefusesAWordThatMakesNoSense) {
       {"--forecast flash-info", "flash-info", "--speed"},
       {"seriel:1", "\"seriel\"", "serial"},
       {"--ports 7 serial", "ports", "--help"},
-      {"--resume a.jsonl flash-info", "--resume", "Leave them out"},
-      {"--by Ann flash-info", "--by", "--record DIR"},
+      {"--resume a.jsonl flash-info", "--resume", "excludes STEP"},
+      {"--by Ann flash-info", "--by", "requires --record"},
   };
   for (const auto& row : table) {
     try {
@@ -86,7 +86,7 @@ TEST(CommandLine, AnErrorIsOneLineAndItsStatus) {
        "1,2,5 or 0-3,7.",
        2},
       {{"--hex", "/no/such.hex", "serial"},
-       "--hex: there is no file \"/no/such.hex\". Give the path of a HEX "
+       "--hex: the file \"/no/such.hex\" does not exist. Give the path of a HEX "
        "file.",
        4},
   };

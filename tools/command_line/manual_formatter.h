@@ -8,7 +8,8 @@
 
 namespace quillon {
 
-/// Prints the help of a program with the sections of a manual page, at most 80 columns wide:
+/// Prints the help of a program with the sections of a manual page, at most 75 columns wide, so that its page
+/// in "man" has 80:
 ///
 ///     SYNOPSIS
 ///       quillon-report [OPTION]... FILE...
@@ -42,7 +43,7 @@ class ManualFormatter : public CLI::Formatter {
 
  private:
   static constexpr std::size_t kIndent = 26;
-  static constexpr std::size_t kWidth = 80;
+  static constexpr std::size_t kWidth = 75;
 
   static std::string InCapitals(std::string text) {
     for (char& letter : text) letter = static_cast<char>(std::toupper(static_cast<unsigned char>(letter)));

@@ -11,35 +11,57 @@ constexpr char kDescription[] = R"(SYNOPSIS
   quillon-line [OPTION]... --port N CONTROLLERS...
 
 DESCRIPTION
-  Asks each of the CONTROLLERS, such as 1,2 or 0-31, for version and checksum
-  again and again, and reports how many answers were intact, the probable cause
-  of damage and what to do about it. It sends nothing else, and changes nothing.
+  Asks each of the CONTROLLERS, such as 1,2 or 0-31, for version and
+  checksum many times. Reports how many answers were intact, the probable
+  cause of damage, and what to do about it. It sends nothing else and
+  changes nothing.
 
-  good          at least 20 questions, all answered intact and in time
-  marginal      some failed, and a repeat put each one right
-  bad           more than one in ten failed, or the cause allows no download
-  not there     no answer at any speed
-  not measured  too few questions, or it answers at another speed only
+    good          at least 20 questions, all answered intact and in time
+    marginal      some questions failed, and a repeat of each was answered;
+                  or a cause was found that has done no damage so far
+    bad           more than one question in ten failed, or three in a row,
+                  or the cause allows no download
+    not there     no answer at any of the four speeds
+    not measured  fewer than 20 questions, or it answers at another speed
+                  only
 
-  An answer is short and goes the other way than a batch of a download: a good
-  line can still lose a batch.
+  An answer is shorter than a batch and is sent in the other direction: a
+  good line can still lose a batch.
 )";
 
-constexpr char kFooter[] = R"(EXIT STATUS
-  0   each controller that is there is good, and each one named singly is there
-  1   a controller is not good, not there or not measured
-  2   a word of the command line is not valid
-  3   the port: not there, in use, no right to it, or gone during the check
+constexpr char kFooter[] = R"(JSON
+  Each line of the output is an object with "event": start, one controller
+  each, line, file (with --for) and end, whose "code" is the exit status.
+
+EXIT STATUS
+  0   each controller that is there is good, and each one named alone (1,2,
+      not 0-31) is there
+  1   a controller is marginal, bad or not measured, or one named alone is
+      not there
+  2   an option or argument is not valid
+  3   the port is missing, in use, not permitted, or was removed during the
+      check
   4   a file cannot be read or written
   5   ended by Ctrl-C; what was measured is shown
 
-JSON
-  Each line has "event": start, controller, line, file or end.
-
 EXAMPLES
-  quillon-line --port 33 --speed 9600 0-31
-  quillon-line --port 33 --for pump.hex --prove --html check.html 1,2,5
-  quillon-line --port 33 --watch 5          while the cable is moved by hand
+  Check controllers 3, 12 and 13:
+
+    $ quillon-line --port 33 --speed 9600 3,12-13
+    Asks 3 controllers, each 20 times. Takes about 34 s, at most 114 s.
+    number  answered  damaged  late  time (ms) min/median/max  verdict
+         3     20/20        0     0  7 / 7 / 9                 good
+        12     16/20        3     0  7 / 7 / 31                bad: 3...
+        13         -        -     -  -                         not there
+    ...
+
+  Ask as many questions as a download of the file needs, and make a page:
+
+    quillon-line --port 33 --for pump.hex --prove --html check.html 1,2,5
+
+  Watch controller 5 while the cable is moved by hand:
+
+    quillon-line --port 33 --watch 5
 )";
 
 int ReadNumber(const std::string& text) {
@@ -83,18 +105,20 @@ LineOptions ParseLineOptions(int argc, const char* const* argv) {
   const auto number = [&app](const char* name, int& target, int low, int high, const char* help) {
     return app.add_option(name, target, help)->type_name("N")->check(CLI::Range(low, high).description(""));
   };
-  number("--port", options.plan.port, 1, 99, "port, 1 to 99")->required();
+  number("--port", options.plan.port, 1, 99, "number of the port, as in \"Com Port\", 1 to 99")->required();
   number("--speed", options.plan.baud, 300, 1000000, "bits per second (9600)");
-  number("--protocol", protocol, 0, 254, "number as in the field Protocol (63)");
-  number("--questions", options.plan.questions, 1, 100000, "to each controller (20; fewer allow no verdict)");
+  number("--protocol", protocol, 0, 254, "as in the field \"Protocol\" (63)");
+  number("--questions", options.plan.questions, 1, 100000,
+         "questions to each controller (20); fewer allow no verdict");
   number("--timeout", timeout, 10, 60000, "milliseconds after which an answer is late (500)");
-  const auto* file = app.add_option("--for", options.file, "what the questions show for a download of FILE")
-                         ->type_name("FILE");
-  app.add_flag("--prove", options.prove, "with --for: as many questions as the whole file needs")
+  const auto* file =
+      app.add_option("--for", options.file, "compare the questions with a parallel download of FILE")
+          ->type_name("FILE");
+  app.add_flag("--prove", options.prove, "ask as many questions as the whole file needs")
       ->needs(const_cast<CLI::Option*>(file));
-  app.add_flag("--watch", options.watch, "until Ctrl-C, one line for each round");
-  app.add_flag("--json", options.json, "one JSON object a line, for programs");
-  app.add_option("--html", options.html, "a page with a plot for each controller")->type_name("FILE");
+  app.add_flag("--watch", options.watch, "ask until Ctrl-C, and print one line for each round");
+  app.add_flag("--json", options.json, "print one JSON object a line");
+  app.add_option("--html", options.html, "write a page with a plot for each controller")->type_name("FILE");
   app.add_option("--record", options.record, "write a job record into a folder")->type_name("DIR");
   try {
     app.parse(argc, argv);

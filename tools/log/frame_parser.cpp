@@ -36,7 +36,8 @@ std::optional<Request> ParseBatch(const Bytes& frame, int address) {
   const std::size_t size = payload.size() - kLoadAddress;
   const std::string from = Digits(std::span(payload).first(kLoadAddress));
   return Request{RequestKind::kBatch, address,
-                 "sends " + std::to_string(size) + " bytes for address " + from + " to " + Name(address), size};
+                 "sends " + std::to_string(size) + " bytes for address " + from + " to " + Name(address),
+                 size};
 }
 
 std::optional<Request> ParseFullChecksum(const Bytes& frame, int y) {
@@ -70,7 +71,8 @@ std::optional<Request> ParseRequestTo(int y, const Bytes& frame) {
     return Request{RequestKind::kErase, y,
                    "asks " + Name(y) + " to erase its flash and to change to the download speed"};
   if (is(BootCheckFrame(protocol, y)))
-    return Request{RequestKind::kBootCheck, y, "asks " + Name(y) + " for version and checksum of its boot code"};
+    return Request{RequestKind::kBootCheck, y,
+                   "asks " + Name(y) + " for version and checksum of its boot code"};
   if (is(ToProtocol3Frame(y)))
     return Request{RequestKind::kToProtocol3, y, "moves " + Name(y) + " back to protocol 3"};
   if (const auto checksum = ParseFullChecksum(frame, y)) return checksum;

@@ -124,7 +124,8 @@ std::string Describe(const ParsedLog& log, const LoggedMessage& message, const L
     case EntryKind::kRequest:
       return Abbreviate(bytes) + ": " + ParseRequest(bytes).description;
     case EntryKind::kDetection:
-      return "auto detection: asks, by the order of the log, controller " + std::to_string(message.controller);
+      return "auto detection: asks, by the order of the log, controller " +
+             std::to_string(message.controller);
     case EntryKind::kMissingRequest:
       return "the request is cut off";
     case EntryKind::kAnswer:

@@ -17,18 +17,19 @@ constexpr char kDescription[] = R"(SYNOPSIS
   quillon-log [OPTION]... [LOG]
 
 DESCRIPTION
-  Explains the log that Quillon writes. Without LOG, or when LOG is -, it reads
-  the standard input. The report has three parts:
+  Explains the log that Quillon writes. Without LOG, or when LOG is -, it
+  reads the standard input. The report has three parts:
 
-  1. For each run and controller the number of requests, answers, repeated sends
-     and refusals, and the state after the last message.
-  2. The doubtful lines: a false CRC, an echo, a wrong length, an answer from
-     another controller, a final refusal, or a checksum other than the one that
-     was sent or that the controller did not confirm.
-  3. Every message with its frames decoded. Doubtful lines are marked with !.
+  1. For each run and controller the number of requests, answers, repeated
+     sends and refusals, and the state after the last message.
+  2. The doubtful lines: a false CRC, an echo, a wrong length, an answer
+     from another controller, a final refusal, or a checksum other than the
+     one that was sent or that the controller did not confirm.
+  3. Every message with its frames decoded. Doubtful lines begin with an
+     exclamation mark.
 
-  A log that is cut off is read up to its end. The log is complete when Quillon
-  has ended.
+  A log that is cut off is read up to its end. The log is complete when
+  Quillon has ended.
 )";
 
 constexpr char kFooter[] = R"(EXIT STATUS
@@ -42,15 +43,15 @@ EXAMPLES
 
     Run 1, lines 2 to 7: Flash Info
       controller  asked  answered  repeated  refused  state
-               0      1         1         0        0  version 01/02/03, checksum 1E02
-               1      1         1         0        0  version 01/02/03, checksum 1E02
+               0      1         1         0        0  version 01/02/03, ...
+               1      1         1         0        0  version 01/02/03, ...
 
     Doubtful places: none
 
     Run 1, lines 2 to 7: Flash Info
       Controller 0
-             2  40 00 01 73 13 59 04: asks controller 0 for version and checksum
-             3    40 00 07 61 00 01 02 03 1E 02 A0 2E 04: version 01/02/03, che...
+             2  40 00 01 73 13 59 04: asks controller 0 for version and...
+             3    40 00 07 61 00 01 02 03 1E 02 A0 2E 04: version 01/02...
 
   Decode a single frame:
 

@@ -18,24 +18,41 @@ constexpr char kDescription[] = R"(SYNOPSIS
   quillon-report [OPTION]... FILE...
 
 DESCRIPTION
-  Prints the job records that Quillon writes as pages for a service book: what
-  was loaded, by which port, and for each controller what it held before and
-  after, what went wrong, the verdict and what to do next.
+  Prints the job records that Quillon writes, as pages for a service book:
+  what was loaded, through which port, and for each controller the firmware
+  before and after, what went wrong, the verdict, and what to do next.
 
-  A record that was cut by a crash or a power failure is printed as far as it
-  goes, with the place where the run was cut.
+  A record that was cut off by a crash or a power failure is printed up to
+  its end, with the place where the run was cut off.
 )";
 
 constexpr char kFooter[] = R"(EXIT STATUS
   0   all records were printed
-  2   a word of the command line is not valid
-  4   a file cannot be read or written, or is not a job record; the others were
-      printed
+  2   an option or argument is not valid
+  4   a file cannot be read or written, or is not a job record; all others
+      are printed
 
 EXAMPLES
-  quillon-report ~/.local/share/quillon/Jobs/20261124T101112Z-parallel.jsonl
-  quillon-report --pdf page.pdf --known firmware/ Jobs/20261124*.jsonl
-  quillon-report --csv Jobs/*.jsonl >jobs.csv
+  $ cd ~/.local/share/quillon/Jobs
+  $ quillon-report 20261124T101112Z-parallel.jsonl
+  Parallel download
+
+  Time      2026-11-24 10:11:12 UTC, 12.8 s, finished
+  File      demo.hex: 8660 bytes, 25 batches, checksum 6E8C
+  ...
+  No.  Before         After          ...  Refusals  Damaged  Verdict
+  3    12/04/02 91C4  12/05/31 6E8C  ...  -         -        good (confi...
+  5                   12/05/31 C28C  ...  3         -        not-program...
+
+  [1] not-programmed; it reports the checksum C28C, not 6E8C of the file...
+
+  All records of a day as a PDF file, with the names of the firmware:
+
+    quillon-report --pdf page.pdf --known firmware/ 20261124*.jsonl
+
+  A table for a spreadsheet:
+
+    quillon-report --csv *.jsonl >jobs.csv
 )";
 
 constexpr int kUsage = 2;
@@ -97,15 +114,15 @@ std::optional<int> ParseCommandLine(int argc, char** argv, Options& options) {
   app.allow_windows_style_options(false);  // a path can begin with a slash
   app.add_option("FILE", options.files)->required();
   auto* html = app.add_flag("--html", options.html, "print HTML");
-  auto* csv =
-      app.add_flag("--csv", options.csv, "print a line for each controller and record, comma separated");
+  auto* csv = app.add_flag("--csv", options.csv,
+                           "print comma-separated values, a line for each controller and record");
   app.add_option("--pdf", options.pdf, "write a PDF file, A4")
       ->type_name("FILE")
       ->excludes(html)
       ->excludes(csv);
   csv->excludes(html);
   app.add_option("--known", options.known,
-                 "a folder of released HEX files: name the firmware of each controller")
+                 "name the firmware of each controller by its checksum, from the HEX files in this folder")
       ->type_name("DIR");
   app.set_help_flag("-h,--help", "print this text");
   app.set_version_flag("--version", "quillon-report " QUILLON_VERSION, "print the version");

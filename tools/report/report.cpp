@@ -111,8 +111,7 @@ Report MakeReport(const JobRecord& record, const QString& name, const KnownFirmw
                   (note.isEmpty() ? "" : QString(" [%1]").arg(report.notes.indexOf(note) + 1)));
     report.rows.push_back(row);
   }
-  report.summary =
-      QString("%1 of %2 controllers without a complaint.").arg(good).arg(record.controllers.size());
+  report.summary = QString("%1 of %2 controllers are good.").arg(good).arg(record.controllers.size());
   report.notes += firmwareNotes;
   if (!record.gaps.isEmpty()) report.notes.push_back(record.gaps);
   return report;

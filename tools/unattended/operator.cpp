@@ -259,7 +259,7 @@ void Operator::Report(const Task::Step& step) {
   if (detection && !CanContinue()) return;  // not all controllers were asked
   const std::vector<int> controllers = results_.Controllers();
   for (const int number : controllers) ReportController(number);
-  if (detection && controllers.empty()) Fail(ErrorCategory::kController, "nobody answered");
+  if (detection && controllers.empty()) Fail(ErrorCategory::kController, "no controller answered");
 }
 
 void Operator::ReportController(int number) {
@@ -297,7 +297,7 @@ void Operator::SaveScreenshot(const QString& window) {
 void Operator::SaveScreenshot(QWidget& window, const QString& name) {
   if (task_.pictures.isEmpty()) return;
   const QString path = task_.pictures + "/" + name + ".png";
-  if (!window.grab().save(path)) Fail(ErrorCategory::kFile, "can't write " + path);
+  if (!window.grab().save(path)) Fail(ErrorCategory::kFile, path + " can't be written");
 }
 
 }  // namespace quillon

@@ -35,93 +35,128 @@ constexpr char kDescription[] = R"(SYNOPSIS
   quillon-unattended [OPTION]... STEP...
 
 DESCRIPTION
-  Runs the windows of Quillon without an operator: chooses the file, presses the
-  buttons, answers the boxes, and reports what an operator would see. It needs
-  no display.
+  Runs the windows of Quillon without an operator: chooses the file,
+  presses the buttons, answers the boxes, and prints what an operator would
+  see. It needs no display. What no option sets is as in the settings of
+  the window, which are not changed. Ctrl-C and the signal TERM cancel the
+  run.
 
   The steps run in the order given:
 
-    parallel     erases the ticked controllers, loads the file into all of them
-                 at once, then reads each back
+    parallel     erase the ticked controllers, load the file into all of
+                 them at once, then read each of them back
     serial       the same, one controller after the other
-    flash-info   reads version and checksum of the firmware
-    boot-info    reads version and checksum of the boot code
-    auto         ticks the controllers that are on the line
+    flash-info   read version and checksum of the firmware
+    boot-info    read version and checksum of the boot code
+    auto         tick the controllers that are on the line
 
-  A list after a step ticks its controllers for this step and those after it:
-  serial:1,3 or flash-info:0-3,7. The list "failed" is the controllers whose last
-  verdict in this invocation is not good: parallel serial:failed. The step is
-  skipped when there is none.
+  A list after a step ticks these controllers for this step and those after
+  it: serial:1,3 or flash-info:0-3,7. "failed" means the controllers whose
+  last verdict in this invocation is not good; without any the step is
+  skipped.
 
-  On a terminal one line shows the batches and controllers done, the time passed
-  and the time left. After each step one row reports each ticked controller:
+  On a terminal the last line shows batches and controllers done, the time
+  passed and an estimate of the time left, which does not include the
+  erasing. After each step one row reports each ticked controller.
 
-      12.529  Controller 1  12/05/31 | 6E8C | good
+  Only one copy at a time can run in one folder: a second one cannot write
+  its log and exits with status 4. A stalled reader of the output does not
+  delay a run. At the end the program waits up to five seconds for it. If
+  lines are lost then, it exits with status 4.
+)";
 
-  With --json each line of the output is an object with "event" and "time" in
-  seconds:
+constexpr char kFooter[] = R"(VERDICTS
+  The verdict considers all that the run learned, not only the row, which
+  shows 16 bits of the checksum. "verdict" and "evidence" of the JSON
+  output are:
+
+    good        proven: the controller acknowledged every batch, confirmed
+                the full checksum, and reads back equal to the file
+                confirmed: it confirmed the full checksum and reads back
+                equal (parallel download)
+                read-back: it reads back equal; this step loaded nothing
+    read        it was read, and there was no file to compare it with
+    found       it answered to auto
+    contradictory
+                it refused the full checksum, although it reads back equal;
+                or an answer came from another controller; or two answers
+                differ
+    unconfirmed
+                it was loaded and reads back equal, but neither confirmed
+                nor refused the full checksum
+    no-answer, damaged-answers
+                it did not answer, or all its answers were damaged
+    refused, erase-refused
+                it refused to be programmed, or to be erased
+    not-programmed, other-image
+                it was loaded, or only read, and reports another checksum
+                than that of the file
+    not-read    the run ended before it was read
+
+  flash-info never improves the verdict of a download in the same
+  invocation; only another download does.
+
+JSON
+  With --json each line of the output is an object with "event" and "time"
+  in seconds:
 
     step        "step", "batches", "controllers", "seconds" (the estimate)
     status      "text", "batchesDone", "controllersDone", "secondsLeft"
     box         "number" (0: none), "title", "text"
     skipped     "step", "text"
-    controller  "number", "version", "checksum", "verdict", "evidence", "reason",
-                "advice"
+    controller  "number", "version", "checksum", "verdict", "evidence",
+                "reason", "advice"
     warning, failure   "text"
     end         "code" (the exit status)
 
-  The verdict considers all that the run learned, not only the row. "verdict" and
-  "evidence" are:
+  "verdict" and "evidence" stay the same from version to version; "reason"
+  and "advice" are for people and may change.
 
-    good        proven: every batch acknowledged by this controller, full
-                checksum confirmed, read back equal to the file
-                confirmed: full checksum confirmed, read back equal (parallel)
-                read-back: read back equal; this step loaded nothing
-    read        read, and there was no file to compare it with
-    found       answered to auto
-    contradictory   refused the full checksum, although it reads back equal; or
-                an answer came from another controller; or two answers differ
-    unconfirmed     loaded and reads back equal, but neither confirmed nor
-                refused the full checksum
-
-  and the failures no-answer, damaged-answers, refused, erase-refused,
-  not-programmed, other-image and not-read. A survey never improves the verdict of
-  a download in the same invocation; only another download does.
-
-  --resume finishes a download that was cut: it reads file, settings and
-  controllers from the job record, refuses a file that has changed, surveys the
-  controllers, and loads those that do not hold the file, that refused it, or that
-  were erased and did not confirm it.
-
-  The settings on the disk are not changed. Only one copy at a time can run in
-  one folder: a second one cannot write its log and exits with status 4.
-
-  A reader of the output that stalls does not delay a run. At the end the program
-  waits up to five seconds for it; lines that are then lost lead to status 4.
-)";
-
-constexpr char kFooter[] = R"(EXIT STATUS
+EXIT STATUS
   0   success
-  1   a controller is not in the expected state: its last verdict is none of good,
-      read and found
-  2   a word is not valid, or a field is empty; no button was pressed for it
-  3   the port is missing, in use, not permitted, or was removed during a run
-  4   a file is missing, not readable or contradicts itself, or the log or the
-      output cannot be written
-  5   cancelled by Ctrl-C or a request to end; the run stops at its next step
+  1   the last verdict of a controller is not good, read or found
+  2   an option or argument is not valid, or a field is empty
+  3   the port is missing, in use, not permitted, or was removed during a
+      run
+  4   a file is missing, not readable or contradicts itself, or the log or
+      the output cannot be written
+  5   cancelled by Ctrl-C or TERM: the run stopped at its next step
 
-  Of several the cause counts: 5 before 3, 3 before 4, 4 before 2, 2 before 1.
-  After 1 the next step runs, after the others none.
+  If several apply, the first of 5, 3, 4, 2, 1 counts. After 1 the next
+  step runs; after the others none.
 
 EXAMPLES
-  quillon-unattended --hex new.hex --port 33 --speed 9600 --protocol 63 \
-      --timeout 3000 --delay 170 --controllers 1-4 parallel
-  quillon-unattended --port 33 --json flash-info:1,2 |
-      jq -r 'select(.event == "controller") | .checksum'
-  quillon-unattended --port 33 auto flash-info
-  quillon-unattended --hex new.hex --port 33 --controllers 1-4 \
-      parallel serial:failed
-  quillon-unattended --resume Jobs/20261124T101112Z-parallel.jsonl
+  Read the firmware of controllers 0 and 1:
+
+    $ quillon-unattended --port 7 --speed 9600 --protocol 63 \
+          --timeout 300 flash-info:0-1
+       0.133  step flash-info:0-1
+       0.165  Controller 0 : Checking Flash  (Speed : 9600 Bds) ...
+       0.755  Controller 1 : Checking Flash  (Speed : 9600 Bds) ...
+              step flash-info:0-1 is over
+       1.298  Controller 0  01/02/03 | 1E02 | read
+              read: it was read; there is no file to compare it...
+       1.298  Controller 1  01/02/03 | 1E02 | read
+              read: it was read; there is no file to compare it...
+       1.299  all went well
+
+  Load four controllers at once, and then each that is not good alone:
+
+    quillon-unattended --hex new.hex --port 33 --speed 9600 --protocol 63 \
+        --timeout 3000 --delay 170 --controllers 1-4 parallel serial:failed
+
+  Find the controllers on the line and read them:
+
+    quillon-unattended --port 33 auto flash-info
+
+  Print only the checksums:
+
+    quillon-unattended --port 33 --json flash-info:1,2 |
+        jq -r 'select(.event == "controller") | .checksum'
+
+  Finish a download that was cut off:
+
+    quillon-unattended --resume Jobs/20261124T101112Z-parallel.jsonl
 )";
 
 [[noreturn]] void Refuse(const QString& reason) { throw Failure(ErrorCategory::kUsage, reason); }
@@ -155,7 +190,7 @@ Task::Step ParseStep(const QString& words) {
   const QString name = words.section(':', 0, 0);
   const auto* known = std::ranges::find_if(kKnownSteps, [&](const auto& step) { return name == step.name; });
   if (known == std::end(kKnownSteps)) {
-    Refuse("There is no step \"" + name + "\". Give parallel, serial, flash-info, boot-info or auto.");
+    Refuse("\"" + name + "\" is not a step. Give parallel, serial, flash-info, boot-info or auto.");
   }
   Task::Step step{words, known->kind, known->button, std::nullopt};
   if (!words.contains(':')) return step;
@@ -189,7 +224,7 @@ QStringList Speeds() {
 
 QString CheckSpeed(const QString& value) {
   if (Speeds().contains(value)) return "";
-  return "\"" + value + "\" is no speed. Give one of " + Speeds().join(", ") + ".";
+  return "\"" + value + "\" is not a speed. Give one of " + Speeds().join(", ") + ".";
 }
 
 QString CheckControllers(const QString& value) {
@@ -202,11 +237,11 @@ QString CheckControllers(const QString& value) {
 }
 
 QString CheckFileName(const QString& value) {
-  return value.isEmpty() ? "\"\" is no file. Give the path of a file." : "";
+  return value.isEmpty() ? "\"\" is not a file name. Give the path of a file." : "";
 }
 
 QString CheckFolderName(const QString& value) {
-  return value.isEmpty() ? "\"\" is no folder. Give the path of a folder." : "";
+  return value.isEmpty() ? "\"\" is not a folder. Give the path of a folder." : "";
 }
 
 /// The options that have a value: parser, checks and help are made from this table.
@@ -219,29 +254,35 @@ struct ValueOption {
 ValueOption NumberOption(const char* name, const char* value, const std::string& help, int low, int high) {
   return {name, value, help + ", " + std::to_string(low) + " to " + std::to_string(high), Number(low, high)};
 }
-const ValueOption kHex{"--hex", "FILE", "firmware file to choose by \"Browse ...\"", CheckFileName};
-const ValueOption kPort = NumberOption("--port", "N", "port", 1, 99);
+const ValueOption kHex{"--hex", "FILE", "firmware file (Intel HEX)", CheckFileName};
+const ValueOption kPort = NumberOption("--port", "N", "number of the port, as in \"Com Port\"", 1, 99);
 const ValueOption kSpeed{"--speed", "BAUD", "one of " + Speeds().join(", ").toStdString(), CheckSpeed};
-const ValueOption kProtocol = NumberOption("--protocol", "N", "number for the field Protocol", 0, 254);
-const ValueOption kTimeout = NumberOption("--timeout", "MS", "how long to wait for an answer", 1, INT32_MAX);
-const ValueOption kDelay = NumberOption("--delay", "MS", "pause after each parallel batch", 0, INT16_MAX);
+const ValueOption kProtocol = NumberOption("--protocol", "N", "as in the field \"Protocol\"", 0, 254);
+const ValueOption kTimeout =
+    NumberOption("--timeout", "MS", "milliseconds to wait for an answer", 1, INT32_MAX);
+const ValueOption kDelay =
+    NumberOption("--delay", "MS", "milliseconds between two batches of parallel", 0, INT16_MAX);
 const ValueOption kControllerList{"--controllers", "LIST",
-                                  "tick these, such as 1,2,5 or 0-3,7, and no others", CheckControllers};
-const ValueOption kRecord{"--record", "DIR", "write a job record of each step's run there", CheckFolderName};
-const ValueOption kBy{"--by", "NAME", "the name of the operator, for the job records",
+                                  "tick these controllers, such as 1,2,5 or 0-3,7, and no others",
+                                  CheckControllers};
+const ValueOption kRecord{"--record", "DIR", "write a job record of each step into this folder",
+                          CheckFolderName};
+const ValueOption kBy{"--by", "NAME", "name of the operator in the job records",
                       [](const QString&) { return QString(); }};
 const ValueOption kResume{"--resume", "RECORD", "finish the download that this job record describes",
                           CheckFileName};
-const ValueOption kPictures{"--pictures", "DIR", "save pictures of the windows there", CheckFolderName};
+const ValueOption kPictures{"--pictures", "DIR", "save screenshots of the windows in this folder",
+                            CheckFolderName};
 
 /// Adds an option whose value goes to `target`.
-void Add(CLI::App& app, const ValueOption& option, QString& target) {
+CLI::Option* Add(CLI::App& app, const ValueOption& option, QString& target) {
   const auto check = [&option](const std::string& value) {
     return option.check(QString::fromStdString(value)).toStdString();
   };
-  app.add_option_function<std::string>(
-         option.name, [&target](const std::string& value) { target = QString::fromStdString(value); },
-         option.help)
+  return app
+      .add_option_function<std::string>(
+          option.name, [&target](const std::string& value) { target = QString::fromStdString(value); },
+          option.help)
       ->type_name(option.value)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
       ->check(CLI::Validator(check, ""));
@@ -257,12 +298,9 @@ void RefuseTwice(const CLI::App& app) {
 }
 
 void CheckSteps(const Task& task) {
-  if (!task.by.isEmpty() && task.record.isEmpty()) Refuse("--by needs job records. Give --record DIR.");
-  if (!task.resumeFrom.isEmpty()) {
-    if (task.steps.empty() && task.hex.isEmpty() && !task.controllers && !task.forecastOnly) return;
-    Refuse("--resume takes file, controllers and steps from the record. Leave them out.");
-  }
-  if (task.steps.empty()) Refuse("There is no step, so nothing to do. Ask with --help.");
+  if (!task.resumeFrom.isEmpty()) return;
+  if (task.steps.empty())
+    Refuse("no step is given. Give one, such as parallel. See quillon-unattended --help.");
   for (const Task::Step& step : task.steps) {
     if (IsDownload(step.kind) && task.hex.isEmpty()) Refuse(step.words + " needs a file. Give --hex FILE.");
     const bool known = !step.failedOnly && !task.speed.isEmpty() && (task.controllers || step.controllers) &&
@@ -286,7 +324,7 @@ bool Parse(CLI::App& app, std::vector<std::string> words, Task& task) {
   } catch (const CLI::ValidationError& error) {
     Refuse(error.what());
   } catch (const CLI::ParseError& error) {
-    Refuse(QString(error.what()) + ". Ask with --help.");
+    Refuse(QString(error.what()) + ". See quillon-unattended --help.");
   }
   return false;
 }
@@ -322,23 +360,25 @@ Task ParseCommandLine(const QStringList& arguments) {
   app.formatter(std::make_shared<ManualFormatter>());
   app.footer(kFooter);
   app.allow_windows_style_options(false);  // a path can begin with a slash
-  Add(app, kHex, task.hex);
+  CLI::Option* hex = Add(app, kHex, task.hex);
   Add(app, kPort, task.port);
   Add(app, kSpeed, task.speed);
   Add(app, kProtocol, task.protocol);
   Add(app, kTimeout, task.timeout);
   Add(app, kDelay, task.delay);
-  Add(app, kControllerList, controllers);
-  app.add_flag("--force", task.force, "use a file that contradicts itself anyway");
-  app.add_flag("--json", task.json, "print one JSON object a line, for programs");
+  CLI::Option* controllerList = Add(app, kControllerList, controllers);
+  app.add_flag("--force", task.force, "use the file even if it contradicts itself");
+  app.add_flag("--json", task.json, "print one JSON object a line");
   Add(app, kPictures, task.pictures);
-  Add(app, kRecord, task.record);
-  Add(app, kBy, task.by);
-  Add(app, kResume, task.resumeFrom);
-  app.add_flag("--forecast", task.forecastOnly, "only print how long the downloads would take");
+  Add(app, kBy, task.by)->needs(Add(app, kRecord, task.record));
+  CLI::Option* resume = Add(app, kResume, task.resumeFrom)->excludes(hex)->excludes(controllerList);
+  app.add_flag(
+         "--forecast", task.forecastOnly,
+         "print batches and seconds of downloads, and run nothing; needs --speed, and --delay for parallel")
+      ->excludes(resume);
   app.set_help_flag("-h,--help", "print this text");
   app.set_version_flag("--version", "", "print the version");
-  app.add_option("STEP", steps);
+  app.add_option("STEP", steps)->excludes(resume);
 
   std::vector<std::string> words;  // CLI11 expects the last one first, without the program
   for (qsizetype n = arguments.size() - 1; n > 0; --n) words.push_back(arguments[n].toStdString());
@@ -356,14 +396,14 @@ void PrepareFiles(Task& task) {
   task.hexGiven = task.hex;
   if (!task.record.isEmpty()) QDir().mkpath(task.record);  // the recorder reports a failure
   if (task.hex.contains(QChar::ReplacementCharacter))
-    refuse("--hex: the name \"" + task.hex + "\" is no valid UTF-8. Rename the file.");
+    refuse("--hex: the name \"" + task.hex + "\" is not valid UTF-8. Rename the file.");
   const QFileInfo file(task.hex);
   if (!task.hex.isEmpty() && !file.isFile())
-    refuse("--hex: there is no file \"" + task.hex + "\". Give the path of a HEX file.");
+    refuse("--hex: the file \"" + task.hex + "\" does not exist. Give the path of a HEX file.");
   if (!task.hex.isEmpty())
     task.hex = QDir::toNativeSeparators(file.absoluteFilePath());  // as the window shows it
   if (!task.pictures.isEmpty() && !QDir().mkpath(task.pictures))
-    refuse("--pictures: the folder \"" + task.pictures + "\" can't be made. Give another one.");
+    refuse("--pictures: the folder \"" + task.pictures + "\" can't be created. Give another one.");
 }
 
 }  // namespace quillon
