@@ -64,7 +64,10 @@ int CountBatches(std::string_view file) {
   BatchReader batches(file);
   int count = 0;
   try {
-    for (; !batches.AtEnd(); ++count) batches.Next();
+    while (!batches.AtEnd()) {
+      ++count;
+      batches.Next();
+    }
   } catch (const RunError&) {
     // The pass shows the failure when it comes to that batch.
   }

@@ -31,7 +31,7 @@ class BatchReader {
   HexLine kept_{{}};  // opens the next batch; empty: none
 };
 
-/// The number of batches of a firmware file. One that can't be read ends the count.
+/// The number of batches of a firmware file. One that can't be read is the last that counts.
 int CountBatches(std::string_view file);
 
 }  // namespace quillon

@@ -7,6 +7,7 @@
 #include "image/missing_batches.h"
 
 #include <algorithm>
+#include <iterator>
 #include <numeric>
 
 #include "image/analyse_image.h"
@@ -62,7 +63,7 @@ BatchSums::BatchSums(std::string_view file) {
 MissingBatches BatchSums::Explain(std::uint16_t reported) const {
   MissingBatches missing{{}, {}, static_cast<int>(changes_.size())};
   std::uint16_t present = ErasedChecksum();
-  const int whole = std::accumulate(changes_.begin(), changes_.end(), int{present});
+  const int whole = std::accumulate(changes_.begin(), changes_.end(), unsigned{present});
   int left = static_cast<int>(std::ranges::count_if(changes_, [](int change) { return change != 0; }));
   for (std::size_t done = 0; done < changes_.size(); ++done) {
     if (changes_[done] == 0) continue;

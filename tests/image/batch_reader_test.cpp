@@ -81,6 +81,7 @@ TEST(Batch, AreCountedUpToTheFirstThatFails) {
   const std::string line = ":01000000FF00\r\n";  // each line is a batch
   EXPECT_EQ(CountBatches(line + line + line), 2) << "as in a run, the end of the file drops a kept line";
   EXPECT_EQ(CountBatches(line + line + kFirstSegment), 2);
+  EXPECT_EQ(CountBatches(Line(0, 113) + kFirstSegment), 2) << "the second one is begun, and fails";
 }
 
 TEST(Batch, AFileThatEndsAfterTheFirstSegmentRaises) {
