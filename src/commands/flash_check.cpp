@@ -21,8 +21,10 @@ bool ReadFlash(Quillon& form, int y) {
     ShowProgress(form, ControllerText(y) + " : Checking Flash ", StatusForm::kWithSpeed);
     LogFrame(form, "Message : $73  - Checking Flash", form.FrameBuffer);
     ExchangeResult result = ExchangeResult::kNoAnswer;  // unless the exchange comes to its end
-    Try(form, [&] { result = SendFrame(form, form.FrameBuffer, form.AnswerText, ShortAnswer::kIsBad); });
-    form.Report(CommandAnswered{Command::kFlashCheck, y, ReplyOf(form, result)});
+    Try(form, [&] {
+      result = SendFrame(form, form.FrameBuffer, form.AnswerText, ShortAnswer::kIsBad);
+      form.Report(CommandAnswered{Command::kFlashCheck, y, ReplyOf(form, result)});
+    });
     ReportFailure(form, y, FailureOf(result));  // an answer empties the row
     if (result != ExchangeResult::kAnswered) return false;
     if (const auto facts = ReadFlashAnswer(form.AnswerText)) {

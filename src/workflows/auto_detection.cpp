@@ -1,5 +1,6 @@
 #include "workflows/auto_detection.h"
 
+#include <optional>
 #include <string>
 
 #include "commands/frames.h"
@@ -20,11 +21,12 @@ constexpr const char* kTimeOut = "50";  // milliseconds
 /// Ticks `i` when it answers at any speed, and unticks it when it answers at none. After Cancel its
 /// state is unknown and stays.
 void Detect(Quillon& form, int i) {
-  const PhaseScope phase(form, i, Phase::kDetect);
+  std::optional<PhaseScope> phase;
   ResetTriedSpeeds(form);
   do {
     ApplySpeed(form);
     if (form.AbortRequested) return;
+    if (!phase) phase.emplace(form, i, Phase::kDetect);
     form.FrameBuffer = FlashCheckFrame(form.ProtocolNumber(), i);
     Log(form, kDetectionLog);
     const ExchangeResult result = SendFrame(form, form.FrameBuffer, form.AnswerText, ShortAnswer::kIsBad);

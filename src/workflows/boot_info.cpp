@@ -1,5 +1,7 @@
 #include "workflows/boot_info.h"
 
+#include <optional>
+
 #include "commands/flash_answer.h"
 #include "commands/frames.h"
 #include "forms/run_error_box.h"
@@ -27,10 +29,11 @@ Attempt TryBootOtherwise(Quillon& form, int i) {
   return Attempt::kAgain;
 }
 
-/// Asks controller `i` once, at the current speed and protocol byte.
-Attempt AskForBoot(Quillon& form, int i) {
+/// Asks controller `i` once, at the current speed and protocol byte. The first question begins `phase`.
+Attempt AskForBoot(Quillon& form, int i, std::optional<PhaseScope>& phase) {
   ApplySpeed(form);
   if (!TakesPart(form, i)) return Attempt::kDone;
+  if (!phase) phase.emplace(form, i, Phase::kBootCheck);
   form.FrameBuffer = BootCheckFrame(form.BootProtocolFallback ? kFixedProtocol : form.ProtocolNumber(), i);
   ShowProgress(form, ControllerText(i) + " : Checking Boot ", StatusForm::kWithSpeed);
   LogFrame(form, "Message Checking BOOT", form.FrameBuffer);
@@ -52,8 +55,8 @@ bool ComBoot_Click(Quillon& form) {
                OpenRun(form, Table::kBootInfo);
                ForEachController(form, [&](int& i) {
                  ResetTriedSpeeds(form);
-                 const PhaseScope phase(form, i, Phase::kBootCheck);
-                 while (AskForBoot(form, i) == Attempt::kAgain) {
+                 std::optional<PhaseScope> phase;
+                 while (AskForBoot(form, i, phase) == Attempt::kAgain) {
                  }
                  return Next::kController;
                });

@@ -85,6 +85,7 @@ TEST(RunEvents, ReportWhatARunDoesAndLearns) {
        {.number = 4},
        "run <3:3 s >3:3 end:3",
        [](RunProgram& program) { program.computer.At(100ms, [&program] { program.tool.Close(); }); }},
+      {"boot code", kBoot, {.number = 3}, "run <3:4 s r3:0:3 c4:3:0 3=01/00/00B007 >3:4 end:0"},
       {"no port",
        kInfo,
        {.number = 3},
