@@ -16,8 +16,8 @@ namespace quillon {
 // left out):
 //
 //     RunStarted        kParallel, image.hex, "COM 7", 9600, {3, 5}
-//     ControllerBegun   3 kErase
 //     SpeedChanged      9600
+//     ControllerBegun   3 kErase
 //     FrameSent         03 03 04 74 55 AA F0 .. .. 04   send 1
 //     AnswerReceived    3 kGood 03 03 01 61 .. .. 04    0.007 s after the frame
 //     CommandAnswered   kFlashErase 3 kAccepted
@@ -33,13 +33,16 @@ namespace quillon {
 //     CommandAnswered   kFullChecksum 3 kAccepted
 //     ControllerEnded   3 kConfirm
 //     ...               the same for 5, then the check of each:
-//     ControllerBegun   3 kCheck
 //     SpeedChanged      9600
+//     ControllerBegun   3 kCheck
 //     FrameSent, AnswerReceived
 //     CommandAnswered   kFlashCheck 3 kAccepted
 //     RowFilled         3 kFlash "02/10/31" "58C3"
 //     ControllerEnded   3 kCheck
 //     RunEnded          kFinished
+//
+// SpeedChanged comes only when the speed changes. In a serial download each controller has a kProgram between
+// kErase and kCheck; its kConfirm lies inside that.
 
 inline constexpr int kEveryController = -1;  ///< in place of a controller's number: a broadcast
 
@@ -161,7 +164,7 @@ struct StatusShown {
   bool failure;
 };
 
-/// A run-error box was shown.
+/// A run-error box was shown. The only event that also comes outside of runs.
 struct RunFailure {
   int number;
   std::string text;

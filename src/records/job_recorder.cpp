@@ -82,6 +82,7 @@ void RecordLines::Add(const RunStarted& e) {
   tallies_.clear();
   began_ = time_;
   run_ = e;
+  underWay_ = true;
   current_ = kEveryController;
   batch_ = batchesSent_ = errors_ = 0;
   QJsonArray controllers;
@@ -184,7 +185,7 @@ void RecordLines::Add(const RowFilled& e) {
 }
 
 void RecordLines::Add(const RunFailure& e) {
-  if (++errors_ <= kMostListed) Put("error", {{"number", e.number}, {"text", Text(e.text)}});
+  if (underWay_ && ++errors_ <= kMostListed) Put("error", {{"number", e.number}, {"text", Text(e.text)}});
 }
 
 MissingBatches RecordLines::PutResult(int controller, const Tally& tally) {
@@ -218,6 +219,7 @@ void RecordLines::Add(const RunEnded& e) {
   QJsonObject end{{"how", Name(kEnds, e.how)}, {"batches", batchesSent_}, {"errors", errors_}};
   if (const std::string common = CompareMissing(gaps); !common.empty()) end["gaps"] = Text(common);
   Put("end", std::move(end), true);
+  underWay_ = false;
 }
 
 void JobRecorder::OnRunEvent(const RunEvent& event) {

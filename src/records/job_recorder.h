@@ -81,10 +81,11 @@ class RecordLines {
 
   RunResults results_;
 
-  // The current run.
+  // The current run, or the last one.
   double time_ = 0;
   double began_ = 0;
   RunStarted run_{};
+  bool underWay_ = false;
   std::optional<BatchSums> sums_;  ///< of the file, when it could be read
   std::map<int, Tally> tallies_;
   int current_ = kEveryController;

@@ -53,10 +53,10 @@ Verdict JudgeFailure(const Evidence& evidence) {
 }
 
 Verdict JudgeUnread(const Evidence& evidence) {
-  const std::string reason =
-      evidence.cancelled ? "the run ended before it was read back" : "it was not read back";
   if (!IsDownload(evidence.kind))
     return Bad("not-read", "it was not read", "remove the cause, then read it again");
+  const std::string reason =
+      evidence.cancelled ? "the run ended before it was read back" : "it was not read back";
   return Bad("not-read", reason + AfterErasure(evidence),
              evidence.erasure == Erasure::kNone ? "load it when the cause is removed" : "load it again");
 }
@@ -75,7 +75,8 @@ std::optional<Verdict> FailureOf(const Evidence& evidence) {
   switch (evidence.kind) {
     case RunKind::kToProtocol4:
     case RunKind::kToProtocol3:
-      if (!evidence.last) return JudgeUnread(evidence);
+      if (!evidence.last)
+        return Bad("not-read", "it was not asked to move", "remove the cause, then try again");
       return failed ? std::optional(JudgeFailure(evidence)) : std::nullopt;
     case RunKind::kAuto:
       return evidence.foundAt ? std::nullopt : std::optional(JudgeFailure(evidence));

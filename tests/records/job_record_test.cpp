@@ -196,6 +196,15 @@ TEST(JobRecord, ListsNoMoreThanALimit) {
   EXPECT_LT(text.count('\n'), 80);
 }
 
+TEST(JobRecord, HasNoLineAfterItsEnd) {
+  RecordLines lines("", {});
+  const RunEvent failure{0, RunFailure{53, "File not found"}};
+  lines.Of({0, RunStarted{}});
+  EXPECT_EQ(lines.Of(failure).size(), 1);
+  lines.Of({0, RunEnded{}});
+  EXPECT_EQ(lines.Of(failure).size(), 0);
+}
+
 TEST(JobRecord, HasAFileOfItsOwnForEachRun) {
   int argc = 0;
   const QCoreApplication application(argc, nullptr);
