@@ -1,20 +1,18 @@
 // An exchange: the tool sends a frame, and the controller that it addresses may answer.
 //
-// The line is half duplex: all stations share one pair of wires, and one of them sends at a time. So the tool
-// sends and then listens, and a controller sends only when it was asked.
+//     send the frame  ->  wait for a byte, up to `Text1` ms  ->  wait 0.5 s, read  ->  check the CRC
+//           ^                                                                                |
+//           +------------ no answer or a damaged one: at most three sends -------------------+
 //
-// A pause ends an answer. Nothing in an answer marks its end reliably: its length byte may be damaged, and
-// two controllers with the same number may both answer. The tool waits half a second from the first byte on,
-// and takes the bytes received by then as the answer.
-//
-// An echo is not an answer. Many adapters receive what they send. The frame then arrives before any answer.
-// It proves only that the frame was sent, so the wait for the answer restarts.
-//
-// A frame is sent up to three times, and the result of the last send counts. The line is noisy, so a frame
-// without a good answer is sent again. A controller that answered badly and then not at all counts as silent.
-//
-// The CRC makes an answer good, with one exception. An answer is a frame as drawn in frame.h; but the short
-// answer 68 2F, with which a controller on protocol 3 accepts, has no CRC.
+// - The line is half duplex: all stations share one pair of wires, and only one of them may send at a time.
+//   So a controller sends only when it was asked.
+// - A pause ends an answer. Nothing in an answer marks its end reliably: its length byte may be damaged, and
+//   two controllers with the same number may both answer.
+// - An echo is not an answer. Many adapters receive what they send, so the frame itself arrives before the
+//   answer. The tool drops it and restarts the wait.
+// - The result of the last send counts. A damaged answer followed by silence is reported as no answer.
+// - An answer is valid when its CRC is correct. One answer has no CRC: 68 2F, by which a controller accepts
+//   the change from protocol 3 to 4.
 #include "link/exchange.h"
 
 #include <span>
@@ -28,27 +26,26 @@
 namespace quillon {
 namespace {
 
-/// How a wait on the line ended.
-enum class Wait { kOver, kCancelled };
+enum class WaitResult { kEnded, kCancelled };
 
-/// The digits of all bytes without a blank between them, as an answer is kept.
+/// The bytes as hex digits without blanks, the form of `AnswerText`.
 std::string DigitsOf(std::span<const std::uint8_t> bytes) {
   std::string text = ByteArrayToHex(bytes);
   std::erase(text, ' ');
   return text;
 }
 
-/// Waits until a byte was received or the clock is past the deadline, in seconds.
-Wait AwaitFirstByte(Quillon& form, double deadline) {
+/// Waits until a byte is received or the clock passes `deadline`, in seconds.
+WaitResult AwaitFirstByte(Quillon& form, double deadline) {
   form.run.Yield();
   while (!form.AbortRequested) {
-    if (form.MSComm1.InBufferCount() != 0 || form.clock.Now() > deadline) return Wait::kOver;
+    if (form.MSComm1.InBufferCount() != 0 || form.clock.Now() > deadline) return WaitResult::kEnded;
     form.run.YieldUntil(deadline);
   }
-  return Wait::kCancelled;
+  return WaitResult::kCancelled;
 }
 
-/// What was received after a frame.
+/// The bytes received after a frame.
 struct Received {
   Bytes bytes;
   double delay = 0;  ///< seconds from the start of the wait to the first byte
@@ -58,7 +55,7 @@ struct Received {
 struct Exchange {
   const Bytes& frame;
   ShortAnswer shortAnswer;
-  /// Only the text frame of SendP4 is answered by the short answer; its address is shifted.
+  /// The frame of SendP4, the only one with a short answer, has a shifted address.
   int Controller() const {
     return shortAnswer == ShortAnswer::kIsGood ? frame[1] - kTextFrameAddressOffset : frame[1];
   }
@@ -68,25 +65,24 @@ void ReportAnswer(Quillon& form, const Exchange& exchange, const Received& recei
   form.Report(AnswerReceived{exchange.Controller(), judgement, received.bytes, received.delay});
 }
 
-/// Waits up to `timeout` seconds for a first byte, pauses, and reads what was received by then. After an echo
-/// the answer gets the whole wait again; an echo that arrived past the deadline is returned as what was
-/// received.
-Wait AwaitAnswer(Quillon& form, const Exchange& exchange, double timeout, Received& received) {
+/// Waits up to `timeout` seconds for a first byte, pauses, and reads the received bytes. An echo restarts the
+/// wait; one that is read after the deadline is returned in `received`.
+WaitResult AwaitAnswer(Quillon& form, const Exchange& exchange, double timeout, Received& received) {
   for (;;) {
     const double begin = form.clock.Now();
     const double deadline = begin + timeout;
-    if (AwaitFirstByte(form, deadline) == Wait::kCancelled) return Wait::kCancelled;
+    if (AwaitFirstByte(form, deadline) == WaitResult::kCancelled) return WaitResult::kCancelled;
     const double waited = form.clock.Now();
     form.run.Yield();
     form.clock.SleepUntil(waited + form.AnswerDelay);
     received = {form.MSComm1.Input(), waited - begin};
-    if (received.bytes != exchange.frame) return Wait::kOver;
+    if (received.bytes != exchange.frame) return WaitResult::kEnded;
     ReportAnswer(form, exchange, received, Judgement::kEcho);
-    if (form.clock.Now() >= deadline) return Wait::kOver;
+    if (form.clock.Now() >= deadline) return WaitResult::kEnded;
   }
 }
 
-/// The result of one send. A checked answer is stored in `answer` as hex digits; the short one is not.
+/// The result of one send. Stores an answer with a correct CRC in `answer`, as hex digits.
 ExchangeResult JudgeAnswer(Quillon& form, const Exchange& exchange, const Received& received,
                            std::string& answer) {
   if (received.bytes.empty() || received.bytes == exchange.frame) return ExchangeResult::kNoAnswer;
@@ -137,8 +133,8 @@ ExchangeResult SendFrame(Quillon& form, const Bytes& frame, std::string& answer,
     form.Report(FrameSent{frame, send});
     form.MSComm1.SetInputLen(0);
     Received received;
-    // The operator wants the run to end: nothing is sent again, and there is no outcome to log.
-    if (AwaitAnswer(form, exchange, timeout, received) == Wait::kCancelled) return ExchangeResult::kNoAnswer;
+    if (AwaitAnswer(form, exchange, timeout, received) == WaitResult::kCancelled)
+      return ExchangeResult::kNoAnswer;
     result = JudgeAnswer(form, exchange, received, answer);
     if (result == ExchangeResult::kAnswered) break;
   }

@@ -8,48 +8,45 @@
 
 namespace quillon {
 
-// An exchange on the line: one frame out, at most one answer back. exchange.cpp describes the rules and the
-// reasons.
+// An exchange: the tool sends a frame to a controller and waits for its answer. exchange.cpp has the rules.
 
-inline constexpr int kSends = 3;  ///< of a frame in one exchange: the first one and two retries
+inline constexpr int kSends = 3;  ///< a frame is sent once and repeated at most twice
 
-/// Seconds from the first byte of an answer to its reading.
+/// Seconds between the first byte of an answer and the reading of all its bytes.
 inline constexpr double kAnswerPause = 0.5;
 
-/// How an exchange ended. The numbers are those of the failure codes.
+/// The result of an exchange.
 enum class ExchangeResult {
-  kAnswered = 0,   ///< a checked answer came
-  kNoAnswer = 1,   ///< silence or the frame's own echo on the third send, or the operator cancelled
-  kBadAnswer = 2,  ///< a false CRC or too few bytes on the third send
-  kRefused = 3,    ///< of three exchanges in a row: each was answered, none with the accepting code
+  kAnswered = 0,   ///< a valid answer was received
+  kNoAnswer = 1,   ///< no answer to the third send, or the operator cancelled
+  kBadAnswer = 2,  ///< the answer to the third send was damaged
+  kRefused = 3,    ///< the controller refused the command in three exchanges
 };
 
-/// The short answer 68 2F has no CRC. Only the text frame of SendP4 is answered by it.
+/// Whether the answer 68 2F is valid. It has no CRC. Controllers send it only to accept the frame of SendP4.
 enum class ShortAnswer { kIsBad, kIsGood };
 inline constexpr std::string_view kShortAnswer = "682F";
 
-/// Whether the two bytes before the last one are the CRC of what a frame's CRC covers.
+/// Whether the CRC of a received frame, the two bytes before its last one, is correct.
 bool CrcMatches(const Bytes& received);
 
-/// The log's line for a result.
+/// The line of the log for a result.
 std::string ExchangeResultText(ExchangeResult result);
 
-/// Prepares the serial control and the pause of an answer, once at the start of the program.
+/// Prepares `MSComm1` and `AnswerDelay` at the start of the program.
 void StartLink(Quillon& form);
 
-/// Sends one closed frame and waits for its answer, up to three times.
+/// Sends a closed frame and waits for the answer, up to three times.
 ///
-/// The time-out is read from `Text1` (milliseconds) once per call. Yields while it waits for the first byte,
-/// then pauses `AnswerDelay` and reads all received bytes: that pause ends an answer. A full echo of the
-/// frame restarts the wait. A send costs the time to the first byte, or the time-out, and the pause.
+/// The time-out for the first byte is read from `Text1` (milliseconds) once per call. Window events are
+/// handled during that wait. Then the function sleeps for `AnswerDelay` and reads all received bytes.
 ///
-/// kAnswered: `answer` contains the answer's hex digits; the short answer 68 2F leaves it as it was.
-/// kNoAnswer, kBadAnswer: the result of the third send, or kNoAnswer when the operator cancelled. Logs each
-/// answer and the result, but nothing on Cancel. Raises RunError when the port fails or `Text1` is not a
-/// number; `answer` is then as it was.
+/// After kAnswered, `answer` contains the received bytes as hex digits; the short answer 68 2F is not stored.
+/// Otherwise `answer` is unchanged. Each answer and the result are logged; after Cancel there is no result to
+/// log. Raises RunError when the port fails or `Text1` is not a number.
 ExchangeResult SendFrame(Quillon& form, const Bytes& frame, std::string& answer, ShortAnswer shortAnswer);
 
-/// The reply that a result means: a run that was cancelled has none.
+/// Converts a result for the run event CommandAnswered. After Cancel, kNoAnswer becomes kCancelled.
 Reply ReplyOf(const Quillon& form, ExchangeResult result);
 
 /// Discards all received bytes.

@@ -1,9 +1,6 @@
-// The two ends of every message: closing a frame that goes out, and taking apart an answer that came.
-//
-//     pp aa LL payload CC CC 04      protocol, address, length of the payload, CRC, end byte; more in frame.h
-//
-// The CRC is reckoned over hex text, and an answer is kept as hex digits: both as they stand in the log, so
-// that any line of it can be checked as the tool checked it.
+// Closes the frames that the tool sends, and reads bytes of the answers; frame.h draws a frame. The CRC is
+// computed from hex text, and an answer is stored as hex digits. This is their form in the log, so the same
+// functions can check a line of the log.
 #include "link/frame.h"
 
 #include <string_view>

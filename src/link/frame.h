@@ -16,20 +16,22 @@ namespace quillon {
 ///     3+L, 4+L  CRC-16/XMODEM of bytes 0 to 2+L, high byte first
 ///     5+L  end byte 0x04
 ///
-/// An answer has the same form; the code of an answer is its byte 3.
+///     40 05 01 73 F8 A9 04   asks controller 5 for version and checksum: command 73
+///
+/// An answer has the same form; its byte 3 is the code of the answer.
 
-inline constexpr std::uint8_t kFixedProtocol = 0x40;  ///< of the frames for which `Protocol` does not count
-inline constexpr std::uint8_t kBroadcast = 0x5F;
+inline constexpr std::uint8_t kFixedProtocol = 0x40;  ///< of frames that ignore `Protocol`
+inline constexpr std::uint8_t kBroadcast = 0x5F;      ///< address of all controllers
 inline constexpr std::uint8_t kEndByte = 0x04;
-inline constexpr int kTextFrameAddressOffset = 30;  ///< in the address of the text frame "p400:4/"
+inline constexpr int kTextFrameAddressOffset = 30;  ///< added to the number in the frame "p400:4/"
 
-/// Closes a frame given up to its last payload byte: appends CRC and end byte.
+/// Appends CRC and end byte to a frame that ends with its last payload byte.
 Bytes CloseFrame(Bytes frame);
 
-/// Byte `n` of an answer, counted from 0, as its two digits; fewer where the answer is shorter.
+/// Byte `n` (from 0) of an answer in hex digits: two digits, or "" when the answer is shorter.
 std::string AnswerByte(const std::string& answer, std::size_t n);
 
-/// Whether an answer carries the accepting code 0x61.
+/// Whether the code of an answer is 0x61: accepted.
 bool IsAcknowledge(const std::string& answer);
 
 }  // namespace quillon

@@ -1,3 +1,4 @@
+// Writes Log.txt. A failure shows its box but never ends a run.
 #include "link/log.h"
 
 #include "forms/run_error_box.h"

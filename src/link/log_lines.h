@@ -2,23 +2,22 @@
 
 namespace quillon {
 
-/// The log is lines of text in the order of events, with no time and no mark where a run begins:
+/// The format of the log: lines of text in the order of events, without times.
 ///
-///     Message : $74                                a message begins: which one it is
-///     40 02 04 74 55 AA F0 FF BA 04                its frame, as sent
-///     Recu en String : 40 02 01 61 4F 4A 04        what came, read at the end of the answer's pause
-///     Communication OK  - CRC checked              how the exchange ended (ExchangeResultText)
-///     Answer : 61                                  how the command read the answer
+///     Message : $74                                the message that is sent
+///     40 02 04 74 55 AA F0 FF BA 04                its frame
+///     Recu en String : 40 02 01 61 4F 4A 04        the received bytes
+///     Communication OK  - CRC checked              the result of the exchange (ExchangeResultText)
+///     Answer : 61                                  the meaning of the answer for the command
 ///
-/// A send that nobody answered and an echo leave no line. A second or third exchange of one message writes
-/// the lines from "Recu" on once more. The batches of a parallel download are frames alone, after one line
-/// "Programming 5F without answer". An exchange without an end was cancelled, or the line failed.
-///
-/// Below are the lines that the log's reader has to know by their text.
+/// Silence and echoes are not logged. When a message is repeated after a refusal, only the lines from "Recu"
+/// on are written again. The batches of a parallel download are logged as frames alone, after one line
+/// "Programming 5F without answer". After Cancel or a failure of the port the result is missing.
 
+/// French, "received as text"; spelled so on purpose.
 inline constexpr const char* kReceivedLog = "Recu en String : ";
 
-/// A message of the auto detection. It is the only one without its frame.
+/// The message of Auto. It is the only one that is logged without its frame.
 inline constexpr const char* kDetectionLog = "Message : AutoDetection $73";
 
 }  // namespace quillon

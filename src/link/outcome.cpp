@@ -1,3 +1,4 @@
+// The texts and colours of results. Operators and scripts know these texts: they must not change.
 #include "link/outcome.h"
 
 #include <iterator>
@@ -5,14 +6,14 @@
 namespace quillon {
 namespace {
 
-struct Wording {
-  const char* status;
+struct FailureText {
+  const char* status;  // after the name of the controller
   const char* version;
   const char* checksum;
 };
 
-/// By failure code, from 1.
-constexpr Wording kWordings[] = {
+/// In the order of FailureCode, without kNone.
+constexpr FailureText kFailureTexts[] = {
     {" : No Answer", "No", "Answer"},
     {" : Communication Error", "Communication", "ERROR"},
     {" : Communication Failure", "communication", "Failure"},
@@ -35,12 +36,12 @@ void ReportFailure(Quillon& form, int y, FailureCode code) {
     ClearRow(form, y);
     return;
   }
-  const auto place = static_cast<std::size_t>(code) - 1;
-  if (place >= std::size(kWordings)) return;
-  const Wording& wording = kWordings[place];
-  ShowProgressPaused(form, ControllerText(y) + wording.status);
+  const auto index = static_cast<std::size_t>(code) - 1;
+  if (index >= std::size(kFailureTexts)) return;
+  const FailureText& text = kFailureTexts[index];
+  ShowProgressPaused(form, ControllerText(y) + text.status);
   PaintRow(form, y, colour::kRed, true);
-  FillRow(form, y, RowContent::kFailure, wording.version, wording.checksum);
+  FillRow(form, y, RowContent::kFailure, text.version, text.checksum);
 }
 
 void MarkController(Quillon& form, int y) { PaintRow(form, y, colour::kBlack, false); }

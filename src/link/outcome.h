@@ -7,21 +7,21 @@
 
 namespace quillon {
 
-// How the result of an exchange is shown: `Message` shows it during the run and displays a failure for two
-// seconds, so that nobody misses it. The controller's row in `Info` keeps it after the run.
+// Shows the result of an exchange: during the run in the progress window `Message`, after it in the
+// controller's row of the table `Info`. A failure is shown for two seconds so that the operator can read it.
 
 inline constexpr double kFailurePause = 2.0;  ///< seconds for which a failure is shown
 
-/// What ReportFailure shows of a controller. The first four are the results of an exchange.
+/// The failures that ReportFailure shows. The values 0 to 3 are those of ExchangeResult.
 enum class FailureCode {
   kNone = 0,
   kNoAnswer = 1,
   kCommunicationError = 2,
-  kCommunicationFailure = 3,  ///< it refused while being programmed
-  kErasingFailure = 4,        ///< it refused to be erased or moved
+  kCommunicationFailure = 3,  ///< the controller refused a batch or the full checksum
+  kErasingFailure = 4,        ///< the controller refused the erase or the change of its protocol
 };
 
-/// A status line includes the line's speed, or is brief.
+/// Whether a status line contains the speed: "Controller 5 : Erasing  (Speed : 9600 Bds) ...".
 enum class StatusForm { kWithSpeed, kBrief };
 
 /// The failure code of an exchange; kNone for one that was answered.
@@ -30,23 +30,23 @@ inline FailureCode FailureOf(ExchangeResult result) { return static_cast<Failure
 /// "Controller 5": the name of a controller in all texts.
 std::string ControllerText(int y);
 
-/// Shows how an exchange with controller `y` ended. kNone empties its row. The others show a status line for
-/// two seconds, then red words in the row. Raises RunError 9 for a `y` outside 0 to 31.
+/// Shows a failure of controller `y`: a status line for two seconds, then red text in its row. kNone empties
+/// the row. Raises RunError 9 for a `y` outside 0 to 31.
 void ReportFailure(Quillon& form, int y, FailureCode code);
 
 /// Shows a status line on `Message` and returns.
 void ShowProgress(Quillon& form, const std::string& text, StatusForm statusForm);
 
-/// Shows a failure on `Message` for kFailurePause, yielding. Cancel does not shorten them.
+/// Shows a failure on `Message` for kFailurePause, also after Cancel. Window events are handled meanwhile.
 void ShowProgressPaused(Quillon& form, const std::string& text);
 
-/// Shows `Message` with `line` as it is and one of its pictures.
+/// Shows `Message` with the text `line` and one of its pictures.
 void ShowStatus(Quillon& form, const Picture& picture, const std::string& line);
 
-/// Row `y` becomes black and not bold. Its texts and backgrounds stay.
+/// Makes row `y` black and not bold. Its texts and backgrounds are unchanged.
 void MarkController(Quillon& form, int y);
 
-/// As MarkController; empties the texts too.
+/// Calls MarkController and empties the texts of row `y`.
 void ClearRow(Quillon& form, int y);
 
 /// Writes the texts of row `y`.

@@ -1,3 +1,4 @@
+// The CRC is computed a byte at a time, with a table that contains the CRC of each byte value.
 #include "link/text_arithmetic.h"
 
 #include <algorithm>

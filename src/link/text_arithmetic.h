@@ -8,10 +8,10 @@
 
 namespace quillon {
 
-/// Hex text: digits 0 to 9 and A to F, the most significant first. Byte text: two hex digits and a blank for
-/// each byte, the last one too.
+/// Conversions between bytes and text, and the CRC of frames. Hex text contains the digits 0 to 9 and A to F,
+/// the most significant first. Byte text contains two hex digits and a blank for each byte: "40 05 ".
 
-/// The value of each character as a hex digit, in either case; any other character counts as the digit 0.
+/// The value of each character as a hex digit in either case; 0 for any other character.
 inline constexpr auto kHexDigitValues = [] {
   std::array<unsigned, 256> values{};
   for (unsigned i = 0; i < 10; ++i) values['0' + i] = i;
@@ -21,11 +21,10 @@ inline constexpr auto kHexDigitValues = [] {
 
 inline unsigned HexDigit(char digit) { return kHexDigitValues[static_cast<unsigned char>(digit)]; }
 
-/// The byte text of all bytes.
+/// The byte text of `bytes`.
 std::string ByteArrayToHex(std::span<const std::uint8_t> bytes);
 
-/// The bytes of a frame that its CRC covers: 0 to N+2, where N is byte 2, the length; all of them where the
-/// array is shorter.
+/// The bytes of a frame that its CRC covers: 0 to L+2, where L is byte 2; at most the whole array.
 std::span<const std::uint8_t> CrcPart(std::span<const std::uint8_t> frame);
 
 /// The value of a hex text, 0 for an empty one.
@@ -34,9 +33,8 @@ double HexToNumber(std::string_view digits);
 /// Four characters 0 and 1 for each hex digit, the most significant bit first.
 std::string HexToBits(std::string_view digits);
 
-/// CRC-16/XMODEM (polynomial 0x1021, initial value 0, not reflected, no final exclusive or) of the bytes that
-/// a hex text spells; blanks are passed over, and an odd last digit is left out. Four hex digits, high byte
-/// first: "123456789" in ASCII has 31C3.
+/// The CRC-16/XMODEM (polynomial 0x1021, initial value 0, not reflected, no final exclusive or) of the bytes
+/// in a hex text. Blanks and an odd last digit are ignored. The CRC of "123456789" in ASCII is "31C3".
 std::string FrameCrc(std::string_view digits);
 
 }  // namespace quillon
