@@ -1,3 +1,4 @@
+// Repeats a command until it is acknowledged or finally refused, and shows the result.
 #include "commands/acknowledge.h"
 
 #include "link/frame.h"
@@ -7,7 +8,7 @@
 namespace quillon {
 namespace {
 
-constexpr int kTries = 3;
+constexpr int kExchanges = 3;
 
 }  // namespace
 
@@ -19,7 +20,7 @@ std::uint8_t ProtocolByteOrBox(Quillon& form) {
 
 ExchangeResult SendForAcknowledge(Quillon& form, Command command, int y, const Bytes& frame,
                                   const std::function<void(ExchangeResult result)>& onResult) {
-  for (int tries = 1; tries <= kTries; ++tries) {
+  for (int exchange = 1; exchange <= kExchanges; ++exchange) {
     const ExchangeResult result = SendFrame(form, frame, form.AnswerText, ShortAnswer::kIsBad);
     const bool refused = result == ExchangeResult::kAnswered && !IsAcknowledge(form.AnswerText);
     form.Report(CommandAnswered{command, y, refused ? Reply::kRefused : ReplyOf(form, result)});
@@ -30,7 +31,7 @@ ExchangeResult SendForAcknowledge(Quillon& form, Command command, int y, const B
 }
 
 bool RequestAcknowledge(Quillon& form, int y, const Bytes& frame, const RequestTexts& texts) {
-  ExchangeResult result = ExchangeResult::kNoAnswer;  // unless the exchange comes to its end
+  ExchangeResult result = ExchangeResult::kNoAnswer;  // also after a run-time failure
   Try(form, [&] { result = SendForAcknowledge(form, texts.command, y, frame); }, {.title = texts.errorTitle});
   if (result == ExchangeResult::kAnswered) {
     Log(form, texts.acknowledgedLog);

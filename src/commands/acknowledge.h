@@ -10,20 +10,20 @@
 
 namespace quillon {
 
-// Messages that a controller acknowledges. The code of its answer is 61 when it did what was asked; any other
-// code is a refusal. A refused message is repeated, since the controller may have been busy with its flash:
-// three refusals in a row are final. Silence and damaged answers end the attempts at once, because the
-// exchange has already sent that frame three times.
+// Messages that a controller acknowledges. It answers with the code 61 when it executed the command, and with
+// any other code when it refused. A refused message is sent again, since the controller may have been busy
+// with its flash: the third refusal is final. Silence and damaged answers are final at once, because the
+// exchange has already sent the frame three times.
 
-/// ProtocolNumber, or 0 after the run-error box when the box `Protocol` does not contain a usable number.
+/// The protocol byte. When `Protocol` does not contain a valid number, shows the run-error box and returns 0.
 std::uint8_t ProtocolByteOrBox(Quillon& form);
 
-/// Sends the frame of a command to `y` until an answer carries the accepting code, in up to three exchanges.
-/// kAnswered: it was accepted. kRefused: three answers came, none with that code. Others: the result of the
-/// exchange that failed. `onResult` receives the result of each exchange. Raises RunError like SendFrame.
+/// Sends a command to controller `y` until it acknowledges (kAnswered), an exchange fails (its result), or it
+/// has refused three times (kRefused). `onResult` receives each result. Raises RunError like SendFrame.
 ExchangeResult SendForAcknowledge(Quillon& form, Command command, int y, const Bytes& frame,
                                   const std::function<void(ExchangeResult result)>& onResult = {});
 
+/// A command with the texts of its results.
 struct RequestTexts {
   Command command;
   const char* acknowledgedLog;
@@ -32,8 +32,8 @@ struct RequestTexts {
   std::string errorTitle = BoxWording().title;
 };
 
-/// Sends a frame that `y` has to acknowledge, and shows the result in its row. Closes `Message`. Returns
-/// whether `y` acknowledged; its row is then empty.
+/// Sends a command to controller `y`, writes the result into its row and closes `Message`. Returns whether
+/// `y` acknowledged; its row is then empty.
 bool RequestAcknowledge(Quillon& form, int y, const Bytes& frame, const RequestTexts& texts);
 
 }  // namespace quillon

@@ -1,3 +1,4 @@
+// Extends the description of a failed serial device.
 #include "commands/erased.h"
 
 #include <string>

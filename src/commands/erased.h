@@ -4,8 +4,8 @@
 
 namespace quillon {
 
-/// Takes a step of the programming, while `controllers` controllers are erased. Raises what the step raises.
-/// When the device went away, the description also says what that means for these controllers.
+/// Executes a step of the programming, during which `controllers` controllers are erased. Raises what the
+/// step raises. If the serial device failed, the description also contains that these controllers are erased.
 void WhileErased(int controllers, const std::function<void()>& step);
 
 }  // namespace quillon

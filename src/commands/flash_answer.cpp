@@ -1,3 +1,4 @@
+// Extracts version and checksum from an answer; flash_answer.h draws both forms.
 #include "commands/flash_answer.h"
 
 #include "link/frame.h"
@@ -7,7 +8,7 @@ namespace {
 
 constexpr std::size_t kShortForm = 26;  // hex digits
 constexpr std::size_t kLongForm = 28;
-constexpr std::size_t kShortFormVersion = 5;  // byte at which the version begins
+constexpr std::size_t kShortFormVersion = 5;  // index of the byte V1
 constexpr std::size_t kLongFormVersion = 6;
 
 FlashFacts ReadFacts(const std::string& answer, std::size_t versionByte) {

@@ -1,3 +1,4 @@
+// The message $73: reads version and checksum, and compares the checksum with that of the file.
 #include "commands/flash_check.h"
 
 #include <string>
@@ -11,16 +12,15 @@
 namespace quillon {
 namespace {
 
-/// Asks until an answer of a known length fills the row of `y`. False: the exchange failed.
-///
-/// An answer of another length is the late answer to an earlier question, though its CRC is right. So the
-/// question is repeated until it is answered, no answer comes, or the operator cancels.
+/// Writes version and checksum of `y` into its row. Returns false when the exchange failed. A late answer to
+/// an earlier message has a correct CRC, but another length. Therefore $73 is sent again until an answer has
+/// a known length, no answer is received, or the operator cancels.
 bool ReadFlash(Quillon& form, int y) {
   for (;;) {
     form.FrameBuffer = FlashCheckFrame(ProtocolByteOrBox(form), y);
     ShowProgress(form, ControllerText(y) + " : Checking Flash ", StatusForm::kWithSpeed);
     LogFrame(form, "Message : $73  - Checking Flash", form.FrameBuffer);
-    ExchangeResult result = ExchangeResult::kNoAnswer;  // unless the exchange comes to its end
+    ExchangeResult result = ExchangeResult::kNoAnswer;  // also after a run-time failure
     Try(form, [&] {
       result = SendFrame(form, form.FrameBuffer, form.AnswerText, ShortAnswer::kIsBad);
       form.Report(CommandAnswered{Command::kFlashCheck, y, ReplyOf(form, result)});

@@ -4,14 +4,12 @@
 
 namespace quillon {
 
-// The message $73 asks a controller for the version and the checksum of its firmware; flash_answer.h draws
-// both forms of the answer.
-//
-// The commands receive the controller's number by reference because it is `CurrentController`: the loop
-// variable of the run exists once, and the windows can show it.
+// The message $73 asks a controller for the version and the checksum of its firmware (flash_answer.h).
+// Commands receive the number by reference: it is `CurrentController`, the loop variable of all runs.
 
-/// Reads version and checksum of `y` into its row. With a file chosen, a checksum other than the file's is
-/// shown white on red. False: the exchange failed, and the row shows the failure. Closes `Message`.
+/// Writes version and checksum of `y` into its row. When a file is chosen, a checksum that differs from the
+/// file's is shown white on red. Returns false after a failed exchange, which the row shows. Closes
+/// `Message`.
 bool FlashCheck(Quillon& form, int& y);
 
 }  // namespace quillon

@@ -1,3 +1,4 @@
+// The message $74: erases the flash of one controller.
 #include "commands/flash_erase.h"
 
 #include "commands/acknowledge.h"

@@ -4,12 +4,11 @@
 
 namespace quillon {
 
-// The message $74 makes a controller erase its flash and wait for batches. Most controllers wait for them at
-// the download speed, to which the tool changes next. Those of some products can be told to stay at the
-// line's speed.
+// The message $74 makes a controller erase its flash and wait for batches. It then expects them at the
+// download speed. Controllers of some products can keep the current speed of the line instead (`useBB`).
 
-/// Erases `y` and prepares it for programming. True: it acknowledged, and its row is empty. False: the row
-/// shows the failure. Closes `Message`.
+/// Erases `y` and prepares it for programming. Returns true when it acknowledged; its row is then empty.
+/// Otherwise the row shows the failure. Closes `Message`.
 bool FlashErase(Quillon& form, int& y);
 
 }  // namespace quillon

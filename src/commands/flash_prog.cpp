@@ -1,3 +1,4 @@
+// The programming pass of a parallel download: broadcasts the batches, then asks for confirmation.
 #include "commands/flash_prog.h"
 
 #include <string>
@@ -21,7 +22,7 @@ int TickedControllers(const Quillon& form) {
   return count;
 }
 
-/// Sends a batch to all and waits for `Text2` milliseconds, without serving events.
+/// Sends a batch to all controllers and sleeps for `Text2` milliseconds, without handling window events.
 void BroadcastBatch(Quillon& form, const Bytes& frame) {
   Log(form, ByteArrayToHex(frame));
   Try(form, [&] {
@@ -52,7 +53,7 @@ void ConfirmImage(Quillon& form, int y) {
 void FlashProg(Quillon& form) {
   Log(form, "Programming 5F without answer");
   std::string file;
-  Try(form, [&] { file = ReadFile(form.FileName.Text()); });  // one that can't be read counts as empty
+  Try(form, [&] { file = ReadFile(form.FileName.Text()); });  // an unreadable file counts as empty
   BatchReader batches(file);
   const int count = CountBatches(file);
   for (int batchNumber = 1; !batches.AtEnd(); ++batchNumber) {
@@ -61,7 +62,7 @@ void FlashProg(Quillon& form) {
     form.run.Yield();
     if (form.AbortRequested) return;  // Cancel has closed `Message`
     form.Report(BatchBegun{kEveryController, batchNumber, count});
-    // A batch that can't be read or framed is not sent. The pass continues with the next one.
+    // A batch that can't be read, or is too long for a frame, is not sent.
     if (Try(form, [&] { form.FrameBuffer = BatchFrame(kBroadcast, batches.Next()); }))
       BroadcastBatch(form, form.FrameBuffer);
   }

@@ -1,3 +1,4 @@
+// The programming pass of a serial download: sends each batch until it is acknowledged.
 #include "commands/flash_prog00.h"
 
 #include <string>
@@ -13,8 +14,8 @@
 namespace quillon {
 namespace {
 
-/// True: `y` acknowledged the batch. A controller that does not answer ends the pass silently: the run then
-/// reads its flash back (FlashCheck), and its row shows the result.
+/// Returns whether `y` acknowledged the batch. A missing or damaged answer is not shown: the run reads the
+/// flash next (FlashCheck), and the row shows that result.
 bool SendBatch(Quillon& form, int y, const Bytes& frame) {
   ExchangeResult result{};
   WhileErased(1, [&] { result = SendForAcknowledge(form, Command::kBatch, y, frame); });
@@ -26,7 +27,7 @@ bool SendBatch(Quillon& form, int y, const Bytes& frame) {
   return result == ExchangeResult::kAnswered;
 }
 
-/// True: `y` acknowledged all batches. False: it did not, or the operator cancelled; `Message` is closed.
+/// Returns whether `y` acknowledged all batches. If not, or after Cancel, `Message` is closed.
 bool SendBatches(Quillon& form, int y) {
   const std::string file = ReadFile(form.FileName.Text());
   BatchReader batches(file);
@@ -48,7 +49,7 @@ bool SendBatches(Quillon& form, int y) {
   return true;
 }
 
-void ConfirmImageAlone(Quillon& form, int y) {
+void ConfirmImage(Quillon& form, int y) {
   const auto result =
       SendFullChecksum(form, y, " : Sending full CheckSum ", "Message : $75 Sending Full Checksum");
   if (result != ExchangeResult::kRefused) return;
@@ -64,7 +65,7 @@ void FlashProg00(Quillon& form, int& y) {
     Log(form, "******** PROGRAMMATION DU CTRL " + std::to_string(y) + " **********");
     if (!SendBatches(form, y)) return;
     FlushInput(form);
-    ConfirmImageAlone(form, y);
+    ConfirmImage(form, y);
     form.message.Unload();
   });
 }

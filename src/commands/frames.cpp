@@ -1,3 +1,4 @@
+// Builds the frames; frames.h lists their payloads.
 #include "commands/frames.h"
 
 #include "link/text_arithmetic.h"
@@ -11,17 +12,17 @@ constexpr std::uint8_t kFlashErase = 0x74;
 constexpr std::uint8_t kProgramming = 0x75;
 constexpr std::uint8_t kToProtocol3 = 0x55;
 
-// What the boot code is to do, after kProgramming AA 55.
+// The operations of the boot code, which follow kProgramming AA 55.
 constexpr std::uint8_t kBatch = 0x10;
 constexpr std::uint8_t kFullChecksum = 0x0F;
 constexpr std::uint8_t kBootCheck = 0x50;
 
 constexpr std::uint8_t kKeepSpeed = 0xBB;
-constexpr std::uint8_t kGoToDownloadSpeed = 0xAA;
+constexpr std::uint8_t kUseDownloadSpeed = 0xAA;
 
-constexpr std::size_t kBatchHead = 4;  // payload bytes before a batch
-constexpr std::size_t kLongestPayload = 255;
-constexpr std::size_t kFewestDigits = 5;  // of a checksum on its way
+constexpr std::size_t kBatchHeaderBytes = 4;  // kProgramming AA 55 kBatch
+constexpr std::size_t kMaxPayload = 255;
+constexpr std::size_t kMinChecksumDigits = 5;
 
 Bytes FrameTo(int address, std::uint8_t protocol, const Bytes& payload) {
   Bytes frame{protocol, static_cast<std::uint8_t>(address), static_cast<std::uint8_t>(payload.size())};
@@ -35,11 +36,11 @@ Bytes FlashCheckFrame(std::uint8_t protocol, int y) { return FrameTo(y, protocol
 
 Bytes FlashEraseFrame(std::uint8_t protocol, int y, SpeedWhileProgramming speed) {
   const bool kept = speed == SpeedWhileProgramming::kKept;
-  return FrameTo(y, protocol, {kFlashErase, 0x55, kept ? kKeepSpeed : kGoToDownloadSpeed, 0xF0});
+  return FrameTo(y, protocol, {kFlashErase, 0x55, kept ? kKeepSpeed : kUseDownloadSpeed, 0xF0});
 }
 
 Bytes BatchFrame(int address, const Bytes& payload) {
-  if (payload.size() + kBatchHead > kLongestPayload) {
+  if (payload.size() + kBatchHeaderBytes > kMaxPayload) {
     throw RunError(RunError::kOverflow,
                    "Overflow: a batch of " + std::to_string(payload.size()) +
                        " bytes does not fit into a frame. Create the HEX file again with lines "
@@ -51,7 +52,8 @@ Bytes BatchFrame(int address, const Bytes& payload) {
 }
 
 Bytes FullChecksumFrame(int y, const std::string& checksum) {
-  const std::string padding(checksum.size() < kFewestDigits ? kFewestDigits - checksum.size() : 0, '0');
+  const std::string padding(checksum.size() < kMinChecksumDigits ? kMinChecksumDigits - checksum.size() : 0,
+                            '0');
   const std::string digits = padding + checksum;
   const auto pair = [&](std::size_t n) {
     return static_cast<std::uint8_t>(HexToNumber(std::string_view(digits).substr(2 * n, 2)));

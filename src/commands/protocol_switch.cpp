@@ -1,3 +1,4 @@
+// "3 -> 4" by a text frame, "4 -> 3" by an ordinary one.
 #include "commands/protocol_switch.h"
 
 #include "commands/acknowledge.h"
@@ -7,17 +8,17 @@
 namespace quillon {
 
 bool SendP4(Quillon& form, int& y) {
-  const auto move = [&] {
+  const auto send = [&] {
     form.FrameBuffer = ToProtocol4Frame(y);
     LogFrame(form, "Message : p4 => RUD3", form.FrameBuffer);
     const ExchangeResult result = SendFrame(form, form.FrameBuffer, form.AnswerText, ShortAnswer::kIsGood);
     form.Report(CommandAnswered{Command::kToProtocol4, y, ReplyOf(form, result)});
     return result == ExchangeResult::kAnswered;
   };
-  bool moved = false;
-  Try(form, [&] { moved = move(); }, {.title = "SendP4"});
-  if (moved) form.dialogs.ShowBox("send p4 OK!!!", "Quillon", BoxKind::kInformation);
-  return moved;
+  bool answered = false;
+  Try(form, [&] { answered = send(); }, {.title = "SendP4"});
+  if (answered) form.dialogs.ShowBox("send p4 OK!!!", "Quillon", BoxKind::kInformation);
+  return answered;
 }
 
 bool Send55(Quillon& form, int& y) {

@@ -4,13 +4,12 @@
 
 namespace quillon {
 
-// The bus has two protocols. A controller on protocol 3 reads text; on protocol 4 it reads frames.
+// Changes the protocol of a controller: on protocol 3, "RUD3" in the log, it reads text, on 4 frames.
 
-/// Moves `y` from protocol 3 to 4 by the text "p400:4/". True: it answered, and the operator has answered the
-/// box that reports it.
+/// Changes `y` from protocol 3 to 4. Returns whether it answered; if so, after a box was closed.
 bool SendP4(Quillon& form, int& y);
 
-/// Moves `y` from protocol 4 to 3 by a frame. True: it acknowledged, and its row is empty. Closes `Message`.
+/// Changes `y` from protocol 4 to 3. Returns whether it did, with its row empty. Closes `Message`.
 bool Send55(Quillon& form, int& y);
 
 }  // namespace quillon
