@@ -1,3 +1,4 @@
+// The check of a programmed controller.
 #include "workflows/after_programming.h"
 
 #include <string>

@@ -4,23 +4,23 @@
 
 namespace quillon {
 
-// What both downloads do with a controller that was programmed.
+// The end of both downloads: reads the flash of each programmed controller and compares it with the file.
 //
-// It executes the new firmware now, which answers as its image says: in the image's protocol, and at the
-// image's speed where that is fixed. So the main window takes both over before the next question. Then the
-// controller reports what its flash contains, and its row is compared with the file.
+// A programmed controller executes the new firmware. It therefore uses the protocol of the image, and also
+// its speed if the image fixes one. The tool adopts both before it sends the next message.
 
-/// `Protocol` becomes the image's: one less than the protocol byte.
+/// Sets `Protocol` to the image's protocol byte less one.
 void ApplyImageProtocol(Quillon& form);
 
-/// A fixed rate of the image becomes the first speed tried. Raises RunError 383 for one that the list lacks.
+/// If the image fixes a speed, selects it in `Vitesse`. Raises RunError 383 if the list does not contain it.
 void ApplyImageSpeed(Quillon& form);
 
-/// Reads version and checksum of `i` into its row. A controller on protocol 3 is moved to 4 before: only
-/// there it understands the question. True: the row is filled.
+/// Writes version and checksum of `i` into its row, and returns whether it could. If `RUD3` is ticked,
+/// changes the controller to protocol 4 first, where it can be read.
 bool CheckProgrammed(Quillon& form, int& i);
 
-/// Compares the row of `y` with the file's checksum: shows that the programming succeeded, or marks the row.
+/// Compares the checksum in row `y` with that of the file. Shows success in the status line, or writes
+/// "Programmation" and "ERROR" into the row.
 void CompareWithFile(Quillon& form, int y);
 
 }  // namespace quillon

@@ -1,3 +1,5 @@
+// Auto sends the message $73 to each number, at each speed until it is answered. The run uses a time-out of
+// 50 ms and other speeds; the operator's settings are restored when it ends.
 #include "workflows/auto_detection.h"
 
 #include <optional>
@@ -18,8 +20,7 @@ namespace {
 
 constexpr const char* kTimeOut = "50";  // milliseconds
 
-/// Ticks `i` when it answers at any speed, and unticks it when it answers at none. After Cancel its
-/// state is unknown and stays.
+/// Ticks `i` when it answers at any speed, else unticks it. After Cancel the box is unchanged.
 void Detect(Quillon& form, int i) {
   std::optional<PhaseScope> phase;
   ResetTriedSpeeds(form);
@@ -45,8 +46,7 @@ void Detect(Quillon& form, int i) {
 bool Auto_Click(Quillon& form) {
   const std::string timeOut = form.Text1.Text();
   const std::string speed = form.Vitesse.Text();
-  // However the run ends, it restores the operator's settings.
-  const ScopeExit putBack([&] {
+  const ScopeExit restoreSettings([&] {
     form.Auto.SetEnabled(true);
     form.Text1.SetText(timeOut);
     if (!speed.empty()) form.Vitesse.SetText(speed);

@@ -1,3 +1,4 @@
+// Boot Info: sends the message $75 AA 55 50 to one ticked controller after the other.
 #include "workflows/boot_info.h"
 
 #include <optional>
@@ -17,9 +18,8 @@ namespace {
 
 enum class Attempt { kDone, kAgain };
 
-/// After a failed exchange: with the fixed protocol byte in `Protocol`, tries the other speeds. With any
-/// other, sends the fixed one from now on, at this speed, until an answer or Cancel.
-Attempt TryBootOtherwise(Quillon& form, int i) {
+/// After a failed exchange, selects the protocol byte 0x40 or the next speed. kDone: no speed is left.
+Attempt PrepareBootRetry(Quillon& form, int i) {
   if (form.ProtocolNumber() != kFixedProtocol) {
     form.BootProtocolFallback = true;
     return Attempt::kAgain;
@@ -29,8 +29,8 @@ Attempt TryBootOtherwise(Quillon& form, int i) {
   return Attempt::kAgain;
 }
 
-/// Asks controller `i` once, at the current speed and protocol byte. The first question begins `phase`.
-Attempt AskForBoot(Quillon& form, int i, std::optional<PhaseScope>& phase) {
+/// Sends the message to controller `i` once, at the current speed. The first attempt begins `phase`.
+Attempt ReadBootOnce(Quillon& form, int i, std::optional<PhaseScope>& phase) {
   ApplySpeed(form);
   if (!TakesPart(form, i)) return Attempt::kDone;
   if (!phase) phase.emplace(form, i, Phase::kBootCheck);
@@ -40,7 +40,7 @@ Attempt AskForBoot(Quillon& form, int i, std::optional<PhaseScope>& phase) {
   const ExchangeResult result = SendFrame(form, form.FrameBuffer, form.AnswerText, ShortAnswer::kIsBad);
   form.Report(CommandAnswered{Command::kBootCheck, i, ReplyOf(form, result)});
   ReportFailure(form, i, FailureOf(result));
-  if (result != ExchangeResult::kAnswered) return TryBootOtherwise(form, i);
+  if (result != ExchangeResult::kAnswered) return PrepareBootRetry(form, i);
   const auto facts = ReadBootAnswer(form.AnswerText);
   if (!facts) return Attempt::kAgain;
   FillRow(form, i, RowContent::kBoot, facts->version, facts->checksum);
@@ -56,7 +56,7 @@ bool ComBoot_Click(Quillon& form) {
                ForEachController(form, [&](int& i) {
                  ResetTriedSpeeds(form);
                  std::optional<PhaseScope> phase;
-                 while (AskForBoot(form, i, phase) == Attempt::kAgain) {
+                 while (ReadBootOnce(form, i, phase) == Attempt::kAgain) {
                  }
                  return Next::kController;
                });

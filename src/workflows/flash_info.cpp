@@ -1,3 +1,4 @@
+// Flash Info: sends the message $73 to each ticked controller, at each speed until it is answered.
 #include "workflows/flash_info.h"
 
 #include "commands/flash_check.h"

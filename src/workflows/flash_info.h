@@ -4,7 +4,7 @@
 
 namespace quillon {
 
-/// Flash Info: version and checksum of each ticked controller's flash.
+/// Flash Info: reads version and checksum of each ticked controller's flash.
 bool ComInfo_Click(Quillon& form);
 
 }  // namespace quillon

@@ -1,3 +1,7 @@
+// Download (Parallel):
+//
+//     erase each ticked controller, at any speed  ->  broadcast the image at the download speed
+//     ->  confirm the full checksum (FlashProg)   ->  read each flash and compare it with the file
 #include "workflows/parallel_download.h"
 
 #include "commands/flash_erase.h"
@@ -12,7 +16,7 @@
 namespace quillon {
 namespace {
 
-/// False: the run was cancelled, or a controller acknowledged at no speed.
+/// Returns false after Cancel, or when a controller did not acknowledge at any speed.
 bool EraseTicked(Quillon& form) {
   const Next next = ForEachController(form, [&](int& i) {
     const auto erase = [&] {
@@ -30,7 +34,7 @@ bool EraseTicked(Quillon& form) {
   return !form.AbortRequested;
 }
 
-/// False: the operator cancelled.
+/// Returns false after Cancel.
 bool ProgramAll(Quillon& form) {
   if (!form.useBB.Ticked()) SetLine(form, form.DownloadSettings);
   FlashProg(form);

@@ -4,10 +4,9 @@
 
 namespace quillon {
 
-/// Download (Parallel): erases each ticked controller, streams the image once to all of them, checks each.
-///
-/// One controller that can't be erased ends the run before the first batch: every controller on the line
-/// receives the batches, and it would write them over the image that it still has.
+/// Download (Parallel): erases each ticked controller, sends the image once to all of them, checks each. If
+/// one controller can't be erased, the run ends before the first batch. All controllers on the line receive
+/// the batches, and that controller would write them over the image that it still has.
 bool ComLoad_Click(Quillon& form);
 
 }  // namespace quillon

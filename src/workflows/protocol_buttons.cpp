@@ -1,3 +1,4 @@
+// "3 -> 4" and "4 -> 3" differ in the command and in the title of the run-error box.
 #include "workflows/protocol_buttons.h"
 
 #include "commands/protocol_switch.h"
@@ -8,7 +9,7 @@
 namespace quillon {
 namespace {
 
-bool MoveTicked(Quillon& form, bool (*command)(Quillon& form, int& y), const char* errorTitle) {
+bool SwitchTicked(Quillon& form, bool (*command)(Quillon& form, int& y), const char* errorTitle) {
   return Try(form,
              [&] {
                OpenRun(form, Table::kNone);
@@ -23,8 +24,8 @@ bool MoveTicked(Quillon& form, bool (*command)(Quillon& form, int& y), const cha
 
 }  // namespace
 
-bool Cmd3to4_Click(Quillon& form) { return MoveTicked(form, &SendP4, "Cmd3to4_Click "); }
+bool Cmd3to4_Click(Quillon& form) { return SwitchTicked(form, &SendP4, "Cmd3to4_Click "); }
 
-bool Cmd4to3_Click(Quillon& form) { return MoveTicked(form, &Send55, "Cmd4to3_Click "); }
+bool Cmd4to3_Click(Quillon& form) { return SwitchTicked(form, &Send55, "Cmd4to3_Click "); }
 
 }  // namespace quillon

@@ -1,3 +1,4 @@
+// The beginning and the end of a run.
 #include "workflows/run_frame.h"
 
 #include <string>
@@ -9,9 +10,9 @@
 namespace quillon {
 namespace {
 
-constexpr std::size_t kPortNumberDigit = 4;  // in an item of the list, "COM 7"
+constexpr std::size_t kPortNumberIndex = 4;  // of the number in "COM 7"
 
-/// Prepares `Info` and shows it. The rows of Boot Info are compared with nothing.
+/// Prepares `Info` and shows it. Boot Info shows no file checksum, since no file contains boot code.
 void ShowTable(Quillon& form, Table table) {
   const bool flash = table == Table::kFlashInfo;
   const char* title = flash ? "Flash Info" : "Boot Info";
@@ -21,8 +22,11 @@ void ShowTable(Quillon& form, Table table) {
   form.info.Label41.SetVisible(flash);
   form.info.FileCheksum.SetVisible(flash);
   form.info.Show();
-  form.info.Ver(0).SetFocus();  // not on "&Close", which the next Enter would press
+  form.info.Ver(0).SetFocus();  // not "&Close", which the next Enter would press
 }
+
+/// Raises RunError when `Protocol` does not contain a valid number.
+void ValidateProtocol(const Quillon& form) { form.ProtocolNumber(); }
 
 }  // namespace
 
@@ -38,8 +42,8 @@ void OpenRun(Quillon& form, Table table, OnFailure onFailure) {
   for (int i = 0; i < kControllers; ++i) MarkController(form, i);
   form.AbortRequested = false;
   if (table != Table::kNone) ShowTable(form, table);
-  // Boot Info reads `Protocol` later, when it asks.
-  if (table != Table::kBootInfo) RunStep(form, onFailure, [&] { form.ProtocolNumber(); });
+  // Boot Info reads `Protocol` before each message.
+  if (table != Table::kBootInfo) RunStep(form, onFailure, [&] { ValidateProtocol(form); });
   RunStep(form, onFailure, [&] { SelectPort(form); });
   RunStep(form, onFailure, [&] { form.MSComm1.SetPortOpen(true); });
 }
@@ -51,7 +55,7 @@ void SelectPort(Quillon& form) {
     throw RunError(RunError::kTypeMismatch,
                    "Type mismatch: no port is selected. Select one in \"Com Port\".");
   }
-  form.MSComm1.SetCommPort(ToInteger(name.substr(kPortNumberDigit), "Com Port"));
+  form.MSComm1.SetCommPort(ToInteger(name.substr(kPortNumberIndex), "Com Port"));
 }
 
 Next ForEachController(Quillon& form, const std::function<Next(int& i)>& step) {

@@ -1,3 +1,4 @@
+// Download (Serial): each controller acknowledges each batch.
 #include "workflows/serial_download.h"
 
 #include "commands/flash_erase.h"
@@ -22,7 +23,7 @@ SearchResult EraseForDownload(Quillon& form, int& i) {
   return SearchSpeed(form, i, erase, {.phase = Phase::kErase, .onFailure = OnFailure::kContinue});
 }
 
-/// Reads back what was programmed, also after Cancel or when the controller was unticked meanwhile.
+/// Reads the programmed flash, also after Cancel and when the operator unticked the controller meanwhile.
 SearchResult CheckDownload(Quillon& form, int& i) {
   const auto check = [&] { return CheckProgrammed(form, i); };
   return SearchSpeed(
@@ -30,7 +31,7 @@ SearchResult CheckDownload(Quillon& form, int& i) {
       {.phase = Phase::kCheck, .onFailure = OnFailure::kContinue, .controllers = Search::Controllers::kAny});
 }
 
-/// kEnd: the run was cancelled, or the controller acknowledged at no speed.
+/// Returns kEnd after Cancel, or when the controller did not acknowledge the erase at any speed.
 Next DownloadTo(Quillon& form, int& i) {
   const SearchResult erased = EraseForDownload(form, i);
   if (erased == SearchResult::kSkipped) return Next::kController;
@@ -39,14 +40,14 @@ Next DownloadTo(Quillon& form, int& i) {
   Try(form, [&] { FlushInput(form); });
   if (form.AbortRequested) return Next::kEnd;
 
-  // An erased controller waits at the download speed, unless the erase frame told it to keep the line's.
+  // The erased controller expects the download speed, unless `useBB` made it keep the current one.
   if (!form.useBB.Ticked()) Try(form, [&] { SetLine(form, form.DownloadSettings); });
-  int y = i;  // the programming must not move the current controller
+  int y = i;  // a copy: FlashProg00 must not change `CurrentController`
   FlashProg00(form, y);
   Try(form, [&] { FlushInput(form); });
   if (form.AbortRequested) return Next::kEnd;
 
-  // From here on it executes the new firmware, which answers as the image says.
+  // The controller now executes the new firmware, with the protocol and the speed of the image.
   ApplyImageProtocol(form);
   Try(form, [&] { ApplyImageSpeed(form); });
   if (CheckDownload(form, i) == SearchResult::kDone) CompareWithFile(form, i);

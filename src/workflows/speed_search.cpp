@@ -1,3 +1,4 @@
+// The tried speeds are the ticks of the hidden boxes `V4800` to `V38400`.
 #include "workflows/speed_search.h"
 
 #include <optional>
@@ -8,7 +9,7 @@
 namespace quillon {
 namespace {
 
-/// The speed that a tried-speed box stands for: "V9600" is "9600".
+/// The speed of a box: "9600" for "V9600".
 std::string SpeedOf(const CheckBox& box) { return box.Caption().substr(1); }
 
 }  // namespace
@@ -25,11 +26,11 @@ void SetLine(Quillon& form, const std::string& settings) {
 
 void ApplySpeed(Quillon& form) {
   const std::string& speed = form.Vitesse.Text();
-  // Ticked first, so that a search on a line that fails comes to its end too.
+  // Ticked before the line is set, so that the search ends even if the device refuses every speed.
   for (CheckBox& box : form.triedSpeeds) {
     if (SpeedOf(box) == speed) box.SetValue(CheckBox::kTicked);
   }
-  SetLine(form, speed + ",N,8,2");
+  SetLine(form, speed + ",N,8,2");  // no parity, 8 data bits, 2 stop bits
 }
 
 bool NextUntriedSpeed(Quillon& form) {

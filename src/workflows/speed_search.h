@@ -10,40 +10,42 @@ namespace quillon {
 
 // The search for a controller's speed.
 //
-// The speed at which a controller listens is unknown: a new one has its factory setting, a programmed one
-// that of its image. A controller that is addressed at a wrong speed receives noise and does not answer. So a
-// command that failed is repeated at the other speeds: at most one attempt at each of the four. The first is
-// the speed in `Vitesse`, since the controllers on one line mostly share theirs; then the others in ascending
-// order.
+// The speed of a controller is unknown: a new one has its factory setting, a programmed one that of its
+// image. A controller that is addressed at a wrong speed receives noise and does not answer. So a command
+// that failed is repeated at the other speeds, once at each of the four. The first is the speed in `Vitesse`,
+// since the controllers on one line mostly have the same; then the others in ascending order.
 
+/// Marks all speeds as untried.
 void ResetTriedSpeeds(Quillon& form);
 
-/// Sets the open line to `settings`, such as "9600,N,8,2". Raises RunError 380 for a speed that the device
-/// refuses.
+/// Sets the open line to `settings`, such as "9600,N,8,2": bits per second, no parity, 8 data bits, 2 stop
+/// bits. Raises RunError 380 for a speed that the device refuses.
 void SetLine(Quillon& form, const std::string& settings);
 
-/// Sets the line to the speed in `Vitesse` and ticks that speed as tried. Raises RunError 380 for a speed
-/// that the device refuses.
+/// Sets the line to the speed in `Vitesse` and marks it as tried. Raises RunError 380 like SetLine.
 void ApplySpeed(Quillon& form);
 
-/// Puts the lowest untried speed into `Vitesse`. False: none is left.
+/// Selects the lowest untried speed in `Vitesse`. Returns false when none is left.
 bool NextUntriedSpeed(Quillon& form);
 
 /// Whether controller `i` is ticked and the run is not cancelled.
 bool TakesPart(const Quillon& form, int i);
 
-/// How the speed search treats a controller.
 struct Search {
-  Phase phase;                               ///< what `command` does
-  OnFailure onFailure = OnFailure::kEndRun;  ///< of the change of speed
+  Phase phase;                               ///< the phase that the run events report
+  OnFailure onFailure = OnFailure::kEndRun;  ///< when the device refuses a speed
   enum class Controllers {
     kTicked,
     kAny
-  } controllers = Controllers::kTicked;  ///< kTicked: none after Cancel
-  enum class Row { kMarked, kKept } rowBetweenSpeeds = Row::kMarked;
+  } controllers = Controllers::kTicked;                               ///< kTicked: and not after Cancel
+  enum class Row { kMarked, kKept } rowBetweenSpeeds = Row::kMarked;  ///< kMarked: MarkController is called
 };
 
-enum class SearchResult { kDone, kSkipped, kNoSpeedLeft };
+enum class SearchResult {
+  kDone,         ///< `command` returned true
+  kSkipped,      ///< the controller does not take part
+  kNoSpeedLeft,  ///< `command` returned false at all speeds
+};
 
 /// Executes `command` for controller `i` at one speed after the other until it returns true.
 SearchResult SearchSpeed(Quillon& form, int i, const std::function<bool()>& command, const Search& search);
