@@ -1,16 +1,16 @@
-// What a firmware file says about itself is in up to four of its lines, which are known by their load
-// address. The columns of a line are those of hex_line.h: the data begins in column 10. A file contains one
-// pair of them, 2010 and 2020 or 007B and 008B, in this order.
+// A firmware file contains its version, bit rate, protocol and product in two of its lines. They are
+// recognised by their load address: 2010 and 2020, or 007B and 008B. Columns as in hex_line.h.
 //
-//     2010  the version, in the low digits of six data bytes: 21 23, 27 29, 33 35
-//     2020  10 11 flags, 14 15 protocol, 16 17 product
-//     007B  40 41 the version's first part
-//     008B  10 11 and 12 13 its other parts, 14 15 flags, 16 17 protocol, 18 19 product
+//     address  columns
+//     2010     21 23, 27 29, 33 35      version: three pairs of single digits
+//     2020     10-11, 14-15, 16-17      flags, protocol, product
+//     007B     40-41                    version, first pair
+//     008B     10-11, 12-13             version, second and third pair
+//              14-15, 16-17, 18-19      flags, protocol, product
 //
-// Bits 6 to 4 of the flags are the rate code.
-//
-// The checksum is that of the whole flash, not of the file: an erased byte contains 255, so each byte that
-// the file does not set counts 255. A controller adds up its flash in the same way.
+// Bits 6 to 4 of the flags are the code of the bit rate. The checksum is that of the whole flash, not of the
+// file: an erased byte contains 255, so each byte that the file does not set counts 255. A controller adds up
+// its flash in the same way.
 #include "image/analyse_image.h"
 
 #include <cstdio>
@@ -22,7 +22,7 @@
 namespace quillon {
 namespace {
 
-constexpr std::int64_t kFlashBytes = 56 * 1024 - 2;  // that the checksum covers: 56 KiB less two bytes
+constexpr std::int64_t kFlashBytes = 56 * 1024 - 2;  // the range of the checksum
 constexpr std::int64_t kErasedByte = 255;
 
 struct BaudRule {
@@ -88,13 +88,12 @@ void ApplyMetadata(const HexLine& line, ImageFacts& facts) {
   }
 }
 
-/// The sum of the line's data bytes. Whole pairs have a short path, since this runs over every byte of a
-/// file.
+/// The sum of the line's data bytes. A line that is cut may end with half a pair.
 std::int64_t DataSum(const HexLine& line, unsigned length) {
   std::string_view data = line.Columns(HexLine::kDataColumn, HexLine::kDataColumn + 2 * length - 1);
   unsigned sum = 0;
   for (; data.size() >= 2; data.remove_prefix(2)) sum += HexDigit(data[0]) << 4 | HexDigit(data[1]);
-  if (!data.empty()) sum += HexDigit(data[0]);  // half a pair at the end of a file cut short
+  if (!data.empty()) sum += HexDigit(data[0]);
   return sum;
 }
 
@@ -114,7 +113,6 @@ std::int64_t AnalyseImage(LineReader lines, ImageFacts& facts) {
   return dataSum + kErasedByte * (kFlashBytes - lengthSum);
 }
 
-/// A file with far more data than the flash has room for makes the sum negative: then its low 32 bits count.
 std::string ChecksumText(std::int64_t checksum) {
   char text[2 * sizeof(std::int64_t) + 1];
   std::snprintf(text, sizeof text, "%llX",

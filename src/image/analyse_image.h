@@ -8,15 +8,14 @@
 
 namespace quillon {
 
-/// Reads a whole firmware file (Intel HEX, by columns) line by line. Stores in `facts` what the records
-/// at the line addresses 2010, 2020, 007B and 008B say about it, later ones over earlier ones.
-///
-/// Returns the image's checksum: the sum of all bytes of a flash of 57342 bytes in which each byte that the
-/// file does not fill holds 255. Lengths and data count as written, wherever they lie; for a file that holds
-/// too much the result is below zero. Raises what reading the lines raises.
+/// Reads a firmware file (Intel HEX) to its end. Stores the metadata of the records at the load addresses
+/// 2010, 2020, 007B and 008B in `facts`; a later record replaces an earlier one. Returns the image's
+/// checksum: the sum of all 57342 bytes of the flash, in which each byte that the file does not set is 255.
+/// Load addresses are not checked, and a file with more data than the flash gives a negative result. Raises
+/// what reading the lines raises.
 std::int64_t AnalyseImage(LineReader lines, ImageFacts& facts);
 
-/// A checksum as upper-case hex digits without leading zeros; below zero, its low 32 bits.
+/// A checksum as upper-case hex digits without leading zeros; of a negative one, the low 32 bits.
 std::string ChecksumText(std::int64_t checksum);
 
 }  // namespace quillon

@@ -1,17 +1,14 @@
-// A batch is what one programming frame carries: a load address, and the data of lines that follow each other
-// in the flash without a gap.
+// A batch, the contents of one frame, is a load address and the data of lines that are adjacent in the flash.
 //
-//     :10 0000 00 ...16 bytes      opens a batch at 0000
-//     :10 0010 00 ...16 bytes      its address is 0000 + 16: it joins
-//     ...                          until more than 112 bytes stand there: with lines of 16, after the eighth
-//     :10 0080 00 ...16 bytes      opens the next batch, as does a line with any other address
+//     :10 0000 00 ...16 bytes      begins a batch at address 0000
+//     :10 0010 00 ...16 bytes      address 0000 + 16: is appended
+//     ...                          until it has more than 112 bytes: with lines of 16, after the eighth
+//     :10 0080 00 ...16 bytes      begins the next batch, as does a line with any other address
 //
-// 112 leaves room for one more line of usual length, so a frame stays below 140 bytes, and below the 255
-// bytes of the length byte.
-//
-// The line that can't join is kept and opens the next batch. The end-of-file record is such a line. After a
-// batch with room it is kept, and the end of the file drops it. After a full batch it was not looked at yet
-// and opens a batch of its own: an address without data, sent like any other.
+// 112 bytes leave room for one more line of usual length. So a frame has less than 140 bytes. A line that
+// does not fit the batch begins the next one. This includes the end record of the file. After a batch with
+// room the end record is read and dropped. After a full batch it is read as the next batch: an address
+// without data, which is sent like any other.
 #include "image/batch_reader.h"
 
 #include <utility>
@@ -22,9 +19,9 @@
 namespace quillon {
 namespace {
 
-constexpr unsigned kStopsGrowingAbove = 112;  // data bytes
+constexpr unsigned kFullAbove = 112;  // data bytes
 
-/// A line cut short has fewer pairs than its length says.
+/// Appends one byte, or nothing when the line is cut before it.
 void AppendPair(Bytes& payload, std::string_view pair) {
   if (!pair.empty()) payload.push_back(static_cast<std::uint8_t>(HexToNumber(pair)));
 }
@@ -35,8 +32,7 @@ void AppendData(Bytes& payload, const HexLine& line) {
 
 }  // namespace
 
-/// The line that opens the next batch. The record that selects the first segment holds no data; it stands
-/// where a file begins, so it is looked for here alone.
+/// The first line of the next batch. Skips the record that selects the first segment and begins the file.
 HexLine BatchReader::FirstLine() {
   if (!kept_.Empty()) return std::exchange(kept_, HexLine({}));
   const HexLine line(lines_.Next());
@@ -48,7 +44,7 @@ Bytes BatchReader::Next() {
   Bytes payload{static_cast<std::uint8_t>(first.Address() >> 8), static_cast<std::uint8_t>(first.Address())};
   AppendData(payload, first);
   unsigned count = first.DataLength();
-  while (count <= kStopsGrowingAbove && !lines_.AtEnd()) {
+  while (count <= kFullAbove && !lines_.AtEnd()) {
     const HexLine line(lines_.Next());
     if (first.Address() + count != line.Address()) {
       kept_ = line;
@@ -69,7 +65,7 @@ int CountBatches(std::string_view file) {
       batches.Next();
     }
   } catch (const RunError&) {
-    // The pass shows the failure when it comes to that batch.
+    // The download shows the failure when it reaches that batch.
   }
   return count;
 }

@@ -8,30 +8,28 @@
 
 namespace quillon {
 
-/// Cuts a firmware file (Intel HEX, by columns) into batches. A batch is what one programming frame carries:
-/// a load address, and the data of one or more lines that follow each other in the flash without a gap.
-/// batch_reader.cpp draws one.
+/// Divides a firmware file (Intel HEX) into batches. A batch is the contents of one programming frame: a load
+/// address, and the data of one or more lines that are adjacent in the flash. batch_reader.cpp draws one.
 class BatchReader {
  public:
   /// `file` must outlive the reader.
   explicit BatchReader(std::string_view file) : lines_(file) {}
 
-  /// Whether the file is read to its end. A line that was kept is then dropped.
+  /// Whether the file was read to its end. A line that was read but not used is then dropped.
   bool AtEnd() const { return lines_.AtEnd(); }
 
-  /// The payload of the next batch: load address, always two bytes, high byte first, then the data in file
-  /// order. Data that a short line lacks adds nothing. Raises RunError 62 when the file ends after the
-  /// record that selects the first segment.
+  /// The payload of the next batch: two bytes of load address, high byte first, then the data in file order.
+  /// Raises RunError 62 when the file ends after the record that selects the first segment.
   Bytes Next();
 
  private:
   HexLine FirstLine();
 
   LineReader lines_;
-  HexLine kept_{{}};  // opens the next batch; empty: none
+  HexLine kept_{{}};  // first line of the next batch, read too early; empty: none
 };
 
-/// The number of batches of a firmware file. One that can't be read is the last that counts.
+/// The number of batches of a firmware file, up to and including the first one that can't be read.
 int CountBatches(std::string_view file);
 
 }  // namespace quillon

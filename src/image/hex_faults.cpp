@@ -1,3 +1,4 @@
+// Checks each line of an Intel HEX file from left to right: colon, digits, length, check byte.
 #include "image/hex_faults.h"
 
 #include <cctype>
@@ -9,7 +10,7 @@
 namespace quillon {
 namespace {
 
-constexpr std::size_t kDigitsBesideData = 10;  // LL, AAAA, TT and the check byte
+constexpr std::size_t kDigitsWithoutData = 10;  // LL, AAAA, TT and the check byte
 constexpr std::string_view kHexDigits = "0123456789ABCDEFabcdef";
 constexpr std::string_view kEndRecord = "01";
 
@@ -19,8 +20,8 @@ std::string HexByte(unsigned value) {
   return text;
 }
 
-/// A character as the operator can look for it.
-std::string Shown(char character) {
+/// A character in a form that the operator can search for.
+std::string Quoted(char character) {
   const bool printable = std::isprint(static_cast<unsigned char>(character)) != 0;
   return printable ? std::string{'"', character, '"'}
                    : "the character " + HexByte(static_cast<unsigned char>(character));
@@ -28,14 +29,14 @@ std::string Shown(char character) {
 
 bool IsData(const HexLine& line) { return line.Columns(8, 9) == "00" && line.DataLength() != 0; }
 
-/// The fault of one line that is not blank.
+/// The fault of one line that is not empty.
 std::optional<std::string> FaultOf(std::string_view text) {
-  if (!text.starts_with(':')) return "begins with " + Shown(text.front()) + " in the place of a colon";
+  if (!text.starts_with(':')) return "begins with " + Quoted(text.front()) + " in the place of a colon";
   const std::string_view digits = text.substr(1);
   const std::size_t wrong = digits.find_first_not_of(kHexDigits);
-  if (wrong != digits.npos) return Shown(digits[wrong]) + " is no hex digit";
+  if (wrong != digits.npos) return Quoted(digits[wrong]) + " is no hex digit";
   const HexLine line(text);
-  const std::size_t expected = kDigitsBesideData + 2 * std::size_t{line.DataLength()};
+  const std::size_t expected = kDigitsWithoutData + 2 * std::size_t{line.DataLength()};
   if (digits.size() != expected) {
     return "has " + std::to_string(digits.size()) + " digits, should have " + std::to_string(expected) +
            " by its length";
@@ -70,7 +71,7 @@ std::optional<std::string> FirstHexFault(LineReader lines) {
   return std::nullopt;
 }
 
-bool HoldsData(LineReader lines) {
+bool ContainsData(LineReader lines) {
   while (!lines.AtEnd()) {
     const std::string_view text = lines.Next();
     if (!text.empty() && !FaultOf(text) && IsData(HexLine(text))) return true;

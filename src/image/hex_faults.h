@@ -7,19 +7,17 @@
 
 namespace quillon {
 
-/// Where a firmware file contradicts itself. A run uses such a file as it is, since the flash's checksum
-/// counts what is written in it; but the operator must know before anything is erased.
+/// Checks whether a firmware file is intact. A run uses a damaged file as it is, so the operator must be
+/// warned before anything is erased.
 ///
 /// Each line of an Intel HEX file is ":", LL, AAAA, TT, LL data bytes and a check byte, all bytes as two hex
-/// digits; the check byte makes the sum of all bytes of the line 0 in its low eight bits. The last line is
-/// the end record, of type 01.
+/// digits; the check byte makes the low eight bits of the sum of all bytes 0. The last line has the type 01.
 ///
-/// Returns the first fault in words, such as "line 37: check byte is 3F, should be 3E"; nothing when there is
-/// none. The faults of a line are looked for from left to right; blank lines after the end record are none.
-/// Raises what reading the lines raises.
+/// Returns the first fault, such as "line 37: check byte is 3F, should be 3E", or nothing. Empty lines after
+/// the end record are no fault. Raises what reading the lines raises.
 std::optional<std::string> FirstHexFault(LineReader lines);
 
-/// Whether one line at least is a data record without a fault. Raises what reading the lines raises.
-bool HoldsData(LineReader lines);
+/// Whether at least one line is a data record without a fault. Raises what reading the lines raises.
+bool ContainsData(LineReader lines);
 
 }  // namespace quillon

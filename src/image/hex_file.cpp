@@ -1,3 +1,4 @@
+// The chosen file: choosing, confirming, analysing and displaying it.
 #include "image/hex_file.h"
 
 #include <utility>
@@ -11,8 +12,8 @@
 namespace quillon {
 namespace {
 
-constexpr std::size_t kShownDigits = 4;      // the part of the checksum that a controller reports
-constexpr const char* kKeepsSpeed = "ORVA";  // the product that can be programmed at the existing speed
+constexpr std::size_t kShownDigits = 4;  // the last digits of the checksum, which a controller reports
+constexpr const char* kSpeedKeepingProduct = "ORVA";  // can be programmed at the existing speed
 
 std::string ToolTipOf(const ImageFacts& image) {
   return image.ImageProduct + " " + image.ImageVersion + " " + image.ImageBaudText + "  [" +
@@ -23,27 +24,27 @@ std::string FileNameOf(const std::string& path) {
   return system_files::NameOf(system_files::PathOf(path).filename());
 }
 
-/// Finds the first fault of the chosen file. A file that can't be read again has none: the run that needs it
-/// shows the box.
+/// Stores the first fault of the file. A file that can't be read has none here: the run reports it.
 void FindFault(Quillon& form) {
   form.fileFault.clear();
   if (form.FileCheksum.Text().empty()) return;
   try {
     form.fileFault = FirstHexFault(LineReader::OfFile(form.FileName.Text())).value_or("");
   } catch (const RunError&) {
-    // Nothing is known of its faults.
+    // `fileFault` remains empty.
   }
 }
 
-/// Whether to use the file that the operator picked. A file with a fault needs a Yes.
+/// Whether to use a file. For a damaged one the operator decides.
 bool ConfirmFile(Quillon& form, const std::string& path) {
   std::string question;
   try {
     const auto fault = FirstHexFault(LineReader::OfFile(path));
     if (!fault) return true;
-    question = (HoldsData(LineReader::OfFile(path)) ? " is damaged: " : " contains no firmware: ") + *fault;
+    question =
+        (ContainsData(LineReader::OfFile(path)) ? " is damaged: " : " contains no firmware: ") + *fault;
   } catch (const RunError&) {
-    return true;  // the analysis reports it
+    return true;  // AnalyseHexFile shows the failure
   }
   return form.dialogs.Ask(FileNameOf(path) + question + ". Use it anyway?", "Quillon");
 }
@@ -105,7 +106,7 @@ void FileName_Change(Quillon& form) {
     form.SetPointer(Form::MousePointer::kDefault);
   });
   form.chosenInRun = form.run.UnderWay();
-  form.run.Yield();
+  form.run.Yield();  // shows the pointer
   const std::string checksum = AnalyseHexFile(form);
   form.FileCheksum.SetText(checksum.size() > kShownDigits ? checksum.substr(checksum.size() - kShownDigits)
                                                           : checksum);
@@ -113,11 +114,11 @@ void FileName_Change(Quillon& form) {
     form.EnableDownloads(true);
     form.ComLoad.SetFocus();
   }
-  form.run.Yield();
+  form.run.Yield();  // shows the checksum
   form.FileName.SetToolTip(ToolTipOf(form.image));
   FindFault(form);
   RefreshFileWarning(form);
-  const bool keepsSpeed = form.image.ImageProduct == kKeepsSpeed;
+  const bool keepsSpeed = form.image.ImageProduct == kSpeedKeepingProduct;
   form.useBB.SetEnabled(keepsSpeed);
   form.useBB.SetValue(keepsSpeed ? CheckBox::kTicked : CheckBox::kUnticked);
 }

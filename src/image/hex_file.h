@@ -6,28 +6,27 @@
 
 namespace quillon {
 
-// The chosen firmware file. It is analysed when it is chosen, so that nothing can be downloaded before its
-// checksum is shown. It is analysed again for each controller that confirms its flash, so that the file is
-// compared as it is then.
+// The chosen firmware file and its display in the main window. The file is analysed when it is chosen, so
+// that its checksum is shown before a download can start. It is analysed again whenever a controller has to
+// confirm the checksum, in case the file has changed.
 
-/// Reads the file named in `FileName` and fills `image`. Returns its checksum, upper-case hex digits without
-/// leading zeros. When the file does not exist or can't be read it shows a box and returns "".
+/// Reads the file named in `FileName` and fills `image`. Returns the checksum as upper-case hex digits
+/// without leading zeros. When the file does not exist or can't be read, shows a box and returns "".
 std::string AnalyseHexFile(Quillon& form);
 
-/// `Command1_Click`: shows the file dialog, and puts the file that the operator chooses into `FileName`. A
-/// file with a fault needs a Yes; No leads back to the dialog.
+/// The button "&Browse ...": shows the file dialog and writes the chosen path into `FileName`. For a damaged
+/// file a question is shown first; after No the dialog is shown again.
 void Command1_Click(Quillon& form);
 
-/// Puts a file that was dropped on the window into `FileName`. A file with a fault needs a Yes; No keeps the
-/// former one.
+/// Writes the path of a file that was dropped on the window into `FileName`. For a damaged file a question is
+/// shown first; after No the former file is kept.
 void DropFile(Quillon& form, const std::string& path);
 
-/// Updates the sign beside the checksum: it is shown while the chosen file has a fault, or was chosen during
-/// a run, which may have read the former file in part.
+/// Updates the warning sign beside the checksum. It is shown when the file has a fault, or when it was chosen
+/// during a run, which may have read a part of the former file.
 void RefreshFileWarning(Quillon& form);
 
-/// Updates what the main window shows of the file in `FileName`, and enables the download buttons when it has
-/// a checksum. Yields twice.
+/// Called when `FileName` changes: displays the file, and enables the download buttons if it has a checksum.
 void FileName_Change(Quillon& form);
 
 }  // namespace quillon

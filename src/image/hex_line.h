@@ -9,13 +9,13 @@ namespace quillon {
 
 /// A line of an Intel HEX file, read by columns, which are counted from 1:
 ///
-///     1        ":"                        not looked at
+///     1        ":"
 ///     2 to 3   LL, number of data bytes
 ///     4 to 7   AAAA, load address
-///     8 to 9   TT, record type            not looked at
-///     10 on    LL data bytes, two digits each, then a check byte that is not looked at
+///     8 to 9   TT, record type
+///     10 on    LL data bytes, two digits each, then a check byte
 ///
-/// A line that is too short counts as far as it goes; nothing here fails.
+/// hex_faults.h checks the columns, this class does not. Columns that a short line lacks are empty.
 class HexLine {
  public:
   static constexpr std::size_t kDataColumn = 10;
@@ -24,24 +24,23 @@ class HexLine {
 
   bool Empty() const { return text_.empty(); }
 
-  /// The record that selects the first 64 K. The files begin with it, and it says nothing about a
-  /// controller's flash. It is the only line that is known by its text.
+  /// Whether this is the record that selects the first 64 KiB. Files begin with it; it contains no data.
   bool IsFirstSegment() const { return text_ == ":020000040000FA"; }
 
-  /// Columns `first` to `last`, as far as the line has them.
+  /// Columns `first` to `last`; less where the line is shorter.
   std::string_view Columns(std::size_t first, std::size_t last) const {
     return first <= text_.size() ? text_.substr(first - 1, last - first + 1) : std::string_view();
   }
 
   /// LL, 0 to 255.
   unsigned DataLength() const { return Value(Columns(2, 3)); }
-  /// The load address, 0 to 0xFFFF. It is always four digits: those that a cut line lacks count as 0.
+  /// The load address, 0 to 0xFFFF. Digits that a cut line lacks count as 0.
   unsigned Address() const {
     const std::string_view digits = AddressText();
     return Value(digits) << 4 * (kAddressDigits - digits.size());
   }
   std::string_view AddressText() const { return Columns(4, 7); }
-  /// Data pair `k`, from 0: two digits, one where the line ends in its middle, or none.
+  /// The digits of data byte `k`, from 0: two, or less where the line ends.
   std::string_view DataPair(std::size_t k) const {
     return Columns(kDataColumn + 2 * k, kDataColumn + 1 + 2 * k);
   }

@@ -1,6 +1,7 @@
-// A controller adds up its whole flash, in which an erased byte counts 255, and reports the low 16 bits. So
-// each batch changes the checksum of an erased flash by the sum of (byte - 255) over its data, wherever it
-// lies:
+// Finds the missing batches that explain the checksum of a controller.
+//
+// A controller adds up its whole flash, in which an erased byte is 255, and reports the low 16 bits. So each
+// batch changes the checksum of an erased flash by the sum of (byte - 255) over its data:
 //
 //     all batches but the k-th     erased + all changes - change k
 //     only the first n batches     erased + changes 1 to n
@@ -17,8 +18,8 @@
 namespace quillon {
 namespace {
 
-constexpr std::size_t kMostCandidates = 3;
-constexpr std::size_t kAddressBytes = 2;  // at the begin of a batch's payload
+constexpr std::size_t kMaxCandidates = 3;
+constexpr std::size_t kAddressBytes = 2;  // at the beginning of a payload
 
 std::uint16_t ErasedChecksum() {
   ImageFacts unused;
@@ -31,7 +32,7 @@ std::uint16_t ChangeOf(const Bytes& payload) {
 }
 
 /// "10, 12 or 20"
-std::string OneOf(const std::vector<int>& numbers) {
+std::string JoinWithOr(const std::vector<int>& numbers) {
   std::string text = std::to_string(numbers.front());
   for (std::size_t i = 1; i < numbers.size(); ++i)
     text += (i + 1 == numbers.size() ? " or " : ", ") + std::to_string(numbers[i]);
@@ -48,7 +49,7 @@ std::vector<int> Common(const std::vector<int>& one, const std::vector<int>& oth
 
 bool MissingBatches::Useful() const {
   const std::size_t count = single.size() + first.size();
-  return count > 0 && count <= kMostCandidates;
+  return count > 0 && count <= kMaxCandidates;
 }
 
 BatchSums::BatchSums(std::string_view file) {
@@ -56,7 +57,7 @@ BatchSums::BatchSums(std::string_view file) {
   try {
     while (!reader.AtEnd()) changes_.push_back(ChangeOf(reader.Next()));
   } catch (const RunError&) {
-    // A download sends no more than that either.
+    // A download also ends there.
   }
 }
 
@@ -69,7 +70,7 @@ MissingBatches BatchSums::Explain(std::uint16_t reported) const {
     if (changes_[done] == 0) continue;
     const auto number = static_cast<int>(done);
     if (static_cast<std::uint16_t>(whole - changes_[done]) == reported) missing.single.push_back(number + 1);
-    // All but the last batch is the absence of that one.
+    // "All but the last batch" is already reported as the absence of that batch.
     if (left-- > 1 && present == reported) missing.first.push_back(number);
     present = static_cast<std::uint16_t>(present + changes_[done]);
   }
@@ -80,15 +81,16 @@ std::string DescribeMissing(const MissingBatches& missing, const std::string& fi
   if (!missing.Useful()) return "";
   std::string text = "the checksum fits if ";
   if (!missing.first.empty()) {
-    text += "it holds the first " + OneOf(missing.first) + " of " + std::to_string(missing.batches) +
+    text += "it holds the first " + JoinWithOr(missing.first) + " of " + std::to_string(missing.batches) +
             " batches of " + fileName;
   }
   if (!missing.single.empty())
-    text += (missing.first.empty() ? "batch " : ", or if batch ") + OneOf(missing.single) + " is missing";
+    text +=
+        (missing.first.empty() ? "batch " : ", or if batch ") + JoinWithOr(missing.single) + " is missing";
   return text;
 }
 
-std::string CompareMissing(const std::vector<MissingBatches>& controllers) {
+std::string SuggestCause(const std::vector<MissingBatches>& controllers) {
   std::size_t count = 0;
   MissingBatches common;
   for (const MissingBatches& missing : controllers) {

@@ -1,3 +1,4 @@
+// Builds the lines of job records. The arrays of names below are in the order of the enumerations.
 #include "records/job_recorder.h"
 
 #include <QDateTime>
@@ -15,7 +16,7 @@ namespace quillon {
 namespace {
 
 constexpr int kMostListed = 20;     // lines of one kind for each controller
-constexpr int kProgressSteps = 16;  // lines that count the batches of a pass
+constexpr int kProgressSteps = 16;  // number of lines that count the batches of a pass
 constexpr int kLastController = 31;
 
 constexpr const char* kKinds[] = {"parallel", "serial",        "flash-info",   "boot-info",
@@ -61,7 +62,7 @@ void RecordLines::PutLimited(int controller, const QString& kind, const char* ev
   Put(event, std::move(fields));
 }
 
-/// Size, hash and batches are left out for a file that can't be read.
+/// Without size, hash and batches for a file that can't be read.
 QJsonObject RecordLines::FileFacts() {
   QJsonObject file{{"path", labels_.file.isEmpty() ? Text(run_.file) : labels_.file},
                    {"checksum", Text(run_.fileChecksum)}};
@@ -217,7 +218,7 @@ void RecordLines::Add(const RunEnded& e) {
   std::vector<MissingBatches> gaps;
   for (const auto& [controller, tally] : tallies_) gaps.push_back(PutResult(controller, tally));
   QJsonObject end{{"how", Name(kEnds, e.how)}, {"batches", batchesSent_}, {"errors", errors_}};
-  if (const std::string common = CompareMissing(gaps); !common.empty()) end["gaps"] = Text(common);
+  if (const std::string common = SuggestCause(gaps); !common.empty()) end["gaps"] = Text(common);
   Put("end", std::move(end), true);
   underWay_ = false;
 }

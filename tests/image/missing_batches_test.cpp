@@ -74,10 +74,10 @@ TEST(MissingBatches, AreDescribedWhileAtMostThreeFit) {
             "the checksum fits if it holds the first 10 of 25 batches of demo.hex, or if batch 3 or 20 is "
             "missing");
   EXPECT_EQ(DescribeMissing(many, "demo.hex") + DescribeMissing({}, "demo.hex"), "");
-  EXPECT_EQ(CompareMissing({one, many, other, one}), "3 controllers miss the same: raise the delay");
-  EXPECT_EQ(CompareMissing({part, other}), "2 controllers hold the same part: load them again");
-  EXPECT_EQ(CompareMissing({one, part}), "different batches: look at the line");
-  EXPECT_EQ(CompareMissing({one, many}), "");
+  EXPECT_EQ(SuggestCause({one, many, other, one}), "3 controllers miss the same: raise the delay");
+  EXPECT_EQ(SuggestCause({part, other}), "2 controllers hold the same part: load them again");
+  EXPECT_EQ(SuggestCause({one, part}), "different batches: look at the line");
+  EXPECT_EQ(SuggestCause({one, many}), "");
 }
 
 }  // namespace
