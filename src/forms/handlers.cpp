@@ -1,4 +1,4 @@
-// The small handlers of the main window: each reacts to one control and changes a few others.
+// The small event handlers of the main window: each reacts to one control and updates others.
 #include "forms/quillon.h"
 
 namespace quillon {
@@ -38,7 +38,7 @@ void Quillon::ComClose_Click() { Close(); }
 void Quillon::MessageCommand1_Click() {
   AbortRequested = true;
   message.Unload();
-  dialogs.AnswerBox();  // the run must get to its end, and a line that fails shows a box per batch
+  dialogs.AnswerBox();  // a failed line shows a box for each batch, which would delay the end of the run
 }
 
 }  // namespace quillon

@@ -4,13 +4,13 @@
 
 namespace quillon {
 
-/// What a firmware file says about itself.
+/// The metadata in a firmware file; analyse_image.cpp shows where it is. Empty: the file does not contain it.
 struct ImageFacts {
   std::string ImageProduct = "";   ///< model name
   std::string ImageProtocol = "";  ///< the image's protocol byte, two hex digits
-  std::string ImageBaudText = "";  ///< the bit-rate rule in words
-  std::string ImageBaudRate = "";  ///< fixed bit rate, decimal; a file that fixes none leaves it as it was
-  std::string ImageVersion = "";
+  std::string ImageBaudText = "";  ///< the rule for the bit rate, such as "Baud Rate Fix 9600"
+  std::string ImageBaudRate = "";  ///< fixed bit rate, decimal; a file without one leaves it unchanged
+  std::string ImageVersion = "";   ///< "12-05-31"
 };
 
 }  // namespace quillon

@@ -1,3 +1,8 @@
+// The layout of the table window: four blocks of eight controllers. All lengths are in twips, 1/1440 inch.
+//
+//     Version   [ Ver(0)   ] [ Ver(1)   ] ... [ Ver(7)   ]
+//     Cheksum   [ CkSum(0) ] [ CkSum(1) ] ... [ CkSum(7) ]
+//                    0            1                7
 #include "forms/info.h"
 
 #include <string>
@@ -15,7 +20,7 @@ constexpr int kFieldPitch = 1080;
 constexpr int kFieldWidth = 855;
 constexpr int kFieldHeight = 285;
 constexpr int kCaptionHeight = 195;
-constexpr int kCaptionDrop = 45;  // a caption stands lower than the field beside it, on the same base line
+constexpr int kCaptionDrop = 45;  // aligns the base lines of a caption and the field beside it
 
 }  // namespace
 

@@ -7,18 +7,19 @@
 
 namespace quillon {
 
-/// The table of a run: one row of two fields for each of the 32 controllers. What a controller's outcome was
-/// stands here and nowhere else.
+/// The table window: a row of two fields for each of the 32 controllers, version and checksum or the text of
+/// a failure. The windows keep the result of a controller nowhere else.
 class Info final : public Form {
  public:
   explicit Info(Screen& screen);
 
+  /// French, "title".
   Label Titre{*this,
               "Titre",
               {1200, 480, 1395, 330},
               {.text = "Flash Info", .fontBold = true, .centred = true, .fontPoints = 14.25}};
   Label Label41{*this, "Label41", {5160, 555, 945, 195}, {.text = "File Cheksum"}};
-  /// The checksum that the rows are held against; empty: nothing to hold them against.
+  /// The checksum of the file, with which the rows are compared; empty: no file. Spelled so on purpose.
   TextBox FileCheksum{*this,
                       "FileCheksum",
                       {6240, 495, 1335, 300},
@@ -29,14 +30,14 @@ class Info final : public Form {
                        .accessibleName = "File Cheksum"}};
   CommandButton ComClose{*this, "ComClose", {8280, 240, 975, 855}, {.text = "&Close", .picture = "close"}};
 
-  /// The first and the second field of a row, indexed by the controller's number.
+  /// The fields of the rows, version and checksum, indexed by the controller's number.
   ControlArray<TextBox> Ver;
   ControlArray<TextBox> CkSum;
 
-  /// The rows that are not empty, a line each: number, version and checksum, with tab stops between them.
+  /// The rows that are not empty, a line for each: number, version and checksum, separated by tabs.
   std::string RowsText() const;
 
-  /// What "&Close" and closing the window do: the table goes, with its contents.
+  /// "&Close", or closing the window: hides the table and clears its contents.
   void ComClose_Click() { Unload(); }
 
  private:

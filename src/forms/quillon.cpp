@@ -1,3 +1,4 @@
+// The main window: its controls in rows. All lengths are in twips, 1/1440 inch.
 #include "forms/quillon.h"
 
 #include "platform/conversions.h"
@@ -11,7 +12,7 @@ constexpr int kBoxPitch = 392;
 constexpr int kBoxWidth = 190;
 constexpr int kBoxHeight = 195;
 constexpr int kBoxRowTops[] = {1200, 1920};
-constexpr int kNumberDrop = 240;  // from a box's top to the number under it
+constexpr int kNumberDrop = 240;  // from the top of a box to the number below it
 constexpr int kNumberWidth = 375;
 constexpr int kFirstSpeedBoxTop = 840;
 constexpr int kSpeedBoxPitch = 180;
@@ -56,7 +57,6 @@ void Quillon::AddControllerBoxes() {
   }
 }
 
-/// One hidden box for each speed, `V4800` to `V38400`.
 void Quillon::AddTriedSpeedBoxes() {
   int top = kFirstSpeedBoxTop;
   for (const char* speed : kSpeeds) {

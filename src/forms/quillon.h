@@ -21,16 +21,15 @@ namespace quillon {
 
 inline constexpr int kControllers = 32;  ///< numbers 0 to 31
 
-/// The speeds of the line in bits per second, in ascending order. The list of `Vitesse`, the boxes of the
-/// tried speeds and the speed search all follow this one.
+/// The speeds of the line in bits per second, ascending: for the list `Vitesse` and the speed search.
 inline constexpr const char* kSpeeds[] = {"4800", "9600", "19200", "38400"};
 
-/// The main window and the state of the program: its controls are the settings, and the variables below them
-/// are all that the procedures share. What the program does is in free procedures that receive this form;
-/// only the small handlers of the form's own controls are methods. One object is one program.
+/// The main window, and the whole state of the program: its controls are the settings, and the variables
+/// below them are shared by all procedures. The procedures are free functions that receive this form; only
+/// the small handlers of its own controls are methods. One object is one program.
 class Quillon final : public Form {
  public:
-  /// A program at rest: nothing is read, shown or wired.
+  /// Creates the controls. Start (shell/start_stop.h) reads files, connects events and shows the window.
   explicit Quillon(const Computer& computer);
 
   // Controls, in the order of the Tab key: the left part from top to bottom, then the column on the right.
@@ -41,6 +40,7 @@ class Quillon final : public Form {
       *this, "FileName", {360, 765, 3015, 300}, {.readOnly = true, .accessibleName = "File to download"}};
   CommandButton Command1{*this, "Command1", {3480, 765, 1455, 300}, {.text = "&Browse ..."}};
   Label Label4{*this, "Label4", {360, 1200, 945, 195}, {.text = "File Cheksum"}};
+  /// The last four digits of the file's checksum. Spelled so on purpose.
   TextBox FileCheksum{
       *this,
       "FileCheksum",
@@ -50,6 +50,7 @@ class Quillon final : public Form {
                       "FileWarning",
                       {1750, 1470, 240, 240},
                       {.visible = false, .accessibleName = "Warning about the file", .picture = "warning"}};
+  /// Keeps the speed while programming: the erase frame then contains the byte BB.
   CheckBox useBB{*this,
                  "useBB",
                  {2040, 1493, 5295, 195},
@@ -64,7 +65,7 @@ class Quillon final : public Form {
   // Controls: the line and the controllers, in their frame.
   Frame Frame1{*this, "Frame1", {120, 2280, 7815, 2655}, {.text = "  Controllers Selection  "}};
   ControlArray<Label> Label39;
-  /// Time-out of an exchange, in milliseconds.
+  /// Time-out for the first byte of an answer, in milliseconds.
   TextBox Text1{Frame1, "Text1", {300, 495, 615, 285}, {.centred = true, .accessibleName = "Time Out"}};
   /// Delay after each batch of a parallel download, in milliseconds.
   TextBox Text2{
@@ -72,24 +73,26 @@ class Quillon final : public Form {
   Label Label5{Frame1, "Label5", {3240, 240, 1215, 195}, {.text = "Com Port:"}};
   ComboBox ComPort{Frame1, "ComPort", {3240, 480, 1215, 315}, {.accessibleName = "Com Port"}};
   Label Label17{Frame1, "Label17", {4560, 240, 1335, 195}, {.text = "Speed:"}};
-  /// The line's speed in bits per second; the speed search writes it.
+  /// French, "speed": of the line, in bits per second. The speed search changes it.
   ComboBox Vitesse{Frame1, "Vitesse", {4560, 480, 1335, 315}, {.accessibleName = "Speed"}};
-  /// One less than the protocol byte.
+  /// The protocol byte of frames, less one.
   TextBox Protocol{
       Frame1, "Protocol", {6120, 480, 615, 285}, {.centred = true, .accessibleName = "Protocol"}};
-  /// Controllers still on protocol 3.
+  /// The controllers are on protocol 3, named RUD3: a download changes each to protocol 4 before its check.
   CheckBox RUD3{Frame1, "RUD3", {6840, 360, 855, 255}, {.text = "Prot 3"}};
   CommandButton ALL{Frame1, "ALL", {240, 1080, 615, 375}, {.text = "All"}};
   CommandButton NONE{Frame1, "NONE", {240, 1560, 615, 375}, {.text = "None"}};
   CommandButton Auto{
       Frame1, "Auto", {240, 2025, 615, 375}, {.text = "Auto", .enabled = false, .startsRun = true}};
-  /// Which controllers take part, by number.
+  /// The controllers that take part in a run, by number.
   ControlArray<CheckBox> C;
 
+  /// Saved with the settings, without any other effect. Shift+F12 shows it.
   CheckBox ChkProto{*this,
                     "ChkProto",
                     {2640, 5025, 2655, 255},
                     {.text = "All Controllers same protocol", .visible = false}};
+  /// Whether the settings are saved when the program ends.
   CheckBox Check1{*this, "Check1", {5505, 5025, 2415, 255}, {.text = "Save configuration on exit"}};
 
   // Controls: the buttons of the workflows.
@@ -113,7 +116,7 @@ class Quillon final : public Form {
                         {.text = "&Boot Info", .enabled = false, .picture = "boot-info", .startsRun = true}};
   CommandButton ComClose{*this, "ComClose", {8040, 4320, 1095, 855}, {.text = "&Exit", .picture = "exit"}};
 
-  SerialControl MSComm1;
+  SerialControl MSComm1;  ///< the serial port
   Info info;
   Message message;
 
@@ -121,33 +124,32 @@ class Quillon final : public Form {
   bool AbortRequested = false;        ///< the operator cancelled the run
   double AnswerDelay = 0;             ///< seconds from the first byte of an answer to its reading
   std::string AppFolder;              ///< the program's folder; ends with a separator
-  std::string DownloadSettings;       ///< line settings of the programming phase
-  int CurrentController = 0;          ///< loop variable of the workflows
+  std::string DownloadSettings;       ///< of the line while programming, such as "9600,N,8,2"
+  int CurrentController = 0;          ///< the number that a run processes
   Bytes FrameBuffer;                  ///< the current message's frame
   std::string AnswerText;             ///< the last checked answer, as hex digits
-  bool BootProtocolFallback = false;  ///< Boot Info sends protocol byte 0x40 from now on
+  bool BootProtocolFallback = false;  ///< Boot Info always sends protocol byte 0x40
 
-  ImageFacts image;                  ///< what the firmware file says about itself; AnalyseHexFile fills it
-  std::string fileFault;             ///< the first fault of the chosen file; empty: none
-  bool fileBeingRead = false;        ///< FileName_Change is executing
-  bool chosenInRun = false;          ///< the file was chosen during a run, and no run was started since
-  std::deque<CheckBox> triedSpeeds;  ///< `V4800` to `V38400`, never shown: ticked when that speed was tried
-  RunControl run;
-  bool ended = false;  ///< Form_Unload was executed
-  TextWriter log;      ///< "Log.txt"
+  ImageFacts image;                  ///< metadata of the file; AnalyseHexFile fills it
+  std::string fileFault;             ///< the first fault in the file; empty: none
+  bool fileBeingRead = false;        ///< FileName_Change is being executed
+  bool chosenInRun = false;          ///< the file was chosen during a run; the next run clears it
+  std::deque<CheckBox> triedSpeeds;  ///< `V4800` to `V38400`, never shown; ticked: tried
+  RunControl run;                    ///< executes one run at a time
+  bool ended = false;                ///< Form_Unload was executed
+  TextWriter log;                    ///< "Log.txt"
 
-  std::vector<RunObserver*> observers;  ///< of the run events; none at start
+  std::vector<RunObserver*> observers;  ///< receive the run events; initially none
 
-  // What the program asks of the computer.
+  // Interfaces to the computer.
   Clock& clock;
   Events& events;
   Dialogs& dialogs;
 
-  /// The protocol byte: the number in `Protocol` plus one. Raises RunError 13 or 6 when the box does not
-  /// contain a number from 0 to 254.
+  /// The protocol byte: the number in `Protocol` plus one. Raises RunError 13 or 6 unless that is 0 to 254.
   std::uint8_t ProtocolNumber() const;
 
-  /// Passes a run event to the observers. `what` is one of the alternatives of RunEvent.
+  /// Sends a run event to the observers. `what` is one of the alternatives of RunEvent.
   template <class What>
   void Report(What&& what) {
     if (observers.empty()) return;
@@ -155,6 +157,7 @@ class Quillon final : public Form {
     for (RunObserver* observer : observers) observer->OnRunEvent(event);
   }
 
+  /// Enables or disables both download buttons.
   void EnableDownloads(bool enabled);
 
   // The handlers of the form's own controls.
@@ -174,7 +177,7 @@ class Quillon final : public Form {
   ControlArray<Label> numbers_;
 };
 
-/// Reports that a phase of controller `y` begins, and at the end of the scope that it ended.
+/// Reports that a phase of a controller begins, and at the end of the scope that it has ended.
 class PhaseScope {
  public:
   PhaseScope(Quillon& form, int controller, Phase phase)

@@ -1,3 +1,4 @@
+// Counts nested yields to find the moment when a run can be aborted; run_control.h explains it.
 #include "forms/run_control.h"
 
 #include <utility>
@@ -13,24 +14,24 @@ bool RunControl::Run(const std::function<void()>& body) {
   try {
     body();
   } catch (const Aborted&) {
-    // The operator closed the main window. What the run had borrowed was restored on the way here.
+    // The main window was closed. Scope exits have restored what the run had changed.
   }
   return true;
 }
 
 void RunControl::Yield() {
-  ServeEvents([this] { events_.Yield(); });
+  HandleEvents([this] { events_.Yield(); });
 }
 
 void RunControl::YieldUntil(double time) {
-  ServeEvents([this, time] { events_.YieldUntil(time); });
+  HandleEvents([this, time] { events_.YieldUntil(time); });
 }
 
-void RunControl::ServeEvents(const std::function<void()>& onePass) {
+void RunControl::HandleEvents(const std::function<void()>& handle) {
   ++yieldDepth_;
   {
     const ScopeExit back([this] { --yieldDepth_; });
-    onePass();
+    handle();
   }
   if (ending_ && InRunItself()) throw Aborted{};
 }

@@ -6,21 +6,22 @@
 
 namespace quillon {
 
-/// The run that is under way: at most one, which yields to the windows while it waits, and which closing the
-/// main window aborts.
+/// Executes runs, one at a time. A waiting run handles window events; closing the main window aborts it.
 ///
-/// There is one thread. While a run waits it yields, and pending clicks are handled inside the run's own
-/// call. A handler that yields in turn is one level deeper. Closing the main window during a yield must abort
-/// the run, but not from within the handler that closed it: `Aborted` is thrown once the yields have returned
-/// to the level at which the run began.
+/// There is one thread. A waiting run calls Yield, which handles the pending events inside this call:
+///
+///     Run -> workflow -> Yield -> click handler -> Yield -> another handler
+///
+/// Closing the main window must unwind the run, but not the handler that received the event. So Yield throws
+/// `Aborted` only in the run itself, at the depth where it began, after the nested handlers have returned.
 class RunControl {
  public:
-  /// Thrown through a run that is aborted, and caught by Run alone.
+  /// Thrown by Yield to abort a run. Only Run catches it.
   struct Aborted {};
 
   explicit RunControl(Events& events) : events_(events) {}
 
-  /// Executes a run, unless one is under way: then it does nothing and returns false.
+  /// Executes a run. Returns false, without executing it, when another run is under way.
   bool Run(const std::function<void()>& body);
 
   bool UnderWay() const { return underWay_; }
@@ -28,23 +29,23 @@ class RunControl {
   /// Whether a run is under way and no handler executes inside one of its yields.
   bool InRunItself() const { return underWay_ && yieldDepth_ == runYieldDepth_; }
 
-  /// Aborts the run under way at its next return from a yield.
+  /// Aborts the run at its next return from Yield.
   void RequestEnd() { ending_ = true; }
   bool Ending() const { return ending_; }
 
-  /// One pass through the pending events of the windows. Every wait calls this. Throws Aborted.
+  /// Handles the pending events of the windows. Every wait of a run calls this. Throws Aborted.
   void Yield();
-  /// The same, after a sleep until an event, a received byte, or `time` of the clock.
+  /// Sleeps until an event, a received byte or `time` of the clock, then acts like Yield.
   void YieldUntil(double time);
 
  private:
-  void ServeEvents(const std::function<void()>& onePass);
+  void HandleEvents(const std::function<void()>& handle);
 
   Events& events_;
   bool underWay_ = false;
   bool ending_ = false;
-  int yieldDepth_ = 0;     // handlers run inside yields, and yield in turn
-  int runYieldDepth_ = 0;  // the depth at which the current run began
+  int yieldDepth_ = 0;     // number of nested calls of Yield
+  int runYieldDepth_ = 0;  // its value when the run began
 };
 
 }  // namespace quillon

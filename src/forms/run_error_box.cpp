@@ -1,3 +1,4 @@
+// The run-error box: "Error #  53", a line break, "File not found: ...".
 #include "forms/run_error_box.h"
 
 #include "forms/quillon.h"
@@ -11,13 +12,13 @@ bool Try(Quillon& form, const std::function<void()>& step, const BoxWording& wor
     return true;
   } catch (const RunError& error) {
     form.Report(RunFailure{error.number, error.description});
-    // A number is written with a blank in the place of its sign.
+    // The second blank is the place of a minus sign.
     form.dialogs.ShowBox(
         "Error #  " + std::to_string(error.number) + "\r" + error.description + wording.addition,
         wording.title, BoxKind::kRunError);
   }
-  // Cancel works between the boxes of a run that continues. A box of any other click does not yield: a second
-  // choice of a file must not run inside the first.
+  // A run that continues handles Cancel here, between two boxes. A box outside a run handles no events: the
+  // operator must not choose a second file while the first is being read.
   if (form.run.InRunItself()) form.run.Yield();
   return false;
 }

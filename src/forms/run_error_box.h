@@ -7,15 +7,14 @@ namespace quillon {
 
 class Quillon;
 
-/// What a run-error box shows beside the failure itself.
+/// The texts of a run-error box besides the number and the description of the failure.
 struct BoxWording {
   std::string title = "Quillon Error";
   std::string addition = "";  ///< follows the description
 };
 
-/// Executes a step. When it raises RunError, the run-error box shows the failure and the caller continues
-/// with its next step; a whole workflow executed as one step thus ends at its first failure. Returns whether
-/// the step succeeded.
+/// Executes a step. When it raises RunError, shows the failure in the run-error box. Returns whether the step
+/// succeeded. A workflow that is executed as one step ends at its first failure; one of many steps continues.
 bool Try(Quillon& form, const std::function<void()>& step, const BoxWording& wording = {});
 
 }  // namespace quillon

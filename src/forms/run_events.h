@@ -8,12 +8,10 @@
 
 namespace quillon {
 
-// Run events: what a run does and learns, as typed facts for an observer. They are a report, not a second
-// state: `Info` remains the only place where the program keeps a row, and nothing in the windows, on the line
-// or in the log depends on them.
+// Run events report to observers what a run does: frames, answers, results. They are not a second state: the
+// rows of `Info`, the line and the log do not depend on them.
 //
-// A parallel download of two batches to controllers 3 and 5 reports, in this order (row and status events are
-// left out):
+// A parallel download of two batches to controllers 3 and 5, without some row events and all status events:
 //
 //     RunStarted        kParallel, image.hex, "COM 7", 9600, {3, 5}
 //     SpeedChanged      9600
@@ -44,18 +42,18 @@ namespace quillon {
 // SpeedChanged comes only when the speed changes. In a serial download each controller has a kProgram between
 // kErase and kCheck; its kConfirm lies inside that.
 
-inline constexpr int kEveryController = -1;  ///< in place of a controller's number: a broadcast
+inline constexpr int kEveryController = -1;  ///< a broadcast, in place of a number
 
 enum class RunKind { kParallel, kSerial, kFlashInfo, kBootInfo, kAuto, kToProtocol4, kToProtocol3 };
 
 inline bool IsDownload(RunKind kind) { return kind == RunKind::kParallel || kind == RunKind::kSerial; }
 
-/// A run begins: its button was pressed, and nothing was sent yet. Texts are those of the controls.
+/// A run begins; nothing was sent yet. The texts are those of the controls.
 struct RunStarted {
   RunKind kind;
   std::string file;          ///< path of the HEX file; empty when none is chosen
-  std::string fileChecksum;  ///< the four digits that a controller reports for that file
-  std::string fileFault;     ///< the first fault of a file that contradicts itself, else empty
+  std::string fileChecksum;  ///< the four digits that a controller with this image reports
+  std::string fileFault;     ///< the first fault of a damaged file, else empty
   std::string port;          ///< "COM 7"
   std::string speed;
   std::string timeOut;
@@ -66,7 +64,7 @@ struct RunStarted {
   std::vector<int> controllers;  ///< the ticked ones
 };
 
-/// What is done with one controller at a time.
+/// A part of a run that concerns one controller.
 enum class Phase { kErase, kProgram, kConfirm, kCheck, kBootCheck, kDetect, kSwitch };
 
 struct ControllerBegun {
@@ -84,32 +82,32 @@ struct ControllerFound {
   std::string speed;
 };
 
-/// The line has another speed, in bits per second.
+/// The speed of the line was changed to this, in bits per second.
 struct SpeedChanged {
   std::string speed;
 };
 
-/// A frame was handed to the line. `send` counts the sends of one exchange from 1.
+/// A frame was sent. `send` counts the sends of one exchange from 1.
 struct FrameSent {
   std::vector<std::uint8_t> frame;
   int send;
 };
 
-/// What the exchange makes of received bytes.
+/// How the exchange judged received bytes.
 enum class Judgement {
-  kGood,     ///< the CRC matches, or it is the short answer where that is allowed
+  kGood,     ///< a correct CRC, or the short answer where it is allowed
   kDamaged,  ///< neither
-  kEcho,     ///< the frame itself
+  kEcho,     ///< the sent frame itself
 };
 
-/// Bytes were received after a frame. Silence has no event: the next send or CommandAnswered follows.
+/// Bytes were received after a frame. There is no event for silence.
 struct AnswerReceived {
-  int controller;  ///< to which the frame was addressed
+  int controller;  ///< the address of the frame
   Judgement judgement;
   std::vector<std::uint8_t> bytes;
   double delay;  ///< seconds from the end of the write to the first byte
 
-  /// The controller that the answer names: its byte 1. Nothing for a shorter one.
+  /// Byte 1 of the answer, normally the number of its sender. Nothing for a shorter answer.
   std::optional<int> Address() const {
     return bytes.size() > 1 ? std::optional<int>(bytes[1]) : std::nullopt;
   }
@@ -126,29 +124,28 @@ enum class Command {
 };
 
 enum class Reply {
-  kAccepted,   ///< the code 61, or any checked answer to a question that has no code
+  kAccepted,   ///< the code 61, or any valid answer to a message that asks for data
   kRefused,    ///< another code
   kNoAnswer,   ///< silence on the third send
   kDamaged,    ///< a damaged answer on the third send
   kCancelled,  ///< the operator cancelled the exchange
 };
 
-/// One exchange ended. A refused command is repeated, so up to three of these belong to one message; the last
-/// one counts.
+/// One exchange ended. A refused command is sent again: of up to three events, the last one is the result.
 struct CommandAnswered {
   Command command;
   int controller;
   Reply reply;
 };
 
-/// A batch is sent next, to one controller or to all.
+/// A batch is being sent, to one controller or to all.
 struct BatchBegun {
   int controller;  ///< or kEveryController
   int number;      ///< from 1
   int of;
 };
 
-/// What the row of a controller in `Info` shows.
+/// The kind of contents of a row of `Info`.
 enum class RowContent { kNothing, kFlash, kBoot, kFailure };
 
 struct RowFilled {
@@ -158,7 +155,7 @@ struct RowFilled {
   std::string checksum;
 };
 
-/// A status line of `Message`, verbatim.
+/// `Message` shows this status line.
 struct StatusShown {
   std::string text;
   bool failure;
@@ -186,7 +183,7 @@ struct RunEvent {
       what;
 };
 
-/// Receives the events of all runs, on the thread of the windows. It must return at once and must not raise.
+/// Receives the events of all runs, on the thread of the windows. Must return quickly and not throw.
 class RunObserver {
  public:
   virtual ~RunObserver() = default;
