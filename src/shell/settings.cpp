@@ -1,3 +1,12 @@
+// The format of Quillon.cfg. " 1 " is a ticked box.
+//
+//     3000         line 1: time-out in milliseconds
+//     COM 33       line 2: port
+//     9600         line 3: speed
+//      1           lines 4 to 35: the boxes of controllers 0 to 31
+//     170          line 36: delay after a batch in milliseconds
+//     63           line 37: protocol
+//      0           lines 38 and 39: `ChkProto` and `RUD3`
 #include "shell/settings.h"
 
 #include <functional>
@@ -19,18 +28,15 @@ std::string BoxLine(const CheckBox& box) {
 
 void SetBox(CheckBox& box, const std::string& line) { box.SetValue(ToInteger(line, box.Name())); }
 
-/// Executes a step and ignores its failure.
 void TrySilently(const std::function<void()>& step) {
   try {
     step();
   } catch (const RunError&) {
-    // The control keeps its value, and the line read before replaces the one that is missing.
+    // A missing line counts as equal to the one before. A control keeps its value if a line is not valid.
   }
 }
 
 }  // namespace
-
-// The two procedures below are the file's format.
 
 void SaveConfig(Quillon& form) {
   std::string text;

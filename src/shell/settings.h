@@ -4,9 +4,8 @@
 
 namespace quillon {
 
-// "Quillon.cfg" contains the settings of the main window in 39 lines, identified by their position alone.
-// Form_Load reads it. Form_Unload writes it when "Save configuration on exit" (`Check1`) is ticked; nothing
-// else does.
+// "Quillon.cfg" contains the settings of the main window in 39 lines (see settings.cpp). Form_Load reads it.
+// Form_Unload writes it when "Save configuration on exit" (`Check1`) is ticked; nothing else does.
 
 /// Reads the settings. A missing or invalid line is skipped silently: its control keeps its value, and the
 /// other lines are used.

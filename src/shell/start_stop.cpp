@@ -1,7 +1,9 @@
 // The start and the end of the program.
 //
-// The line speaks 8 data bits, no parity, 2 stop bits: ",N,8,2" in the settings of the serial control. The
-// programming phase has a speed of its own, since an erased controller waits at the speed of its boot code.
+// The line has two speeds. Messages use the speed in the list `Vitesse`. The batches of an image use the
+// download speed, since an erased controller executes its boot code, which has a speed of its own. The
+// optional file "Boot.ini" contains that speed in its first line. The settings of `MSComm1`, such as
+// "9600,N,8,2", are speed, no parity, 8 data bits and 2 stop bits.
 #include "shell/start_stop.h"
 
 #include <utility>
@@ -16,7 +18,7 @@
 namespace quillon {
 namespace {
 
-constexpr int kPorts = 99;
+constexpr int kHighestPort = 99;
 constexpr const char* kStandardSpeed = "9600";  // bits per second
 
 }  // namespace
@@ -42,11 +44,11 @@ void Start(Quillon& form) {
 void Form_Load(Quillon& form) {
   form.DownloadSettings = DownloadSpeed(form.AppFolder) + ",N,8,2";
   form.SetCaption(" Quillon version " QUILLON_VERSION);
-  for (int port = 1; port <= kPorts; ++port) form.ComPort.AddItem("COM " + std::to_string(port));
+  for (int port = 1; port <= kHighestPort; ++port) form.ComPort.AddItem("COM " + std::to_string(port));
   for (const char* speed : kSpeeds) form.Vitesse.AddItem(speed);
   OpenLog(form);
   ReadConfig(form);
-  form.Check1.SetValue(CheckBox::kTicked);
+  form.Check1.SetValue(CheckBox::kTicked);  // save the settings at the end
   StartLink(form);
 }
 

@@ -1,4 +1,4 @@
-// Which event of which control starts which procedure.
+// Connects each event of a control with the procedure that handles it. `Wire` at the end is the list.
 #include "shell/wiring.h"
 
 #include <functional>
@@ -17,12 +17,12 @@
 namespace quillon {
 namespace {
 
-/// A click that acts at once, also during a run. The run-error box shows what it could not do.
+/// A click handler that acts at once, also during a run. A failure is shown in the run-error box.
 std::function<void()> Handler(Quillon& form, void (Quillon::*handler)()) {
   return [&form, handler] { Try(form, [&] { (form.*handler)(); }); };
 }
 
-RunStarted Describe(const Quillon& form, RunKind kind) {
+RunStarted MakeRunStarted(const Quillon& form, RunKind kind) {
   RunStarted started{.kind = kind,
                      .file = form.FileName.Text(),
                      .fileChecksum = form.FileCheksum.Text(),
@@ -47,7 +47,7 @@ bool FillsTable(RunKind kind) {
 
 using Workflow = bool (*)(Quillon& form);
 
-/// Executes a workflow between its first and its last event.
+/// Executes a workflow, and reports the events RunStarted and RunEnded before and after it.
 void ReportRun(Quillon& form, RunKind kind, Workflow workflow) {
   using How = RunEnded::How;
   How how = How::kAborted;
@@ -58,14 +58,14 @@ void ReportRun(Quillon& form, RunKind kind, Workflow workflow) {
   form.chosenInRun = false;
   RefreshFileWarning(form);
   form.info.ComClose.SetToolTip("The contents of the table go with it.");
-  form.Report(Describe(form, kind));
+  form.Report(MakeRunStarted(form, kind));
   const bool done = workflow(form);
   how = form.AbortRequested ? How::kCancelled : done ? How::kFinished : How::kFailed;
 }
 
-/// A click that starts a run. Runs share the port, the rows and `CurrentController`, so while one is under
-/// way another click only beeps. The same applies while a chosen file is being read: a run would use what is
-/// known of the former one. At the end of a run that fills `Info`, that window comes to the front.
+/// A click handler that starts a run. Runs share the port, the rows and `CurrentController`, so while one is
+/// under way another click only beeps. It also beeps while a chosen file is being read, because the run would
+/// use the facts of the former file. After a run that fills `Info`, that window is brought to the front.
 std::function<void()> StartsRun(Quillon& form, RunKind kind, Workflow workflow) {
   return [&form, kind, workflow] {
     if (form.fileBeingRead) return form.dialogs.Beep();
@@ -76,14 +76,14 @@ std::function<void()> StartsRun(Quillon& form, RunKind kind, Workflow workflow) 
   };
 }
 
-/// The operator closes the main window. A run that is under way is aborted first; its click then unloads.
+/// Closes the main window. If a run is under way, it is aborted, and its click handler calls Form_Unload.
 void RequestEnd(Quillon& form) {
   form.run.RequestEnd();
   form.dialogs.AnswerBox();
   if (!form.run.UnderWay()) Form_Unload(form);
 }
 
-void WireSettings(Quillon& form) {
+void WireInputs(Quillon& form) {
   form.FileName.Change = [&form] { FileName_Change(form); };
   form.Command1.Click = [&form] { Try(form, [&] { Command1_Click(form); }); };
   form.FileDropped = [&form](const std::string& path) { Try(form, [&] { DropFile(form, path); }); };
@@ -98,7 +98,7 @@ void WireSettings(Quillon& form) {
 }  // namespace
 
 void Wire(Quillon& form) {
-  WireSettings(form);
+  WireInputs(form);
 
   form.ALL.Click = Handler(form, &Quillon::ALL_Click);
   form.NONE.Click = Handler(form, &Quillon::NONE_Click);
