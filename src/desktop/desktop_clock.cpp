@@ -1,3 +1,4 @@
+// Sleeps, then waits actively for the exact end of a pause.
 #include "desktop/desktop_clock.h"
 
 #include <chrono>
@@ -9,15 +10,15 @@ namespace quillon {
 namespace {
 
 using Seconds = std::chrono::duration<double>;
-constexpr double kTimeForWork = 0.002;  // seconds; a line of text takes a quarter of it
+constexpr double kTimeToPaint = 0.002;  // seconds; painting a status line needs a quarter of it
 
 }  // namespace
 
 double DesktopClock::Now() { return Seconds(std::chrono::steady_clock::now().time_since_epoch()).count(); }
 
 void DesktopClock::SleepUntil(double time) {
-  if (time - Now() >= kTimeForWork) deferred_paint::Do();
-  const double pause = time - system_clock::WokenLate() - Now();
+  if (time - Now() >= kTimeToPaint) deferred_paint::Do();
+  const double pause = time - system_clock::MaxDelay() - Now();
   if (pause > 0) system_clock::SleepFor(pause);
   while (Now() < time) {
   }

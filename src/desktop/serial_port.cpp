@@ -1,3 +1,4 @@
+// Waits for the line: until bytes are sent, but not for ever on a line that has stalled.
 #include "desktop/serial_port.h"
 
 #include <algorithm>
@@ -12,30 +13,30 @@
 namespace quillon {
 namespace {
 
-constexpr double kDrainGrace = 1.0;   // seconds of a line that stands still
-constexpr double kDrainStep = 0.001;  // seconds
+constexpr double kStallTimeout = 1.0;  // seconds without progress
+constexpr double kPollPeriod = 0.001;  // seconds
 
-constexpr std::size_t kOutputBuffer = 512;  // bytes that can still be leaving when Write returns
+constexpr std::size_t kOutputBuffer = 512;  // bytes that may be unsent when Write returns
 
-/// Bytes that may wait. No answer is near it, and a line that babbles must not fill the memory.
-constexpr std::size_t kMostWaiting = 1 << 20;
+/// The limit of received bytes that are kept, in case of constant noise. Answers are far shorter.
+constexpr std::size_t kMaxReceived = 1 << 20;
 
 }  // namespace
 
 void SerialPort::Open(int number, const LineSettings& settings) {
-  LetGo();
+  Release();
   number_ = number;
   line_ = std::make_unique<SystemLine>(programFolder_, number);
   try {
     SetSpeed(settings.baud);
   } catch (...) {
-    LetGo();
+    Release();
     throw;
   }
-  // The next operation raises a failure that happens here.
+  // A failure in these callbacks is raised by the next operation.
   const auto receive = [this] {
-    // A device that went away would wake the watch again and again.
-    if (!TakeReceived() || line_->Gone()) watch_->Stop();
+    // A removed device would trigger the watch again and again.
+    if (!ReadDevice() || line_->Gone()) watch_->Stop();
   };
   const auto send = [this] {
     if (!SendPending()) watch_->Stop();
@@ -46,7 +47,7 @@ void SerialPort::Open(int number, const LineSettings& settings) {
 
 void SerialPort::SetSpeed(int baud) {
   if (!line_->SetSpeed(baud)) {
-    if (line_->Gone()) RaiseGone();
+    if (line_->Gone()) RaiseFailed();
     throw RunError(RunError::kInvalidPropertyValue,
                    "Invalid property value: " + PortText() + " can't be set to " + std::to_string(baud) +
                        " bits per second with 2 stop bits. Choose another speed or adapter.");
@@ -57,10 +58,10 @@ void SerialPort::SetSpeed(int baud) {
 void SerialPort::Close() {
   if (!line_) return;
   Drain();
-  LetGo();
+  Release();
 }
 
-void SerialPort::LetGo() {
+void SerialPort::Release() {
   awake_.reset();
   watch_.reset();
   line_.reset();
@@ -73,7 +74,7 @@ void SerialPort::Configure(const LineSettings& settings) {
   if (!Drain()) {
     pending_.clear();
     watch_->AwaitRoom(false);
-    line_->DropLeaving();
+    line_->DropUnsent();
   }
   RequireDevice();
   SetSpeed(settings.baud);
@@ -81,8 +82,8 @@ void SerialPort::Configure(const LineSettings& settings) {
 
 void SerialPort::Write(std::span<const std::uint8_t> bytes) {
   pending_.insert(pending_.end(), bytes.begin(), bytes.end());
-  if (!SendPending()) RaiseGone();
-  AwaitLeaving(kOutputBuffer);
+  if (!SendPending()) RaiseFailed();
+  AwaitSent(kOutputBuffer);
 }
 
 std::size_t SerialPort::Waiting() {
@@ -97,38 +98,37 @@ std::vector<std::uint8_t> SerialPort::Read() {
   return std::exchange(received_, {});
 }
 
-/// Waits until all bytes have left; false when some did not.
+/// Waits until all bytes are sent. Returns false when some are not.
 bool SerialPort::Drain() {
-  if (!AwaitLeaving(0)) return false;
+  if (!AwaitSent(0)) return false;
   line_->AwaitLastBytes();
   return true;
 }
 
-/// Waits until at most so many bytes are still to leave; false when the line took nothing for longer than
-/// LongestStandstill, however much waits for it: a line that works lets bytes out again and again.
-bool SerialPort::AwaitLeaving(std::size_t most) {
-  std::size_t left = 0;
+/// Waits until at most `limit` bytes are unsent. Returns false when the line has stalled (LongestStall).
+bool SerialPort::AwaitSent(std::size_t limit) {
+  std::size_t unsent = 0;
   SteadyClock::time_point deadline;
   while (!line_->Gone() && SendPending()) {
-    const std::size_t before = std::exchange(left, pending_.size() + line_->Leaving());
-    if (left <= most) return true;
+    const std::size_t before = std::exchange(unsent, pending_.size() + line_->Unsent());
+    if (unsent <= limit) return true;
     const SteadyClock::time_point now = SteadyClock::now();
-    if (left != before) deadline = now + LongestStandstill(left);
+    if (unsent != before) deadline = now + LongestStall(unsent);
     if (now >= deadline) break;
-    deferred_paint::Do();  // no event is served here, and it can take long
-    system_clock::SleepFor(kDrainStep);
+    deferred_paint::Do();  // shows the status although no events are handled
+    system_clock::SleepFor(kPollPeriod);
   }
   return false;
 }
 
-/// How long a line that works can show no progress while so many bytes leave.
-SerialPort::SteadyClock::duration SerialPort::LongestStandstill(std::size_t bytes) const {
+/// The longest time without progress on a working line that has `bytes` to send.
+SerialPort::SteadyClock::duration SerialPort::LongestStall(std::size_t bytes) const {
   const auto step = static_cast<double>(std::min(bytes, SystemLine::kMostPerStep));
-  const std::chrono::duration<double> time(step * kBitsPerByte / baud_ + kDrainGrace);
+  const std::chrono::duration<double> time(step * kBitsPerByte / baud_ + kStallTimeout);
   return std::chrono::duration_cast<SteadyClock::duration>(time);
 }
 
-/// Hands on what the device takes now; false when the device failed.
+/// Sends the queued bytes that the device accepts now. Returns false when the device has failed.
 bool SerialPort::SendPending() {
   if (pending_.empty()) return true;
   const std::ptrdiff_t sent = line_->Send(pending_);
@@ -139,21 +139,21 @@ bool SerialPort::SendPending() {
 }
 
 void SerialPort::Receive() {
-  if (!TakeReceived()) RaiseGone();
+  if (!ReadDevice()) RaiseFailed();
 }
 
-/// Takes what the device holds now; false when the device failed.
-bool SerialPort::TakeReceived() {
+/// Reads the received bytes. Returns false when the device has failed.
+bool SerialPort::ReadDevice() {
   const bool works = line_->Receive(received_);
-  if (received_.size() > kMostWaiting) received_.resize(kMostWaiting);
+  if (received_.size() > kMaxReceived) received_.resize(kMaxReceived);
   return works;
 }
 
 void SerialPort::RequireDevice() {
-  if (line_->Gone() || !SendPending()) RaiseGone();
+  if (line_->Gone() || !SendPending()) RaiseFailed();
 }
 
-void SerialPort::RaiseGone() const {
+void SerialPort::RaiseFailed() const {
   throw RunError(RunError::kDeviceFailed,
                  "Device failed: " + PortText() +
                      " went away. Check the adapter and its cable, then start the run again.");

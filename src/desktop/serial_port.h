@@ -16,25 +16,26 @@
 
 namespace quillon {
 
-/// A serial device of this computer: a port, a USB adapter, or on Linux a pseudo-terminal, directly or
-/// through a link. Any speed that the device takes; 8 data bits, no parity, 2 stop bits; no handshaking;
-/// bytes pass as they are.
+/// A serial device of this computer: a built-in port, a USB adapter, or on Linux a pseudo-terminal. The line
+/// has 8 data bits, no parity, 2 stop bits and no handshaking.
+///
+///     Write -> pending_ -> SystemLine::Send -> device       returns when at most 512 bytes are unsent
+///     Read <- received_ <- SystemLine::Receive <- device    also called while events are handled
 class SerialPort final : public SerialDevice {
  public:
-  /// `programFolder` is where the links COM1 to COM99 are looked for.
+  /// `programFolder` is the folder of the links COM1 to COM99 (see system_ports.h).
   explicit SerialPort(std::string programFolder) : programFolder_(std::move(programFolder)) {}
   SerialPort(const SerialPort&) = delete;
   SerialPort& operator=(const SerialPort&) = delete;
 
-  /// Drops what the device received before.
+  /// Drops bytes that the device received before.
   void Open(int number, const LineSettings& settings) override;
-  /// Waits for what is leaving while the line lets it out. When it stands still for a second, the rest is
-  /// lost.
+  /// Waits until the bytes are sent. If the line sends nothing for a second, the rest is lost.
   void Close() override;
   /// Waits like Close.
   void Configure(const LineSettings& settings) override;
-  /// What the device can't take yet follows in order, with the events and with every later operation. On a
-  /// line that takes nothing it returns after the time of 512 bytes and one second, with the bytes queued.
+  /// Bytes that the device does not accept yet are queued, and sent when events are handled and in each later
+  /// operation. On a stalled line Write returns after the time of 512 bytes and one second.
   void Write(std::span<const std::uint8_t> bytes) override;
   std::size_t Waiting() override;
   std::vector<std::uint8_t> Read() override;
@@ -45,23 +46,23 @@ class SerialPort final : public SerialDevice {
 
   void SetSpeed(int baud);
   bool Drain();
-  bool AwaitLeaving(std::size_t most);
-  SteadyClock::duration LongestStandstill(std::size_t bytes) const;
-  void LetGo();
+  bool AwaitSent(std::size_t limit);
+  SteadyClock::duration LongestStall(std::size_t bytes) const;
+  void Release();
   bool SendPending();
   void Receive();
-  bool TakeReceived();
+  bool ReadDevice();
   void RequireDevice();
-  [[noreturn]] void RaiseGone() const;
+  [[noreturn]] void RaiseFailed() const;
   std::string PortText() const { return "COM " + std::to_string(number_); }
 
   std::string programFolder_;
   int number_ = 0;
   int baud_ = 0;
-  std::unique_ptr<SystemLine> line_;   // none while the port is closed
-  std::unique_ptr<LineWatch> watch_;   // goes before the line
-  std::optional<Awake> awake_;         // a computer asleep would leave the controllers in the middle of a run
-  std::vector<std::uint8_t> pending_;  // given to Write, not yet taken by the device
+  std::unique_ptr<SystemLine> line_;   // nullptr while the port is closed
+  std::unique_ptr<LineWatch> watch_;   // destroyed before the line
+  std::optional<Awake> awake_;         // sleep would interrupt a run
+  std::vector<std::uint8_t> pending_;  // not yet accepted by the device
   std::vector<std::uint8_t> received_;
 };
 

@@ -13,16 +13,15 @@ using Bytes = std::vector<std::uint8_t>;
 
 class Form;
 
-/// What the program asks of the computer it runs on. Each face is virtual for one reason: the tests put a
-/// clock that jumps, a bus in memory and a scripted operator in the place of the real ones, and run the very
-/// same program.
+/// The interfaces through which the program uses the computer. They are virtual so that tests can run the
+/// same program with a simulated clock, a bus in memory and a scripted operator.
 
-/// Seconds since a moment of its own, never going back.
+/// Seconds since an unspecified moment. The time never decreases.
 class Clock {
  public:
   virtual ~Clock() = default;
   virtual double Now() = 0;
-  /// Returns at `time` or just after it, never before. Serves no event of any window until then.
+  /// Sleeps until `time`. Never returns earlier, and handles no window events.
   virtual void SleepUntil(double time) = 0;
 };
 
@@ -30,7 +29,7 @@ class Clock {
 class Events {
  public:
   virtual ~Events() = default;
-  /// Handles the waiting events: the handler of a waiting click runs inside this call.
+  /// Handles the pending events. Their handlers are called inside this call.
   virtual void Yield() = 0;
   /// The same, but first sleeps until an event arrives, the open serial device receives a byte, or the clock
   /// reaches `time`. May return earlier; returns at most two milliseconds later.
@@ -39,7 +38,7 @@ class Events {
   virtual void End() = 0;
 };
 
-/// The kind of a box: information, or a failure at run time, which has the warning sign.
+/// The kind of a box. kRunError shows a warning sign.
 enum class BoxKind { kInformation, kRunError };
 
 /// The boxes and dialogs, and the requests for the operator's attention.
@@ -49,15 +48,15 @@ class Dialogs {
   /// A modal box with one OK button; returns when it is answered. While a run-error box is open, the progress
   /// window still accepts clicks, so that the operator can always press Cancel.
   virtual void ShowBox(const std::string& text, const std::string& title, BoxKind kind) = 0;
-  /// A modal question with Yes and No, the latter by default; returns when it is answered. True: Yes.
+  /// A modal question with the buttons Yes and No, which is the default. Returns whether Yes was pressed.
   virtual bool Ask(const std::string& question, const std::string& title) = 0;
   /// Answers the open run-error box, if any, on behalf of the operator.
   virtual void AnswerBox() = 0;
   virtual void Beep() = 0;
   /// Requests the operator's attention while another program is active.
   virtual void RequestAttention() = 0;
-  /// The dialog for opening an existing file. Returns its path, or nothing when it was cancelled.
-  /// `filter` is a text of the form "Description (*.ext)|*.ext".
+  /// Shows a dialog for opening an existing file. Returns its path, or "" when it was cancelled. `filter` has
+  /// the form "Description (*.ext)|*.ext".
   virtual std::string ChooseFile(const std::string& title, const std::string& filter) = 0;
 };
 
@@ -65,8 +64,8 @@ class Dialogs {
 class Screen {
  public:
   virtual ~Screen() = default;
-  /// Called when a form is shown that has no view yet. The realisation attaches views to the form and its
-  /// controls; with none attached (as in tests) the form lives on its state alone.
+  /// Called when a form without a view is shown. Attaches views to the form and its controls. Tests attach
+  /// none: the controls work without views.
   virtual void Draw(Form& form) = 0;
 };
 
@@ -75,32 +74,30 @@ struct LineSettings {
   int baud = 9600;
 };
 
-/// The device of a serial port. All operations but Open need an open device.
-///
-/// A device that went away or fails raises RunError 8020 at the next operation on it, but for Close.
+/// A serial port. All operations except Open and Describe require an open port. When the device was removed
+/// or fails, the next operation except Close raises RunError 8020.
 class SerialDevice {
  public:
   virtual ~SerialDevice() = default;
-  /// Opens port `number` (1 to 99). Raises RunError 8002 (no such port), 8005 (in use), 70 (no right to it),
-  /// 380 (the device refuses the speed), 8020 (it went away while being opened). After a failure nothing is
-  /// open.
+  /// Opens port `number` (1 to 99). Raises RunError 8002 (no such port), 8005 (in use), 70 (no permission),
+  /// 380 (the device refuses the speed), 8020 (it was removed meanwhile). After a failure the port is closed.
   virtual void Open(int number, const LineSettings& settings) = 0;
-  /// Lets out what is still leaving, then closes.
+  /// Waits until the written bytes are sent, then closes the port.
   virtual void Close() = 0;
-  /// Lets out what is still leaving, then changes the speed. Raises RunError 380 for one that is refused.
+  /// Waits until the written bytes are sent, then changes the speed. Raises RunError 380 if it is refused.
   virtual void Configure(const LineSettings& settings) = 0;
-  /// Queues all bytes in order and starts them on their way. Returns when at most 512 bytes, the size of the
-  /// output buffer, are still to leave, so that what is queued never delays a change of speed for long.
+  /// Sends the bytes. Returns when at most 512 bytes, the size of the output buffer, are not yet sent. So a
+  /// following change of speed is never delayed for long.
   virtual void Write(std::span<const std::uint8_t> bytes) = 0;
-  /// Number of received bytes that wait.
+  /// The number of received bytes that were not yet read.
   virtual std::size_t Waiting() = 0;
-  /// Returns and removes all that wait.
+  /// Returns and removes the received bytes.
   virtual Bytes Read() = 0;
-  /// Which device port `number` is. Asks the system; opens nothing.
+  /// Describes the device of port `number`, without opening it.
   virtual PortDescription Describe(int number) const = 0;
 };
 
-/// All of it, handed to the program once.
+/// All interfaces, passed to the program when it is created.
 struct Computer {
   Clock& clock;
   Events& events;

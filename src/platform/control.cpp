@@ -1,3 +1,4 @@
+// The state that all controls have in common.
 #include "platform/control.h"
 
 #include <utility>

@@ -1,3 +1,4 @@
+// The kinds of controls: setters that check a value, and dispatch to the visitor.
 #include "platform/controls.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Parses the numbers that operators type.
 #include "platform/conversions.h"
 
 #include <charconv>
@@ -18,7 +19,7 @@ std::string_view Trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
-/// Digits with at most one point among them: what `from_chars` would also take ("inf", "1e9") is no entry.
+/// Whether the text consists of digits and at most one point. `from_chars` also accepts "inf" and "1e9".
 bool IsPlainDecimal(std::string_view digits) {
   return digits.find_first_of("0123456789") != digits.npos &&
          digits.find_first_not_of("0123456789.") == digits.npos && digits.find('.') == digits.rfind('.');
@@ -36,7 +37,7 @@ std::int64_t ToWholeNumber(std::string_view text, std::int64_t low, std::int64_t
                                                 std::string(text) +
                                                 "\", which is not a number. Enter a whole number.");
   }
-  // More digits than a double can hold exactly are far out of every box's range, so nothing is lost here.
+  // A number too large for an exact double is outside the range of every box.
   double magnitude = std::numeric_limits<double>::infinity();
   std::from_chars(digits.data(), digits.data() + digits.size(), magnitude);
   const double value = std::nearbyint(negative ? -magnitude : magnitude);

@@ -5,17 +5,15 @@
 
 namespace quillon {
 
-/// The whole number that a text box holds: decimal, an optional sign, blanks around it allowed; a fraction
-/// rounds to the nearest whole number, a half to the even one ("2.5" is 2).
-///
-/// Raises RunError 13 when the text is not a number (an empty one too), 6 when it lies outside `low` to
-/// `high`. `what` names the box in the description.
+/// Converts the text of a box, a decimal number with an optional sign, to a whole number. Blanks around it
+/// are ignored. A fraction is rounded to the nearest number, a half to the even one: "2.5" is 2. Raises
+/// RunError 13 for other texts, 6 for a number outside `low` to `high`. `what` is the name of the box.
 std::int64_t ToWholeNumber(std::string_view text, std::int64_t low, std::int64_t high, std::string_view what);
 
-/// As ToWholeNumber, within 16 bits: -32768 to 32767.
+/// Like ToWholeNumber, from -32768 to 32767.
 int ToInteger(std::string_view text, std::string_view what);
 
-/// As ToWholeNumber, within 32 bits.
+/// Like ToWholeNumber, within 32 bits.
 std::int32_t ToLong(std::string_view text, std::string_view what);
 
 }  // namespace quillon

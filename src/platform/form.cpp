@@ -1,3 +1,4 @@
+// Windows: showing, hiding and resetting a form.
 #include "platform/form.h"
 
 #include <utility>

@@ -4,10 +4,10 @@
 
 namespace quillon {
 
-/// A port in words for the operator.
+/// The description of a port for the operator: "/dev/ttyUSB0", and maker and product of its adapter.
 struct PortDescription {
   std::string text;
-  bool there;  ///< it has a device
+  bool there;  ///< the device exists
 };
 
 }  // namespace quillon

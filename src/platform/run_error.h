@@ -6,10 +6,9 @@
 
 namespace quillon {
 
-/// A failure at run time: what a step of the program could not do, in the words that the operator reads.
-///
-/// Each kind of failure has a number that never changes, so that a technician can look it up in the manual or
-/// quote it on the phone. The description names the thing and the way out.
+/// A run-time failure, as the run-error box shows it: number and description. The numbers never change, so
+/// that a technician can find them in the manual or report them by phone. The description contains what
+/// failed, on which file, port or box, and what the operator can do.
 class RunError : public std::exception {
  public:
   enum Number {

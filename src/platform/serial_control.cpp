@@ -1,3 +1,4 @@
+// Checks the properties of the serial port and raises RunErrors that contain advice.
 #include "platform/serial_control.h"
 
 #include <utility>
@@ -10,16 +11,16 @@ namespace {
 
 constexpr int kLowestPort = 1;
 constexpr int kHighestPort = 99;
-constexpr int kHighestBaud = 4'000'000;  // bits per second; the fastest that any usual adapter names
-constexpr std::string_view kForm = ",N,8,2";
+constexpr int kHighestBaud = 4'000'000;         // bits per second; usual adapters are not faster
+constexpr std::string_view kSuffix = ",N,8,2";  // no parity, 8 data bits, 2 stop bits
 
 LineSettings ParseSettings(const std::string& text) {
-  if (text.ends_with(kForm)) {
+  if (text.ends_with(kSuffix)) {
     try {
-      const std::string_view speed(text.data(), text.size() - kForm.size());
+      const std::string_view speed(text.data(), text.size() - kSuffix.size());
       return {static_cast<int>(ToWholeNumber(speed, 1, kHighestBaud, "the speed"))};
     } catch (const RunError&) {
-      // The error below quotes the whole text, which the operator can search for.
+      // The error below contains the whole text.
     }
   }
   throw RunError(RunError::kInvalidPropertyValue,
@@ -51,8 +52,8 @@ void SerialControl::SetPortOpen(bool open) {
   }
 }
 
-/// The speed of an opening can be left from a run that failed. One that the device refused is not tried
-/// again: the next opening takes the speed at start, and the run sets its own on the open port.
+/// Problem: if the device refuses the current speed, the port could never be opened again. So the next call
+/// uses the default speed; the run sets its own on the open port.
 void SerialControl::OpenDevice() {
   if (std::exchange(speedRefused_, false)) line_ = LineSettings{};
   try {

@@ -9,48 +9,45 @@
 
 namespace quillon {
 
-/// The bits of a byte on the line: start bit, 8 data bits, 2 stop bits.
+/// The bits that a byte needs on the line: a start bit, 8 data bits, 2 stop bits.
 inline constexpr double kBitsPerByte = 11;
 
-/// The serial port as the program sees it: selected by number, opened and closed, its speed changed while
-/// open. No handshaking; bytes are never translated. InBufferSize, 1024 at start, is not a limit: no received
-/// byte is lost. OutBufferSize, 512, is one: see Output.
+/// The serial port, selected by its number. Its speed can change while it is open. There is no handshaking,
+/// and bytes are never translated. The class checks the properties; SerialDevice does the work.
 class SerialControl {
  public:
   explicit SerialControl(SerialDevice& device) : device_(device) {}
 
-  /// Selects the port that the next opening takes: 1 to 99, else RunError 8002.
+  /// Selects the port to open, 1 to 99. Raises RunError 8002 for another number.
   void SetCommPort(int number);
 
-  /// Which device port `number` is.
+  /// Describes the device of port `number`.
   PortDescription Describe(int number) const { return device_.Describe(number); }
 
   /// Opens or closes the port. Opening an open port raises RunError 8005; closing a closed one does nothing.
-  /// Opening raises what SerialDevice::Open does. After an opening that was refused for its speed the next
-  /// one takes 9600 bits per second.
+  /// Opening raises what SerialDevice::Open raises. After a refused speed it next uses 9600 bits per second.
   void SetPortOpen(bool open);
 
-  /// "9600,N,8,2": speed, no parity, 8 data bits, 2 stop bits, the only form there is. Acts at once on an
-  /// open port, else at the next opening. Any other text raises RunError 380 and changes nothing.
+  /// `text` is a speed followed by ",N,8,2": no parity, 8 data bits, 2 stop bits. Applies at once, or when a
+  /// closed port is opened. Any other text raises RunError 380 and changes nothing.
   void SetSettings(const std::string& text);
   const std::string& Settings() const { return settings_; }
 
-  /// What a read returns: raw bytes, or text, which is the setting at start. Bytes come untouched in both.
-  /// Any other mode raises RunError 380.
+  /// Checks the mode only: Input returns unchanged bytes in both. Any other mode raises RunError 380.
   static constexpr int kText = 0;
   static constexpr int kRawBytes = 1;
   void SetInputMode(int mode);
 
-  /// How many bytes a read takes: 0, all that wait, is the only choice; any other raises RunError 380.
+  /// Checks the number of bytes to read: only 0, all received bytes, is supported. Others raise RunError 380.
   void SetInputLen(int count);
 
-  /// The operations on the line raise RunError 8018 on a closed port and 8020 when the device fails.
-  /// Queues all bytes for sending at once. Returns when at most 512 bytes are still to leave, see
-  /// SerialDevice::Write.
+  // These raise RunError 8018 on a closed port and 8020 when the device fails.
+
+  /// Sends bytes like SerialDevice::Write.
   void Output(std::span<const std::uint8_t> bytes);
-  /// Number of received bytes that wait.
+  /// The number of received bytes that were not yet read.
   std::size_t InBufferCount();
-  /// Returns and removes the received bytes; an empty array when none wait.
+  /// Returns and removes the received bytes.
   Bytes Input();
 
  private:
@@ -62,7 +59,7 @@ class SerialControl {
   bool open_ = false;
   std::string settings_ = "9600,N,8,2";
   LineSettings line_;
-  bool speedRefused_ = false;  // by the device, at the last opening
+  bool speedRefused_ = false;  // when the port was last opened
 };
 
 }  // namespace quillon

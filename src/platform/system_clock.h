@@ -2,14 +2,14 @@
 
 namespace quillon {
 
-/// How one operating system lets a thread sleep.
+/// Sleeping with the precision of the operating system.
 namespace system_clock {
 
-/// Sleeps this long, in seconds, and up to WokenLate() longer.
+/// Sleeps for `seconds`, and at most MaxDelay() longer.
 void SleepFor(double seconds);
 
-/// How much later than asked for a sleeper may be woken, in seconds.
-double WokenLate();
+/// The longest delay, in seconds, with which the system wakes a thread.
+double MaxDelay();
 
 }  // namespace system_clock
 }  // namespace quillon

@@ -1,3 +1,4 @@
+// Sleeping on Linux.
 #include <chrono>
 #include <thread>
 
@@ -7,6 +8,6 @@ namespace quillon::system_clock {
 
 void SleepFor(double seconds) { std::this_thread::sleep_for(std::chrono::duration<double>(seconds)); }
 
-double WokenLate() { return 0.0004; }  // twice what was seen
+double MaxDelay() { return 0.0004; }  // twice the measured delay
 
 }  // namespace quillon::system_clock

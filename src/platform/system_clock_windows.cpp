@@ -1,5 +1,6 @@
+// Sleeping on Windows, on a waitable timer: Sleep would end up to 16 ms late.
 #include <windows.h>
-// The system's header comes first; the next one uses its types.
+// mmsystem.h uses the types of windows.h.
 #include <mmsystem.h>
 
 #include "platform/system_clock.h"
@@ -11,8 +12,7 @@
 namespace quillon::system_clock {
 namespace {
 
-/// The timer that a pause sleeps on. Without one of high resolution (before Windows 10, 1803) the whole
-/// system is asked for steps of 1 ms: a sleep ends up to 16 ms late by default.
+/// A timer of high resolution. Before Windows 10, 1803, an ordinary one with 1 ms steps.
 HANDLE Timer() {
   static const HANDLE timer = [] {
     const HANDLE fine =
@@ -29,10 +29,10 @@ HANDLE Timer() {
 void SleepFor(double seconds) {
   constexpr double kTicksPerSecond = 1e7;
   LARGE_INTEGER due;
-  due.QuadPart = -static_cast<LONGLONG>(seconds * kTicksPerSecond);  // negative: from now on
+  due.QuadPart = -static_cast<LONGLONG>(seconds * kTicksPerSecond);  // negative: relative to now
   if (SetWaitableTimer(Timer(), &due, 0, nullptr, nullptr, FALSE)) WaitForSingleObject(Timer(), INFINITE);
 }
 
-double WokenLate() { return 0.002; }  // two of those steps
+double MaxDelay() { return 0.002; }  // two steps
 
 }  // namespace quillon::system_clock

@@ -1,3 +1,4 @@
+// Files on Linux. Only regular files are opened: a pipe can block, a serial port changes its control lines.
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -13,11 +14,11 @@
 namespace quillon::system_files {
 namespace {
 
-constexpr mode_t kNewFile = 0666;  // less the user's own mask
+constexpr mode_t kNewFile = 0666;  // reduced by the umask
 constexpr mode_t kModeBits = 07777;
 constexpr mode_t kWritable = S_IWUSR | S_IWGRP | S_IWOTH;
 
-/// An open file, closed at the end of the scope with `errno` kept.
+/// An open file. The destructor closes it and keeps `errno`.
 class Descriptor {
  public:
   explicit Descriptor(int number) : number_(number) {}
@@ -43,18 +44,16 @@ bool IsRegular(const struct stat& state) {
   return S_ISREG(state.st_mode);
 }
 
-/// Opens a regular file. Nothing else is even opened: that would wake the other side of a pipe, or raise the
-/// lines of a serial port.
+/// Opens a regular file. Checks the type before and after opening, since the file may be replaced in between.
 Descriptor OpenRegular(const std::string& name, int access) {
   struct stat state {};
   if (stat(name.c_str(), &state) != 0 || !IsRegular(state)) return Descriptor(-1);
   Descriptor file(open(name.c_str(), access | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-  // A pipe may have come into its place since.
   if (!file.IsOpen() || (fstat(file.Number(), &state) == 0 && IsRegular(state))) return file;
   return Descriptor(-1);
 }
 
-/// Creates a file of a name that nobody has, not even a link.
+/// Creates a file whose name does not exist yet, not even as a link.
 Descriptor Create(const std::string& name, mode_t mode) {
   return Descriptor(open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode & kModeBits));
 }
@@ -64,7 +63,7 @@ Descriptor OpenOrCreate(const std::string& name) {
   Descriptor old = OpenRegular(name, O_WRONLY);
   if (old.IsOpen() || errno != ENOENT) return old;
   Descriptor created = Create(name, kNewFile);
-  if (!created.IsOpen() && errno == EEXIST) errno = ENXIO;  // a link to nothing
+  if (!created.IsOpen() && errno == EEXIST) errno = ENXIO;  // a broken link
   return created;
 }
 
@@ -74,19 +73,19 @@ std::FILE* StreamOf(Descriptor file, const char* access) {
   return stream;
 }
 
-/// Locks a file for this program; false when another writer has it. Some network file systems have no locks:
-/// there the file is written without one.
+/// Locks a file. Returns false when another writer has locked it. Some network file systems have no locks:
+/// there the file is used without one.
 bool LockForOneWriter(int file) {
   return flock(file, LOCK_EX | LOCK_NB) == 0 || errno == ENOLCK || errno == ENOSYS || errno == EOPNOTSUPP;
 }
 
-/// The file that a link leads to, whether it exists or not; any other name as it is.
-std::string BehindLinks(const std::string& name) {
+/// The target of a link, which need not exist; any other name unchanged.
+std::string TargetOf(const std::string& name) {
   namespace fs = std::filesystem;
-  constexpr int kMostLinks = 40;  // the system follows no more
+  constexpr int kMaxLinks = 40;  // the limit of the system
   fs::path path = name;
   std::error_code unreadable;
-  for (int links = 0; links < kMostLinks && fs::is_symlink(path, unreadable); ++links)
+  for (int links = 0; links < kMaxLinks && fs::is_symlink(path, unreadable); ++links)
     path = path.parent_path() / fs::read_symlink(path, unreadable);
   return path.string();
 }
@@ -104,18 +103,17 @@ bool WriteInPlace(int file, std::string_view contents) {
   return WriteOnDisk(file, contents) && ftruncate(file, static_cast<off_t>(contents.size())) == 0;
 }
 
-/// Creates a file with a name of its own beside `name`. What a killed program left behind stays.
+/// Creates the file NAME.new, or NAME.new1 and so on when a killed program has left that behind.
 Descriptor CreateBeside(const std::string& name, mode_t mode, std::string& fresh) {
-  constexpr int kMostLeft = 1000;
+  constexpr int kMaxLeft = 1000;
   for (int left = 0;; ++left) {
     fresh = name + ".new" + (left == 0 ? "" : std::to_string(left));
     Descriptor file = Create(fresh, mode);
-    if (file.IsOpen() || errno != EEXIST || left == kMostLeft) return file;
+    if (file.IsOpen() || errno != EEXIST || left == kMaxLeft) return file;
   }
 }
 
-/// Renames a new file with these contents over the old one, or to a name that no file has. `old` is what the
-/// old one is like, none: nullptr.
+/// Writes a new file and renames it to `name`. `old` is the state of the file that it replaces, or nullptr.
 bool Rename(const std::string& name, const struct stat* old, std::string_view contents) {
   std::string fresh;
   const Descriptor file = CreateBeside(name, old != nullptr ? old->st_mode : kNewFile, fresh);
@@ -129,7 +127,7 @@ bool Rename(const std::string& name, const struct stat* old, std::string_view co
   return false;
 }
 
-/// Whether a file can only be written in place, by the reason that its folder gave.
+/// Whether `errno` means that the folder does not allow a new file: then the old one is written in place.
 bool OnlyInPlace() { return errno == EACCES || errno == EPERM || errno == EROFS || errno == EBUSY; }
 
 }  // namespace
@@ -137,7 +135,7 @@ bool OnlyInPlace() { return errno == EACCES || errno == EPERM || errno == EROFS 
 void OpenMissingStreams() {
   int descriptor = 0;
   do {
-    descriptor = open("/dev/null", O_RDWR);  // the lowest one that is free
+    descriptor = open("/dev/null", O_RDWR);  // gets the lowest free number
   } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
   if (descriptor >= 0) close(descriptor);
 }
@@ -160,18 +158,18 @@ std::FILE* OpenForReading(const std::string& name) { return StreamOf(OpenRegular
 
 std::FILE* OpenForOneWriter(const std::string& name) {
   Descriptor file = OpenOrCreate(name);
-  // Emptied only when it is locked: another writer's lines must not go.
+  // Emptied after it is locked, so that the lines of another writer are not lost.
   if (!file.IsOpen() || !LockForOneWriter(file.Number()) || ftruncate(file.Number(), 0) != 0) return nullptr;
   return StreamOf(std::move(file), "wb");
 }
 
 bool Replace(const std::string& name, std::string_view contents) {
-  const std::string target = BehindLinks(name);
+  const std::string target = TargetOf(name);
   const Descriptor old = OpenRegular(target, O_WRONLY);
   if (!old.IsOpen()) return errno == ENOENT && Rename(target, nullptr, contents);
   struct stat state {};
   if (fstat(old.Number(), &state) != 0) return false;
-  if ((state.st_mode & kWritable) == 0) {  // an administrator could write it anyway
+  if ((state.st_mode & kWritable) == 0) {  // root could write it nevertheless
     errno = EACCES;
     return false;
   }
@@ -181,7 +179,7 @@ bool Replace(const std::string& name, std::string_view contents) {
 }
 
 bool Flush(int descriptor) {
-  return fsync(descriptor) == 0 || errno == EINVAL;  // EINVAL: a file system that does not know it
+  return fsync(descriptor) == 0 || errno == EINVAL;  // EINVAL: not supported by the file system
 }
 
 int TransferError() { return errno; }

@@ -1,5 +1,6 @@
+// Files on Windows. Names are converted from UTF-8, and the errors of the system to `errno` values.
 #include <windows.h>
-// The system's header comes first; the others use its types.
+// The following headers use the types of windows.h.
 #include <fcntl.h>
 #include <io.h>
 
@@ -10,7 +11,7 @@
 namespace quillon::system_files {
 namespace {
 
-constexpr DWORD kQuotaUsedUp = 1295;  // ERROR_DISK_QUOTA_EXCEEDED, which the compiler's headers lack
+constexpr DWORD kQuotaExceeded = 1295;  // ERROR_DISK_QUOTA_EXCEEDED is missing in the headers of MinGW
 
 std::wstring Wide(const std::string& name) {
   const int size = static_cast<int>(name.size());
@@ -33,7 +34,7 @@ bool IsFolder(const std::wstring& name) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-/// Whether a part of the path that should be a folder is a file.
+/// Whether a folder in the path is in fact a file.
 bool LeadsThroughAFile(const std::wstring& name) {
   std::error_code unknown;
   for (auto folder = std::filesystem::path(name).parent_path(); folder.has_relative_path();
@@ -51,8 +52,8 @@ bool HasTooLongPart(const std::wstring& name) {
   return false;
 }
 
-/// The number of C for the failure that the system told last, of an operation on `name`.
-int Reason(const std::wstring& name) {
+/// The `errno` value for the last error of the system, which an operation on `name` caused.
+int ErrnoOf(const std::wstring& name) {
   const DWORD error = GetLastError();
   if (IsFolder(name)) return EISDIR;
   if (HasTooLongPart(name)) return ENAMETOOLONG;
@@ -74,7 +75,7 @@ int Reason(const std::wstring& name) {
       return ENAMETOOLONG;
     case ERROR_DISK_FULL:
     case ERROR_HANDLE_DISK_FULL:
-    case kQuotaUsedUp:
+    case kQuotaExceeded:
       return ENOSPC;
     case ERROR_WRITE_PROTECT:
       return EROFS;
@@ -90,10 +91,10 @@ std::FILE* Open(const std::string& name, DWORD creation, DWORD shared) {
   const HANDLE handle = CreateFileW(wide.c_str(), writes ? GENERIC_WRITE : GENERIC_READ, shared, nullptr,
                                     creation, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (handle == INVALID_HANDLE_VALUE) {
-    errno = Reason(wide);
+    errno = ErrnoOf(wide);
     return nullptr;
   }
-  if (GetFileType(handle) != FILE_TYPE_DISK) {  // NUL, CON, a pipe: it may wait for ever
+  if (GetFileType(handle) != FILE_TYPE_DISK) {  // NUL, CON or a pipe: may block for ever
     CloseHandle(handle);
     errno = ENXIO;
     return nullptr;
@@ -108,7 +109,7 @@ std::FILE* Open(const std::string& name, DWORD creation, DWORD shared) {
   return file;
 }
 
-/// Closes a written file once its bytes are on the disk itself; whether all of them are.
+/// Writes a file to the disk and closes it. Returns whether both succeeded.
 bool CloseOnDisk(std::FILE* file) {
   const bool onDisk = std::fflush(file) == 0 && Flush(_fileno(file));
   const DWORD reason = _doserrno;
@@ -117,14 +118,14 @@ bool CloseOnDisk(std::FILE* file) {
   return onDisk && closed;
 }
 
-/// Renames a closed file over another, which is gone then or stays whole.
+/// Renames a closed file to `old`, which is replaced. On failure `old` is unchanged.
 bool PutInPlace(const std::string& fresh, const std::string& old) {
-  constexpr int kTries = 10;    // a virus scanner looks at each fresh file for a moment
+  constexpr int kTries = 10;    // a virus scanner opens each new file for a short time
   constexpr DWORD kPause = 20;  // milliseconds
   const std::wstring target = Wide(old);
   for (int tries = 1;; ++tries) {
     if (MoveFileExW(Wide(fresh).c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING)) return true;
-    errno = Reason(target);
+    errno = ErrnoOf(target);
     if (errno == EWOULDBLOCK) errno = EACCES;
     if (errno != EACCES || tries == kTries) return false;
     Sleep(kPause);
@@ -135,7 +136,7 @@ constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 }  // namespace
 
-void OpenMissingStreams() {}  // files never get the numbers of streams here
+void OpenMissingStreams() {}  // not necessary: files never get the descriptors of streams
 
 std::string ProgramFolder() {
   std::wstring file(MAX_PATH, 0);
@@ -162,7 +163,7 @@ bool CanBeName(const std::string& name) {
 
 std::FILE* OpenForReading(const std::string& name) {
   std::FILE* file = Open(name, OPEN_EXISTING, kAll);
-  if (file == nullptr && errno == EWOULDBLOCK) errno = EACCES;  // its writer lets nobody look
+  if (file == nullptr && errno == EWOULDBLOCK) errno = EACCES;  // its writer does not share it
   return file;
 }
 
@@ -172,7 +173,7 @@ std::FILE* OpenForOneWriter(const std::string& name) {
 
 bool Replace(const std::string& name, std::string_view contents) {
   const std::string fresh = name + ".new";
-  DeleteFileW(Wide(fresh).c_str());  // what a killed program left behind
+  DeleteFileW(Wide(fresh).c_str());  // may be left by a killed program
   std::FILE* file = Open(fresh, CREATE_NEW, 0);
   if (file == nullptr) {
     if (errno == EWOULDBLOCK) errno = EACCES;
@@ -187,14 +188,14 @@ bool Replace(const std::string& name, std::string_view contents) {
   return false;
 }
 
-// The library has no number for most of the system's reasons; the system's own is kept beside it.
+// `errno` has no value for most errors of the system; TransferError therefore reads _doserrno.
 bool Flush(int descriptor) { return _commit(descriptor) == 0; }
 
 int TransferError() {
   switch (_doserrno) {
     case ERROR_DISK_FULL:
     case ERROR_HANDLE_DISK_FULL:
-    case kQuotaUsedUp:
+    case kQuotaExceeded:
       return ENOSPC;
     default:
       return EIO;

@@ -9,49 +9,46 @@
 
 namespace quillon {
 
-/// The open device of a serial port, as one operating system has it: bytes go straight to and from the
-/// device, since what waits and what left has to be known at once, with no event served. Nothing here waits,
-/// but AwaitLastBytes, and for a moment DropLeaving.
+/// The open device of a serial port, implemented for each operating system. QSerialPort is not used: it
+/// updates its buffers only while window events are handled. Only AwaitLastBytes and DropUnsent block.
 class SystemLine {
  public:
-  /// Opens a port for this program alone and drops what it received before. Raises RunError 8002 (no such
-  /// port), 8005 (in use) or 70 (no right to it), with the way out in the words of the system; then nothing
-  /// was touched.
+  /// Opens a port exclusively and drops bytes that it received before. Raises RunError 8002 (no such port),
+  /// 8005 (in use) or 70 (no permission); the settings of the device are then unchanged.
   SystemLine(const std::string& programFolder, int number);
   SystemLine(const SystemLine&) = delete;
   SystemLine& operator=(const SystemLine&) = delete;
-  /// What is still leaving is lost.
+  /// Bytes that are not yet sent are lost.
   ~SystemLine();
 
-  /// Sets the speed (bits per second, met to 3 %), 8 data bits, no parity, 2 stop bits and no handshaking;
-  /// false when the device takes something else, which is undone.
+  /// Sets the speed in bits per second, 8 data bits, no parity, 2 stop bits and no handshaking. Returns false
+  /// and restores the former settings when the device refuses, or differs from the speed by more than 3 %.
   bool SetSpeed(int baud);
 
-  /// Hands on as many bytes as the device takes now and returns their number; -1 when the device failed, now
-  /// or with bytes that it took before, and from then on.
+  /// Passes as many bytes to the device as it accepts now, and returns their number. Returns -1 when the
+  /// device has failed, now or with earlier bytes, and in all later calls.
   std::ptrdiff_t Send(std::span<const std::uint8_t> bytes);
 
-  /// Appends what the device holds, up to 64 KB at a time, since a line that babbles may never end; false
-  /// when the device failed.
+  /// Appends at most 64 KiB of received bytes: noise may be endless. Returns false when the device has
+  /// failed.
   bool Receive(std::vector<std::uint8_t>& bytes);
 
-  /// Bytes that leave between two changes of Leaving, at most: adapters count in blocks.
+  /// The largest step by which Unsent decreases: adapters report sent bytes in blocks.
   static constexpr std::size_t kMostPerStep = 512;
 
-  /// Number of bytes that the device has taken and not yet sent; 0 where it can't tell.
-  std::size_t Leaving() const;
+  /// The number of accepted bytes that are not yet sent; 0 if the device does not report it.
+  std::size_t Unsent() const;
 
-  /// Drops what the device has taken and not yet sent.
-  void DropLeaving();
+  /// Drops accepted bytes that are not yet sent.
+  void DropUnsent();
 
-  /// Waits for the last bytes in the hardware, some milliseconds. Call it when none is Leaving.
+  /// Waits some milliseconds for the last bytes in the hardware. Call it when Unsent returns 0.
   void AwaitLastBytes();
 
-  /// Whether the device went away.
+  /// Whether the device was removed or has failed.
   bool Gone() const;
 
-  /// What an event loop watches in order to be woken by received bytes: a file descriptor on Linux, an
-  /// event's handle on Windows.
+  /// What an event loop watches for received bytes: a file descriptor, or on Windows the handle of an event.
   std::intptr_t Watched() const;
 
  private:

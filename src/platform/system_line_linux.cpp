@@ -1,5 +1,8 @@
-// The kernel's own terminal settings know every speed, the C library's only the usual ones; the two can't be
-// included together.
+// The serial device on Linux: a terminal in raw mode. Three locks keep other programs away, since each alone
+// has gaps: a lock file such as /var/lock/LCK..ttyUSB0 and flock, which some programs ignore, and TIOCEXCL,
+// which does not stop root.
+
+// <termios.h> supports only some speeds. The header of the kernel supports all, but excludes <termios.h>.
 #include <asm/termbits.h>
 #include <fcntl.h>
 #include <grp.h>
@@ -31,15 +34,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr double kSpeedTolerance = 0.03;  // a controller still understands a line that is so far off
+constexpr double kSpeedTolerance = 0.03;  // a receiver tolerates this difference
 constexpr std::size_t kChunk = 4096;      // bytes
-constexpr std::size_t kMostAtOnce = 16 * kChunk;
+constexpr std::size_t kMaxPerCall = 16 * kChunk;
 
 bool WouldBlock() { return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR; }
 
-/// The group to join for the right to a device: the one that it belongs to, when that group may read and
-/// write it and is not the administrator's own. Else empty.
-std::string GroupWithRight(const std::string& device) {
+/// The group that a user must join to open a device: the group of the device, if it may read and write and is
+/// not that of the administrator. Otherwise empty.
+std::string GroupWithPermission(const std::string& device) {
   struct stat node {};
   if (stat(device.c_str(), &node) != 0) return "";
   constexpr mode_t kReadAndWrite = S_IRGRP | S_IWGRP;
@@ -56,8 +59,8 @@ RunError NoSuchPort(int number, const std::string& reason) {
                                               text + " to a device beside the program.");
 }
 
-RunError NoRight(int number, const std::string& device) {
-  const std::string group = GroupWithRight(device);
+RunError NoPermission(int number, const std::string& device) {
+  const std::string group = GroupWithPermission(device);
   return RunError(RunError::kPermissionDenied,
                   "Permission denied: you have no right to COM " + std::to_string(number) + " (" + device +
                       "). " +
@@ -66,7 +69,7 @@ RunError NoRight(int number, const std::string& device) {
                                            " $USER\" and log in again."));
 }
 
-/// `owner` is what shows that the device is in use.
+/// `owner` is the path of the device, or how its use was noticed.
 RunError InUse(int number, const std::string& owner) {
   return RunError(RunError::kPortAlreadyOpen, "Port already open: another program uses COM " +
                                                   std::to_string(number) + " (" + owner +
@@ -77,7 +80,7 @@ RunError OpenFailure(int number, const std::string& device, int reason) {
   switch (reason) {
     case EACCES:
     case EPERM:
-      return NoRight(number, device);
+      return NoPermission(number, device);
     case EBUSY:
       return InUse(number, device);
     case ENOENT:
@@ -88,9 +91,9 @@ RunError OpenFailure(int number, const std::string& device, int reason) {
   }
 }
 
-/// Opens a terminal device for this program alone, without touching its settings. Returns its file
-/// descriptor, or the negated error number of the system; -EBUSY when another program has claimed it.
-int OpenAlone(const char* device) {
+/// Opens and locks a terminal device without changing its settings. Returns the file descriptor, or a
+/// negative `errno` value; -EBUSY when another program has locked it.
+int OpenExclusively(const char* device) {
   const int descriptor = open(device, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
   if (descriptor < 0) return -errno;
   termios2 settings{};
@@ -101,8 +104,7 @@ int OpenAlone(const char* device) {
   return -failure;
 }
 
-/// The lock file by which programs of this system tell each other that a device is in use, such as
-/// "/var/lock/LCK..ttyUSB0". `device` is the device's own path, no link.
+/// The lock file of a device: "/var/lock/LCK..ttyUSB0" for "/dev/ttyUSB0". `device` must not be a link.
 std::string LockFileOf(const std::string& device) {
   constexpr std::string_view kDevices = "/dev/";
   std::string name = device.starts_with(kDevices) ? device.substr(kDevices.size()) : device;
@@ -110,8 +112,7 @@ std::string LockFileOf(const std::string& device) {
   return "/var/lock/LCK.." + name;
 }
 
-/// When a process started, in seconds since 1970, by the clock ticks since the computer's start that the
-/// system counts for it.
+/// The start time of a process in seconds since 1970, from clock ticks since the start of the computer.
 double StartTime(double ticks) {
   const auto now = [](clockid_t clock) {
     timespec time{};
@@ -121,16 +122,16 @@ double StartTime(double ticks) {
   return now(CLOCK_REALTIME) - now(CLOCK_BOOTTIME) + ticks / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
-/// Whether a process lives that can have written a file at that time (seconds since 1970). One that started
-/// later got the number of a process that ended.
-bool LivesSince(pid_t process, double written) {
-  constexpr double kSlack = 2;               // seconds, for what the clock was set meanwhile
+/// Whether a process is running that may have written a file at the time `written` (seconds since 1970). A
+/// process that started later has reused the number of the writer.
+bool IsRunningSince(pid_t process, double written) {
+  constexpr double kSlack = 2;               // seconds, for adjustments of the clock
   constexpr int kBetweenStateAndStart = 18;  // fields
   if (kill(process, 0) != 0 && errno != EPERM) return false;
   std::string text;
   std::getline(std::ifstream("/proc/" + std::to_string(process) + "/stat"), text);
-  const std::size_t name = text.rfind(')');  // the field before; it can contain blanks
-  if (name == text.npos) return true;        // the system does not show other users' processes
+  const std::size_t name = text.rfind(')');  // ends the program's name, which may contain blanks
+  if (name == text.npos) return true;        // the process is hidden: it belongs to another user
   std::istringstream fields(text.substr(name + 1));
   char state = 0;
   fields >> state;
@@ -138,13 +139,13 @@ bool LivesSince(pid_t process, double written) {
   for (int i = 0; i < kBetweenStateAndStart; ++i) fields >> other;
   double start = 0;
   fields >> start;
-  const bool ended = state == 'Z' || state == 'X';  // a zombie, or about to be none
+  const bool ended = state == 'Z' || state == 'X';  // zombie or dead
   return !ended && StartTime(start) <= written + kSlack;
 }
 
-/// Whether a lock file is there and contains, in its first line, the number of another process that lives.
-/// Everybody may write to its folder: a pipe or a link of its name is no lock file.
-bool HeldByAnother(const std::string& lockFile) {
+/// Whether a lock file contains the number of another running process in its first line. Everybody may write
+/// to the folder, so a pipe or a link is not accepted as a lock file.
+bool IsLockedByAnother(const std::string& lockFile) {
   constexpr int kNoWait = O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC;
   const int descriptor = open(lockFile.c_str(), O_RDONLY | kNoWait);
   if (descriptor < 0) return false;
@@ -157,11 +158,11 @@ bool HeldByAnother(const std::string& lockFile) {
   if (process <= 0 || process > std::numeric_limits<pid_t>::max() || process == getpid()) return false;
   const double written =
       static_cast<double>(file.st_mtim.tv_sec) + static_cast<double>(file.st_mtim.tv_nsec) / 1e9;
-  return LivesSince(static_cast<pid_t>(process), written);
+  return IsRunningSince(static_cast<pid_t>(process), written);
 }
 
-/// Writes a lock file with this process's number, in place of one of a process that ended. Where that is not
-/// allowed there is none: the device itself is claimed anyway. Whether it was written.
+/// Writes a lock file with the number of this process, in place of an outdated one. Returns false when the
+/// folder is not writable: then only the device itself is locked.
 bool WriteLockFile(const std::string& lockFile) {
   constexpr mode_t kReadableByAll = 0644;
   unlink(lockFile.c_str());
@@ -176,18 +177,18 @@ bool WriteLockFile(const std::string& lockFile) {
 
 struct SystemLine::Device {
   int descriptor = -1;
-  std::string lockFile;  // ours; none: empty
+  std::string lockFile;  // written by this object; empty: none
 };
 
 SystemLine::SystemLine(const std::string& programFolder, int number) : device_(std::make_unique<Device>()) {
   const std::string name = PortDevice(programFolder, number);
   if (name.empty()) throw NoSuchPort(number, "");
-  // By the device's own name, which its lock file bears too; a link's would be locked beside it.
-  std::error_code unresolved;  // then the opening tells
+  // The lock file is named after the device, not after a link to it.
+  std::error_code unresolved;  // opening the device reports the reason
   const std::string lock = LockFileOf(fs::canonical(name, unresolved).string());
-  // Before the device is opened: an opening disturbs the program that uses it.
-  if (!unresolved && HeldByAnother(lock)) throw InUse(number, name + ", by its lock file " + lock);
-  const int opened = OpenAlone(name.c_str());
+  // Checked before the device is opened, which would disturb the program that uses it.
+  if (!unresolved && IsLockedByAnother(lock)) throw InUse(number, name + ", by its lock file " + lock);
+  const int opened = OpenExclusively(name.c_str());
   if (opened < 0) throw OpenFailure(number, name, -opened);
   device_->descriptor = opened;
   if (!unresolved && WriteLockFile(lock)) device_->lockFile = lock;
@@ -198,7 +199,7 @@ SystemLine::SystemLine(const std::string& programFolder, int number) : device_(s
 SystemLine::~SystemLine() {
   ioctl(device_->descriptor, TIOCNXCL);
   if (!device_->lockFile.empty()) unlink(device_->lockFile.c_str());
-  if (Leaving() > 0) DropLeaving();  // closing would wait for it
+  if (Unsent() > 0) DropUnsent();  // close would wait for these bytes
   close(device_->descriptor);
 }
 
@@ -208,7 +209,7 @@ bool SystemLine::SetSpeed(int baud) {
   termios2 former{};
   if (ioctl(device_->descriptor, TCGETS2, &former) != 0) return false;
   termios2 settings = former;
-  settings.c_iflag = 0;  // bytes pass as they are
+  settings.c_iflag = 0;  // bytes are not translated
   settings.c_oflag = 0;
   settings.c_lflag = 0;
   settings.c_cflag =
@@ -228,7 +229,7 @@ bool SystemLine::SetSpeed(int baud) {
 std::ptrdiff_t SystemLine::Send(std::span<const std::uint8_t> bytes) {
   std::size_t sent = 0;
   while (sent < bytes.size()) {
-    // An adapter tells of a write when all of it has left.
+    // Adapters report a write as sent only when all its bytes are sent.
     const std::size_t count = std::min(bytes.size() - sent, kMostPerStep);
     const ssize_t taken = write(device_->descriptor, bytes.data() + sent, count);
     if (taken < 0 && !WouldBlock()) return -1;
@@ -240,7 +241,7 @@ std::ptrdiff_t SystemLine::Send(std::span<const std::uint8_t> bytes) {
 
 bool SystemLine::Receive(std::vector<std::uint8_t>& bytes) {
   std::uint8_t chunk[kChunk];
-  for (std::size_t taken = 0; taken < kMostAtOnce;) {
+  for (std::size_t taken = 0; taken < kMaxPerCall;) {
     const ssize_t count = read(device_->descriptor, chunk, sizeof chunk);
     if (count < 0) return WouldBlock();
     if (count == 0) break;
@@ -250,12 +251,12 @@ bool SystemLine::Receive(std::vector<std::uint8_t>& bytes) {
   return true;
 }
 
-std::size_t SystemLine::Leaving() const {
+std::size_t SystemLine::Unsent() const {
   int count = 0;
   return ioctl(device_->descriptor, TIOCOUTQ, &count) == 0 && count > 0 ? static_cast<std::size_t>(count) : 0;
 }
 
-void SystemLine::DropLeaving() { ioctl(device_->descriptor, TCFLSH, TCOFLUSH); }
+void SystemLine::DropUnsent() { ioctl(device_->descriptor, TCFLSH, TCOFLUSH); }
 
 void SystemLine::AwaitLastBytes() { ioctl(device_->descriptor, TCSBRK, 1); }
 

@@ -1,3 +1,5 @@
+// The serial device on Windows, with overlapped operations: they continue in the background, and the system
+// accesses their buffers until they have ended. One read is always pending, so that its event reports bytes.
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -16,9 +18,9 @@
 namespace quillon {
 namespace {
 
-constexpr double kSpeedTolerance = 0.03;  // a controller still understands a line that is so far off
+constexpr double kSpeedTolerance = 0.03;  // a receiver tolerates this difference
 constexpr DWORD kChunk = 4096;            // bytes
-constexpr std::size_t kMostAtOnce = 16 * kChunk;
+constexpr std::size_t kMaxPerCall = 16 * kChunk;
 
 RunError NoSuchPort(int number, const std::string& reason) {
   return RunError(RunError::kInvalidPort, "COM " + std::to_string(number) + ": no such port (" + reason +
@@ -29,9 +31,9 @@ HANDLE OpenHandle(const std::string& device, DWORD access) {
   return CreateFileA(device.c_str(), access, 0, nullptr, OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
 }
 
-/// Whether the port can be opened without the right to read or write. A port in use refuses that too; one
-/// that this user has no right to does not.
-bool OpensWithoutRights(const std::string& device) {
+/// Whether the port can be opened without access to its data. This fails for a port in use, but succeeds for
+/// one that the user has no permission for.
+bool OpensWithoutAccess(const std::string& device) {
   const HANDLE handle = OpenHandle(device, 0);
   if (handle == INVALID_HANDLE_VALUE) return false;
   CloseHandle(handle);
@@ -45,7 +47,7 @@ RunError OpenFailure(int number, const std::string& device, DWORD error) {
     case ERROR_PATH_NOT_FOUND:
       return NoSuchPort(number, "the system has none of this number");
     case ERROR_ACCESS_DENIED:
-      if (OpensWithoutRights(device)) {
+      if (OpensWithoutAccess(device)) {
         return {RunError::kPermissionDenied,
                 "Permission denied: you have no right to " + port + ". Ask the administrator for it."};
       }
@@ -60,28 +62,28 @@ RunError OpenFailure(int number, const std::string& device, DWORD error) {
   }
 }
 
-/// An operation that goes on by itself, with the bytes that it moves.
+/// An overlapped operation and its bytes.
 struct Transfer {
   Transfer() { state.hEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr); }
   Transfer(const Transfer&) = delete;
   Transfer& operator=(const Transfer&) = delete;
   ~Transfer() { CloseHandle(state.hEvent); }
 
-  bool Over() const { return HasOverlappedIoCompleted(&state); }
+  bool HasEnded() const { return HasOverlappedIoCompleted(&state); }
 
   OVERLAPPED state{};
   std::vector<std::uint8_t> bytes;
 };
 
-/// No time-outs: a read waits for its byte as long as the port is open.
+/// No time-outs: a read waits until a byte is received.
 constexpr COMMTIMEOUTS kTimeouts = {};
 
 }  // namespace
 
 struct SystemLine::Device {
-  /// What is under way. The system writes into these until they are over.
+  /// The system accesses these until the operations have ended.
   struct Transfers {
-    Transfer reading;             // always on its way, so that its event tells of bytes
+    Transfer reading;             // always pending
     std::deque<Transfer> writes;  // in order
   };
 
@@ -91,24 +93,25 @@ struct SystemLine::Device {
     PurgeComm(handle, PURGE_TXABORT | PURGE_RXABORT | PURGE_TXCLEAR | PURGE_RXCLEAR);
     const bool over = (!readPending || EndsSoon(transfers->reading)) && WritesEndSoon();
     CloseHandle(handle);
-    // Some drivers let go of nothing after their adapter was pulled out: then the memory stays theirs.
+    // Some drivers never end an operation after their adapter was removed. The memory is then leaked, since
+    // the driver may still write to it.
     if (!over) static_cast<void>(transfers.release());
   }
 
   static bool EndsSoon(const Transfer& transfer) {
-    constexpr DWORD kPatience = 500;  // milliseconds
-    return transfer.Over() || WaitForSingleObject(transfer.state.hEvent, kPatience) == WAIT_OBJECT_0;
+    constexpr DWORD kTimeout = 500;  // milliseconds
+    return transfer.HasEnded() || WaitForSingleObject(transfer.state.hEvent, kTimeout) == WAIT_OBJECT_0;
   }
   bool WritesEndSoon() const { return std::ranges::all_of(transfers->writes, EndsSoon); }
 
-  /// Number of bytes that came and that no read took.
+  /// The number of received bytes that were not read.
   DWORD Queued() const {
     COMSTAT state{};
     DWORD errors = 0;
     return ClearCommError(handle, &errors, &state) ? state.cbInQue : 0;
   }
 
-  /// Asks for as many bytes as are there, but at least for the next one.
+  /// Starts a read of all received bytes, or of the next one.
   void StartReading() {
     Transfer& reading = transfers->reading;
     const DWORD count = std::clamp<DWORD>(Queued(), 1, kChunk);
@@ -117,33 +120,33 @@ struct SystemLine::Device {
     if (!readPending) failed = true;
   }
 
-  /// Whether the read is over. When bytes are there it ends within a moment, which is waited for.
+  /// Whether the read has ended. If bytes were received, waits a moment for its end.
   bool HasRead() const {
     constexpr DWORD kMoment = 10;  // milliseconds
     const Transfer& reading = transfers->reading;
-    return reading.Over() ||
+    return reading.HasEnded() ||
            (Queued() > 0 && WaitForSingleObject(reading.state.hEvent, kMoment) == WAIT_OBJECT_0);
   }
 
-  /// Forgets the writes that are over; one that did not send all its bytes is a failure.
+  /// Removes the writes that have ended. One that did not send all its bytes is a failure.
   void DropWritten() {
     std::deque<Transfer>& writes = transfers->writes;
-    for (; !writes.empty() && writes.front().Over(); writes.pop_front()) {
+    for (; !writes.empty() && writes.front().HasEnded(); writes.pop_front()) {
       DWORD sent = 0;
       const bool wentOut = GetOverlappedResult(handle, &writes.front().state, &sent, FALSE) != 0;
       if (!wentOut || sent != writes.front().bytes.size()) failed = true;
     }
   }
 
-  /// The line takes its time for so many bytes, after those before them. Drivers and adapters say that a byte
-  /// has left as soon as they have it themselves.
-  void CountOnTheLine(std::size_t bytes) {
-    constexpr std::chrono::milliseconds kLag(4);  // until the adapter has the first one
+  /// Computes when the line will have sent these bytes and those before them. Drivers and adapters report
+  /// bytes as sent as soon as they have accepted them.
+  void AddToLine(std::size_t bytes) {
+    constexpr std::chrono::milliseconds kLag(4);  // until the adapter has received the first byte
     lineFree = std::max(lineFree, Time::now() + kLag) +
                std::chrono::duration_cast<Time::duration>(
                    std::chrono::duration<double>(static_cast<double>(bytes) * kBitsPerByte / baud));
   }
-  std::size_t StillOnTheLine() const {
+  std::size_t BytesOnLine() const {
     const double seconds = std::chrono::duration<double>(lineFree - Time::now()).count();
     return seconds > 0 ? static_cast<std::size_t>(std::ceil(seconds * baud / kBitsPerByte)) : 0;
   }
@@ -152,9 +155,9 @@ struct SystemLine::Device {
 
   HANDLE handle = INVALID_HANDLE_VALUE;
   std::unique_ptr<Transfers> transfers = std::make_unique<Transfers>();
-  bool begun = false;  // to read
+  bool begun = false;  // reading has begun
   bool readPending = false;
-  bool failed = false;  // from then on
+  bool failed = false;
   int baud = 0;
   Time::time_point lineFree;
 };
@@ -184,11 +187,10 @@ bool SystemLine::SetSpeed(int baud) {
   form.fBinary = TRUE;
   form.fDtrControl = DTR_CONTROL_ENABLE;
   form.fRtsControl = RTS_CONTROL_ENABLE;
-  // What the program before may have left: handshaking, bytes taken out of the stream, an end at the first
-  // error.
+  // A former program may have left handshaking, dropped bytes or aborts on errors switched on.
   form.fOutxCtsFlow = form.fOutxDsrFlow = form.fDsrSensitivity = FALSE;
   form.fOutX = form.fInX = form.fParity = form.fNull = form.fErrorChar = form.fAbortOnError = FALSE;
-  form.XonChar = kXon;  // some drivers refuse two that are the same, used or not
+  form.XonChar = kXon;  // some drivers refuse equal characters, even unused ones
   form.XoffChar = kXoff;
   const bool met = SetCommState(device_->handle, &form) && GetCommState(device_->handle, &form) &&
                    form.ByteSize == 8 && form.Parity == NOPARITY && form.StopBits == TWOSTOPBITS &&
@@ -198,7 +200,7 @@ bool SystemLine::SetSpeed(int baud) {
     return false;
   }
   device_->baud = baud;
-  // Reading begins here: what came before at another speed is noise.
+  // Reading begins here, since bytes received at another speed are noise.
   if (!std::exchange(device_->begun, true)) {
     PurgeComm(device_->handle, PURGE_RXCLEAR);
     device_->StartReading();
@@ -206,7 +208,7 @@ bool SystemLine::SetSpeed(int baud) {
   return true;
 }
 
-/// The system takes all bytes at once and sends them in order.
+/// The system accepts all bytes at once and sends them in order.
 std::ptrdiff_t SystemLine::Send(std::span<const std::uint8_t> bytes) {
   device_->DropWritten();
   if (device_->failed) return -1;
@@ -215,7 +217,7 @@ std::ptrdiff_t SystemLine::Send(std::span<const std::uint8_t> bytes) {
   const auto count = static_cast<DWORD>(bytes.size());
   if (WriteFile(device_->handle, write.bytes.data(), count, nullptr, &write.state) ||
       GetLastError() == ERROR_IO_PENDING) {
-    device_->CountOnTheLine(bytes.size());
+    device_->AddToLine(bytes.size());
     return std::ssize(bytes);
   }
   device_->transfers->writes.pop_back();
@@ -225,7 +227,7 @@ std::ptrdiff_t SystemLine::Send(std::span<const std::uint8_t> bytes) {
 
 bool SystemLine::Receive(std::vector<std::uint8_t>& bytes) {
   Transfer& reading = device_->transfers->reading;
-  for (std::size_t taken = 0; taken < kMostAtOnce && device_->readPending && device_->HasRead();) {
+  for (std::size_t taken = 0; taken < kMaxPerCall && device_->readPending && device_->HasRead();) {
     DWORD count = 0;
     device_->readPending = false;
     if (!GetOverlappedResult(device_->handle, &reading.state, &count, FALSE)) device_->failed = true;
@@ -236,16 +238,17 @@ bool SystemLine::Receive(std::vector<std::uint8_t>& bytes) {
   return !device_->failed;
 }
 
-std::size_t SystemLine::Leaving() const {
+std::size_t SystemLine::Unsent() const {
   std::size_t underWay = 0;
-  for (const Transfer& write : device_->transfers->writes) underWay += write.Over() ? 0 : write.bytes.size();
+  for (const Transfer& write : device_->transfers->writes)
+    underWay += write.HasEnded() ? 0 : write.bytes.size();
   COMSTAT state{};
   DWORD errors = 0;
   if (!ClearCommError(device_->handle, &errors, &state)) return 0;
-  return std::max({underWay, device_->StillOnTheLine(), std::size_t{state.cbOutQue}});
+  return std::max({underWay, device_->BytesOnLine(), std::size_t{state.cbOutQue}});
 }
 
-void SystemLine::DropLeaving() {
+void SystemLine::DropUnsent() {
   std::deque<Transfer>& writes = device_->transfers->writes;
   for (Transfer& write : writes) CancelIoEx(device_->handle, &write.state);
   PurgeComm(device_->handle, PURGE_TXABORT | PURGE_TXCLEAR);
@@ -253,7 +256,7 @@ void SystemLine::DropLeaving() {
   if (device_->WritesEndSoon()) {
     writes.clear();
   } else {
-    device_->failed = true;  // a driver that no longer works
+    device_->failed = true;  // the driver does not work any more
   }
 }
 

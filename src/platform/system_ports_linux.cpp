@@ -1,3 +1,4 @@
+// The numbers and the descriptions of serial ports on Linux; system_ports.h lists the numbers.
 #include "platform/system_ports.h"
 
 #include <filesystem>
@@ -8,34 +9,34 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kPortsOfKind = 32;
+constexpr int kPortsPerKind = 32;
 constexpr const char* kKinds[] = {"/dev/ttyS", "/dev/ttyUSB", "/dev/ttyACM"};
 
 std::string SystemDevice(int number) {
   const int index = number - 1;
-  if (index < 0 || index >= kPortsOfKind * static_cast<int>(std::size(kKinds))) return "";
-  return kKinds[index / kPortsOfKind] + std::to_string(index % kPortsOfKind);
+  if (index < 0 || index >= kPortsPerKind * static_cast<int>(std::size(kKinds))) return "";
+  return kKinds[index / kPortsPerKind] + std::to_string(index % kPortsPerKind);
 }
 
-/// The first line of a file of one fact; empty when it has none.
-std::string Fact(const fs::path& file) {
+/// The first line of a file; empty if there is none.
+std::string FirstLine(const fs::path& file) {
   std::string line;
   std::getline(std::ifstream(file), line);
   return line;
 }
 
-/// Maker, product and serial number of the USB adapter that terminal device `facts` belongs to, as far as it
-/// tells them. Empty when there is none.
-std::string AdapterFacts(const fs::path& facts) {
+/// Maker, product and serial number of a USB adapter, as far as it reports them. `terminal` is the folder of
+/// its terminal device in sysfs. Empty for other devices.
+std::string DescribeAdapter(const fs::path& terminal) {
   std::error_code none;
-  fs::path device = fs::canonical(facts / "device", none);
+  fs::path device = fs::canonical(terminal / "device", none);
   while (device.has_relative_path() && !fs::exists(device / "idVendor", none)) device = device.parent_path();
   if (!device.has_relative_path()) return "";
   std::string text;
-  for (const auto& [name, words] :
+  for (const auto& [name, label] :
        {std::pair{"manufacturer", ""}, {"product", ""}, {"serial", "serial number "}}) {
-    const std::string fact = Fact(device / name);
-    if (!fact.empty()) text += (text.empty() ? "" : ", ") + (words + fact);
+    const std::string value = FirstLine(device / name);
+    if (!value.empty()) text += (text.empty() ? "" : ", ") + (label + value);
   }
   return text;
 }
@@ -48,7 +49,7 @@ std::string PortDevice(const std::string& programFolder, int number) {
   return fs::is_symlink(link, noLink) ? link : SystemDevice(number);
 }
 
-PortDescription DescribePort(const std::string& programFolder, int number, const std::string& systemFacts) {
+PortDescription DescribePort(const std::string& programFolder, int number, const std::string& sysfs) {
   const std::string name = PortDevice(programFolder, number);
   if (name.empty()) {
     return {"No device. Link COM" + std::to_string(number) + " to one beside the program.", false};
@@ -57,11 +58,10 @@ PortDescription DescribePort(const std::string& programFolder, int number, const
   if (!fs::exists(name, unknown)) return {name + " (not there)", false};
   const fs::path target = fs::canonical(name, unknown);
   const std::string device = unknown ? name : target.string();
-  const fs::path facts = fs::path(systemFacts) / "class/tty" / target.filename();
-  // The system keeps names ready for built-in ports that a computer may have; those it has not are of no
-  // type.
-  if (Fact(facts / "type") == "0") return {device + " (not there)", false};
-  const std::string adapter = AdapterFacts(facts);
+  const fs::path terminal = fs::path(sysfs) / "class/tty" / target.filename();
+  // Linux creates devices also for built-in ports that the computer does not have. Their type is 0.
+  if (FirstLine(terminal / "type") == "0") return {device + " (not there)", false};
+  const std::string adapter = DescribeAdapter(terminal);
   return {adapter.empty() ? device : device + "\n" + adapter, true};
 }
 

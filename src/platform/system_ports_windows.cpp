@@ -1,3 +1,4 @@
+// The names and the descriptions of serial ports on Windows.
 #include "platform/system_ports.h"
 
 #include <windows.h>

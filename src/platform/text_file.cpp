@@ -1,11 +1,8 @@
-// Files as the program needs them: read line by line or whole, replaced, and the log. Three habits run
-// through it:
+// The files of the program: read line by line or whole, replaced, and written line by line.
 //
-// - Whatever fails becomes a RunError with the number that operators know, the file's name and the way out.
-// - Nothing is lost: a file is replaced by writing a new one beside it and renaming that over the old one,
-//   wherever the user may do that. A program that is killed, a disk that is full or a power cut then leaves
-//   the old file as it was.
-// - Nothing waits for ever: only regular files are opened, since a pipe or a device may never deliver.
+// - Every failure becomes a RunError with number, file name and advice.
+// - Replacing a file loses nothing: a killed program, a full disk or a power cut leaves the old contents.
+// - Nothing blocks for ever: only regular files are opened, since a pipe or a device may never deliver.
 #include "platform/text_file.h"
 
 #include <algorithm>
@@ -25,7 +22,7 @@ namespace {
 namespace fs = std::filesystem;
 using system_files::PathOf;
 
-constexpr std::size_t kPiece = 1 << 15;           // bytes read at a time: they stay in the nearest cache
+constexpr std::size_t kPiece = 1 << 15;  // bytes read at a time; fit into the first cache of a processor
 constexpr std::size_t kLongestLine = 1 << 24;     // bytes
 constexpr std::uintmax_t kLargestFile = 1 << 30;  // bytes
 
@@ -70,7 +67,7 @@ RunError OutOfMemory(const std::string& path, const char* what) {
   return {RunError::kOutOfMemory, "Out of memory: \"" + path + "\" " + what + ". Choose a smaller file."};
 }
 
-/// Opens a file to be read in large pieces that are not copied on the way.
+/// Opens a file for reading without a buffer: the callers read large pieces.
 FileHandle OpenForReading(const std::string& path) {
   FileHandle file(system_files::OpenForReading(path));
   if (!file) throw FileError(path, errno);
@@ -101,9 +98,9 @@ std::string Contents(std::FILE* file, const std::string& path) {
 bool FileExists(const std::string& path) {
   std::error_code error;
   const fs::file_status status = fs::status(PathOf(path), error);
-  // Yes for a name that no file can have: opening it then says what is wrong with the name.
+  // True for an impossible name: opening the file then reports what is wrong with it.
   if (status.type() == fs::file_type::not_found) return !system_files::CanBeName(path);
-  // Yes for what nobody can look at, such as a file in a folder that may not be entered.
+  // True if the file can't be examined, for example in a folder without permission.
   return status.type() != fs::file_type::directory;
 }
 
@@ -137,7 +134,7 @@ LineReader LineReader::OfFile(const std::string& path) {
   reader.file_ = OpenForReading(path);
   reader.path_ = path;
   reader.piece_.resize(kPiece);
-  reader.ReadOn();
+  reader.ReadNextPiece();
   return reader;
 }
 
@@ -146,9 +143,9 @@ void LineReader::RaisePastEnd() const {
   throw RunError(RunError::kInputPastEnd, "Input past end of file: the file ends too early. Check it.");
 }
 
-/// Drops the lines given out and reads a further piece of the file; at its end, closes it. A failure comes
-/// after the whole lines before it; the one that it cut is dropped.
-void LineReader::ReadOn() {
+/// Drops the returned lines and reads the next piece of the file. Closes the file at its end. A read error is
+/// raised after the complete lines before it; the incomplete line is dropped.
+void LineReader::ReadNextPiece() {
   const std::size_t kept = text_.size() - position_;
   if (kept > kLongestLine) throw OutOfMemory(path_, "holds a line of more than 16 MB");
   std::copy(text_.begin() + static_cast<std::ptrdiff_t>(position_), text_.end(), piece_.begin());
