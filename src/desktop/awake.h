@@ -4,8 +4,7 @@
 
 namespace quillon {
 
-/// As long as one lives, the computer is asked not to go to sleep. Asking and taking back are quick, and in
-/// silence: where nobody hears it, nothing changes.
+/// Prevents the sleep of the computer as long as an object exists. Failures are ignored.
 class Awake {
  public:
   Awake();

@@ -1,11 +1,12 @@
+// Prevents sleep on Linux through systemd-logind.
 #include "desktop/awake.h"
 
 #include <QProcess>
 
 namespace quillon {
 
-// logind is asked by its own small program, which holds the request until it ends. A connection of Qt's to
-// the system bus would hold the window as long as that bus is silent.
+// A D-Bus call of Qt would block the window while the system bus does not answer. So the request is made by
+// the program systemd-inhibit, and lasts until that program ends.
 struct Awake::Request {
   QProcess program;
 };
@@ -14,7 +15,7 @@ Awake::Awake() : request_(std::make_unique<Request>()) {
   QProcess& program = request_->program;
   program.setStandardOutputFile(QProcess::nullDevice());
   program.setStandardErrorFile(QProcess::nullDevice());
-  // "cat" ends with this program, however that ends: then nobody holds its input open.
+  // "cat" waits for the end of its input, which is closed when this program ends in any way.
   program.start("systemd-inhibit",
                 {"--what=sleep:idle", "--who=Quillon", "--why=a port is open", "--mode=block", "cat"});
 }

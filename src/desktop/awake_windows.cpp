@@ -1,3 +1,4 @@
+// Prevents sleep on Windows.
 #include "desktop/awake.h"
 
 #include <windows.h>

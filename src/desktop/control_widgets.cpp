@@ -1,3 +1,5 @@
+// A view connects a control, which is the state, with a Qt widget, which displays it. A changed property
+// calls ControlView::Refresh; input of the operator calls a setter or Press of the control.
 #include "desktop/control_widgets.h"
 
 #include <QComboBox>
@@ -18,7 +20,7 @@
 namespace quillon {
 namespace {
 
-/// The forms hold bytes; what is no UTF-8 in them shows as a replacement character and stays as it is.
+/// Text for display. Bytes that are not UTF-8 are shown as replacement characters.
 QString Shown(const std::string& text) { return QString::fromUtf8(text); }
 
 QString WithoutMnemonic(const std::string& caption) { return Shown(caption).remove('&'); }
@@ -29,8 +31,8 @@ QRect RectOf(const Place& place) {
   return QRect(Pixels(place.left), Pixels(place.top), Pixels(place.width), Pixels(place.height));
 }
 
-/// What all kinds have in common. While a view brings its widget up to date, what the widget reports is no
-/// doing of the operator's; `Refreshing` tells so.
+/// The part that all views have in common. Updating a widget makes it emit signals as if the operator had
+/// changed it. `Refreshing` is true meanwhile, so that views ignore these signals.
 template <class Kind, class Widget>
 class ViewOf : public ControlView {
  public:
@@ -65,8 +67,8 @@ class ViewOf : public ControlView {
   Widget& widget_;
 
  private:
-  /// Qt gives the focus of a control that is disabled to the next one, where the next key would act. Here no
-  /// control has it until this one is enabled again.
+  /// Problem: when a control is disabled, Qt moves the focus to the next one, which then receives the next
+  /// key. Remedy: no control has the focus until this one is enabled again.
   void RefreshEnabled() {
     const QWidget* window = widget_.window();
     if (!control_.Enabled() && window->focusWidget() == &widget_) {
@@ -82,17 +84,16 @@ class ViewOf : public ControlView {
   bool hadFocus_ = false;
 };
 
-/// `font`, set closer where `text` needs more than `room` pixels, down to what can still be read; as it is
-/// where that would not do.
-QFont SetCloser(QFont font, const QString& text, int room) {
-  constexpr int kClosestStretch = 55;  // percent
+/// `font` with the letters narrowed so that `text` fits into `room` pixels. Unchanged if unreadable.
+QFont Narrowed(QFont font, const QString& text, int room) {
+  constexpr int kMinStretch = 55;  // percent
   const int needed = QFontMetrics(font).horizontalAdvance(text);
-  if (needed > room && needed * kClosestStretch <= room * 100) font.setStretch(room * 100 / needed);
+  if (needed > room && needed * kMinStretch <= room * 100) font.setStretch(room * 100 / needed);
   return font;
 }
 
-/// A label grows with a text that is wider than its place, as far as its window goes; from there on the text
-/// goes on below. Beside a neighbour it does not grow beyond that: the text is set closer.
+/// A label becomes wider than its place for a long text, up to the edge of its window; then the text is
+/// wrapped. With another control on its right, it grows up to that control, and the text is narrowed.
 class LabelView final : public ViewOf<Label, QLabel> {
  public:
   LabelView(Label& label, QWidget* parent, const Container& container)
@@ -100,7 +101,7 @@ class LabelView final : public ViewOf<Label, QLabel> {
     widget_.setTextFormat(Qt::PlainText);
     widget_.setAlignment(Qt::AlignTop | (label.Centred() ? Qt::AlignHCenter : Qt::AlignLeft));
     widget_.setFont(ControlFont(label.FontPoints(), label.FontBold()));
-    widget_.setAutoFillBackground(true);  // a new text repaints the label alone, not what lies behind it
+    widget_.setAutoFillBackground(true);  // a new text repaints the label alone
   }
 
  private:
@@ -110,9 +111,9 @@ class LabelView final : public ViewOf<Label, QLabel> {
     if (aspect != Aspect::kText) return;
     if (!widget_.isVisible()) {
       ShowText();
-    } else if (!std::exchange(showingLate_, true)) {
+    } else if (!std::exchange(paintPending_, true)) {
       deferred_paint::Add(widget_, [this] {
-        showingLate_ = false;
+        paintPending_ = false;
         ShowText();
         widget_.repaint();
         if (widget_.isVisible()) screen_reader::TextChanged(widget_);
@@ -125,7 +126,7 @@ class LabelView final : public ViewOf<Label, QLabel> {
     Fit();
   }
 
-  /// In twips; none where nothing stands on the right.
+  /// The left edge, in twips, of the nearest control on the right.
   static std::optional<int> LeftOfNeighbour(const Place& place, const Container& container) {
     std::optional<int> nearest;
     for (const Control* control : container.Controls()) {
@@ -147,7 +148,7 @@ class LabelView final : public ViewOf<Label, QLabel> {
 
   void FitBesideNeighbour(const QRect& place, int room) {
     const QFont font = ControlFont(control_.FontPoints(), control_.FontBold());
-    const QFont fitting = SetCloser(font, widget_.text(), room - kEdge);
+    const QFont fitting = Narrowed(font, widget_.text(), room - kEdge);
     if (fitting != widget_.font()) widget_.setFont(fitting);
     Grow(place, std::min(room, widget_.fontMetrics().horizontalAdvance(widget_.text()) + kEdge));
   }
@@ -174,19 +175,19 @@ class LabelView final : public ViewOf<Label, QLabel> {
   }
 
   const std::optional<int> neighbour_;
-  bool showingLate_ = false;
+  bool paintPending_ = false;
 };
 
 class TextBoxView final : public ViewOf<TextBox, QLineEdit> {
  public:
   TextBoxView(TextBox& box, QWidget* parent) : ViewOf(box, new QLineEdit(parent)) {
     widget_.setReadOnly(box.ReadOnly());
-    widget_.setAcceptDrops(false);  // what is dropped is a file for the window, not its name for a number
+    widget_.setAcceptDrops(false);  // a dropped file is for the window
     if (box.Centred()) widget_.setAlignment(Qt::AlignCenter);
     QObject::connect(&widget_, &QLineEdit::textChanged, &widget_, [this](const QString& text) {
       if (Refreshing()) return;
       control_.SetText(text.toUtf8().toStdString());
-      Refresh(Aspect::kText);  // of a pasted text the box has taken the first line
+      Refresh(Aspect::kText);  // the control keeps only the first line of a pasted text
     });
   }
 
@@ -197,12 +198,12 @@ class TextBoxView final : public ViewOf<TextBox, QLineEdit> {
     if (aspect == Aspect::kText || aspect == Aspect::kFont) FitFont();
   }
 
-  /// A word too long for its field is set closer: a table holds whole words.
+  /// Narrows a word that is too long for a field of the table.
   void FitFont() {
-    constexpr int kTextMargins = 8;  // pixels of a box that its text can't use
+    constexpr int kTextMargins = 8;  // pixels of a box outside its text
     QFont font = ControlFont(control_.FontPoints(), control_.FontBold());
     if (control_.ReadOnly() && control_.Centred()) {
-      font = SetCloser(font, widget_.text(), widget_.width() - kTextMargins);
+      font = Narrowed(font, widget_.text(), widget_.width() - kTextMargins);
     }
     if (font != widget_.font()) widget_.setFont(font);
   }
@@ -211,7 +212,7 @@ class TextBoxView final : public ViewOf<TextBox, QLineEdit> {
     const QString text = Shown(control_.Text());
     if (text == widget_.text()) return;
     widget_.setText(text);
-    // Of a text that is too long a field of the table shows the beginning. A path shows its end, the file.
+    // Of a long text, a field of the table shows the beginning, the path box the end with the file's name.
     if (control_.ReadOnly())
       widget_.setCursorPosition(control_.Centred() ? 0 : static_cast<int>(text.size()));
   }
@@ -248,7 +249,7 @@ class CheckBoxView final : public ViewOf<CheckBox, TickBox> {
     NameByCaption();
     widget_.setText(Shown(box.Caption()));
     const int besideCaption = widget_.sizeHint().width() - CaptionWidth();
-    widget_.setFont(SetCloser(widget_.font(), widget_.text(), widget_.width() - besideCaption));
+    widget_.setFont(Narrowed(widget_.font(), widget_.text(), widget_.width() - besideCaption));
     QObject::connect(&widget_, &QCheckBox::toggled, &widget_, [this](bool ticked) {
       if (!Refreshing()) control_.SetValue(ticked ? CheckBox::kTicked : CheckBox::kUnticked);
     });
@@ -287,7 +288,7 @@ class ComboBoxView final : public ViewOf<ComboBox, DropList> {
     if (aspect == Aspect::kItems || aspect == Aspect::kText) ShowSelection();
   }
 
-  /// A screen reader tells a list by its selected item. What the list is for it takes from this label.
+  /// A screen reader reads only the selected item of a list. Its purpose is read from this label.
   void TieToLabelBefore(const Container& container) {
     const auto& controls = container.Controls();
     const auto here = std::find(controls.begin(), controls.end(), &control_);
@@ -316,7 +317,7 @@ class PictureView final : public ViewOf<Picture, PictureWidget> {
       : ViewOf(picture, new PictureWidget(picture.PictureName(), parent)) {}
 
  private:
-  /// A picture that has something to say can be reached by the keyboard.
+  /// A picture with a tool tip can get the keyboard focus.
   void RefreshKind(Aspect aspect) override {
     if (aspect == Aspect::kToolTip)
       widget_.setFocusPolicy(control_.ToolTip().empty() ? Qt::NoFocus : Qt::StrongFocus);
@@ -329,14 +330,14 @@ class ProgressBarView final : public ViewOf<ProgressBar, BarWidget> {
 
  private:
   void RefreshKind(Aspect aspect) override {
-    if (aspect != Aspect::kValue || std::exchange(showingLate_, true)) return;
+    if (aspect != Aspect::kValue || std::exchange(paintPending_, true)) return;
     deferred_paint::Add(widget_, [this] {
-      showingLate_ = false;
+      paintPending_ = false;
       widget_.SetShare(static_cast<double>(control_.Value()) / ProgressBar::kWhole);
     });
   }
 
-  bool showingLate_ = false;
+  bool paintPending_ = false;
 };
 
 class FrameView final : public ViewOf<Frame, LineFrame> {

@@ -11,12 +11,9 @@ namespace quillon {
 
 using ControlViews = std::vector<std::unique_ptr<ControlView>>;
 
-/// Draws the controls of `container` (and of the frames in it) as children of `parent`, in the order of the
-/// Tab key, each in its place, and attaches a view to each. Keep the views as long as the controls are in
-/// use; the widgets belong to `parent`.
-///
-/// A widget's object name is the control's name. Its accessible name is the control's where it has one, else
-/// its caption without "&"; a label's is its text.
+/// Creates a widget for each control of `container` and of its frames, as a child of `parent` and in the
+/// order of the Tab key, and attaches a view to each. The views are needed as long as the controls are used.
+/// A widget has the object name of its control, and its accessible name or else its caption without "&".
 ControlViews DrawControls(const Container& container, QWidget* parent);
 
 }  // namespace quillon

@@ -1,3 +1,4 @@
+// A queue of updates and the timer that runs it.
 #include "desktop/deferred_paint.h"
 
 #include <QCoreApplication>
@@ -10,20 +11,20 @@
 namespace quillon::deferred_paint {
 namespace {
 
-constexpr int kScreenPeriod = 16;  // milliseconds
+constexpr int kFramePeriod = 16;  // milliseconds; a screen of 60 Hz shows no more
 
 struct Work {
   QPointer<QObject> owner;
   std::function<void()> step;
 };
 
-std::vector<Work>& Due() {
-  static std::vector<Work> due;
-  return due;
+std::vector<Work>& Queue() {
+  static std::vector<Work> queue;
+  return queue;
 }
 
-/// Runs while something is due. It goes with the application.
-QTimer& TimeIsUp() {
+/// Runs while the queue is not empty. Destroyed with the application.
+QTimer& QueueTimer() {
   static QTimer* const timer = [] {
     auto* made = new QTimer(qApp);
     made->setSingleShot(true);
@@ -37,17 +38,17 @@ QTimer& TimeIsUp() {
 }  // namespace
 
 void Add(QObject& owner, std::function<void()> work) {
-  Due().push_back({&owner, std::move(work)});
-  if (Due().size() == 1) TimeIsUp().start(kScreenPeriod);
+  Queue().push_back({&owner, std::move(work)});
+  if (Queue().size() == 1) QueueTimer().start(kFramePeriod);
 }
 
 void Do() {
-  if (Due().empty()) return;
-  TimeIsUp().stop();
-  for (const Work& work : std::exchange(Due(), {})) {
+  if (Queue().empty()) return;
+  QueueTimer().stop();
+  for (const Work& work : std::exchange(Queue(), {})) {
     if (!work.owner.isNull()) work.step();
   }
-  // What the work asked of the windows belongs to it: else the run would pay for it in its next yield.
+  // Layout and painting are done now. Otherwise they would delay the run in its next wait.
   QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
   QCoreApplication::sendPostedEvents(nullptr, QEvent::UpdateRequest);
 }

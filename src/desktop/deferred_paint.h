@@ -8,8 +8,7 @@ namespace quillon {
 
 /// Updates of the screen that a run must not wait for, such as its status line, which changes faster than a
 /// screen can show. An update is painted after 16 ms, or earlier when the run starts a pause that is long
-/// enough. A text that is shown for longer than that is always painted; one that is replaced at once costs
-/// nothing.
+/// enough. A text that is replaced earlier is never painted.
 namespace deferred_paint {
 
 /// Queues `work`. It is dropped if `owner` is destroyed first.

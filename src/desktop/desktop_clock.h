@@ -4,9 +4,8 @@
 
 namespace quillon {
 
-/// The computer's steady clock. A pause ends on time to some microseconds: the last fraction of a millisecond
-/// is spent awake, since a sleeper is woken late. A pause of 2 ms or more paints first what waits to be
-/// painted.
+/// The steady clock of the computer. SleepUntil is exact to some microseconds: the system wakes a thread
+/// late, so the last part of a pause is a busy wait. A pause of 2 ms or more first paints pending updates.
 class DesktopClock final : public Clock {
  public:
   double Now() override;

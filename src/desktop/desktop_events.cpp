@@ -1,3 +1,4 @@
+// One pass of Qt's event loop, if necessary after a sleep until an event or a time.
 #include "desktop/desktop_events.h"
 
 #include <QCoreApplication>
@@ -8,9 +9,9 @@ namespace quillon {
 
 void DesktopEvents::Yield() { QCoreApplication::processEvents(); }
 
-// An open serial port wakes the sleeper when it receives, since Qt watches its device among the events.
+// Received bytes end the sleep: Qt watches the device of the open serial port (line_watch.h).
 void DesktopEvents::YieldUntil(double time) {
-  constexpr double kMillisecond = 0.001;  // seconds; the finest that a timer knows
+  constexpr double kMillisecond = 0.001;  // seconds; the resolution of QTimer
   const double wait = time - clock_.Now();
   if (wait < kMillisecond) return Yield();
   QTimer timeIsUp;

@@ -4,7 +4,7 @@
 
 namespace quillon {
 
-/// The events of Qt's windows.
+/// Handles the events of Qt's windows while the program waits.
 class DesktopEvents final : public Events {
  public:
   explicit DesktopEvents(Clock& clock) : clock_(clock) {}
@@ -13,7 +13,7 @@ class DesktopEvents final : public Events {
   void YieldUntil(double time) override;
   void End() override;
 
-  /// Serves events until the program ends; at once when it has ended already.
+  /// Handles events until End is called. Returns at once if it was called before.
   void ServeUntilEnd();
 
  private:

@@ -5,12 +5,11 @@
 
 namespace quillon {
 
-/// The signals by which the system asks a program to end, as an event of the windows: SIGTERM, SIGINT and
-/// SIGHUP on Linux; none on Windows, where the end of the session is Qt's own event. A signal that was
-/// ignored at start stays ignored (nohup).
+/// Handles the signals that end a program, SIGTERM, SIGINT and SIGHUP, as events of the windows. Signals that
+/// were ignored at start remain ignored (nohup). On Windows there are none: Qt reports the end of a session.
 class EndSignals {
  public:
-  /// `onSignal` runs among the events of the windows. There is one such object at a time.
+  /// `onSignal` is called when window events are handled. Only one object may exist at a time.
   explicit EndSignals(std::function<void()> onSignal);
   ~EndSignals();
 

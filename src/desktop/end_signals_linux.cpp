@@ -1,3 +1,4 @@
+// A signal handler may call only few functions. It writes into a pipe, which wakes the event loop.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -13,7 +14,6 @@ namespace {
 
 volatile std::sig_atomic_t writeEnd = -1;
 
-/// A signal handler can do little; it makes the pipe readable, which the event loop notices.
 void Notify(int) {
   const int error = errno;
   (void)!write(writeEnd, "", 1);
@@ -29,7 +29,7 @@ struct EndSignals::Pipe {
   ~Pipe() {
     readable.setEnabled(false);
     close(writeEnd);
-    writeEnd = -1;  // a later signal is lost: the program ends
+    writeEnd = -1;  // later signals are ignored, since the program ends
     close(readEnd);
   }
   int readEnd;
@@ -38,7 +38,7 @@ struct EndSignals::Pipe {
 
 EndSignals::EndSignals(std::function<void()> onSignal) {
   int ends[2];
-  if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return;  // then signals end the program at once
+  if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return;  // signals then end the program at once
   pipe_ = std::make_unique<Pipe>(ends);
   QObject::connect(&pipe_->readable, &QSocketNotifier::activated, [this, act = std::move(onSignal)] {
     char received[16];

@@ -1,3 +1,4 @@
+// Windows has no such signals.
 #include "desktop/end_signals.h"
 
 namespace quillon {

@@ -1,3 +1,6 @@
+// Places, raises and hides the windows of forms, and handles the keys and the dropped files of a whole
+// window. The progress window is a dialog: it must stay above the other windows of the tool, so that Cancel
+// can always be pressed, but must neither take the keyboard nor cover other programs.
 #include "desktop/form_window.h"
 
 #include <QApplication>
@@ -39,7 +42,7 @@ Qt::WindowFlags FlagsOf(Form::Border border) {
   return Qt::Window;
 }
 
-/// The one file that is dragged; empty when it is none, or a folder, or several.
+/// The path of the dragged file; empty unless exactly one file is dragged.
 QString DraggedFile(const QDropEvent& drag) {
   const QList<QUrl> urls = drag.mimeData()->urls();
   const QString path = urls.size() == 1 ? urls.front().toLocalFile() : QString();
@@ -60,8 +63,8 @@ QList<FormWindow*> ShownWindows() {
   return shown;
 }
 
-/// What the desktop draws around a window with a title bar. A window's own frame is known after it was shown;
-/// until then the frame of another one serves.
+/// The frame that the desktop draws around a window. Qt knows it only after the window was shown. Until then
+/// the frame of another window is used.
 QMargins FrameOf(const FormWindow& window) {
   const QMargins own = window.windowHandle()->frameMargins();
   if (!own.isNull() || IsDialog(window)) return own;
@@ -73,7 +76,6 @@ QMargins FrameOf(const FormWindow& window) {
 
 bool ToolIsActive() { return QGuiApplication::applicationState() == Qt::ApplicationActive; }
 
-/// Cancel must never lie behind another window of the tool.
 void RaiseDialogs() {
   for (FormWindow* window : ShownWindows()) {
     if (IsDialog(*window) && ToolIsActive()) window->raise();
@@ -84,7 +86,7 @@ void ClosePopups() {
   while (QWidget* popup = QApplication::activePopupWidget()) popup->close();
 }
 
-/// Thin lines around a dialog: not every desktop draws an edge where there is no title bar.
+/// Draws a part of the edge of a dialog: some desktops draw none around a window without a title bar.
 void AddEdge(QWidget* window, const QRect& line) {
   auto* edge = new QWidget(window);
   edge->setGeometry(line);
@@ -97,15 +99,14 @@ void AddEdge(QWidget* window, const QRect& line) {
 FormWindow::FormWindow(Form& form, FormWindow* owner)
     : QWidget(owner, FlagsOf(form.BorderStyle())), form_(form) {
   setObjectName(QString::fromUtf8(form.Name()));
-  if (form.Caption().empty()) setAccessibleName(objectName());  // a screen reader says where one is
+  if (form.Caption().empty()) setAccessibleName(objectName());  // for screen readers
   resize(SizeOf(form));
   if (form.BorderStyle() != Form::Border::kSizable) setFixedSize(SizeOf(form));
   const bool dialog = IsDialog(*this);
   views_ = DrawControls(form, dialog ? this : AddScrolledContents());
   if (dialog) {
     DrawEdge();
-    // It opens in the middle of a run, once for each controller: keys that are typed elsewhere are not for
-    // it.
+    // It is opened for each controller of a run, and must not receive keys that are typed elsewhere.
     setAttribute(Qt::WA_ShowWithoutActivating);
   }
   setAcceptDrops(form.FileDropped != nullptr);
@@ -113,12 +114,11 @@ FormWindow::FormWindow(Form& form, FormWindow* owner)
   RefreshMousePointer();
   create();
   windowHandle()->installEventFilter(this);
-  // Window managers of X11 keep a dialog above its owner, but not above the other windows of the program. A
-  // dialog without an owner is kept above all of them.
+  // X11 keeps a dialog above its owner only, but one without an owner above all windows of the program.
   if (dialog && QGuiApplication::platformName() == "xcb") windowHandle()->setTransientParent(nullptr);
 }
 
-/// Returns the widget that holds the controls. It scrolls where the screen is smaller than the form.
+/// Returns the parent of the controls. It has scroll bars if the screen is smaller than the form.
 QWidget* FormWindow::AddScrolledContents() {
   auto* contents = new QWidget;
   contents->resize(SizeOf(form_));
@@ -141,10 +141,10 @@ void FormWindow::DrawEdge() {
 
 void FormWindow::Show() {
   if (!isVisible()) return ShowInPlace();
-  IsDialog(*this) ? RaiseLate() : ComeToFront();
+  IsDialog(*this) ? RaiseDeferred() : BringToFront();
 }
 
-/// Opens the window in the middle of its owner or of the screen, with its frame on the screen.
+/// Shows the window in the middle of its owner or of the screen, with its whole frame visible.
 void FormWindow::ShowInPlace() {
   const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
   const QMargins frame = FrameOf(*this);
@@ -159,12 +159,12 @@ void FormWindow::ShowInPlace() {
   QRect outer = QRect(QPoint(), size).marginsAdded(frame);
   outer.moveCenter((owner != nullptr && owner->isVisible() ? owner->frameGeometry() : screen).center());
   outer.moveTopLeft({std::max(outer.left(), screen.left()), std::max(outer.top(), screen.top())});
-  // `move` would not count a frame that Qt does not know yet.
+  // `move` ignores a frame that Qt does not know yet.
   setGeometry(QRect(outer.topLeft() + QPoint(frame.left(), frame.top()), size));
   show();
 }
 
-/// The form's size. A form that is larger than `room` gets less, and a scroll bar beside its contents.
+/// The size of the form, at most `room`. A form that is larger gets scroll bars.
 QSize FormWindow::SizeWithin(QSize room) const {
   const QSize form = SizeOf(form_);
   const int bar = style()->pixelMetric(QStyle::PM_ScrollBarExtent);
@@ -173,14 +173,14 @@ QSize FormWindow::SizeWithin(QSize room) const {
   return (form + QSize(forBarBeside, forBarBelow)).boundedTo(room);
 }
 
-/// Brings the window to the front of the tool's windows, and gives it the keyboard. While another program is
-/// active this waits: the tool does not cover it.
-void FormWindow::ComeToFront() {
+/// Raises the window and gives it the keyboard focus. While another program is active this is deferred, so
+/// that the tool does not cover it.
+void FormWindow::BringToFront() {
   if (!ToolIsActive()) {
     connect(
         qApp, &QGuiApplication::applicationStateChanged, this,
         [this] {
-          if (form_.Visible()) ComeToFront();
+          if (form_.Visible()) BringToFront();
         },
         Qt::SingleShotConnection);
     return;
@@ -190,19 +190,19 @@ void FormWindow::ComeToFront() {
   activateWindow();
 }
 
-/// Brings a dialog to the front, no more often than a screen shows it, and leaves the keyboard where it is.
-void FormWindow::RaiseLate() {
-  if (std::exchange(raisingLate_, true)) return;
+/// Raises a dialog without changing the keyboard focus, at most once for each refresh of the screen.
+void FormWindow::RaiseDeferred() {
+  if (std::exchange(raisePending_, true)) return;
   deferred_paint::Add(*this, [this] {
-    raisingLate_ = false;
+    raisePending_ = false;
     if (ToolIsActive()) raise();
   });
 }
 
 void FormWindow::Hide() {
   if (!IsDialog(*this)) return hide();
-  // A run unloads `Message` after each controller and shows it again at once. A window that went meanwhile
-  // would lose a press on Cancel that is not released yet, and lead the next click to what lies below.
+  // A run hides `Message` after each controller and shows it again at once. If the window really disappeared,
+  // a click on Cancel could be lost, or reach the window below. So hiding is deferred.
   deferred_paint::Add(*this, [this] {
     if (!form_.Visible()) hide();
   });
@@ -214,7 +214,7 @@ void FormWindow::RefreshMousePointer() {
   const bool busy = form_.Pointer() == Form::MousePointer::kHourglass;
   if (busy == (cursor().shape() == Qt::WaitCursor)) return;
   setCursor(busy ? Qt::WaitCursor : Qt::ArrowCursor);
-  // A text box has a pointer of its own, which would hide the window's.
+  // A text box has its own pointer.
   for (QLineEdit* box : findChildren<QLineEdit*>()) {
     box->setCursor(busy ? Qt::WaitCursor : box->isReadOnly() ? Qt::ArrowCursor : Qt::IBeamCursor);
   }
@@ -225,8 +225,7 @@ void FormWindow::closeEvent(QCloseEvent* event) {
   form_.Close();
 }
 
-/// Esc closes the dialog that is open, in whichever window it is pressed: the dialog opened without the
-/// keyboard.
+/// Esc in any window closes the open dialog, because the dialog does not have the keyboard focus.
 void FormWindow::keyPressEvent(QKeyEvent* event) {
   if (event->key() != Qt::Key_Escape) return QWidget::keyPressEvent(event);
   for (FormWindow* window : ShownWindows()) {
@@ -241,7 +240,7 @@ void FormWindow::dragEnterEvent(QDragEnterEvent* event) {
 void FormWindow::dropEvent(QDropEvent* event) {
   event->acceptProposedAction();
   const std::string path = QDir::toNativeSeparators(DraggedFile(*event)).toStdString();
-  // Later: a box about the file must not hold the program that it was dragged from.
+  // Deferred: a box about the file would block the program from which it was dragged.
   QTimer::singleShot(0, this, [this, path] { form_.FileDropped(path); });
 }
 
@@ -254,16 +253,16 @@ bool FormWindow::eventFilter(QObject* watched, QEvent* event) {
   if (watched != windowHandle()) return QWidget::eventFilter(watched, event);
   switch (event->type()) {
     case QEvent::Expose:
-      // The icon is drawn after the first painting, so that the window need not wait for it.
+      // The icon is loaded after the first painting, so that it does not delay the window.
       if (QApplication::windowIcon().isNull()) QTimer::singleShot(0, this, &SetWindowIcon);
       return false;
     case QEvent::MouseButtonPress:
-      // An open menu or list would take the click, and Cancel would need another one. In other windows the
-      // desktop brings what is clicked to the front, also a window that is active already.
+      // An open menu or list would consume the click on Cancel. A click on another window raises that window,
+      // so the dialog must be raised again.
       IsDialog(*this) ? ClosePopups() : RaiseDialogs();
       return false;
     case QEvent::KeyPress:
-      return TakeKey(*static_cast<QKeyEvent*>(event));
+      return HandleKey(*static_cast<QKeyEvent*>(event));
     case QEvent::KeyRelease: {
       const auto& key = *static_cast<QKeyEvent*>(event);
       if (!key.isAutoRepeat()) {
@@ -277,15 +276,15 @@ bool FormWindow::eventFilter(QObject* watched, QEvent* event) {
   }
 }
 
-/// The keys that act on the window whichever control has the keyboard. True: the key was one of them.
-bool FormWindow::TakeKey(const QKeyEvent& key) {
+/// Handles the keys of the whole window. Returns whether the key was one of them.
+bool FormWindow::HandleKey(const QKeyEvent& key) {
   if (key.matches(QKeySequence::Copy)) return CopyText();
   if (key.key() != Qt::Key_F1) return false;
   OpenManual();
   return true;
 }
 
-/// Copies what the form has to copy. False: it has nothing, or a text in a box is selected.
+/// Copies the text of the form. Returns false if it has none, or if text in a box is selected.
 bool FormWindow::CopyText() const {
   const auto* box = qobject_cast<QLineEdit*>(focusWidget());
   if (!form_.CopyText || (box != nullptr && box->hasSelectedText())) return false;
@@ -295,7 +294,7 @@ bool FormWindow::CopyText() const {
 }
 
 DesktopScreen::~DesktopScreen() {
-  // From the last: the window of a dialog goes before its owner's.
+  // In reverse order: a dialog is destroyed before its owner.
   while (!windows_.empty()) windows_.pop_back();
 }
 

@@ -9,11 +9,10 @@
 
 namespace quillon {
 
-/// The window of one form. Closing it is left to the form: the window itself never goes by the operator's
-/// hand, only by Hide.
+/// The window of one form. When the operator closes it, only the form is notified; Hide hides the window.
 class FormWindow final : public QWidget, public FormView {
  public:
-  /// `owner` is the window that a dialog belongs to, else nullptr. Draws all controls; shows nothing yet.
+  /// Creates the widgets of all controls. `owner` is the owner of a dialog, else nullptr.
   FormWindow(Form& form, FormWindow* owner);
 
   const Form& TheForm() const { return form_; }
@@ -30,7 +29,7 @@ class FormWindow final : public QWidget, public FormView {
   void dragEnterEvent(QDragEnterEvent* event) override;
   void dropEvent(QDropEvent* event) override;
   void changeEvent(QEvent* event) override;
-  /// Receives the events of the window itself, keys among them, before any control does.
+  /// Receives the events of the window, keys included, before its controls.
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
@@ -38,17 +37,17 @@ class FormWindow final : public QWidget, public FormView {
   void DrawEdge();
   void ShowInPlace();
   QSize SizeWithin(QSize room) const;
-  void ComeToFront();
-  void RaiseLate();
-  bool TakeKey(const QKeyEvent& key);
+  void BringToFront();
+  void RaiseDeferred();
+  bool HandleKey(const QKeyEvent& key);
   bool CopyText() const;
 
   Form& form_;
   ControlViews views_;
-  bool raisingLate_ = false;
+  bool raisePending_ = false;
 };
 
-/// Draws a form as a window when it is first shown. It must outlive the forms.
+/// Creates the window of a form when it is first shown. Must outlive the forms.
 class DesktopScreen final : public Screen {
  public:
   DesktopScreen() = default;
@@ -58,14 +57,14 @@ class DesktopScreen final : public Screen {
 
   void Draw(Form& form) override;
 
-  /// The window that was drawn first; nullptr before.
+  /// The window that was created first, or nullptr.
   FormWindow* MainWindow() const { return windows_.empty() ? nullptr : windows_.front().get(); }
 
-  /// The window of a dialog that is shown now; nullptr when there is none.
+  /// The window of the dialog that is shown now, or nullptr.
   FormWindow* OpenDialog() const;
 
  private:
-  std::vector<std::unique_ptr<FormWindow>> windows_;  // an owner stands before its dialogs
+  std::vector<std::unique_ptr<FormWindow>> windows_;  // an owner is before its dialogs
 };
 
 }  // namespace quillon

@@ -1,3 +1,4 @@
+// The pause has one start time for the whole program.
 #include "desktop/key_pause.h"
 
 #include <chrono>

@@ -2,13 +2,13 @@
 
 namespace quillon::key_pause {
 
-/// A press of a key that is meant for a box can arrive just after the box has gone. For one second after a
-/// box was answered or a run ended, buttons that start a run ignore keys. Clicks work all the time.
+/// Problem: a key that is meant for a box can arrive just after the box was closed, and press a button that
+/// starts a run. Remedy: such buttons ignore keys for one second. Mouse clicks are not ignored.
 
-/// A box was answered, or a run ended.
+/// Begins the second. Call it when a box was closed or a run has ended.
 void Begin();
 
-/// Whether that was less than a second ago.
+/// Whether the second is not over.
 bool Lasts();
 
 }  // namespace quillon::key_pause

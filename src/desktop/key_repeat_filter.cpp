@@ -1,3 +1,4 @@
+// Drops repeated key events on their way to a window.
 #include "desktop/key_repeat_filter.h"
 
 #include <QKeyEvent>
@@ -5,7 +6,7 @@
 namespace quillon {
 namespace {
 
-bool Presses(const QKeyEvent& event) {
+bool IsFiltered(const QKeyEvent& event) {
   const int key = event.key();
   return key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Space || key == Qt::Key_Escape ||
          event.modifiers().testFlag(Qt::AltModifier);
@@ -14,15 +15,15 @@ bool Presses(const QKeyEvent& event) {
 }  // namespace
 
 bool KeyRepeatFilter::eventFilter(QObject* watched, QEvent* event) {
-  if (!watched->isWindowType()) return false;  // a window has seen it before its widgets do
+  if (!watched->isWindowType()) return false;  // widgets receive a key after their window
   auto* key = dynamic_cast<QKeyEvent*>(event);
   if (key == nullptr) return false;
   if (event->type() == QEvent::KeyRelease) {
     if (!key->isAutoRepeat()) released_[key->key()] = key->timestamp();
-    return Presses(*key) && key->isAutoRepeat();
+    return IsFiltered(*key) && key->isAutoRepeat();
   }
-  if (!Presses(*key) || !Repeats(*key)) return false;
-  event->accept();  // no shortcut takes it either
+  if (!IsFiltered(*key) || !Repeats(*key)) return false;
+  event->accept();  // otherwise Qt tries it as a shortcut
   return true;
 }
 

@@ -7,13 +7,14 @@ class QKeyEvent;
 
 namespace quillon {
 
-/// Makes a key that is held down press once, however long it is held: Return, Enter, Space and Esc, and
-/// letters with Alt. Install it on the application: a key can be held in a dialog that closes meanwhile, and
-/// what gets the keyboard then must not be pressed. Choosing a file by Return would start to erase
-/// controllers.
+/// Suppresses repeated events of held keys: Return, Enter, Space, Esc, letters with Alt. Install it on the
+/// application.
 ///
-/// The desktop repeats a held key as releases and presses. Qt marks these as repeats, but when it reads a
-/// release before the press that follows has arrived, both look fresh. They still carry one time stamp.
+/// Problem: Return is held down in the file dialog. The dialog closes, the repeated Return presses the button
+/// that now has the focus, and the tool erases controllers.
+///
+/// Cause: the desktop repeats a held key as releases and presses. Qt marks these with isAutoRepeat, except
+/// when it reads a release before the next press has arrived. Both then have the same time stamp.
 class KeyRepeatFilter final : public QObject {
  public:
   using QObject::QObject;

@@ -6,16 +6,16 @@
 
 namespace quillon {
 
-/// Looks at an open line among the events of the windows: a byte that it receives ends a wait for events.
+/// Makes an open line a source of window events, so that a received byte ends a wait for events.
 class LineWatch {
  public:
-  /// `watched` is what the line says. `onReceived` runs whenever bytes are there and must take them; `onRoom`
-  /// while AwaitRoom asks for it and the line takes bytes again.
+  /// `watched` is SystemLine::Watched. `onReceived` is called when bytes are received, and must read them.
+  /// `onRoom` is called when the line accepts bytes again, while AwaitRoom is switched on.
   LineWatch(std::intptr_t watched, std::function<void()> onReceived, std::function<void()> onRoom);
   ~LineWatch();
 
   void AwaitRoom(bool awaits);
-  /// Looks no more, since the line failed.
+  /// Ends the watch, since the line has failed.
   void Stop();
 
  private:

@@ -1,3 +1,4 @@
+// Watches the file descriptor of a terminal device.
 #include <QSocketNotifier>
 
 #include "desktop/line_watch.h"

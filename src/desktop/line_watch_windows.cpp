@@ -1,3 +1,4 @@
+// Watches the event of the pending read.
 #include <QWinEventNotifier>
 
 #include "desktop/line_watch.h"
@@ -16,7 +17,7 @@ LineWatch::LineWatch(std::intptr_t watched, std::function<void()> onReceived, st
 
 LineWatch::~LineWatch() = default;
 
-// The system takes all bytes at once and sends them by itself.
+// Not necessary: the system accepts all bytes at once.
 void LineWatch::AwaitRoom(bool) {}
 
 void LineWatch::Stop() { notifiers_->received.setEnabled(false); }

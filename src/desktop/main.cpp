@@ -1,3 +1,4 @@
+// The program `quillon`: creates the window program and runs its event loop.
 #include <QApplication>
 #include <QDir>
 #include <QMessageBox>
@@ -38,15 +39,15 @@ EXAMPLES
   $ quillon --version
   quillon )" QUILLON_VERSION "\n";
 
-/// What an option prints instead of opening the window; nullptr for any other word, which is ignored.
+/// The text that an option prints instead of opening the window, or nullptr. Other words are ignored.
 const char* AnswerTo(std::string_view word) {
   if (word == "--version") return "quillon " QUILLON_VERSION "\n";
   return word == "--help" || word == "-h" ? kHelp : nullptr;
 }
 
-/// Hears Qt while the application comes into being. Its one way to fail is that it reaches no display, or
-/// lacks its part for that kind of display; it would then print a page and abort.
-void HearStart(QtMsgType kind, const QMessageLogContext&, const QString&) {
+/// Handles the messages of Qt while the application is created. Without a display, or a plugin for it, Qt
+/// would print a long message and abort. This prints one line instead.
+void HandleStartMessage(QtMsgType kind, const QMessageLogContext&, const QString&) {
   if (kind != QtFatalMsg) return;
   std::fputs(
       "quillon: the display can't be reached. Start it from a desktop session; on Debian, with the package "
@@ -55,8 +56,7 @@ void HearStart(QtMsgType kind, const QMessageLogContext&, const QString&) {
   std::_Exit(EXIT_FAILURE);
 }
 
-/// Ends the program as closing the main window does. A box or dialog that is open closes first: it would
-/// otherwise wait for an answer.
+/// Acts like closing the main window, after closing an open box or dialog, which would wait for an answer.
 void End(quillon::Program& program) {
   for (QWidget* dialog; (dialog = QApplication::activeModalWidget()) != nullptr;) {
     if (!dialog->close()) break;
@@ -64,7 +64,7 @@ void End(quillon::Program& program) {
   program.Close();
 }
 
-/// Shows that job records can't be written. The box does not stop a run.
+/// Shows that job records can't be written, in a box that does not block a run.
 void ShowRecordFailure(const QString& text) {
   auto* box = new QMessageBox(QMessageBox::Warning, "Quillon", text);
   box->setAttribute(Qt::WA_DeleteOnClose);
@@ -78,13 +78,13 @@ int Run(int argc, char** argv) {
     std::fputs(answer, stdout);
     return std::fflush(stdout) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
   }
-  int taken = argc > 0 ? 1 : 0;  // Qt would interpret some words
-  qInstallMessageHandler(HearStart);
-  QApplication application(taken, argv);
+  int qtArgc = argc > 0 ? 1 : 0;  // Qt would interpret other arguments
+  qInstallMessageHandler(HandleStartMessage);
+  QApplication application(qtArgc, argv);
   qInstallMessageHandler(nullptr);
   QApplication::setQuitOnLastWindowClosed(false);
-  quillon::KeyRepeatFilter heldKeys;
-  application.installEventFilter(&heldKeys);
+  quillon::KeyRepeatFilter keyRepeatFilter;
+  application.installEventFilter(&keyRepeatFilter);
   quillon::ApplyTheme(application);
   quillon::screen_reader::Install();
   const std::string folder = quillon::system_files::ProgramFolder();

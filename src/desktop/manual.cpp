@@ -1,3 +1,4 @@
+// Prefers manual.pdf to manual.md.
 #include "desktop/manual.h"
 
 #include <QApplication>

@@ -2,8 +2,8 @@
 
 namespace quillon {
 
-/// Opens the manual in the desktop's viewer: the one beside the program, else the one that is installed for
-/// all users. Beeps when there is none, or no viewer.
+/// Opens the manual in the desktop's viewer: the file in the folder `manual` beside the program, or else the
+/// installed one. Beeps when there is none, or no viewer.
 void OpenManual();
 
 }  // namespace quillon

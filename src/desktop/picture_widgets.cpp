@@ -1,3 +1,4 @@
+// Widgets that Qt lacks, or whose behaviour differs from those of Qt.
 #include "desktop/picture_widgets.h"
 
 #include <QApplication>
@@ -18,8 +19,8 @@
 namespace quillon {
 namespace {
 
-constexpr int kMargin = 5;           // pixels between a button's edge and what stands in it
-constexpr int kBareMargin = 1;       // the same above and below a caption alone: some buttons are low
+constexpr int kMargin = 5;           // pixels between a button's edge and its contents
+constexpr int kTightMargin = 1;      // the same above and below a caption without picture
 constexpr int kGap = 3;              // pixels between picture and caption
 constexpr int kCaptionIndent = 9;    // pixels from a frame's corner to its caption
 constexpr double kCornerRadius = 3;  // pixels
@@ -27,13 +28,13 @@ constexpr double kDisabledOpacity = 0.35;
 constexpr int kCaptionFlags = Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextWordWrap | Qt::TextShowMnemonic;
 const QColor kFrameLine(176, 176, 176);
 
-/// Whether a key presses the button that has the focus.
+/// Whether a key press activates the button that has the focus.
 bool Presses(const QEvent& press) {
   const int key = static_cast<const QKeyEvent&>(press).key();
   return key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Space;
 }
 
-/// A list whose items are searched by their numbers.
+/// A list in which typed digits search for the number in an item: "COM 33".
 class NumberList final : public QListView {
  public:
   using QListView::QListView;
@@ -41,13 +42,13 @@ class NumberList final : public QListView {
   void keyboardSearch(const QString& text) override {
     const bool digits = std::all_of(text.begin(), text.end(), [](QChar c) { return c.isDigit(); });
     if (!digits || text.isEmpty()) return;
-    const bool goesOn = typedAt_.isValid() && typedAt_.elapsed() < QApplication::keyboardInputInterval();
+    const bool continues = typedAt_.isValid() && typedAt_.elapsed() < QApplication::keyboardInputInterval();
     typedAt_.start();
-    if (!Select(goesOn ? typed_ + text : text)) Select(text);
+    if (!Select(continues ? typed_ + text : text)) Select(text);
   }
 
  private:
-  /// Selects the first item whose number begins with `digits`. False: there is none.
+  /// Selects the first item whose number begins with `digits`. Returns false if there is none.
   bool Select(const QString& digits) {
     typed_ = digits;
     for (int row = 0; row < model()->rowCount(); ++row) {
@@ -80,23 +81,23 @@ bool PictureButton::event(QEvent* event) {
   return QPushButton::event(event);
 }
 
-/// Where picture and caption can stand.
+/// The area of picture and caption.
 QRect PictureButton::Room() const {
-  const int upright = picture_.empty() ? kBareMargin : kMargin;
+  const int upright = picture_.empty() ? kTightMargin : kMargin;
   return rect().adjusted(kMargin, upright, -kMargin, -upright);
 }
 
-/// Where the caption stands that has no picture above it.
+/// The area of a caption without a picture.
 QRect PictureButton::CaptionRect() const { return fontMetrics().boundingRect(Room(), kCaptionFlags, text()); }
 
 void PictureButton::LoadPicture() {
   const QRect room = Room().adjusted(0, 0, 0, -kGap - CaptionRect().height());
-  pixmap_ = DrawnPicture(picture_, room.size(), devicePixelRatioF());
+  pixmap_ = ScaledPicture(picture_, room.size(), devicePixelRatioF());
   update();
 }
 
 void PictureButton::paintEvent(QPaintEvent*) {
-  if (!picture_.empty() && !std::exchange(pictureAsked_, true))
+  if (!picture_.empty() && !std::exchange(pictureRequested_, true))
     QTimer::singleShot(0, this, [this] { LoadPicture(); });
   QPainter painter(this);
   QStyleOptionButton option;
@@ -119,9 +120,9 @@ void PictureButton::paintEvent(QPaintEvent*) {
 void DropList::showPopup() {
   for (int i = 0; noteOf && i < count(); ++i) {
     const Note note = noteOf(i);
-    // What an adapter says about itself is no page to be laid out.
-    const bool likeAPage = Qt::mightBeRichText(note.toolTip);
-    setItemData(i, likeAPage ? Qt::convertFromPlainText(note.toolTip) : note.toolTip, Qt::ToolTipRole);
+    // Qt would interpret a text like "<...>" from an adapter as HTML.
+    const bool looksLikeHtml = Qt::mightBeRichText(note.toolTip);
+    setItemData(i, looksLikeHtml ? Qt::convertFromPlainText(note.toolTip) : note.toolTip, Qt::ToolTipRole);
     setItemData(i, note.toolTip, Qt::AccessibleDescriptionRole);
     const QVariant colour = note.faint ? palette().brush(QPalette::PlaceholderText) : QVariant();
     setItemData(i, colour, Qt::ForegroundRole);
@@ -135,22 +136,22 @@ void DropList::keyPressEvent(QKeyEvent* event) {
   QComboBox::keyPressEvent(event);
 }
 
-/// Not before it is needed: the list would delay the window.
+/// Creates the list when it is first needed, since it would delay the window.
 void DropList::SearchByNumber() {
   if (!std::exchange(searchesByNumber_, true)) setView(new NumberList(this));
 }
 
 void TickBox::keyPressEvent(QKeyEvent* event) {
   const int key = event->key();
-  const int across = (key == Qt::Key_Right) - (key == Qt::Key_Left);
-  const int down = (key == Qt::Key_Down) - (key == Qt::Key_Up);
-  if (across == 0 && down == 0) return QCheckBox::keyPressEvent(event);
+  const int dx = (key == Qt::Key_Right) - (key == Qt::Key_Left);
+  const int dy = (key == Qt::Key_Down) - (key == Qt::Key_Up);
+  if (dx == 0 && dy == 0) return QCheckBox::keyPressEvent(event);
   QCheckBox* nearest = nullptr;
   int shortest = 0;
   for (QCheckBox* box : parentWidget()->findChildren<QCheckBox*>(Qt::FindDirectChildrenOnly)) {
-    const QPoint way = box->pos() - pos();
-    const int ahead = way.x() * across + way.y() * down;
-    const int aside = way.x() * down + way.y() * across;
+    const QPoint distance = box->pos() - pos();
+    const int ahead = distance.x() * dx + distance.y() * dy;
+    const int aside = distance.x() * dy + distance.y() * dx;
     if (ahead <= 0 || aside != 0 || !box->isVisible() || !box->isEnabled()) continue;
     if (nearest == nullptr || ahead < shortest) std::tie(nearest, shortest) = std::tie(box, ahead);
   }
@@ -188,7 +189,7 @@ void PictureWidget::focusInEvent(QFocusEvent* event) {
 }
 
 void PictureWidget::paintEvent(QPaintEvent*) {
-  if (pixmap_.isNull()) pixmap_ = DrawnPicture(picture_, size(), devicePixelRatioF());
+  if (pixmap_.isNull()) pixmap_ = ScaledPicture(picture_, size(), devicePixelRatioF());
   QPainter painter(this);
   DrawCentred(painter, pixmap_, rect());
   if (!hasFocus()) return;

@@ -13,9 +13,8 @@
 
 namespace quillon {
 
-/// A push button with its picture above its caption; the caption breaks into lines where it has to. The
-/// picture is drawn just after the first painting, so that a window need not wait for it. A button that
-/// starts a run ignores keys in a key pause.
+/// A push button with a picture above its wrapped caption. The picture is loaded after the first painting, so
+/// as not to delay the window. A button that starts a run ignores keys during a key pause.
 class PictureButton final : public QPushButton {
  public:
   PictureButton(std::string picture, bool startsRun, QWidget* parent);
@@ -31,12 +30,11 @@ class PictureButton final : public QPushButton {
 
   std::string picture_;
   bool startsRun_;
-  bool pictureAsked_ = false;
+  bool pictureRequested_ = false;
   QPixmap pixmap_;
 };
 
-/// A drop-down list that asks for the notes on its items when it drops down, and not before. Typed digits
-/// select the item whose number begins with them; letters select nothing.
+/// A drop-down list. Opening it requests notes on its items. Typed digits select by the number in an item.
 class DropList final : public QComboBox {
  public:
   using QComboBox::QComboBox;
@@ -51,7 +49,7 @@ class DropList final : public QComboBox {
   std::function<Note(int index)> noteOf;
 
  protected:
-  /// The wheel turns nothing while the list is shut: a hand on it would change port or speed without a click.
+  /// Ignores the wheel of the mouse, which would change port or speed by accident.
   void wheelEvent(QWheelEvent* event) override { event->ignore(); }
 
  private:
@@ -60,8 +58,8 @@ class DropList final : public QComboBox {
   bool searchesByNumber_ = false;
 };
 
-/// A check box whose click leads from unticked to ticked and from any other state to unticked. An arrow key
-/// leads to the next box in its direction, as far as there is one in the same row or column.
+/// A check box. A click ticks it when it is unticked, and unticks it in any other state. An arrow key moves
+/// the focus to the next box in the same row or column.
 class TickBox final : public QCheckBox {
  public:
   using QCheckBox::QCheckBox;
@@ -73,7 +71,7 @@ class TickBox final : public QCheckBox {
   }
 };
 
-/// A group box whose caption stands in the line around it, so that its contents keep the whole room.
+/// A group box whose caption interrupts the line around it, so that the contents have the whole area.
 class LineFrame final : public QGroupBox {
  public:
   using QGroupBox::QGroupBox;
@@ -87,7 +85,7 @@ class BarWidget final : public QWidget {
  public:
   using QWidget::QWidget;
 
-  /// Paints it at once. `share` is from 0 to 1.
+  /// Sets the filled part, from 0 to 1, and paints it at once.
   void SetShare(double share);
 
  protected:
@@ -97,7 +95,7 @@ class BarWidget final : public QWidget {
   double share_ = 0;
 };
 
-/// A picture, drawn as large as its place allows. With the focus it is framed, and shows its tool tip.
+/// A picture, scaled to its place. With the focus it has a frame and shows its tool tip.
 class PictureWidget final : public QWidget {
  public:
   PictureWidget(std::string picture, QWidget* parent) : QWidget(parent), picture_(std::move(picture)) {}

@@ -12,7 +12,7 @@
 
 namespace quillon {
 
-/// The whole program on a real computer.
+/// The whole program with Qt windows, a real clock and a real serial port.
 class Program {
  public:
   explicit Program(const std::string& folder)
@@ -23,9 +23,9 @@ class Program {
   }
 
   void Start() { quillon::Start(quillon_); }
-  /// Acts like closing the main window: a run that is under way ends, settings and log are saved.
+  /// Acts like closing the main window: aborts a run that is under way, saves settings and log.
   void Close() { quillon_.Close(); }
-  /// Reports the events of all runs to `observer` too, which must outlive the program.
+  /// Adds a receiver of run events, which must outlive the program.
   void AddObserver(RunObserver& observer) { quillon_.observers.push_back(&observer); }
   void ServeUntilEnd() { events_.ServeUntilEnd(); }
 

@@ -1,3 +1,4 @@
+// Message boxes and the file dialog, with workarounds for the behaviour of Qt and of window managers.
 #include "desktop/qt_dialogs.h"
 
 #include <QApplication>
@@ -23,8 +24,7 @@
 namespace quillon {
 namespace {
 
-/// A box is owned by the active window. The progress window is never the owner: it is hidden when the run
-/// ends, and would take the box with it.
+/// The active window owns a box, but never the progress window, which would hide the box when the run ends.
 QWidget* OwnerWindow(const DesktopScreen& screen) {
   QWidget* active = QApplication::activeWindow();
   const auto* window = dynamic_cast<FormWindow*>(active);
@@ -34,23 +34,23 @@ QWidget* OwnerWindow(const DesktopScreen& screen) {
 
 bool ToolIsActive() { return QGuiApplication::applicationState() == Qt::ApplicationActive; }
 
-/// Has the desktop mark the window, mostly in its task bar.
+/// Requests that the desktop marks the window, for example in the task bar.
 void AskForAttention(QWidget* window) {
   QApplication::alert(window);
-  // X11 delays the alert until the next request. Setting the title is one.
+  // X11 delays the alert until the next request. Setting the title sends one.
   window->windowHandle()->setTitle(window->windowTitle());
 }
 
-/// A box whose window can be made before it is shown. (`winId` would give every widget of the owner a
-/// window.)
+/// A message box with a public `create`, which creates its window before it is shown. The public function
+/// `winId` would also create a window for every widget of the owner.
 struct Box final : QMessageBox {
   using QMessageBox::QMessageBox;
   using QWidget::create;
 };
 
-/// Where a box of that size covers nothing of `dialog`: below it, or above it where the screen ends before.
+/// A position for a box that does not cover `dialog`: below it, or above it near the end of the screen.
 QPoint PlaceBeside(const QWidget& dialog, const QSize& size) {
-  constexpr int kTitleBar = 40;  // pixels, the box's and some room
+  constexpr int kTitleBar = 40;  // pixels, with a margin
   const QRect screen = dialog.screen()->availableGeometry();
   const QRect covered = dialog.geometry();
   const int below = covered.bottom() + kTitleBar;
@@ -59,8 +59,8 @@ QPoint PlaceBeside(const QWidget& dialog, const QSize& size) {
           fits ? below : covered.top() - kTitleBar - size.height()};
 }
 
-/// Puts `box` beside `dialog`, and makes that a child of it meanwhile: a modal window leaves its own children
-/// the mouse and the keyboard.
+/// Places `box` beside the progress window `dialog`. A modal box disables all other windows except its own
+/// children. So the progress window is a child of the box meanwhile, and Cancel can be pressed.
 class BesideDialog {
  public:
   BesideDialog(Box& box, QWidget* dialog) : dialog_(dialog != nullptr ? dialog->windowHandle() : nullptr) {
@@ -82,8 +82,8 @@ class BesideDialog {
   QWindow* owner_ = nullptr;
 };
 
-/// A file dialog that accepts a typed path. While a path is typed, Qt selects in the list what each part of
-/// it names. A folder that stays selected would be opened in place of the path, and the path deleted.
+/// A file dialog that accepts a typed path. Problem: while a path is typed, Qt selects its folders in the
+/// list. Open would then show the selected folder instead of the path. Remedy: the selection is cleared.
 class FileDialog final : public QFileDialog {
  public:
   using QFileDialog::QFileDialog;
@@ -97,7 +97,7 @@ class FileDialog final : public QFileDialog {
   }
 };
 
-/// A message box is as wide as its text. This makes it as wide as its title, too.
+/// Makes a message box at least as wide as its title. Qt makes it as wide as its text.
 void FitTitle(QMessageBox& box) {
   constexpr int kFrameButtons = 80;  // pixels beside the title
   const int width =
@@ -106,10 +106,10 @@ void FitTitle(QMessageBox& box) {
   grid->addItem(new QSpacerItem(width + kFrameButtons, 0), grid->rowCount(), 0, 1, grid->columnCount());
 }
 
-/// A file's name wants the room that the other columns do not need.
+/// Gives the column of file names all space that the other columns do not need.
 void FitColumns(QFileDialog& dialog) {
   auto* files = dialog.findChild<QTreeView*>("treeView");
-  if (files == nullptr) return;  // a dialog of the desktop
+  if (files == nullptr) return;  // the desktop's own dialog
   files->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
   files->header()->setSectionResizeMode(0, QHeaderView::Stretch);
 }
@@ -119,7 +119,7 @@ QString WithLineBreaks(const std::string& text) {
   return shown.replace("\r\n", "\n").replace('\r', '\n');
 }
 
-/// "Description (*.ext)|*.ext" in the words of the file dialog: "Description (*.ext)".
+/// Converts "Description (*.ext)|*.ext" to the form of Qt: "Description (*.ext)".
 QString NameFilter(const std::string& filter) {
   const QStringList parts = QString::fromUtf8(filter).split('|');
   const QString description = parts.front().section('(', 0, 0).trimmed();
@@ -153,7 +153,7 @@ bool QtDialogs::Ask(const std::string& question, const std::string& title) {
   return Answer(box) == QMessageBox::Yes;
 }
 
-/// Shows a box until it is answered. While another program is active the box leaves it the keyboard.
+/// Shows a box until it is answered. Does not take the keyboard focus from another program.
 int QtDialogs::Answer(QMessageBox& box) {
   box.setTextFormat(Qt::PlainText);
   box.setWindowModality(Qt::ApplicationModal);
@@ -175,9 +175,9 @@ void QtDialogs::Beep() { QApplication::beep(); }
 
 void QtDialogs::RequestAttention() {
   key_pause::Begin();
-  constexpr std::chrono::milliseconds kFocusMoves(300);  // after a window that had it went
+  constexpr std::chrono::milliseconds kFocusChange(300);  // after a window is hidden
   QWidget* window = screen_.MainWindow();
-  QTimer::singleShot(kFocusMoves, window, [window] {
+  QTimer::singleShot(kFocusChange, window, [window] {
     if (!ToolIsActive()) AskForAttention(window);
   });
 }
@@ -192,7 +192,7 @@ std::string QtDialogs::ChooseFile(const std::string& title, const std::string& f
   key_pause::Begin();
   if (result != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return "";
   const QString name = QDir::toNativeSeparators(dialog.selectedFiles().front());
-  return name.toStdString();  // UTF-8, as names are on every system
+  return name.toStdString();
 }
 
 }  // namespace quillon

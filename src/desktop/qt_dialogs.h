@@ -13,16 +13,16 @@ class DesktopScreen;
 /// Boxes, the beep and the file dialog. Their owner is the active window, or else the main window.
 class QtDialogs final : public Dialogs {
  public:
-  /// The file dialog remembers its places in `folder`, where all the files of the program are.
+  /// `folder` is the program's folder, in which the file dialog stores the folders that it has shown.
   QtDialogs(const DesktopScreen& screen, const std::string& folder);
 
-  /// Carriage returns in `text` break its lines.
+  /// A carriage return in `text` begins a new line.
   void ShowBox(const std::string& text, const std::string& title, BoxKind kind) override;
   bool Ask(const std::string& question, const std::string& title) override;
   void AnswerBox() override;
   void Beep() override;
   void RequestAttention() override;
-  /// Begins in the folder where the last file was chosen.
+  /// Starts in the folder of the file that was chosen last.
   std::string ChooseFile(const std::string& title, const std::string& filter) override;
 
  private:

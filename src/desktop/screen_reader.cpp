@@ -1,3 +1,4 @@
+// A factory of accessible interfaces for the widgets of this program.
 #include "desktop/screen_reader.h"
 
 #include <QAccessible>
@@ -17,7 +18,7 @@ bool IsStatusLine(const QLabel& label) {
   return window != nullptr && IsDialog(*window);
 }
 
-/// A screen reader says a notification by itself, also while the keyboard is elsewhere.
+/// Screen readers read a notification at once, also when it does not have the keyboard focus.
 class StatusLine final : public QAccessibleWidget {
  public:
   explicit StatusLine(QLabel& label) : QAccessibleWidget(&label, QAccessible::Notification), label_(label) {}
@@ -30,7 +31,7 @@ class StatusLine final : public QAccessibleWidget {
   const QLabel& label_;
 };
 
-/// Returns nullptr for what Qt describes well by itself.
+/// Returns nullptr for objects that Qt describes itself.
 QAccessibleInterface* Describe(const QString&, QObject* object) {
   if (auto* window = dynamic_cast<FormWindow*>(object)) {
     return new QAccessibleWidget(window, IsDialog(*window) ? QAccessible::Dialog : QAccessible::Window);
@@ -48,7 +49,7 @@ void Install() { QAccessible::installFactory(&Describe); }
 
 void TextChanged(QLabel& label) {
   if (!QAccessible::isActive() || label.text().isEmpty() || !IsStatusLine(label)) return;
-  // A notification is said when it appears. For the reader each new text appears anew.
+  // Screen readers read a notification when it appears, so each new text is reported as a new one.
   QAccessibleEvent appears(&label, QAccessible::ObjectShow);
   QAccessible::updateAccessibility(&appears);
 }

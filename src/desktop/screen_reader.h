@@ -4,12 +4,11 @@ class QLabel;
 
 namespace quillon::screen_reader {
 
-/// Tells screen readers what Qt's own widgets leave out: which widget is a window, which one a picture, and
-/// which label is a status line, one of a dialog. Once, before the first window.
+/// Adds to the descriptions that screen readers receive from Qt: windows, pictures, and the status line,
+/// which is the label of a dialog. Call it once, before the first window is created.
 void Install();
 
-/// A label that is seen shows another text: of a status line a screen reader says it. (The text that a window
-/// opens with is said at its opening, without this.)
+/// Call it when the text of a visible label has changed. A screen reader reads the new text of a status line.
 void TextChanged(QLabel& label);
 
 }  // namespace quillon::screen_reader

@@ -1,3 +1,4 @@
+// The appearance of the tool: style, colours, fonts and pictures.
 #include "desktop/theme.h"
 
 #include <QApplication>
@@ -21,8 +22,8 @@ constexpr int kPictureSides[] = {QUILLON_PICTURE_SIDES};  // pixels, ascending
 
 const QColor kWindow(240, 240, 240);
 const QColor kHighlight(38, 110, 170);
-const QColor kFaded(130, 130, 130);
-const QColor kReadable(64, 64, 64);
+const QColor kDisabledText(130, 130, 130);
+const QColor kDisabledBoxText(64, 64, 64);  // darker: the contents must be readable
 
 /// Fusion with three changes: a check box fits its place on the form, a list opens below its box with a
 /// scroll bar instead of covering the screen with all items, and the OK button has no icon.
@@ -52,10 +53,9 @@ QPalette LightPalette() {
   palette.setColor(QPalette::HighlightedText, Qt::white);
   for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::ButtonText, QPalette::Text}) {
     palette.setColor(role, Qt::black);
-    palette.setColor(QPalette::Disabled, role, kFaded);
+    palette.setColor(QPalette::Disabled, role, kDisabledText);
   }
-  palette.setColor(QPalette::Disabled, QPalette::Text,
-                   kReadable);  // a disabled box still tells what it holds
+  palette.setColor(QPalette::Disabled, QPalette::Text, kDisabledBoxText);
   palette.setColor(QPalette::Disabled, QPalette::Base, kWindow);
   return palette;
 }
@@ -63,11 +63,11 @@ QPalette LightPalette() {
 }  // namespace
 
 void ApplyTheme(QApplication& application) {
-  QGuiApplication::setDesktopFileName(QUILLON_ID);  // where the desktop itself draws the icon
+  QGuiApplication::setDesktopFileName(QUILLON_ID);  // for desktops that display the icon themselves
   QApplication::setStyle(new ThemeStyle);
   application.setPalette(LightPalette());
   application.setFont(ControlFont(kFormPoints, false));
-  // The control that has the keyboard can be seen, however it got it: after a click Qt would hide it.
+  // Qt shows the focus frame only after the Tab key. This shows it always.
   QObject::connect(&application, &QApplication::focusChanged, [](QWidget*, QWidget* current) {
     if (current != nullptr) current->window()->setAttribute(Qt::WA_KeyboardFocusChange);
   });
@@ -76,7 +76,7 @@ void ApplyTheme(QApplication& application) {
 void SetWindowIcon() {
   QIcon icon;
   for (const int side : {16, 24, 32, 48, 64, 128})
-    icon.addPixmap(DrawnPicture("quillon", QSize(side, side), 1.0));
+    icon.addPixmap(ScaledPicture("quillon", QSize(side, side), 1.0));
   QApplication::setWindowIcon(icon);
 }
 
@@ -94,7 +94,7 @@ int Pixels(int twips) {
       std::lround(twips * QGuiApplication::primaryScreen()->logicalDotsPerInch() / kTwipsPerInch));
 }
 
-QPixmap DrawnPicture(const std::string& name, QSize size, double scale) {
+QPixmap ScaledPicture(const std::string& name, QSize size, double scale) {
   const int wanted = static_cast<int>(std::lround(std::min(size.width(), size.height()) * scale));
   QString file;
   for (const int side : kPictureSides) {

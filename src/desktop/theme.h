@@ -18,12 +18,11 @@ void SetWindowIcon();
 /// The font of a control: Arial, or Liberation Sans, which has the same widths.
 QFont ControlFont(double points, bool bold);
 
-/// Pixels for `twips` at the screen's logical resolution, to the nearest: 15 twips a pixel at 96 DPI.
+/// Converts twips (1/1440 inch) to pixels of the screen, rounded: 15 twips are a pixel at 96 DPI.
 int Pixels(int twips);
 
-/// The picture `name` of the resources, as large as it can be within `size` (in pixels of the window).
-/// `scale` is the number of device pixels to a pixel of the window. For an unknown name a null picture is
-/// returned.
-QPixmap DrawnPicture(const std::string& name, QSize size, double scale);
+/// The picture `name` of the resources, scaled to fit into `size`. `scale` is the number of device pixels for
+/// a pixel of the window. Returns a null picture for an unknown name.
+QPixmap ScaledPicture(const std::string& name, QSize size, double scale);
 
 }  // namespace quillon
