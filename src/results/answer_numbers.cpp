@@ -1,3 +1,4 @@
+// Counts own, other and impossible numbers in byte 1 of answers.
 #include "results/answer_numbers.h"
 
 #include "forms/quillon.h"

@@ -6,19 +6,17 @@
 
 namespace quillon {
 
-/// Counts whose numbers the answers of one run contain.
-///
-/// Byte 1 of an answer is the number of the controller that sent it, on the virtual bus. Nothing guarantees
-/// that of real controllers. So the number of another controller counts only when the other answers of the
-/// run contain the number of the controller that was asked (all of them, or the majority when several came
-/// from another controller), or when answers contain different other numbers: what controllers write in place
-/// of a number is the same in all.
+/// Decides whether an answer came from another controller than the one that was asked. Byte 1 of an answer
+/// should be the number of its sender, but some controllers may always send a fixed value there. So another
+/// number is evidence only if the byte is known to vary: all or most other answers of the run contain the
+/// number that was asked, or two answers contain different other numbers.
 class AnswerNumbers {
  public:
   /// Counts an intact answer to a frame to controller `asked`. Returns the number of another controller, 0 to
   /// 31, when the answer contains one.
   std::optional<int> Count(int asked, const Bytes& answer);
 
+  /// Whether another number is evidence in this run.
   bool OthersCount() const {
     const bool ownPrevail = own_ > 0 && (others_ == 1 || others_ < own_);
     return none_ == 0 && (ownPrevail || differentOthers_);
@@ -27,7 +25,7 @@ class AnswerNumbers {
  private:
   int own_ = 0;
   int others_ = 0;
-  int none_ = 0;  // not a controller's number
+  int none_ = 0;  // no number of a controller
   std::optional<int> lastOther_;
   bool differentOthers_ = false;
 };

@@ -1,3 +1,4 @@
+// Updates the tool tip of a row after its check, and of all rows at the end of a run.
 #include "results/row_tool_tips.h"
 
 namespace quillon {

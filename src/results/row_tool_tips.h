@@ -5,8 +5,8 @@
 
 namespace quillon {
 
-/// Gives the rows of `Info` the verdicts of the run that filled them as tool tips: "no-answer: it did not
-/// answer, and it may be erased; check power, cable, ...". A run without rows, such as Auto, leaves them.
+/// Shows the verdicts of a run as tool tips of the rows in `Info`: "no-answer: it did not answer, and it may
+/// be erased; check power, cable, ...". Auto and the protocol buttons do not change them.
 class RowToolTips final : public RunObserver {
  public:
   explicit RowToolTips(Info& info) : info_(info) {}

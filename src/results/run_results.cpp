@@ -1,3 +1,4 @@
+// Adds each run event to the evidence about its controller.
 #include "results/run_results.h"
 
 namespace quillon {

@@ -10,27 +10,26 @@
 
 namespace quillon {
 
-/// Collects the evidence of the runs from their events, and judges it.
+/// Collects evidence about controllers from the events of a run, and returns verdicts.
 ///
 ///     RunResults results;
 ///     form.observers.push_back(&results);
 ///     ...                                 // a run
 ///     for (const int y : results.Controllers()) Print(y, results.VerdictOf(y));
 ///
-/// The evidence is that of the run under way or of the last one; it does not depend on what the windows show.
-/// One thing is kept from earlier runs: the verdict of the last download.
+/// The evidence is that of the current or the last run. Only the verdict of a download is kept for longer.
 class RunResults final : public RunObserver {
  public:
   void OnRunEvent(const RunEvent& event) override;
 
-  /// The controllers of the run, in ascending order: those ticked at its start; of Auto those that it found.
+  /// The controllers of the run in ascending order: those ticked at its start, or those that Auto found.
   std::vector<int> Controllers() const;
 
   /// The evidence about a controller, 0 to 31, so far.
   Evidence EvidenceOf(int controller) const;
 
-  /// The verdict on a controller, 0 to 31. A survey never improves the verdict that an earlier download of
-  /// the same file gave: a controller that refused its image is not good because its checksum matches.
+  /// The verdict on a controller, 0 to 31. After a failed download, reading does not improve it: a controller
+  /// that refused its image is not good because its checksum matches.
   Verdict VerdictOf(int controller) const;
 
  private:

@@ -1,3 +1,5 @@
+// A verdict is found in three steps: a failure of the run (FailureOf), then pieces of evidence that disagree
+// (ContradictionOf), else the grade of a good result (GradeOf).
 #include "results/verdict.h"
 
 #include <utility>
@@ -69,7 +71,7 @@ Verdict JudgeDifference(const Evidence& evidence) {
   return Bad("other-image", reason, "load the file if that is the one it should hold");
 }
 
-/// What went wrong with the controller, as its row shows it; nothing when it was read, found or moved.
+/// The failure of the controller; nothing when it was read, found or changed its protocol.
 std::optional<Verdict> FailureOf(const Evidence& evidence) {
   const bool failed = evidence.last && evidence.last->reply != Reply::kAccepted;
   switch (evidence.kind) {
@@ -93,7 +95,7 @@ std::optional<Verdict> FailureOf(const Evidence& evidence) {
   return std::nullopt;
 }
 
-/// Where pieces of the evidence of a controller without a failure disagree.
+/// The contradiction in the evidence about a controller without a failure.
 std::optional<Verdict> ContradictionOf(const Evidence& evidence) {
   constexpr const char* kWord = "contradictory";
   if (evidence.otherController) {
@@ -112,7 +114,7 @@ std::optional<Verdict> ContradictionOf(const Evidence& evidence) {
   return std::nullopt;
 }
 
-/// Loaded, and reads back equal to the file.
+/// The grade after a download with a matching checksum.
 Verdict GradeLoaded(const Evidence& evidence) {
   if (!evidence.checksumConfirmed) {
     return Bad("unconfirmed",
@@ -127,7 +129,7 @@ Verdict GradeLoaded(const Evidence& evidence) {
   return Good("good", "confirmed", "it confirmed the full checksum and reads back equal to the file");
 }
 
-/// Of a controller without a failure and without a contradiction.
+/// The grade without a failure or a contradiction.
 Verdict GradeOf(const Evidence& evidence) {
   switch (evidence.kind) {
     case RunKind::kParallel:

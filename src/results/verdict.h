@@ -7,7 +7,7 @@
 
 namespace quillon {
 
-/// How far the erase of a controller came.
+/// The progress of the erase of a controller.
 enum class Erasure {
   kNone,      ///< no erase frame was sent: the flash is unchanged
   kPossible,  ///< the controller did not acknowledge the erase frame
@@ -20,26 +20,24 @@ struct CommandReply {
   Reply reply;
 };
 
-/// What one run found out about one controller. RunResults collects it from the run events, and quillon-log
-/// from a log as far as the log contains it.
+/// The facts that one run found about one controller. RunResults and quillon-log collect them.
 struct Evidence {
   RunKind kind = RunKind::kFlashInfo;
   std::string fileChecksum;  ///< four digits; empty when no file is chosen
-  std::string fileFault;     ///< why the file contradicts itself; empty when it does not
+  std::string fileFault;     ///< the first fault of a damaged file; else empty
   bool cancelled = false;    ///< the run ended before its last step
 
   Erasure erasure = Erasure::kNone;
-  int batches = 0;              ///< of the image; 0 in a parallel download, whose batches are broadcast
-  int batchesAcknowledged = 0;  ///< of them
+  int batches = 0;                        ///< of the image; 0 in a parallel download, which broadcasts them
+  int batchesAcknowledged = 0;            ///< of them
   std::optional<bool> checksumConfirmed;  ///< the last answer to the full checksum: confirmed or refused
   std::optional<CommandReply> last;       ///< the last reply to any command
 
-  /// The row in `Info` as this run left it, with its texts.
+  /// The row in `Info` at the end of the run.
   RowContent row = RowContent::kNothing;
   std::string rowVersion;
   std::string rowChecksum;
-  /// What the controller reported last; empty when it reported nothing. The row can contain a failure
-  /// nevertheless.
+  /// What the controller reported last, or empty. The row may contain a later failure.
   std::string version;
   std::string checksum;
   bool differentReadings = false;      ///< it reported two different versions or checksums
@@ -47,7 +45,7 @@ struct Evidence {
   std::optional<std::string> foundAt;  ///< the speed at which Auto found it, in bits per second
 };
 
-/// What the evidence amounts to. Words and grades:
+/// The verdict on one controller. Words and grades of evidence:
 ///
 ///     word           evidence   good   when
 ///     good           proven     yes    it acknowledged every batch, confirmed the full checksum and reads
@@ -78,7 +76,7 @@ struct Verdict {
   std::string advice;    ///< what to do next; empty when nothing is to be done
 };
 
-/// The verdict on one controller after one run. It depends on nothing but the evidence.
+/// The verdict for the evidence of one run.
 Verdict Judge(const Evidence& evidence);
 
 /// "no-answer: it did not answer; check power, cable, number and protocol".
