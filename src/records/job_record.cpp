@@ -1,3 +1,4 @@
+// Parses job records, which docs/job-record.md documents.
 #include "records/job_record.h"
 
 #include <QCryptographicHash>
@@ -12,10 +13,10 @@ namespace {
 
 using Progress = ControllerRecord::Progress;
 
-/// Follows the lines of a record.
-class Reading {
+/// Collects the lines of a record, one after the other.
+class RecordParser {
  public:
-  /// Raises std::runtime_error for a first line that is not that of a job record.
+  /// Raises std::runtime_error when the first line is not that of a job record.
   void Add(const QJsonObject& line) {
     const QString event = line["event"].toString();
     if (record_.job.isEmpty()) return AddJob(line, event);
@@ -146,21 +147,21 @@ QString Sha256(const std::string& contents) {
       .toHex();
 }
 
-/// A line that is not whole, or whose contents never reached the disk, is where the record was cut.
+/// The record is cut at the first line that is incomplete, or whose contents were not written to the disk.
 JobRecord ParseRecord(const QByteArray& text) {
-  Reading reading;
+  RecordParser parser;
   const QList<QByteArray> lines = text.split('\n');
   for (qsizetype i = 0; i < lines.size(); ++i) {
     const QJsonDocument line = QJsonDocument::fromJson(lines[i]);
     if (line.isObject()) {
-      reading.Add(line.object());
+      parser.Add(line.object());
     } else {
       const bool cut = i > 0 || lines[0].isEmpty() || (lines.size() == 1 && lines[0].startsWith('{'));
       if (!cut) throw std::runtime_error("it is not a job record");
       break;
     }
   }
-  return reading.Finish();
+  return parser.Finish();
 }
 
 JobRecord ReadRecord(const QString& path) {

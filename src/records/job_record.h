@@ -14,9 +14,9 @@ inline constexpr int kRecordFormat = 1;  ///< the version of the format that doc
 /// The SHA-256 of a file's contents as hex digits.
 QString Sha256(const std::string& contents);
 
-/// What a record says about one controller.
+/// The part of a job record about one controller.
 struct ControllerRecord {
-  /// How far the run came with it, as far as the record goes.
+  /// How far the download of this controller had come.
   enum class Progress {
     kUntouched,  ///< nothing that changes its flash was sent
     kErasing,    ///< it may be erased
@@ -26,31 +26,31 @@ struct ControllerRecord {
   bool allAcknowledged = false;  ///< it acknowledged every batch of a serial download
   bool done = false;             ///< the record contains its result
 
-  QJsonObject before;  ///< "version" and "checksum"; empty when not known
+  QJsonObject before;  ///< "version" and "checksum"; empty: unknown
   QJsonObject after;
-  int acknowledged = 0;  ///< batches; 0 in a parallel download, whose batches are not acknowledged
+  int acknowledged = 0;  ///< batches; 0 in a parallel download
   int repeats = 0;
   int refusals = 0;
   bool refused = false;  ///< the last command that changes its flash was refused
   int damaged = 0;
   int unanswered = 0;
-  QString failure;  ///< the text of its row, such as "Communication ERROR"
+  QString failure;  ///< the text of a failed row, such as "Communication ERROR"
 
   bool good = false;
   QString verdict;  ///< a word of docs/manual.md, or "cut"
   QString evidence;
   QString reason;
   QString advice;
-  QString gap;  ///< what could explain its checksum
+  QString gap;  ///< missing batches that would explain its checksum
 };
 
-/// A job record that was read. A record that was cut at any byte contains what was written before.
+/// A parsed job record. A record may be cut at any byte, by a crash or a power cut: the rest is then missing.
 struct JobRecord {
   QJsonObject job;  ///< the first line; empty when the record was cut within it
   std::map<int, ControllerRecord> controllers;
   int batches = 0;     ///< begun in the last pass
   QString errors;      ///< texts of run-error boxes, one a line
-  double seconds = 0;  ///< from the begin of the run to the last line
+  double seconds = 0;  ///< from the beginning of the run to the last line
   QString how;         ///< how the run ended; empty when the record was cut
   QString cut;         ///< where the run was cut, as a sentence; empty when it was not
   QString gaps;        ///< what the gaps of several controllers have in common
@@ -60,11 +60,10 @@ struct JobRecord {
   QDateTime Time() const { return QDateTime::fromString(job["time"].toString(), Qt::ISODateWithMs); }
 };
 
-/// Reads the text of a record. Raises std::runtime_error when it is not a job record, or one of a newer
-/// format.
+/// Parses the text of a record. Raises std::runtime_error when it is not a job record or has a newer format.
 JobRecord ParseRecord(const QByteArray& text);
 
-/// The same for a file. Raises std::runtime_error, too, when it can't be read.
+/// Parses a file. Also raises std::runtime_error when it can't be read.
 JobRecord ReadRecord(const QString& path);
 
 }  // namespace quillon

@@ -16,40 +16,38 @@
 
 namespace quillon {
 
-/// What records contain beside the events.
+/// Texts that are added to records.
 struct RecordLabels {
-  QString by;    ///< a name of the operator, or nothing
-  QString file;  ///< the path of the file as it was given; empty: as the window shows it
+  QString by;    ///< the name of the operator; empty: none
+  QString file;  ///< the path of the file as it was given; empty: the path in the window
 };
 
-/// Turns the events of runs into the lines of job records; docs/job-record.md documents them.
-///
-/// A record does not grow with the size of an image: batches are counted, and what went wrong is listed up to
-/// a limit and counted beyond it.
+/// Turns the events of runs into the lines of job records; docs/job-record.md documents them. The size of a
+/// record is limited: batches are counted, and only the first faults of a kind are listed.
 class RecordLines {
  public:
   struct Line {
     QJsonObject fields;
-    bool flush = false;  ///< a controller, or the run, came to its end
+    bool flush = false;  ///< to the disk: a step of a controller begins or ends, or the run
   };
 
-  /// `folder` is the program's, for the description of ports.
+  /// `folder` is the program's folder, for the description of the port.
   RecordLines(std::string folder, RecordLabels labels)
       : folder_(std::move(folder)), labels_(std::move(labels)) {}
 
-  /// The lines of an event; none for most events.
+  /// The lines for an event; most events have none.
   QList<Line> Of(const RunEvent& event);
 
  private:
   struct Tally {
-    QJsonObject before;  ///< version and checksum as they were known, else empty
+    QJsonObject before;  ///< version and checksum before the run; empty: unknown
     QJsonObject after;
     int acknowledged = 0;
     int repeats = 0;
     int refusals = 0;
     int damaged = 0;
     int unanswered = 0;
-    QMap<QString, int> listed;  ///< lines of each kind
+    QMap<QString, int> listed;  ///< number of lines of each kind
   };
 
   void Add(const RunStarted& e);
@@ -68,9 +66,9 @@ class RecordLines {
 
   QJsonObject FileFacts();
   void Put(const char* event, QJsonObject fields, bool flush = false);
-  /// A line about a controller, unless there are many of this kind already.
+  /// Adds a line about a controller, unless the limit for this kind is reached.
   void PutLimited(int controller, const QString& kind, const char* event, QJsonObject fields);
-  /// Returns the gap of a controller that reports another checksum than that of the file.
+  /// Returns the batches that may be missing when the checksum differs from that of the file.
   MissingBatches PutResult(int controller, const Tally& tally);
 
   const std::string folder_;
@@ -94,8 +92,8 @@ class RecordLines {
   int errors_ = 0;
 };
 
-/// Writes a record of each run into a folder: a file for each, named by UTC time and kind, such as
-/// "20261124T101112Z-parallel.jsonl". Lines are appended as events come.
+/// Writes a record of each run as a file in a folder. The name consists of UTC time and kind:
+/// "20261124T101112Z-parallel.jsonl".
 class JobRecorder final : public RunObserver {
  public:
   JobRecorder(const QString& recordFolder, std::string programFolder, RecordLabels labels,

@@ -1,3 +1,4 @@
+// The thread that writes job records.
 #include "records/record_writer.h"
 
 #include <QDir>
@@ -32,7 +33,7 @@ void RecordWriter::Wait() {
   changed_.wait(lock, [this] { return items_.empty(); });
 }
 
-/// An item leaves the queue when it is done, so that an empty queue means that all is written.
+/// Removes an item after its execution, so that an empty queue means that all is written.
 void RecordWriter::Work() {
   std::unique_lock lock(mutex_);
   for (;;) {

@@ -12,28 +12,27 @@
 
 namespace quillon {
 
-/// Writes the lines of job records into files of a folder, on a thread of its own: neither a slow disk nor a
-/// flush delays a run.
+/// Writes job records into files of a folder, in its own thread, so that a slow disk does not delay a run.
 class RecordWriter {
  public:
-  /// `onFailure` is called once at most, with a sentence for the operator, from the events of this thread.
-  /// Later files are tried again.
+  /// `onFailure` is called for the first failure, with a sentence for the operator, on the calling thread
+  /// while it handles events. Later files are tried again.
   RecordWriter(QString folder, std::function<void(const QString&)> onFailure);
   RecordWriter(const RecordWriter&) = delete;
   RecordWriter& operator=(const RecordWriter&) = delete;
-  ~RecordWriter();  ///< after all is written
+  ~RecordWriter();  ///< writes the queued lines first
 
-  /// The next lines go into a new file "NAME.jsonl", or "NAME-2.jsonl" and so on when that exists.
+  /// Begins the file "NAME.jsonl", or "NAME-2.jsonl" and so on if that exists.
   void Begin(const QString& name) { Queue({name, {}, false}); }
-  /// `flush`: the line and all before it go to the disk itself.
+  /// Adds a line. `flush`: it and all lines before it are written to the disk.
   void Append(const QByteArray& line, bool flush) { Queue({{}, line, flush}); }
 
-  /// Returns when all is written. A failure is then among the events of this thread.
+  /// Returns when all lines are written, and a failure is queued as an event of the calling thread.
   void Wait();
 
  private:
   struct Item {
-    QString newFile;  ///< or the next two
+    QString newFile;  ///< name of a file to begin; empty: a line
     QByteArray line;
     bool flush;
   };
@@ -50,7 +49,7 @@ class RecordWriter {
   bool failed_ = false;
   QFile file_;
 
-  std::mutex mutex_;  ///< of the two below
+  std::mutex mutex_;  ///< protects items_ and ending_
   std::deque<Item> items_;
   bool ending_ = false;
   std::condition_variable changed_;

@@ -1,3 +1,4 @@
+// The steps: read with the old, then with the new protocol; load with old, with new; load silent ones.
 #include "records/resume.h"
 
 #include <stdexcept>
@@ -11,7 +12,7 @@ namespace {
 
 [[noreturn]] void Refuse(const QString& reason) { throw std::runtime_error(reason.toStdString()); }
 
-/// The number for the box `Protocol`: one less than the protocol byte, which the image names in hex digits.
+/// The text for the box `Protocol`: the protocol byte of the image less one.
 QString ImageProtocol(const std::string& contents) {
   ImageFacts facts;
   AnalyseImage(LineReader(contents), facts);
@@ -26,7 +27,7 @@ Resume::Resume(JobRecord record) : record_(std::move(record)) {
   if (record_.Kind() != "parallel" && record_.Kind() != "serial")
     Refuse("it is not the record of a download");
   const QString path = record_.File()["path"].toString();
-  const std::string contents = ReadFile(path.toStdString());  // RunError says why not
+  const std::string contents = ReadFile(path.toStdString());  // raises RunError
   if (Sha256(contents) != record_.File()["sha256"].toString())
     Refuse("the file \"" + path + "\" is not the one of the record; restore it, or start a new download");
   protocol_ = record_.job["settings"].toObject()["protocol"].toString();

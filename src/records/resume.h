@@ -9,29 +9,29 @@
 
 namespace quillon {
 
-/// The rest of a recorded download, step by step: surveys first, then loads what has to be loaded.
+/// Completes a recorded download that was cut: first reads the controllers, then loads those that need it.
 ///
 ///     Resume resume(ReadRecord(path));
 ///     while (const auto step = resume.Next())
-///       ... run the step; after a survey: resume.SetChecksum(y, text) for each controller that answered
+///       ... run the step; after reading: resume.SetChecksum(y, text) for each controller that answered
 ///
-/// A controller with the image answers by the protocol that the image names, one without it by the former
-/// one. So those that are silent are surveyed by the second protocol, and each is loaded by the one that it
-/// answered. One that is silent by both is loaded last: it may be erased and answer nothing but an erase.
+/// A controller with the new image uses the protocol of that image, one with the old image the former
+/// protocol. So controllers that do not answer are read again with the other protocol, and each is loaded
+/// with the protocol that it answered. Those that do not answer are loaded last: they may be erased.
 class Resume {
  public:
-  /// Raises std::runtime_error when the record is not that of a download, or when its file can't be read or
-  /// has changed since.
+  /// Raises std::runtime_error for the record of another run, or when the file can't be read or has changed.
   explicit Resume(JobRecord record);
 
   struct Step {
-    bool load;         ///< else: a survey of the flash
-    QString protocol;  ///< for the box of that name
+    bool load;         ///< false: read version and checksum
+    QString protocol;  ///< the text for the box `Protocol`
     std::vector<int> controllers;
   };
+  /// The next step; nothing when the download is complete.
   std::optional<Step> Next();
 
-  /// What the survey read of a controller that answered.
+  /// Reports the checksum of a controller that answered in the current step.
   void SetChecksum(int controller, const QString& checksum);
 
   const JobRecord& Record() const { return record_; }
@@ -41,8 +41,8 @@ class Resume {
     QString checksum;
     bool byImageProtocol;
   };
-  /// It does not hold the file, was erased and neither confirmed the full checksum nor acknowledged every
-  /// batch, refused the last command that changes its flash, or gave contradictory answers.
+  /// Whether its checksum is not that of the file, it was erased and neither confirmed the full checksum nor
+  /// acknowledged every batch, it refused the last command that changes its flash, or its answers contradict.
   bool MustLoad(int controller) const;
 
   JobRecord record_;
