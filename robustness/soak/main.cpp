@@ -24,6 +24,7 @@ using namespace quillon::soak;
 
 constexpr unsigned kLongestSession = 60;   // seconds of real time
 constexpr std::size_t kWarmUp = 300;       // sessions
+constexpr std::size_t kLongSoak = 8000;    // sessions, in which each rare state must occur
 constexpr std::size_t kSoundTrial = 1000;  // sessions, for the shares of what happened to be sound
 // Memory that may come beside that of the warm-up: a text here or there is longer.
 constexpr std::size_t kLevelBlocks = 20;
@@ -177,6 +178,17 @@ bool WasIdle(std::size_t sessions) {
   return true;
 }
 
+/// Names the rare states that did not occur. Returns whether a soak of that length had to reach them.
+bool MissedStates(std::size_t sessions) {
+  bool missed = false;
+  for (std::size_t i = 0; i < counts.reached.size(); ++i) {
+    if (counts.reached[i] > 0) continue;
+    std::printf("soak: never reached: %s\n", NameOf(static_cast<Probe>(i)));
+    missed = true;
+  }
+  return missed && sessions >= kLongSoak;
+}
+
 constexpr char kDescription[] = R"(SYNOPSIS
   quillon-soak [OPTION]... [SESSIONS [SEED]]
 
@@ -247,5 +259,5 @@ int main(int argc, char** argv) {
   }
   std::printf("soak: %zu sessions, %zu runs, %zu frames, %zu cancelled, %zu with a failure, %zu good rows\n",
               sessions, counts.runs, counts.frames, counts.cancelled, counts.failed, counts.goodRows);
-  return 0;
+  return MissedStates(sessions) ? 1 : 0;
 }

@@ -168,15 +168,17 @@ Deed Files(Dice& dice) {
 Deed LineTrouble(Dice& dice) {
   const Nanoseconds howLong = dice.Below(20000) * 1ms;
   const std::uint64_t noiseSeed = dice.Any();
-  switch (dice.Below(4)) {
+  switch (dice.Below(5)) {
     case 0:
       return {"the adapter is pulled", [=](Session& s) { s.PullAdapter(howLong); }};
     case 1:
       return {"another program has the port", [=](Session& s) { s.TakePort(howLong); }};
     case 2:
-      return {"the line babbles", [=](Session& s) { s.Babble(noiseSeed, howLong / 4); }};
+      return {"noise on the line", [=](Session& s) { s.AddNoise(noiseSeed, howLong / 4); }};
+    case 3:
+      return {"another controller refuses", [](Session& s) { s.RefuseAsOther(); }};
     default:
-      return {"the adapter takes no bytes", [=](Session& s) { s.Deafen(howLong); }};
+      return {"the adapter sends no bytes", [=](Session& s) { s.StallOutput(howLong); }};
   }
 }
 
