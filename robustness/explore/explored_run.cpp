@@ -181,6 +181,7 @@ Bytes ExploredRun::Deliver(const Bytes& frame, int number) {
   if (at == controllers_.end()) return {};
   bus::ReceivedFrame received{.format = {.baud = computer_.baud}, .bytes = frame};
   const auto answer = at->second.Receive(received, random_);
+  if (answer && test::CommandOf(frame) == bus::Command::Batch) ++batchesTaken_[number];
   return answer ? answer->bytes : Bytes{};
 }
 
@@ -220,7 +221,7 @@ std::string ExploredRun::Violation() {
     return error.what();
   }
   std::string wrong = WrongFrames() + WrongEnd();
-  for (const int y : kTicked) wrong += WrongVerdict(y);
+  for (const int y : kTicked) wrong += WrongVerdict(y) + WrongRecord(y);
   if (controllers_.at(kUnticked).Flash() != flashBefore_[kUnticked]) wrong += "controller 7 was changed; ";
   return wrong;
 }
@@ -242,6 +243,19 @@ std::string ExploredRun::WrongVerdict(int y) {
   if (verdict.good && !read.empty() && std::stoul(read, nullptr, 16) != sum && !OneOtherAnsweredAll())
     return who + " by what another controller reported; ";
   if (!IsDownload(way_) && flash != flashBefore_[y]) return who + " and was changed by a survey; ";
+  return "";
+}
+
+/// What the records say of a controller agrees with what happened to it.
+std::string ExploredRun::WrongRecord(int y) const {
+  const Evidence evidence = results_.EvidenceOf(y);
+  const std::string who = "the record of controller " + std::to_string(y) + " says that ";
+  const bool changed = controllers_.at(y).Flash() != flashBefore_.at(y);
+  if (changed && evidence.erasure == Erasure::kNone) return who + "it was not erased; ";
+  const auto taken = batchesTaken_.find(y);
+  const int batches = taken == batchesTaken_.end() ? 0 : taken->second;
+  if (otherNumbers_.empty() && evidence.batchesAcknowledged > batches)
+    return who + "it acknowledged " + std::to_string(evidence.batchesAcknowledged) + " batches; ";
   return "";
 }
 

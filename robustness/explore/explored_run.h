@@ -81,6 +81,7 @@ class ExploredRun final : private SerialDevice, private RunObserver {
   Bytes AnswerOfOther(Bytes frame, int number);
   void Interfere(Event event);
   std::string WrongVerdict(int y);
+  std::string WrongRecord(int y) const;
   bool OneOtherAnsweredAll() const;
   std::string WrongFrames() const;
   std::string WrongEnd() const;
@@ -90,6 +91,7 @@ class ExploredRun final : private SerialDevice, private RunObserver {
   test::FakeComputer computer_;
   std::map<int, bus::Controller> controllers_;
   std::map<int, Bytes> flashBefore_;
+  std::map<int, int> batchesTaken_;  ///< and acknowledged, by each controller
   bus::Random random_;
   Quillon tool_;
   RunResults results_;
