@@ -74,9 +74,10 @@ void AddFacts(const JobRecord& record, const QString& name, Report& report) {
     add("Warning", file["fault"].toString());
   }
   add("Port", record.job["port"].toString() + ": " + record.job["adapter"].toString().replace('\n', ", "));
-  add("Settings", QString("%1 bit/s, time-out %2 ms, delay %3 ms, protocol %4")
-                      .arg(settings["speed"].toString(), settings["timeout"].toString(),
-                           settings["delay"].toString(), settings["protocol"].toString()));
+  const QString delay = record.Kind() == "parallel" ? "delay " + settings["delay"].toString() + " ms, " : "";
+  add("Settings", QString("%1 bit/s, time-out %2 ms, %3protocol %4")
+                      .arg(settings["speed"].toString(), settings["timeout"].toString(), delay,
+                           settings["protocol"].toString()));
   add("Errors", record.errors.trimmed().replace('\n', "; "));
   add("Record", name + ", written by " + record.job["tool"].toString());
 }
