@@ -11,6 +11,7 @@
 #include "platform/system_ports.h"
 #include "platform/text_file.h"
 #include "records/job_record.h"
+#include "results/gap.h"
 
 namespace quillon {
 namespace {
@@ -204,10 +205,7 @@ MissingBatches RecordLines::PutResult(int controller, const Tally& tally) {
                      {"advice", Text(verdict.advice)}};
   if (!tally.before.isEmpty()) result["before"] = tally.before;
   if (!tally.after.isEmpty()) result["after"] = tally.after;
-  const std::string reported = tally.after["checksum"].toString().toStdString();
-  MissingBatches missing;
-  if (sums_ && !reported.empty() && run_.kind != RunKind::kBootInfo && reported != run_.fileChecksum)
-    missing = sums_->Explain(static_cast<std::uint16_t>(Text(reported).toUInt(nullptr, 16)));
+  const MissingBatches missing = sums_ ? GapOf(results_.EvidenceOf(controller), *sums_) : MissingBatches{};
   const std::string gap = DescribeMissing(missing, std::filesystem::path(run_.file).filename().string());
   if (!gap.empty()) result["gap"] = Text(gap);
   Put("result", std::move(result));

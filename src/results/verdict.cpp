@@ -163,8 +163,9 @@ Verdict Judge(const Evidence& evidence) {
   return verdict;
 }
 
-std::string Describe(const Verdict& verdict) {
-  return verdict.word + ": " + verdict.reason + (verdict.advice.empty() ? "" : "; " + verdict.advice);
+std::string Describe(const Verdict& verdict, const std::string& gap) {
+  return verdict.word + ": " + verdict.reason + (gap.empty() ? "" : "; " + gap) +
+         (verdict.advice.empty() ? "" : "; " + verdict.advice);
 }
 
 }  // namespace quillon

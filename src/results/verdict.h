@@ -79,7 +79,8 @@ struct Verdict {
 /// The verdict for the evidence of one run.
 Verdict Judge(const Evidence& evidence);
 
-/// "no-answer: it did not answer; check power, cable, number and protocol".
-std::string Describe(const Verdict& verdict);
+/// "no-answer: it did not answer; check power, cable, number and protocol". `gap` is what could explain
+/// another checksum; it follows the reason.
+std::string Describe(const Verdict& verdict, const std::string& gap = "");
 
 }  // namespace quillon

@@ -1,11 +1,14 @@
 #include "unattended/operator.h"
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QMessageBox>
 #include <utility>
 
 #include "forms/quillon.h"
 #include "platform/run_error.h"
+#include "platform/text_file.h"
+#include "results/gap.h"
 #include "unattended/console.h"
 
 namespace quillon {
@@ -193,7 +196,9 @@ bool Operator::OnQuestion(QMessageBox& box) {
 
 void Operator::On(const RunStarted& event) {
   RunFacts facts = FactsOf(event, folder_);
+  sums_.reset();
   try {
+    if (!event.file.empty()) sums_.emplace(ReadFile(event.file));
     if (IsDownload(event.kind)) ReadImage(event.file, facts);
   } catch (const RunError&) {
     // The run itself reports the error in the file.
@@ -258,12 +263,17 @@ void Operator::Report(const Task::Step& step) {
   const bool detection = step.kind == RunKind::kAuto;
   if (detection && !CanContinue()) return;  // not all controllers were asked
   const std::vector<int> controllers = results_.Controllers();
-  for (const int number : controllers) ReportController(number);
+  std::vector<MissingBatches> gaps;
+  for (const int number : controllers) gaps.push_back(ReportController(number));
+  const QString common = QString::fromStdString(CompareMissing(gaps));
+  if (!common.isEmpty()) reporter_.Report("gaps", common, {{"text", common}});
   if (detection && controllers.empty()) Fail(ErrorCategory::kController, "no controller answered");
 }
 
-void Operator::ReportController(int number) {
+MissingBatches Operator::ReportController(int number) {
   const Evidence evidence = results_.EvidenceOf(number);
+  const MissingBatches missing = sums_ ? GapOf(evidence, *sums_) : MissingBatches{};
+  const std::string gap = DescribeMissing(missing, QFileInfo(task_.hex).fileName().toStdString());
   const Verdict verdict = results_.VerdictOf(number);
   const QString version = QString::fromStdString(evidence.rowVersion);
   const QString checksum = QString::fromStdString(evidence.rowChecksum);
@@ -279,10 +289,12 @@ void Operator::ReportController(int number) {
        {"verdict", word},
        {"evidence", QString::fromStdString(verdict.evidence)},
        {"reason", reason},
+       {"gap", QString::fromStdString(gap)},
        {"advice", advice}});
   if (!advice.isEmpty() || !evidence.fileFault.empty())
-    reporter_.Explain(QString::fromStdString(Describe(verdict)));
+    reporter_.Explain(QString::fromStdString(Describe(verdict, gap)));
   good_[number] = verdict.good;
+  return missing;
 }
 
 void Operator::Fail(ErrorCategory category, const QString& reason) {

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "driver/window_driver.h"
+#include "image/missing_batches.h"
 #include "results/run_results.h"
 #include "unattended/error_category.h"
 #include "unattended/estimate.h"
@@ -59,7 +60,8 @@ class Operator final : public WindowDriver, public RunObserver {
   void CheckInterrupt();
   /// Reports a row for each controller of the step's run.
   void Report(const Task::Step& step);
-  void ReportController(int number);
+  /// Returns the gap of a controller that does not hold the file.
+  MissingBatches ReportController(int number);
 
   void Record(ErrorCategory category) { outcome_ = Worse(outcome_, category); }
   /// Whether another step makes sense.
@@ -74,6 +76,7 @@ class Operator final : public WindowDriver, public RunObserver {
   std::string folder_;  ///< of the program
   Reporter& reporter_;
   RunResults results_;
+  std::optional<BatchSums> sums_;     ///< of the file, when it could be read
   std::optional<Estimate> estimate_;  ///< of the run that is under way
   QString stepWords_;
   QString refused_;  ///< the question about the file, when it was answered with No

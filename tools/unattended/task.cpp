@@ -105,12 +105,17 @@ JSON
     box         "number" (0: none), "title", "text"
     skipped     "step", "text"
     controller  "number", "version", "checksum", "verdict", "evidence",
-                "reason", "advice"
+                "reason", "gap", "advice"
+    gaps        "text": what the gaps of several controllers have in common
     warning, failure   "text"
     end         "code" (the exit status)
 
   "verdict" and "evidence" stay the same from version to version; "reason"
   and "advice" are for people and may change.
+
+  If a controller reports another checksum than the file has, "gap" names the
+  missing batches that would explain it. They are candidates, not findings.
+  It is empty where more than three fit.
 
 EXIT STATUS
   0   success
