@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "unattended/error_category.h"
-#include "unattended/estimate.h"
+#include "results/estimate.h"
 
 namespace quillon {
 namespace {

@@ -13,16 +13,18 @@
 #include "desktop/theme.h"
 #include "platform/system_files.h"
 #include "records/job_recorder.h"
+#include "results/estimate.h"
+#include "shell/start_stop.h"
 #include "unattended/console.h"
 #include "unattended/operator.h"
+#include "unattended/output_formatter.h"
 #include "unattended/output_queue.h"
-#include "unattended/reporter.h"
 #include "unattended/task.h"
 
 namespace {
 
 using quillon::ErrorCategory;
-using quillon::Reporter;
+using quillon::OutputFormatter;
 using quillon::Task;
 
 /// How the program ends.
@@ -64,7 +66,7 @@ Ending PrintError(int status, const char* reason) {
   return {status, errors.Finish(std::chrono::steady_clock::now() + kLongestWait)};
 }
 
-ErrorCategory PrintEstimates(const Task& task, const std::string& folder, Reporter& reporter) {
+ErrorCategory PrintEstimates(const Task& task, const std::string& folder, OutputFormatter& output) {
   for (const Task::Step& step : task.steps) {
     const QList<int> controllers = step.controllers.value_or(task.controllers.value_or(QList<int>{}));
     quillon::RunStarted run{};
@@ -73,22 +75,23 @@ ErrorCategory PrintEstimates(const Task& task, const std::string& folder, Report
     run.speed = task.speed.toStdString();
     run.delay = task.delay.toStdString();
     run.controllers.assign(controllers.begin(), controllers.end());
-    quillon::RunFacts facts = quillon::FactsOf(run, folder);
+    quillon::RunFacts facts = quillon::FactsOf(run, quillon::DownloadSpeed(folder));
     quillon::ReadImage(run.file, facts);
     const quillon::Estimate estimate(std::move(facts));
     const double seconds = quillon::Rounded(estimate.SecondsLeft(0));
-    reporter.Report("step",
-                    QString("step %1: %2 batches, %3 s").arg(step.words).arg(estimate.Batches()).arg(seconds),
-                    {{"step", step.words},
-                     {"batches", estimate.Batches()},
-                     {"controllers", estimate.Controllers()},
-                     {"seconds", seconds}});
+    output.Report("step",
+                  QString("step %1: %2 batches, %3 s").arg(step.words).arg(estimate.Batches()).arg(seconds),
+                  {{"step", step.words},
+                   {"batches", estimate.Batches()},
+                   {"controllers", estimate.Controllers()},
+                   {"seconds", seconds}});
   }
-  if (task.json) reporter.Report("end", "", {{"code", StatusOf(ErrorCategory::kNone)}});
+  if (task.json) output.Report("end", "", {{"code", StatusOf(ErrorCategory::kNone)}});
   return ErrorCategory::kNone;
 }
 
-ErrorCategory Work(const Task& task, const std::string& folder, Reporter& reporter, int argc, char** argv) {
+ErrorCategory Work(const Task& task, const std::string& folder, OutputFormatter& output, int argc,
+                   char** argv) {
   const bool mayLackDisplay = QOperatingSystemVersion::currentType() != QOperatingSystemVersion::Windows;
   if (mayLackDisplay && qEnvironmentVariableIsEmpty("DISPLAY") &&
       qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
@@ -98,14 +101,14 @@ ErrorCategory Work(const Task& task, const std::string& folder, Reporter& report
   QApplication::setQuitOnLastWindowClosed(false);
   quillon::console::Prepare();
   quillon::ApplyTheme(application);
-  quillon::Operator runner(task, folder, reporter);
+  quillon::Operator runner(task, folder, output);
   std::optional<quillon::JobRecorder> recorder;
   quillon::Program program(folder);
   program.AddObserver(runner);
   if (!task.record.isEmpty()) {
     program.AddObserver(recorder.emplace(task.record, folder, quillon::RecordLabels{task.by, task.hexGiven},
                                          [&](const QString& text) {
-                                           reporter.Report("warning", text, {{"text", text}});
+                                           output.Report("warning", text, {{"text", text}});
                                          }));
   }
   program.Start();
@@ -118,11 +121,11 @@ Ending Run(int argc, char** argv) {
   const Task task = ParseTask(argc, argv);
   if (!task.answer.isEmpty()) return Print(task.answer);
   const std::string folder = quillon::system_files::ProgramFolder();
-  Reporter reporter(task.json ? Reporter::Form::kJson : Reporter::Form::kText);
-  const ErrorCategory category = task.forecastOnly ? PrintEstimates(task, folder, reporter)
-                                                   : Work(task, folder, reporter, argc > 0 ? 1 : 0, argv);
-  if (reporter.Finish()) return {StatusOf(category)};
-  reporter.ReportError("quillon-unattended: the output could not be written, so lines of it are lost");
+  OutputFormatter output(task.json ? OutputFormatter::Form::kJson : OutputFormatter::Form::kText);
+  const ErrorCategory category = task.forecastOnly ? PrintEstimates(task, folder, output)
+                                                   : Work(task, folder, output, argc > 0 ? 1 : 0, argv);
+  if (output.Finish()) return {StatusOf(category)};
+  output.ReportError("quillon-unattended: the output could not be written, so lines of it are lost");
   return {StatusOf(quillon::Worse(category, ErrorCategory::kFile)), false};
 }
 

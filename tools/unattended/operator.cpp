@@ -9,6 +9,7 @@
 #include "platform/run_error.h"
 #include "platform/text_file.h"
 #include "results/gap.h"
+#include "shell/start_stop.h"
 #include "unattended/console.h"
 
 namespace quillon {
@@ -25,8 +26,8 @@ QString Minutes(double seconds) {
 
 }  // namespace
 
-Operator::Operator(Task task, std::string folder, Reporter& reporter)
-    : task_(std::move(task)), folder_(std::move(folder)), reporter_(reporter) {}
+Operator::Operator(Task task, std::string folder, OutputFormatter& output)
+    : task_(std::move(task)), folder_(std::move(folder)), output_(output) {}
 
 void Operator::Work() {
   try {
@@ -40,9 +41,9 @@ void Operator::Work() {
     Fail(ErrorCategory::kController, error.what());
   }
   Press(kMain, "Exit");
-  if (!reporter_.Finish()) Record(ErrorCategory::kFile);  // "end" reports the exit status
-  reporter_.Report("end", Outcome() == ErrorCategory::kNone ? "all went well" : "it did not go well",
-                   {{"code", static_cast<int>(Outcome())}});
+  if (!output_.Finish()) Record(ErrorCategory::kFile);  // "end" reports the exit status
+  output_.Report("end", Outcome() == ErrorCategory::kNone ? "all went well" : "it did not go well",
+                 {{"code", static_cast<int>(Outcome())}});
 }
 
 void Operator::RunSteps() {
@@ -100,8 +101,7 @@ void Operator::ChooseHex() {
     throw Failure(ErrorCategory::kFile,
                   "the file dialog does not choose \"" + task_.hex + "\". Rename the file.");
   const QString fault = ToolTip(kMain, "Warning about the file");
-  if (!fault.isEmpty())
-    reporter_.Report("warning", "the file contradicts itself: " + fault, {{"text", fault}});
+  if (!fault.isEmpty()) output_.Report("warning", "the file contradicts itself: " + fault, {{"text", fault}});
 }
 
 void Operator::Run(const Task::Step& step) {
@@ -110,7 +110,7 @@ void Operator::Run(const Task::Step& step) {
     const QList<int> failed = FailedControllers();
     if (failed.isEmpty()) {
       const QString reason = "step " + step.words + " is skipped: no controller has failed";
-      return reporter_.Report("skipped", reason, {{"step", step.words}, {"text", reason}});
+      return output_.Report("skipped", reason, {{"step", step.words}, {"text", reason}});
     }
     TickOnly(failed);
   }
@@ -127,10 +127,10 @@ void Operator::RunOnce(const Task::Step& step) {
   stepWords_ = step.words;
   Press(kMain, step.button);
   QApplication::processEvents();
-  reporter_.ShowProgress("");
+  output_.ShowProgress("");
   estimate_.reset();
   giveUp_ = false;
-  reporter_.Explain("step " + step.words + " is over");
+  output_.Explain("step " + step.words + " is over");
 }
 
 QList<int> Operator::FailedControllers() const {
@@ -184,7 +184,7 @@ QList<int> Operator::TickedControllers() const {
 
 void Operator::OnRunEvent(const RunEvent& event) {
   results_.OnRunEvent(event);
-  if (estimate_) estimate_->Follow(event, reporter_.Seconds());
+  if (estimate_) estimate_->Follow(event, output_.Seconds());
   std::visit([this](const auto& what) { On(what); }, event.what);
 }
 
@@ -195,7 +195,7 @@ bool Operator::OnQuestion(QMessageBox& box) {
 }
 
 void Operator::On(const RunStarted& event) {
-  RunFacts facts = FactsOf(event, folder_);
+  RunFacts facts = FactsOf(event, DownloadSpeed(folder_));
   sums_.reset();
   try {
     if (!event.file.empty()) sums_.emplace(ReadFile(event.file));
@@ -204,13 +204,13 @@ void Operator::On(const RunStarted& event) {
     // The run itself reports the error in the file.
   }
   estimate_.emplace(std::move(facts));
-  stepStart_ = reporter_.Seconds();
+  stepStart_ = output_.Seconds();
   status_.clear();
-  reporter_.Report("step", "step " + stepWords_,
-                   {{"step", stepWords_},
-                    {"batches", estimate_->Batches()},
-                    {"controllers", estimate_->Controllers()},
-                    {"seconds", Rounded(estimate_->SecondsLeft(0))}});
+  output_.Report("step", "step " + stepWords_,
+                 {{"step", stepWords_},
+                  {"batches", estimate_->Batches()},
+                  {"controllers", estimate_->Controllers()},
+                  {"seconds", Rounded(estimate_->SecondsLeft(0))}});
 }
 
 void Operator::On(const StatusShown& event) {
@@ -221,17 +221,17 @@ void Operator::On(const StatusShown& event) {
   if (estimate_) {
     facts = {{"batchesDone", estimate_->BatchesDone()},
              {"controllersDone", estimate_->ControllersDone()},
-             {"secondsLeft", Rounded(estimate_->SecondsLeft(reporter_.Seconds()))}};
+             {"secondsLeft", Rounded(estimate_->SecondsLeft(output_.Seconds()))}};
   }
-  reporter_.ReportStatus(line, facts);
+  output_.ReportStatus(line, facts);
   ShowProgress();
 }
 
 void Operator::OnBox(QMessageBox& box) {
   const int number = std::exchange(failureNumber_, 0);
   const QString text = box.text().replace('\n', " / ");
-  reporter_.Report("box", "box \"" + box.windowTitle() + "\": " + text,
-                   {{"number", number}, {"title", box.windowTitle()}, {"text", text}});
+  output_.Report("box", "box \"" + box.windowTitle() + "\": " + text,
+                 {{"number", number}, {"title", box.windowTitle()}, {"text", text}});
   SaveScreenshot(box, "box");
   Record(BoxCategory(number, box.text()));
   if (number == RunError::kDeviceFailed) giveUp_ = true;
@@ -247,7 +247,7 @@ void Operator::OnLook() {
 
 void Operator::ShowProgress() {
   if (!estimate_) return;
-  const double now = reporter_.Seconds();
+  const double now = output_.Seconds();
   QString line = stepWords_.section(':', 0, 0);
   if (estimate_->Batches() != 0)
     line += QString(": batch %1/%2").arg(estimate_->BatchesDone()).arg(estimate_->Batches());
@@ -256,7 +256,7 @@ void Operator::ShowProgress() {
   }
   line += ", " + Minutes(now - stepStart_) + " passed";
   if (estimate_->Controllers() != 0) line += ", " + Minutes(estimate_->SecondsLeft(now)) + " left";
-  reporter_.ShowProgress(line + ": " + status_.simplified());
+  output_.ShowProgress(line + ": " + status_.simplified());
 }
 
 void Operator::Report(const Task::Step& step) {
@@ -266,7 +266,7 @@ void Operator::Report(const Task::Step& step) {
   std::vector<MissingBatches> gaps;
   for (const int number : controllers) gaps.push_back(ReportController(number));
   const QString common = QString::fromStdString(CompareMissing(gaps));
-  if (!common.isEmpty()) reporter_.Report("gaps", common, {{"text", common}});
+  if (!common.isEmpty()) output_.Report("gaps", common, {{"text", common}});
   if (detection && controllers.empty()) Fail(ErrorCategory::kController, "no controller answered");
 }
 
@@ -280,7 +280,7 @@ MissingBatches Operator::ReportController(int number) {
   const QString word = QString::fromStdString(verdict.word);
   const QString reason = QString::fromStdString(verdict.reason);
   const QString advice = QString::fromStdString(verdict.advice);
-  reporter_.Report(
+  output_.Report(
       "controller",
       QString("%1  %2 | %3 | %4").arg(ControllerName(number), version, checksum, verdict.good ? word : "BAD"),
       {{"number", number},
@@ -292,13 +292,13 @@ MissingBatches Operator::ReportController(int number) {
        {"gap", QString::fromStdString(gap)},
        {"advice", advice}});
   if (!advice.isEmpty() || !evidence.fileFault.empty())
-    reporter_.Explain(QString::fromStdString(Describe(verdict, gap)));
+    output_.Explain(QString::fromStdString(Describe(verdict, gap)));
   good_[number] = verdict.good;
   return missing;
 }
 
 void Operator::Fail(ErrorCategory category, const QString& reason) {
-  reporter_.Report("failure", "FAILED: " + reason, {{"text", reason}});
+  output_.Report("failure", "FAILED: " + reason, {{"text", reason}});
   Record(category);
 }
 

@@ -6,10 +6,10 @@
 
 #include "driver/window_driver.h"
 #include "image/missing_batches.h"
+#include "results/estimate.h"
 #include "results/run_results.h"
 #include "unattended/error_category.h"
-#include "unattended/estimate.h"
-#include "unattended/reporter.h"
+#include "unattended/output_formatter.h"
 #include "unattended/task.h"
 
 namespace quillon {
@@ -20,8 +20,8 @@ namespace quillon {
 /// not depend on which windows are open.
 class Operator final : public WindowDriver, public RunObserver {
  public:
-  /// `folder` is the program's. `reporter` must outlive the operator.
-  Operator(Task task, std::string folder, Reporter& reporter);
+  /// `folder` is the program's. `output` must outlive the operator.
+  Operator(Task task, std::string folder, OutputFormatter& output);
 
   /// Runs the whole task and ends the program by its Exit button.
   void Work();
@@ -74,7 +74,7 @@ class Operator final : public WindowDriver, public RunObserver {
 
   Task task_;
   std::string folder_;  ///< of the program
-  Reporter& reporter_;
+  OutputFormatter& output_;
   RunResults results_;
   std::optional<BatchSums> sums_;     ///< of the file, when it could be read
   std::optional<Estimate> estimate_;  ///< of the run that is under way

@@ -1,4 +1,4 @@
-#include "unattended/reporter.h"
+#include "unattended/output_formatter.h"
 
 #include <QJsonDocument>
 #include <cmath>
@@ -23,7 +23,7 @@ QByteArray ProgressUpdate(const QByteArray& text) {
 
 double Rounded(double seconds) { return std::round(seconds * 1000) / 1000; }
 
-Reporter::Reporter(Form form)
+OutputFormatter::OutputFormatter(Form form)
     : form_(form),
       hasProgress_(console::IsTerminal(stderr)),
       sameScreen_(hasProgress_ && console::IsTerminal(stdout)),
@@ -32,23 +32,23 @@ Reporter::Reporter(Form form)
   clock_.start();
 }
 
-void Reporter::Report(const QString& event, const QString& text, const QJsonObject& facts) {
+void OutputFormatter::Report(const QString& event, const QString& text, const QJsonObject& facts) {
   output_.Write(WithProgressBelow(LineOf(event, text, facts)));
 }
 
-void Reporter::ReportStatus(const QString& text, QJsonObject facts) {
+void OutputFormatter::ReportStatus(const QString& text, QJsonObject facts) {
   if (sameScreen_ && form_ == Form::kText) return;
   facts["text"] = text;
   const std::string line = WithProgressBelow(LineOf("status", text, facts));
   if (!output_.WriteUnlessWaiting(line, kMostWaitingForStatus)) droppedStatus_ = true;
 }
 
-void Reporter::Explain(const QString& text) {
+void OutputFormatter::Explain(const QString& text) {
   if (form_ == Form::kText) output_.Write(WithProgressBelow((kTimeColumn + text).toUtf8()));
 }
 
 /// On one screen both streams would overtake each other, so the progress line goes to the standard output.
-void Reporter::ShowProgress(const QString& text) {
+void OutputFormatter::ShowProgress(const QString& text) {
   const QByteArray shown = text.left(kProgressWidth).toUtf8();
   if (!hasProgress_ || shown == progress_) return;
   OutputQueue& screen = sameScreen_ ? output_ : errors_;
@@ -56,27 +56,27 @@ void Reporter::ShowProgress(const QString& text) {
   if (screen.WriteUnlessWaiting(ProgressUpdate(shown).toStdString(), limit)) progress_ = shown;
 }
 
-bool Reporter::Finish() { return output_.Finish(Deadline()) && !droppedStatus_; }
+bool OutputFormatter::Finish() { return output_.Finish(Deadline()) && !droppedStatus_; }
 
-bool Reporter::ReportError(const QString& text) {
+bool OutputFormatter::ReportError(const QString& text) {
   errors_.Write((text + '\n').toStdString());
   return errors_.Finish(Deadline() + kErrorWait);
 }
 
-QByteArray Reporter::LineOf(const QString& event, const QString& text, QJsonObject facts) const {
+QByteArray OutputFormatter::LineOf(const QString& event, const QString& text, QJsonObject facts) const {
   if (form_ == Form::kText) return QString("%1  %2").arg(Seconds(), 8, 'f', 3).arg(text).toUtf8();
   facts["event"] = event;
   facts["time"] = Rounded(Seconds());
   return QJsonDocument(facts).toJson(QJsonDocument::Compact);
 }
 
-std::string Reporter::WithProgressBelow(const QByteArray& line) const {
+std::string OutputFormatter::WithProgressBelow(const QByteArray& line) const {
   const bool move = sameScreen_ && !progress_.isEmpty();
   return ((move ? ProgressUpdate("") : QByteArray()) + line + '\n' + (move ? progress_ : QByteArray()))
       .toStdString();
 }
 
-std::chrono::steady_clock::time_point Reporter::Deadline() {
+std::chrono::steady_clock::time_point OutputFormatter::Deadline() {
   if (!deadline_) deadline_ = std::chrono::steady_clock::now() + kLongestWait;
   return *deadline_;
 }

@@ -22,8 +22,9 @@ struct RunFacts {
   double timeOut = 0;                    ///< of an exchange, in seconds
 };
 
-/// The facts of a run that starts so, with the program in `folder`. Those of the image are left out.
-RunFacts FactsOf(const RunStarted& run, const std::string& folder);
+/// The facts of a run that starts so; `downloadSpeed` is that of the program's settings. Those of the image
+/// are left out.
+RunFacts FactsOf(const RunStarted& run, const std::string& downloadSpeed);
 
 /// Adds the facts of the image in a firmware file. Raises RunError.
 void ReadImage(const std::string& path, RunFacts& facts);

@@ -22,10 +22,10 @@ double Rounded(double seconds);
 ///
 /// A terminal also gets a progress line, which is rewritten in place. No call waits for the reader of the
 /// output: a reader that stalls loses lines but does not delay the run.
-class Reporter {
+class OutputFormatter {
  public:
   enum class Form { kText, kJson };
-  explicit Reporter(Form form);
+  explicit OutputFormatter(Form form);
 
   /// `text` is for people, `facts` for programs.
   void Report(const QString& event, const QString& text, const QJsonObject& facts = {});

@@ -1,4 +1,4 @@
-#include "unattended/estimate.h"
+#include "results/estimate.h"
 
 #include <algorithm>
 #include <charconv>
@@ -12,7 +12,6 @@
 #include "link/exchange.h"
 #include "link/outcome.h"
 #include "platform/serial_control.h"
-#include "shell/start_stop.h"
 
 namespace quillon {
 namespace {
@@ -42,7 +41,7 @@ double CheckSeconds(int speed) { return ExchangeSeconds(FlashCheckFrame(0, 0).si
 
 }  // namespace
 
-RunFacts FactsOf(const RunStarted& run, const std::string& folder) {
+RunFacts FactsOf(const RunStarted& run, const std::string& downloadSpeed) {
   constexpr double kMilliseconds = 1000;
   RunFacts facts{.kind = run.kind,
                  .controllers = run.controllers,
@@ -50,7 +49,7 @@ RunFacts FactsOf(const RunStarted& run, const std::string& folder) {
                  .speed = ToNumber(run.speed),
                  .delay = ToNumber(run.delay) / kMilliseconds,
                  .timeOut = ToNumber(run.timeOut) / kMilliseconds};
-  if (IsDownload(run.kind) && !run.keepSpeed) facts.downloadSpeed = ToNumber(DownloadSpeed(folder));
+  if (IsDownload(run.kind) && !run.keepSpeed) facts.downloadSpeed = ToNumber(downloadSpeed);
   return facts;
 }
 
