@@ -40,6 +40,7 @@ const std::string kErase1 = "40 01 04 74 55 AA F0 31 5A 04 ";
 const std::string kAccepted1 = "Recu en String : 40 01 01 61 16 1A 04 ";
 const std::string kBatchToAll = "40 5F 06 75 AA 55 10 00 00 0C 10 04 ";
 const std::string kBatchTo1 = "40 01 06 75 AA 55 10 00 00 59 65 04 ";
+const std::string kBatchTo2 = "40 02 06 75 AA 55 10 00 00 91 10 04 ";
 const std::string kMove2 = "40 20 70 34 30 30 3A 34 2F ";
 const std::string kMoved = "Recu en String : 68 2F ";
 const std::string kDetection = "Message : AutoDetection $73";
@@ -104,7 +105,10 @@ const ExchangeCase kExchanges[] = {
     {"ShortAnswer", {kMove2, kMoved, kOk},
      "moves controller 2 to protocol 4", 1, 1, 0, 0, "move: accepted", 0},
     {"HoldsWhatWasSent", {kChecksum2, kAccepted2, kOk, kCheck2, kHeld2, kOk},
-     "sent as D86E8C", 2, 2, 0, 0, "version 12/05/31, checksum 6E8C, as sent", 0},
+     "sent as D86E8C", 2, 2, 0, 0, "version 12/05/31, checksum 6E8C, as sent; confirmed", 0},
+    {"HoldsWhatItAcknowledged",
+     {kErase2, kAccepted2, kOk, kBatchTo2, kAccepted2, kOk, kChecksum2, kAccepted2, kOk, kCheck2, kHeld2, kOk},
+     "", 4, 4, 0, 0, "version 12/05/31, checksum 6E8C, as sent; proven", 0},
     {"HoldsWhatItRefused", {kChecksum2, kRefused2, kOk, kRefused2, kOk, kRefused2, kOk, kCheck2, kHeld2, kOk},
      "", 2, 4, 2, 3, "version 12/05/31, checksum 6E8C, as sent; contradictory: it refused the full checksum, "
      "although the checksum that it reports is that of the file", 2},
@@ -117,7 +121,7 @@ const ExchangeCase kExchanges[] = {
      "", 2, 2, 0, 0, "version 12/05/31, checksum 6E8C, NOT the checksum that was sent", 1},
     {"ChecksumOfFourDigits", {"40 02 07 75 AA 55 0F 06 E8 0C E1 35 04 ", kAccepted2, kOk, kCheck2, kHeld2,
      kOk},
-     "", 2, 2, 0, 0, "version 12/05/31, checksum 6E8C, as sent", 0},
+     "", 2, 2, 0, 0, "version 12/05/31, checksum 6E8C, as sent; confirmed", 0},
     {"NoLineOfTheTool", {"\x1b[2Jrubbish", kCheck2, kHeld2, kOk},
      "line 1: not a line of the tool: \"?[2Jrubbish\"", 1, 1, 0, 0, "version 12/05/31, checksum 6E8C", 1},
 };

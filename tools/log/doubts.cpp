@@ -46,20 +46,32 @@ class RunDoubts {
 
   void Judge(const LoggedMessage& message) {
     Evidence& evidence = evidence_[message.controller];
+    const bool accepted = message.outcome == Outcome::kGood;
     if (message.outcome == Outcome::kRefused) MarkRefusal(message);
+    if (message.request == RequestKind::kErase && accepted) evidence.erasure = Erasure::kDone;
+    if (message.request == RequestKind::kBatch) {
+      ++evidence.batches;
+      evidence.batchesAcknowledged += accepted ? 1 : 0;
+    }
     if (message.request == RequestKind::kFullChecksum) {
-      if (message.outcome == Outcome::kGood) evidence.checksumConfirmed = true;
+      if (accepted) evidence.checksumConfirmed = true;
       if (message.outcome == Outcome::kRefused) evidence.checksumConfirmed = false;
     }
     if (message.checksum != ChecksumMatch::kSame) return;
-    // Of a serial download the log does not contain how many batches the image has.
+    // The tool sends the full checksum behind the last batch. So the log of a serial download contains all
+    // batches unless its beginning, and with it the erase, is cut off.
+    if (evidence.erasure != Erasure::kDone) evidence.batches = 0;
     evidence.kind = RunKind::kParallel;
     evidence.row = RowContent::kFlash;
     if (!numbers_.OthersCount()) evidence.otherController.reset();
     const Verdict verdict = quillon::Judge(evidence);
-    if (verdict.good) return;
     ForEachAnswer(message, [&](LogEntry& entry, const Answer& answer) {
-      if (answer.verdict == AnswerVerdict::kGood) AddNote(entry, verdict.word + ": " + verdict.reason);
+      if (answer.verdict != AnswerVerdict::kGood) return;
+      if (verdict.good) {
+        log_.notes[entry.offset] = verdict.evidence;
+      } else {
+        AddNote(entry, verdict.word + ": " + verdict.reason);
+      }
     });
   }
 

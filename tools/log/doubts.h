@@ -13,6 +13,8 @@ namespace quillon {
 ///     - the last answer to a command that stays refused;
 ///     - the checksum of a flash check "as sent" when the verdict on the controller is not good, because it
 ///       refused the full checksum or did not confirm it.
+///
+/// The note on a checksum "as sent" of a good controller is the grade of its evidence, proven or confirmed.
 void MarkDoubts(ParsedLog& log, const std::vector<Run>& runs);
 
 }  // namespace quillon
