@@ -185,7 +185,10 @@ void BarWidget::paintEvent(QPaintEvent*) {
 void PictureWidget::focusInEvent(QFocusEvent* event) {
   QWidget::focusInEvent(event);
   update();
-  QToolTip::showText(mapToGlobal(rect().bottomLeft()), toolTip(), this);
+  // Later: Qt hides tool tips at the end of each change of the focus.
+  QTimer::singleShot(0, this, [this] {
+    if (hasFocus()) QToolTip::showText(mapToGlobal(rect().bottomLeft()), toolTip(), this);
+  });
 }
 
 void PictureWidget::paintEvent(QPaintEvent*) {
