@@ -41,10 +41,32 @@ void AskForAttention(QWidget* window) {
   window->windowHandle()->setTitle(window->windowTitle());
 }
 
+QString WithLineBreaks(const std::string& text) {
+  QString shown = QString::fromUtf8(text);
+  return shown.replace("\r\n", "\n").replace('\r', '\n');
+}
+
+/// Makes a message box at least as wide as its title. Qt makes it as wide as its text.
+void FitTitle(QMessageBox& box) {
+  constexpr int kFrameButtons = 80;  // pixels beside the title
+  const int width =
+      QFontMetrics(QApplication::font("QMdiSubWindowTitleBar")).horizontalAdvance(box.windowTitle());
+  auto* grid = qobject_cast<QGridLayout*>(box.layout());
+  grid->addItem(new QSpacerItem(width + kFrameButtons, 0), grid->rowCount(), 0, 1, grid->columnCount());
+}
+
 /// A message box with a public `create`, which creates its window before it is shown. The public function
 /// `winId` would also create a window for every widget of the owner.
 struct Box final : QMessageBox {
-  using QMessageBox::QMessageBox;
+  Box(Icon icon, const std::string& title, const std::string& text, StandardButtons buttons, QWidget* owner)
+      : QMessageBox(icon, QString::fromUtf8(title), WithLineBreaks(text), buttons, owner) {
+    setTextFormat(Qt::PlainText);
+    setWindowModality(Qt::ApplicationModal);
+    FitTitle(*this);
+    // A box does not take the keyboard from another program, except at start. Qt reads the attribute when it
+    // creates the window.
+    setAttribute(Qt::WA_ShowWithoutActivating, owner != nullptr && !ToolIsActive());
+  }
   using QWidget::create;
 };
 
@@ -61,20 +83,35 @@ QPoint PlaceBeside(const QWidget& dialog, const QSize& size) {
 
 /// Places `box` beside the progress window `dialog`. A modal box disables all other windows except its own
 /// children. So the progress window is a child of the box meanwhile, and Cancel can be pressed.
-class BesideDialog {
+class BesideDialog final : public QObject {
  public:
   BesideDialog(Box& box, QWidget* dialog) : dialog_(dialog != nullptr ? dialog->windowHandle() : nullptr) {
     if (dialog_ == nullptr) return;
     box.create();
+    box.windowHandle()->installEventFilter(this);
     owner_ = dialog_->transientParent();
     dialog_->setTransientParent(box.windowHandle());
     box.adjustSize();
     box.move(PlaceBeside(*dialog, box.size()));
   }
-  BesideDialog(const BesideDialog&) = delete;
-  BesideDialog& operator=(const BesideDialog&) = delete;
-  ~BesideDialog() {
+  ~BesideDialog() override {
     if (dialog_ != nullptr) dialog_->setTransientParent(owner_);
+  }
+
+ protected:
+  /// Problem: a desktop with X11 brings a box to the front together with the box's owner, which then covers
+  /// the progress window. Remedy: the progress window is raised again.
+  bool eventFilter(QObject*, QEvent* event) override {
+    switch (event->type()) {
+      case QEvent::Expose:
+      case QEvent::FocusIn:
+      case QEvent::MouseButtonPress:
+      case QEvent::Move:  // by its title bar
+        if (ToolIsActive()) dialog_->raise();
+        return false;
+      default:
+        return false;
+    }
   }
 
  private:
@@ -97,26 +134,12 @@ class FileDialog final : public QFileDialog {
   }
 };
 
-/// Makes a message box at least as wide as its title. Qt makes it as wide as its text.
-void FitTitle(QMessageBox& box) {
-  constexpr int kFrameButtons = 80;  // pixels beside the title
-  const int width =
-      QFontMetrics(QApplication::font("QMdiSubWindowTitleBar")).horizontalAdvance(box.windowTitle());
-  auto* grid = qobject_cast<QGridLayout*>(box.layout());
-  grid->addItem(new QSpacerItem(width + kFrameButtons, 0), grid->rowCount(), 0, 1, grid->columnCount());
-}
-
 /// Gives the column of file names all space that the other columns do not need.
 void FitColumns(QFileDialog& dialog) {
   auto* files = dialog.findChild<QTreeView*>("treeView");
   if (files == nullptr) return;  // the desktop's own dialog
   files->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
   files->header()->setSectionResizeMode(0, QHeaderView::Stretch);
-}
-
-QString WithLineBreaks(const std::string& text) {
-  QString shown = QString::fromUtf8(text);
-  return shown.replace("\r\n", "\n").replace('\r', '\n');
 }
 
 /// Converts "Description (*.ext)|*.ext" to the form of Qt: "Description (*.ext)".
@@ -135,7 +158,7 @@ QtDialogs::QtDialogs(const DesktopScreen& screen, const std::string& folder) : s
 void QtDialogs::ShowBox(const std::string& text, const std::string& title, BoxKind kind) {
   const bool failure = kind == BoxKind::kRunError;
   const auto icon = failure ? QMessageBox::Warning : QMessageBox::Information;
-  Box box(icon, QString::fromUtf8(title), WithLineBreaks(text), QMessageBox::Ok, OwnerWindow(screen_));
+  Box box(icon, title, text, QMessageBox::Ok, OwnerWindow(screen_));
   if (!failure) {
     Answer(box);
     return;
@@ -147,21 +170,15 @@ void QtDialogs::ShowBox(const std::string& text, const std::string& title, BoxKi
 }
 
 bool QtDialogs::Ask(const std::string& question, const std::string& title) {
-  Box box(QMessageBox::Question, QString::fromUtf8(title), WithLineBreaks(question),
-          QMessageBox::Yes | QMessageBox::No, OwnerWindow(screen_));
+  Box box(QMessageBox::Question, title, question, QMessageBox::Yes | QMessageBox::No, OwnerWindow(screen_));
   box.setDefaultButton(QMessageBox::No);
   return Answer(box) == QMessageBox::Yes;
 }
 
 /// Shows a box until it is answered. Does not take the keyboard focus from another program.
 int QtDialogs::Answer(QMessageBox& box) {
-  box.setTextFormat(Qt::PlainText);
-  box.setWindowModality(Qt::ApplicationModal);
-  FitTitle(box);
-  if (!ToolIsActive() && screen_.MainWindow() != nullptr) {
-    box.setAttribute(Qt::WA_ShowWithoutActivating);
+  if (box.testAttribute(Qt::WA_ShowWithoutActivating))
     QTimer::singleShot(0, &box, [&box] { AskForAttention(&box); });
-  }
   const int answer = box.exec();
   key_pause::Begin();
   return answer;
