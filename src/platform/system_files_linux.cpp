@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <stdexcept>
 #include <utility>
 
@@ -90,17 +91,35 @@ std::string TargetOf(const std::string& name) {
   return path.string();
 }
 
-bool WriteOnDisk(int file, std::string_view contents) {
+bool WriteAll(int file, std::string_view contents) {
   while (!contents.empty()) {
     const ssize_t written = write(file, contents.data(), contents.size());
     if (written < 0 && errno != EINTR) return false;
     contents.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
   }
-  return Flush(file);
+  return true;
 }
 
 bool WriteInPlace(int file, std::string_view contents) {
-  return WriteOnDisk(file, contents) && ftruncate(file, static_cast<off_t>(contents.size())) == 0;
+  return WriteAll(file, contents) && ftruncate(file, static_cast<off_t>(contents.size())) == 0 && Flush(file);
+}
+
+/// Gives a new file the group and the mode of the old one. Some file systems have neither: there both are
+/// alike from the start.
+bool MakeAlike(int file, const struct stat& old) {
+  struct stat fresh {};
+  if (fstat(file, &fresh) != 0) return false;
+  const bool sameGroup = fresh.st_gid == old.st_gid;
+  if (sameGroup && fresh.st_mode == old.st_mode) return true;
+  return (sameGroup || fchown(file, static_cast<uid_t>(-1), old.st_gid) == 0) &&
+         fchmod(file, old.st_mode & kModeBits) == 0;
+}
+
+/// Puts the new name of a file on the disk. By then the file is replaced, so a failure is not reported.
+void FlushFolderOf(const std::string& name) {
+  const std::string folder = std::filesystem::path(name).parent_path().string();
+  const Descriptor opened(open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (opened.IsOpen()) Flush(opened.Number());
 }
 
 /// Creates the file NAME.new, or NAME.new1 and so on when a killed program has left that behind.
@@ -118,17 +137,23 @@ bool Rename(const std::string& name, const struct stat* old, std::string_view co
   std::string fresh;
   const Descriptor file = CreateBeside(name, old != nullptr ? old->st_mode : kNewFile, fresh);
   if (!file.IsOpen()) return false;
-  const bool alike = old == nullptr || (fchown(file.Number(), static_cast<uid_t>(-1), old->st_gid) == 0 &&
-                                        fchmod(file.Number(), old->st_mode & kModeBits) == 0);
-  if (alike && WriteOnDisk(file.Number(), contents) && rename(fresh.c_str(), name.c_str()) == 0) return true;
+  if ((old == nullptr || MakeAlike(file.Number(), *old)) && WriteAll(file.Number(), contents) &&
+      Flush(file.Number()) && rename(fresh.c_str(), name.c_str()) == 0) {
+    FlushFolderOf(name);
+    return true;
+  }
   const int error = errno;
   unlink(fresh.c_str());
   errno = error;
   return false;
 }
 
-/// Whether `errno` means that the folder does not allow a new file: then the old one is written in place.
-bool OnlyInPlace() { return errno == EACCES || errno == EPERM || errno == EROFS || errno == EBUSY; }
+/// Whether `errno` means that the folder or its file system does not allow a replacement. Then the file is
+/// written in place.
+bool OnlyInPlace() {
+  constexpr int kReasons[] = {EACCES, EPERM, EROFS, EBUSY, ENOSYS, EOPNOTSUPP};
+  return std::find(std::begin(kReasons), std::end(kReasons), errno) != std::end(kReasons);
+}
 
 }  // namespace
 
