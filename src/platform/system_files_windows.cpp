@@ -55,6 +55,7 @@ bool HasTooLongPart(const std::wstring& name) {
 /// The `errno` value for the last error of the system, which an operation on `name` caused.
 int ErrnoOf(const std::wstring& name) {
   const DWORD error = GetLastError();
+  if (error == ERROR_FILE_EXISTS || error == ERROR_ALREADY_EXISTS) return EEXIST;
   if (IsFolder(name)) return EISDIR;
   if (HasTooLongPart(name)) return ENAMETOOLONG;
   switch (error) {
@@ -134,6 +135,32 @@ bool PutInPlace(const std::string& fresh, const std::string& old) {
 
 constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
+/// The file that a link leads to; any other name, and a link to nothing, verbatim.
+std::string BehindLinks(const std::string& name) {
+  const std::wstring wide = Wide(name);
+  const DWORD attributes = GetFileAttributesW(wide.c_str());
+  const bool link = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+  const HANDLE file =
+      link ? CreateFileW(wide.c_str(), 0, kAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)
+           : INVALID_HANDLE_VALUE;
+  if (file == INVALID_HANDLE_VALUE) return name;
+  constexpr DWORD kLongestPath = 1 << 15;
+  std::wstring target(kLongestPath, 0);
+  const DWORD length = GetFinalPathNameByHandleW(file, target.data(), kLongestPath, FILE_NAME_NORMALIZED);
+  CloseHandle(file);
+  return length == 0 || length >= kLongestPath ? name : Narrow(target.substr(0, length));
+}
+
+/// Creates the file NAME.new, or NAME.new1 and so on when a killed program has left that behind.
+std::FILE* CreateBeside(const std::string& name, std::string& fresh) {
+  constexpr int kMaxLeft = 1000;
+  for (int left = 0;; ++left) {
+    fresh = name + ".new" + (left == 0 ? "" : std::to_string(left));
+    std::FILE* file = Open(fresh, CREATE_NEW, 0);
+    if (file != nullptr || errno != EEXIST || left == kMaxLeft) return file;
+  }
+}
+
 }  // namespace
 
 void OpenMissingStreams() {}  // not necessary: files never get the descriptors of streams
@@ -172,16 +199,16 @@ std::FILE* OpenForOneWriter(const std::string& name) {
 }
 
 bool Replace(const std::string& name, std::string_view contents) {
-  const std::string fresh = name + ".new";
-  DeleteFileW(Wide(fresh).c_str());  // may be left by a killed program
-  std::FILE* file = Open(fresh, CREATE_NEW, 0);
+  const std::string target = BehindLinks(name);
+  std::string fresh;
+  std::FILE* file = CreateBeside(target, fresh);
   if (file == nullptr) {
     if (errno == EWOULDBLOCK) errno = EACCES;
     return false;
   }
   bool written = std::fwrite(contents.data(), 1, contents.size(), file) == contents.size();
   written = CloseOnDisk(file) && written;
-  if (written && PutInPlace(fresh, name)) return true;
+  if (written && PutInPlace(fresh, target)) return true;
   const int error = written ? errno : TransferError();
   DeleteFileW(Wide(fresh).c_str());
   errno = error;
