@@ -112,18 +112,19 @@ std::string LockFileOf(const std::string& device) {
   return "/var/lock/LCK.." + name;
 }
 
-/// The start time of a process in seconds since 1970, from clock ticks since the start of the computer.
-double StartTime(double ticks) {
+/// When the system started, in seconds since 1970 by the clock as it is set now.
+double BootTime() {
   const auto now = [](clockid_t clock) {
     timespec time{};
     clock_gettime(clock, &time);
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
   };
-  return now(CLOCK_REALTIME) - now(CLOCK_BOOTTIME) + ticks / static_cast<double>(sysconf(_SC_CLK_TCK));
+  return now(CLOCK_REALTIME) - now(CLOCK_BOOTTIME);
 }
 
 /// Whether a process is running that may have written a file at the time `written` (seconds since 1970). A
-/// process that started later has reused the number of the writer.
+/// process that started later has reused the number of the writer. When `written` is before the start of the
+/// system, the clock was set forward since, and the times cannot be compared.
 bool IsRunningSince(pid_t process, double written) {
   constexpr double kSlack = 2;               // seconds, for adjustments of the clock
   constexpr int kBetweenStateAndStart = 18;  // fields
@@ -137,10 +138,11 @@ bool IsRunningSince(pid_t process, double written) {
   fields >> state;
   std::string other;
   for (int i = 0; i < kBetweenStateAndStart; ++i) fields >> other;
-  double start = 0;
-  fields >> start;
-  const bool ended = state == 'Z' || state == 'X';  // zombie or dead
-  return !ended && StartTime(start) <= written + kSlack;
+  double ticks = 0;  // of the clock, from the start of the system to that of the process
+  fields >> ticks;
+  if (state == 'Z' || state == 'X') return false;  // zombie or dead
+  const double boot = BootTime();
+  return written < boot || boot + ticks / static_cast<double>(sysconf(_SC_CLK_TCK)) <= written + kSlack;
 }
 
 /// Whether a lock file contains the number of another running process in its first line. Everybody may write

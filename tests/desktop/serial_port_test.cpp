@@ -291,16 +291,22 @@ TEST_F(SerialPortTest, ALockFileOfALivingProcessIsNamedAndTheDeviceLeftAlone) {
   if (zombie == 0) _exit(0);
   siginfo_t ended{};
   waitid(P_PID, static_cast<id_t>(zombie), &ended, WEXITED | WNOWAIT);
+  const pid_t young = fork();
+  if (young == 0) {
+    pause();
+    _exit(0);
+  }
   const struct {
     std::string process;
-    std::chrono::hours age;
+    std::chrono::minutes age;
     bool lives;
   } kFiles[] = {
       {"1", 0h, true},
       {"999999999", 0h, false},
       {"99999999999999999999", 0h, false},
       {std::to_string(zombie), 0h, false},
-      {std::to_string(getppid()), 24h * 10'000, false},  // its number was another process's then
+      {std::to_string(young), 1min, false},         // its number was another process's then
+      {std::to_string(young), 24h * 10'000, true},  // the clock was set since
   };
   for (const auto& file : kFiles) {
     std::ofstream(lock) << file.process << "\n";
@@ -314,6 +320,8 @@ TEST_F(SerialPortTest, ALockFileOfALivingProcessIsNamedAndTheDeviceLeftAlone) {
     port.Close();
   }
   waitpid(zombie, nullptr, 0);
+  kill(young, SIGKILL);
+  waitpid(young, nullptr, 0);
   ASSERT_EQ(mkfifo(lock.c_str(), 0666), 0);
   EXPECT_EQ(NumberOf([&] { port.Open(kPort, {9600}); }), 0);
   int process = 0;
