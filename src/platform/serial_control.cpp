@@ -55,7 +55,7 @@ void SerialControl::SetPortOpen(bool open) {
 /// Problem: if the device refuses the current speed, the port could never be opened again. So the next call
 /// uses the default speed; the run sets its own on the open port.
 void SerialControl::OpenDevice() {
-  if (std::exchange(speedRefused_, false)) line_ = LineSettings{};
+  if (std::exchange(speedRefused_, false)) SetSettings(kSettingsAtStart);
   try {
     device_.Open(port_, line_);
   } catch (const RunError& error) {

@@ -31,6 +31,7 @@ class SerialControl {
   /// `text` is a speed followed by ",N,8,2": no parity, 8 data bits, 2 stop bits. Applies at once, or when a
   /// closed port is opened. Any other text raises RunError 380 and changes nothing.
   void SetSettings(const std::string& text);
+  static constexpr const char* kSettingsAtStart = "9600,N,8,2";
   const std::string& Settings() const { return settings_; }
 
   /// Checks the mode only: Input returns unchanged bytes in both. Any other mode raises RunError 380.
@@ -57,7 +58,7 @@ class SerialControl {
   SerialDevice& device_;
   int port_ = 1;
   bool open_ = false;
-  std::string settings_ = "9600,N,8,2";
+  std::string settings_ = kSettingsAtStart;
   LineSettings line_;
   bool speedRefused_ = false;  // when the port was last opened
 };

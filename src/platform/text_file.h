@@ -49,6 +49,7 @@ class LineReader {
   /// Opens a file, which is read in pieces to save memory. Raises what ReadFile raises.
   static LineReader OfFile(const std::string& path);
 
+  /// Whether no line is left. After a failure of reading it stays false, and each Next raises that failure.
   bool AtEnd() const { return position_ >= text_.size() && !failure_; }
 
   /// The next line without its end, valid until the next call. Raises RunError 62 at the end, and 7 for a

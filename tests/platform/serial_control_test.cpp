@@ -59,6 +59,7 @@ TEST_F(SerialControlTest, OpensAgainAfterAnOpeningThatWasRefusedForASpeedSetWhil
   computer.beforeOperation = nullptr;
   line.SetPortOpen(true);
   EXPECT_THAT(computer.speeds, ElementsAre(9600));
+  EXPECT_EQ(line.Settings(), "9600,N,8,2");
 }
 
 }  // namespace
