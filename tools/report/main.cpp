@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "command_line/arguments.h"
 #include "command_line/manual_formatter.h"
 #include "platform/system_files.h"
 #include "report/report.h"
@@ -107,7 +108,6 @@ void Print(const std::vector<Named>& records, const Options& options) {
 /// Returns a status that ends the program, or nothing when there is work.
 std::optional<int> ParseCommandLine(int argc, char** argv, Options& options) {
   const QCoreApplication withoutWindows(argc, argv);
-  const QStringList arguments = QCoreApplication::arguments();
   CLI::App app(kDescription, "quillon-report");
   app.formatter(std::make_shared<quillon::ManualFormatter>());
   app.footer(kFooter);
@@ -126,10 +126,8 @@ std::optional<int> ParseCommandLine(int argc, char** argv, Options& options) {
       ->type_name("DIR");
   app.set_help_flag("-h,--help", "print this text");
   app.set_version_flag("--version", "quillon-report " QUILLON_VERSION, "print the version");
-  std::vector<std::string> words;  // CLI11 expects the last one first, without the program
-  for (qsizetype n = arguments.size() - 1; n > 0; --n) words.push_back(arguments[n].toStdString());
   try {
-    app.parse(std::move(words));
+    app.parse(quillon::WordsToParse(QCoreApplication::arguments()));
     return std::nullopt;
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? 0 : kUsage;

@@ -3,13 +3,13 @@
 #include <CLI/CLI.hpp>
 #include <QDir>
 #include <QFileInfo>
-#include <QRegularExpression>
 #include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <iterator>
 #include <memory>
 
+#include "command_line/arguments.h"
 #include "command_line/manual_formatter.h"
 #include "forms/quillon.h"
 
@@ -165,31 +165,6 @@ EXAMPLES
 )";
 
 [[noreturn]] void Refuse(const QString& reason) { throw Failure(ErrorCategory::kUsage, reason); }
-
-/// A number is digits only: no sign, no blanks, not empty.
-std::optional<int> NumberWithin(const QString& word, int low, int high) {
-  static const QRegularExpression digits("^[0-9]+\\z");
-  bool fits = false;
-  const int number = word.toInt(&fits);
-  if (!fits || !digits.match(word).hasMatch() || number < low || number > high) return std::nullopt;
-  return number;
-}
-
-/// The controllers of a list such as "1,2,5" or "0-3,7". Raises std::invalid_argument with the reason.
-QList<int> ParseControllers(const QString& list) {
-  QList<int> numbers;
-  for (const QString& word : list.split(',')) {
-    const auto first = NumberWithin(word.section('-', 0, 0), 0, kLastController);
-    const auto last = word.contains('-') ? NumberWithin(word.section('-', 1), 0, kLastController) : first;
-    if (!first || !last || *last < *first) {
-      throw std::invalid_argument(
-          ("\"" + word + "\" is not a controller. Give numbers from 0 to 31, such as 1,2,5 or 0-3,7.")
-              .toStdString());
-    }
-    for (int number = *first; number <= *last; ++number) numbers.push_back(number);
-  }
-  return numbers;
-}
 
 Task::Step ParseStep(const QString& words) {
   const QString name = words.section(':', 0, 0);
@@ -385,9 +360,7 @@ Task ParseCommandLine(const QStringList& arguments) {
   app.set_version_flag("--version", "", "print the version");
   app.add_option("STEP", steps)->excludes(resume);
 
-  std::vector<std::string> words;  // CLI11 expects the last one first, without the program
-  for (qsizetype n = arguments.size() - 1; n > 0; --n) words.push_back(arguments[n].toStdString());
-  if (!Parse(app, std::move(words), task)) return task;
+  if (!Parse(app, WordsToParse(arguments), task)) return task;
   RefuseTwice(app);
   if (!controllers.isEmpty()) task.controllers = ParseControllers(controllers);
   for (const std::string& step : steps) task.steps.push_back(ParseStep(QString::fromStdString(step)));
