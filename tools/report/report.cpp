@@ -52,11 +52,38 @@ QString Shortened(const QString& name) {
   return name.size() > kLongest ? name.left(kEach) + "..." + name.right(kEach) : name;
 }
 
+/// Those that the record contains: a line check has no delay.
+QString SettingsText(const JobRecord& record) {
+  constexpr std::pair<const char*, const char*> kTexts[] = {{"speed", "%1 bit/s"},
+                                                            {"timeout", "time-out %1 ms"},
+                                                            {"delay", "delay %1 ms"},
+                                                            {"questions", "%1 questions"},
+                                                            {"protocol", "protocol %1"}};
+  QJsonObject settings = record.job["settings"].toObject();
+  if (record.Kind() != "parallel") settings.remove("delay");
+  QStringList texts;
+  for (const auto& [name, text] : kTexts)
+    if (settings.contains(name)) texts << QString(text).arg(settings[name].toString());
+  return texts.join(", ");
+}
+
+QString CountText(int count) { return count == 0 ? "-" : QString::number(count); }
+
+/// The cells of a row between the number and the verdict.
+QStringList CellsOf(const JobRecord& record, const ControllerRecord& controller) {
+  if (record.Kind() == "line-check") return {CountText(controller.unanswered), CountText(controller.damaged)};
+  QStringList cells{Row(controller.before),
+                    controller.after.isEmpty() ? controller.failure : Row(controller.after)};
+  for (const int count :
+       {controller.acknowledged, controller.repeats, controller.refusals, controller.damaged})
+    cells.push_back(CountText(count));
+  return cells;
+}
+
 void AddFacts(const JobRecord& record, const QString& name, Report& report) {
   const auto add = [&](const QString& label, const QString& value) {
     if (!value.isEmpty()) report.facts.push_back({label, value});
   };
-  const QJsonObject settings = record.job["settings"].toObject();
   const QJsonObject file = record.File();
   add("Time", record.Time().toString("yyyy-MM-dd HH:mm:ss 'UTC'") +
                   QString(", %1 s, %2")
@@ -74,10 +101,7 @@ void AddFacts(const JobRecord& record, const QString& name, Report& report) {
     add("Warning", file["fault"].toString());
   }
   add("Port", record.job["port"].toString() + ": " + record.job["adapter"].toString().replace('\n', ", "));
-  const QString delay = record.Kind() == "parallel" ? "delay " + settings["delay"].toString() + " ms, " : "";
-  add("Settings", QString("%1 bit/s, time-out %2 ms, %3protocol %4")
-                      .arg(settings["speed"].toString(), settings["timeout"].toString(), delay,
-                           settings["protocol"].toString()));
+  add("Settings", SettingsText(record));
   add("Errors", record.errors.trimmed().replace('\n', "; "));
   add("Record", name + ", written by " + record.job["tool"].toString());
 }
@@ -89,25 +113,23 @@ Report MakeReport(const JobRecord& record, const QString& name, const KnownFirmw
   report.title = Title(record);
   AddFacts(record, name, report);
   report.columns = {"No.", "Before", "After", "Batches", "Repeats", "Refusals", "Damaged", "Verdict"};
-  if (known) report.columns.insert(3, "Firmware");
+  const bool lineCheck = record.Kind() == "line-check";  // it reads no firmware
+  if (lineCheck) report.columns = {"No.", "Unanswered", "Damaged", "Verdict"};
+  if (known && !lineCheck) report.columns.insert(3, "Firmware");
   int good = 0;
   QStringList firmwareNotes;
   for (const auto& [number, controller] : record.controllers) {
     good += controller.good ? 1 : 0;
     const QString note = NoteOf(controller);
     if (!note.isEmpty() && !report.notes.contains(note)) report.notes.push_back(note);
-    QStringList row{QString::number(number), Row(controller.before),
-                    controller.after.isEmpty() ? controller.failure : Row(controller.after)};
-    if (known) {
+    QStringList row = QStringList(QString::number(number)) + CellsOf(record, controller);
+    if (known && !lineCheck) {
       const QString firmware = Firmware(record, controller, *known);
       const QString shown = Shortened(firmware.section(':', 0, 0));
-      row.push_back(shown);
+      row.insert(3, shown);
       const QString whole = firmware.startsWith(shown) ? firmware : shown + ": " + firmware;
       if (whole != shown && !firmwareNotes.contains(whole)) firmwareNotes.push_back(whole);
     }
-    for (const int count :
-         {controller.acknowledged, controller.repeats, controller.refusals, controller.damaged})
-      row.push_back(count == 0 ? "-" : QString::number(count));
     row.push_back(VerdictText(controller) +
                   (note.isEmpty() ? "" : QString(" [%1]").arg(report.notes.indexOf(note) + 1)));
     report.rows.push_back(row);
