@@ -25,7 +25,7 @@ check src/shell "$logic"
 check src/records 'platform|forms|link|image|results|records'
 check src/desktop "$logic|records|desktop"
 check tools/driver 'driver'
-check tools/line 'platform|records|forms|link|image|commands|desktop|command_line|unattended|line'
+check tools/line 'platform|results|records|link|commands|desktop|command_line|unattended|line'
 check tools/command_line 'command_line'
 check tools/report 'platform|forms|image|records|command_line|report'
 check tools/unattended "$logic|records|desktop|driver|command_line|unattended"

@@ -1,6 +1,7 @@
 // Builds the frames; frames.h lists their payloads.
 #include "commands/frames.h"
 
+#include "image/batch_reader.h"
 #include "link/text_arithmetic.h"
 #include "platform/run_error.h"
 
@@ -49,6 +50,13 @@ Bytes BatchFrame(int address, const Bytes& payload) {
   Bytes batch{kProgramming, 0xAA, 0x55, kBatch};
   batch.insert(batch.end(), payload.begin(), payload.end());
   return FrameTo(address, kFixedProtocol, batch);
+}
+
+std::vector<std::size_t> BatchFrameSizes(std::string_view file) {
+  std::vector<std::size_t> sizes;
+  for (BatchReader batches(file); !batches.AtEnd();)
+    sizes.push_back(BatchFrame(kBroadcast, batches.Next()).size());
+  return sizes;
 }
 
 Bytes FullChecksumFrame(int y, const std::string& checksum) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -11,6 +12,11 @@ namespace quillon {
 
 /// The bits that a byte needs on the line: a start bit, 8 data bits, 2 stop bits.
 inline constexpr double kBitsPerByte = 11;
+
+/// The seconds that bytes need on the line.
+inline double LineSeconds(std::size_t bytes, int bitsPerSecond) {
+  return static_cast<double>(bytes) * kBitsPerByte / std::max(bitsPerSecond, 1);
+}
 
 /// The serial port, selected by its number. Its speed can change while it is open. There is no handshaking,
 /// and bytes are never translated. The class checks the properties; SerialDevice does the work.

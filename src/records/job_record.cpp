@@ -6,7 +6,10 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <algorithm>
+#include <cmath>
 #include <stdexcept>
+
+#include "platform/system_ports.h"
 
 namespace quillon {
 namespace {
@@ -140,6 +143,26 @@ class RecordParser {
 };
 
 }  // namespace
+
+QJsonObject RecordLine(const char* event, double seconds, QJsonObject fields) {
+  fields["event"] = event;
+  fields["seconds"] = std::round(seconds * 1000) / 1000;
+  return fields;
+}
+
+QJsonObject JobFields(const JobFacts& job, const std::string& folder) {
+  const int port = job.port.section(' ', 1).toInt();
+  QJsonArray controllers;
+  for (const int controller : job.controllers) controllers.push_back(controller);
+  return {{"format", kRecordFormat},
+          {"time", job.began.toString(Qt::ISODateWithMs)},
+          {"kind", job.kind},
+          {"tool", job.tool},
+          {"port", job.port},
+          {"adapter", port == 0 ? "" : QString::fromStdString(DescribePort(folder, port).text)},
+          {"settings", job.settings},
+          {"controllers", controllers}};
+}
 
 QString Sha256(const std::string& contents) {
   const auto size = static_cast<qsizetype>(contents.size());

@@ -6,6 +6,7 @@
 #include <QString>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace quillon {
 
@@ -13,6 +14,21 @@ inline constexpr int kRecordFormat = 1;  ///< the version of the format that doc
 
 /// The SHA-256 of a file's contents as hex digits.
 QString Sha256(const std::string& contents);
+
+/// A line of a record: the fields, the event, and the seconds since the run began.
+QJsonObject RecordLine(const char* event, double seconds, QJsonObject fields);
+
+/// The contents of the first line of each record.
+struct JobFacts {
+  QString kind;
+  QString tool;  ///< name and version of the program
+  QDateTime began;
+  QString port;  ///< such as "COM 33"
+  std::vector<int> controllers;
+  QJsonObject settings;
+};
+/// The fields of the first line. The adapter is asked for its description; `folder` is the program's.
+QJsonObject JobFields(const JobFacts& job, const std::string& folder);
 
 /// The part of a job record about one controller.
 struct ControllerRecord {

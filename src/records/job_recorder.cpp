@@ -2,13 +2,9 @@
 #include "records/job_recorder.h"
 
 #include <QDateTime>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <cmath>
 #include <filesystem>
 
 #include "image/batch_reader.h"
-#include "platform/system_ports.h"
 #include "platform/text_file.h"
 #include "records/job_record.h"
 #include "results/gap.h"
@@ -35,11 +31,6 @@ QString Name(const char* const (&names)[N], Enum value) {
 
 QString Text(const std::string& text) { return QString::fromStdString(text); }
 
-QString Adapter(const std::string& folder, const std::string& port) {
-  const int number = Text(port).section(' ', 1).toInt();
-  return number == 0 ? "" : Text(DescribePort(folder, number).text);
-}
-
 }  // namespace
 
 QList<RecordLines::Line> RecordLines::Of(const RunEvent& event) {
@@ -51,9 +42,7 @@ QList<RecordLines::Line> RecordLines::Of(const RunEvent& event) {
 }
 
 void RecordLines::Put(const char* event, QJsonObject fields, bool flush) {
-  fields["event"] = event;
-  fields["seconds"] = std::round((time_ - began_) * 1000) / 1000;
-  lines_.push_back({std::move(fields), flush});
+  lines_.push_back({RecordLine(event, time_ - began_, std::move(fields)), flush});
 }
 
 void RecordLines::PutLimited(int controller, const QString& kind, const char* event, QJsonObject fields) {
@@ -87,25 +76,22 @@ void RecordLines::Add(const RunStarted& e) {
   underWay_ = true;
   current_ = kEveryController;
   batch_ = batchesSent_ = errors_ = 0;
-  QJsonArray controllers;
   sums_.reset();
   for (const int controller : e.controllers) {
-    controllers.push_back(controller);
     if (e.kind != RunKind::kAuto) tallies_[controller].before = known_[controller];
   }
-  QJsonObject job{{"format", kRecordFormat},
-                  {"time", QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs)},
-                  {"kind", Name(kKinds, e.kind)},
-                  {"tool", "quillon " QUILLON_VERSION},
-                  {"port", Text(e.port)},
-                  {"adapter", Adapter(folder_, e.port)},
-                  {"settings", QJsonObject{{"speed", Text(e.speed)},
-                                           {"timeout", Text(e.timeOut)},
-                                           {"delay", Text(e.delay)},
-                                           {"protocol", Text(e.protocol)},
-                                           {"prot3", e.prot3},
-                                           {"keepSpeed", e.keepSpeed}}},
-                  {"controllers", controllers}};
+  QJsonObject job = JobFields({.kind = Name(kKinds, e.kind),
+                               .tool = "quillon " QUILLON_VERSION,
+                               .began = QDateTime::currentDateTimeUtc(),
+                               .port = Text(e.port),
+                               .controllers = e.controllers,
+                               .settings = {{"speed", Text(e.speed)},
+                                            {"timeout", Text(e.timeOut)},
+                                            {"delay", Text(e.delay)},
+                                            {"protocol", Text(e.protocol)},
+                                            {"prot3", e.prot3},
+                                            {"keepSpeed", e.keepSpeed}}},
+                              folder_);
   if (!e.file.empty()) job["file"] = FileFacts();
   if (!labels_.by.isEmpty()) job["by"] = labels_.by;
   Put("job", std::move(job), true);
@@ -222,13 +208,7 @@ void RecordLines::Add(const RunEnded& e) {
 }
 
 void JobRecorder::OnRunEvent(const RunEvent& event) {
-  for (const RecordLines::Line& line : lines_.Of(event)) {
-    if (line.fields["event"] == "job") {
-      const QDateTime time = QDateTime::fromString(line.fields["time"].toString(), Qt::ISODateWithMs);
-      writer_.Begin(time.toString("yyyyMMdd'T'HHmmss'Z'-") + line.fields["kind"].toString());
-    }
-    writer_.Append(QJsonDocument(line.fields).toJson(QJsonDocument::Compact) + '\n', line.flush);
-  }
+  for (const RecordLines::Line& line : lines_.Of(event)) writer_.Write(line.fields, line.flush);
 }
 
 }  // namespace quillon

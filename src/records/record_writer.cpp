@@ -1,7 +1,9 @@
 // The thread that writes job records.
 #include "records/record_writer.h"
 
+#include <QDateTime>
 #include <QDir>
+#include <QJsonDocument>
 #include <utility>
 
 #include "platform/system_files.h"
@@ -26,6 +28,14 @@ void RecordWriter::Queue(Item item) {
     items_.push_back(std::move(item));
   }
   changed_.notify_all();
+}
+
+void RecordWriter::Write(const QJsonObject& line, bool flush) {
+  if (line["event"] == "job") {
+    const QDateTime time = QDateTime::fromString(line["time"].toString(), Qt::ISODateWithMs);
+    Queue({time.toString("yyyyMMdd'T'HHmmss'Z'-") + line["kind"].toString(), {}, false});
+  }
+  Queue({{}, QJsonDocument(line).toJson(QJsonDocument::Compact) + '\n', flush});
 }
 
 void RecordWriter::Wait() {

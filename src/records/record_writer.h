@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QFile>
+#include <QJsonObject>
 #include <QObject>
 #include <QString>
 #include <condition_variable>
@@ -22,10 +23,10 @@ class RecordWriter {
   RecordWriter& operator=(const RecordWriter&) = delete;
   ~RecordWriter();  ///< writes the queued lines first
 
-  /// Begins the file "NAME.jsonl", or "NAME-2.jsonl" and so on if that exists.
-  void Begin(const QString& name) { Queue({name, {}, false}); }
-  /// Adds a line. `flush`: it and all lines before it are written to the disk.
-  void Append(const QByteArray& line, bool flush) { Queue({{}, line, flush}); }
+  /// Appends a line. One whose event is `job` begins a file, named after its time and kind:
+  /// "20261124T101112Z-parallel.jsonl", or "20261124T101112Z-parallel-2.jsonl" and so on if that exists.
+  /// `flush`: the line and all lines before it are written to the disk.
+  void Write(const QJsonObject& line, bool flush);
 
   /// Returns when all lines are written, and a failure is queued as an event of the calling thread.
   void Wait();

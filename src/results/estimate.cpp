@@ -8,7 +8,6 @@
 #include "commands/frames.h"
 #include "forms/quillon.h"
 #include "image/analyse_image.h"
-#include "image/batch_reader.h"
 #include "link/exchange.h"
 #include "link/outcome.h"
 #include "platform/serial_control.h"
@@ -22,10 +21,6 @@ int ToNumber(const std::string& text) {
   int number = 0;
   std::from_chars(text.data(), text.data() + text.size(), number);
   return number;
-}
-
-double LineSeconds(std::size_t bytes, int speed) {
-  return static_cast<double>(bytes) * kBitsPerByte / std::max(speed, 1);
 }
 
 /// The frame, the first byte of its answer, and the pause that ends an answer.
@@ -57,9 +52,7 @@ void ReadImage(const std::string& path, RunFacts& facts) {
   ImageFacts image;
   AnalyseImage(LineReader::OfFile(path), image);
   facts.imageSpeed = ToNumber(image.ImageBaudRate);
-  const std::string file = ReadFile(path);
-  for (BatchReader batches(file); !batches.AtEnd();)
-    facts.batchFrames.push_back(BatchFrame(kBroadcast, batches.Next()).size());
+  facts.batchFrames = BatchFrameSizes(ReadFile(path));
 }
 
 Estimate::Estimate(RunFacts facts) : facts_(std::move(facts)), lineSpeed_(facts_.speed) {

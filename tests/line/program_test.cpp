@@ -47,7 +47,8 @@ TEST_F(LineProgram, EndsAsTheControllersAre) {
        "Proven for up to "},
       {{"--questions", "2", "--json", "1"}, 1, R"("verdict":"not measured")"},
       {{"--questions", "4", "2"}, 1, "not there"},
-      {{"0-32"}, 2, R"("32" is not a controller)"},
+      {{"--watch", "--json", "1"}, 2, "--json excludes --watch"},
+      {{"0-32"}, 2, R"("0-32" is not a controller)"},
       {{"0"}, 3, "COM 99: no such port", "99"},
       {{"--for", "none.hex", "0"}, 4, "none.hex"},
   };

@@ -2,72 +2,90 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cmath>
 #include <map>
 
 #include "link/exchange.h"
+#include "results/answer_numbers.h"
 
 namespace quillon {
 namespace {
 
-/// The causes in the order in which they are looked for; FindCause has the symptoms. The manual has the same
-/// table.
-struct CauseText {
-  LineCause cause;
-  const char* word;
-  LineVerdict atBest;
-  const char* reason;
-  const char* remedy;
-};
-constexpr CauseText kCauses[] = {
-    {LineCause::kEcho, "echo", LineVerdict::kBad,
-     "the adapter returns what it sends, and the tool can't separate that from an answer",
-     "Switch off the echo of the adapter."},
-    {LineCause::kAbsent, "absent", LineVerdict::kNotThere, "it does not answer at any speed",
-     "Look at its supply, its number, its two wires and the protocol."},
-    {LineCause::kOtherSpeed, "other-speed", LineVerdict::kNotMeasured, "it answers at another speed only",
-     "Measure it with --speed %1."},
-    {LineCause::kOtherNumber, "other-number", LineVerdict::kBad,
-     "the answers contain the number of another controller", "Look at the numbers of both controllers."},
-    {LineCause::kDoubled, "doubled-number", LineVerdict::kBad,
-     "the answers are damaged in the same way each time, as when two controllers have this number",
-     "Unplug one controller after the other until the answers are intact."},
-    {LineCause::kIdleBytes, "weak-bias", LineVerdict::kMarginal,
-     "bytes come that nobody has sent, as when the bias of the line is too weak",
-     "Look for the bias resistors, and for terminators beyond the two at the ends."},
-    {LineCause::kLostStart, "late-driver", LineVerdict::kMarginal,
-     "answers lack their first byte, as when the driver is enabled too late",
-     "Exchange this controller; if all suffer, the adapter."},
-    {LineCause::kSlowClock, "slow-clock", LineVerdict::kMarginal,
-     "only the last bit of bytes is wrong, as when the clock of the controller is off",
-     "Exchange this controller, or use a lower speed."},
-    {LineCause::kReflections, "reflections", LineVerdict::kMarginal, "only the ends of answers are damaged",
-     "Look for a terminator at each end of the cable, and for long branches."},
-    {LineCause::kNoise, "noise", LineVerdict::kMarginal, "answers are damaged at any place or missing",
-     "Look at the cable %1."},
-    {LineCause::kLate, "late", LineVerdict::kMarginal, "answers begin after the time-out",
-     "Raise the time-out."},
-    {LineCause::kLatency, "latency", LineVerdict::kMarginal, "the adapter passes bytes on in lumps",
-     "Set the latency timer of the adapter to 1 ms."},
-    {LineCause::kFewQuestions, "few-questions", LineVerdict::kNotMeasured, "too few questions were asked",
-     "Ask at least 20 for a verdict."},
-    {LineCause::kNone, "none", LineVerdict::kGood, "all answers are intact and in time", ""},
-};
+using enum LineVerdict;
 
-const CauseText& TextOf(LineCause cause) {
-  return *std::find_if(std::begin(kCauses), std::end(kCauses),
-                       [cause](const CauseText& text) { return text.cause == cause; });
-}
+constexpr int kFewest = 3;  // of a kind, before it is more than chance
+constexpr char kAskMore[] = "Ask at least 20 for a verdict.";
 
-/// What is found in the answers of a controller.
-struct Evidence {
-  int otherNumbers = 0;
-  int repeated = 0;  // of the most frequent damaged answer
-  int extras = 0;    // intact answers with bytes around them
+/// What the questions to one controller show.
+struct Symptoms {
+  const LineDiagnosis& line;
+  ControllerDiagnosis& counts;
+  int otherSpeed;
+  int otherNumbers = 0;  // answers from another controller
+  int alike = 0;         // of the most frequent damaged answer
+  int extras = 0;        // intact answers with bytes around them
   int lostStarts = 0;
   int wrongBytes = 0;  // compared with an intact answer
   int wrongInTail = 0;
   int wrongInLastBit = 0;
+
+  bool Silent() const { return counts.missing == counts.asked; }
+};
+
+/// The table of causes. The first one whose symptoms are found is reported. The manual has the same table.
+struct Cause {
+  const char* word;
+  LineVerdict atBest;
+  bool (*found)(const Symptoms&);
+  const char* reason;
+  const char* remedy;  // %1 is the other speed, or the place of the noise
+};
+constexpr Cause kCauses[] = {
+    {"echo", kBad, [](const Symptoms& s) { return s.line.echo; },
+     "the adapter returns what it sends, and the tool can't separate that from an answer",
+     "Switch off the echo of the adapter."},
+    {"other-speed", kNotMeasured, [](const Symptoms& s) { return s.otherSpeed != 0; },
+     "it answers at another speed only", "Measure it with --speed %1."},
+    {"absent", kNotThere, [](const Symptoms& s) { return s.Silent() && s.counts.asked >= kSilentRounds; },
+     "it does not answer at any speed", "Look at its supply, its number, its two wires and the protocol."},
+    {"few-questions", kNotMeasured, [](const Symptoms& s) { return s.Silent(); },
+     "it did not answer, and too few questions were asked", kAskMore},
+    {"other-number", kBad, [](const Symptoms& s) { return s.otherNumbers > 0; },
+     "the answers contain the number of another controller", "Look at the numbers of both controllers."},
+    {"late-driver", kMarginal,
+     [](const Symptoms& s) { return s.lostStarts > 0 && 2 * s.lostStarts >= s.counts.damaged; },
+     "answers lack their first byte, as when the driver is enabled too late",
+     "Exchange this controller; if all suffer, the adapter."},
+    {"doubled-number", kBad,
+     [](const Symptoms& s) { return s.alike >= kFewest && 4 * s.alike >= 3 * s.counts.damaged; },
+     "the answers are damaged in the same way each time, as when two controllers have this number",
+     "Unplug one controller after the other until the answers are intact."},
+    {"weak-bias", kMarginal, [](const Symptoms& s) { return s.line.idleBytes + s.extras > 1; },
+     "bytes come that nobody has sent, as when the bias of the line is too weak",
+     "Look for the bias resistors, and for terminators beyond the two at the ends."},
+    // Of noisy bytes one in eight is wrong in its last bit alone.
+    {"slow-clock", kMarginal,
+     [](const Symptoms& s) { return s.wrongBytes >= 2 && s.wrongInLastBit == s.wrongBytes; },
+     "only the last bit of bytes is wrong, as when the clock of the controller is off",
+     "Exchange this controller, or use a lower speed."},
+    // Noise damages questions too, which are then not answered.
+    {"reflections", kMarginal,
+     [](const Symptoms& s) {
+       return s.wrongBytes >= kFewest && s.wrongInTail == s.wrongBytes &&
+              4 * s.counts.missing <= s.counts.damaged;
+     },
+     "only the ends of answers are damaged",
+     "Look for a terminator at each end of the cable, and for long branches."},
+    {"noise", kMarginal, [](const Symptoms& s) { return s.counts.damaged + s.counts.missing > 0; },
+     "answers are damaged at any place or missing", "Look at the cable %1."},
+    {"late", kMarginal, [](const Symptoms& s) { return s.counts.late > 0; },
+     "answers begin after the time-out", "Raise the time-out."},
+    {"latency", kMarginal, [](const Symptoms& s) { return s.line.latency > 0; },
+     "the adapter passes bytes on in lumps", "Set the latency timer of the adapter to 1 ms."},
+    {"few-questions", kNotMeasured, [](const Symptoms& s) { return s.counts.asked < kQuestionsForVerdict; },
+     "too few questions were asked", kAskMore},
+    {"", kGood, [](const Symptoms&) { return true; }, "all answers are intact and in time", ""},
 };
 
 /// The answer that the damaged ones are compared with; empty when none was intact.
@@ -77,10 +95,6 @@ Bytes Reference(const MeasuredController& controller) {
   return {};
 }
 
-bool Contains(const Bytes& bytes, const Bytes& part) {
-  return !part.empty() && std::search(bytes.begin(), bytes.end(), part.begin(), part.end()) != bytes.end();
-}
-
 /// The first byte of an answer is the protocol byte, as in the question.
 bool LacksItsStart(const Bytes& bytes, std::uint8_t protocolByte) {
   Bytes whole{protocolByte};
@@ -88,38 +102,17 @@ bool LacksItsStart(const Bytes& bytes, std::uint8_t protocolByte) {
   return CrcMatches(whole);
 }
 
-void CompareBytes(const Bytes& bytes, const Bytes& reference, Evidence& evidence,
-                  std::vector<int>& damagedAt) {
+void CompareBytes(const Bytes& bytes, const Bytes& reference, Symptoms& symptoms) {
   constexpr std::size_t kTail = 8;
   constexpr unsigned kLastBit = 0x80;  // the lowest bit is sent first
   for (std::size_t i = 0; i < bytes.size(); ++i) {
     const unsigned wrong = bytes[i] ^ reference[i];
-    evidence.wrongBytes += wrong != 0;
-    damagedAt[i] += wrong != 0;
-    evidence.wrongInTail += wrong != 0 && i >= kTail;
-    evidence.wrongInLastBit += wrong == kLastBit;
+    if (wrong == 0) continue;
+    ++symptoms.counts.damagedAt[i];
+    ++symptoms.wrongBytes;
+    symptoms.wrongInTail += i >= kTail;
+    symptoms.wrongInLastBit += wrong == kLastBit;
   }
-}
-
-Evidence FindEvidence(const MeasuredController& controller, std::uint8_t protocolByte,
-                      std::vector<int>& damagedAt) {
-  Evidence evidence;
-  const Bytes reference = Reference(controller);
-  damagedAt.assign(reference.size(), 0);
-  std::map<Bytes, int> damaged;
-  for (const Question& question : controller.questions) {
-    evidence.otherNumbers += question.reply == LineReply::kGood && question.bytes[1] != controller.number;
-    if (question.reply != LineReply::kDamaged) continue;
-    evidence.repeated = std::max(evidence.repeated, ++damaged[question.bytes]);
-    if (LacksItsStart(question.bytes, protocolByte)) {
-      ++evidence.lostStarts;
-    } else if (Contains(question.bytes, reference)) {
-      ++evidence.extras;
-    } else if (question.bytes.size() == reference.size()) {
-      CompareBytes(question.bytes, reference, evidence, damagedAt);
-    }
-  }
-  return evidence;
 }
 
 ControllerDiagnosis Count(const MeasuredController& controller, double timeout) {
@@ -154,7 +147,7 @@ ControllerDiagnosis Count(const MeasuredController& controller, double timeout) 
 /// times that differ by that delay. One controller without these symptoms refutes them. A busy computer
 /// causes the same symptoms, so its own lateness has to be small compared with them.
 double Latency(const LineMeasurement& measurement) {
-  constexpr std::size_t kFewest = 5;     // answers
+  constexpr std::size_t kEnough = 5;     // answers
   constexpr double kInLumps = 0.75;      // share of bytes that come together with the one before
   constexpr double kNoticeable = 0.008;  // seconds
   double latency = 0;
@@ -168,7 +161,7 @@ double Latency(const LineMeasurement& measurement) {
       together += question.together;
       steps += question.bytes.size() - 1;
     }
-    if (last.size() < kFewest) continue;
+    if (last.size() < kEnough) continue;
     const auto [earliest, latest] = std::minmax_element(last.begin(), last.end());
     const double spread = *latest - *earliest;
     const double noticeable = std::max(kNoticeable, 3 * measurement.lateness);
@@ -178,56 +171,62 @@ double Latency(const LineMeasurement& measurement) {
   return latency;
 }
 
-LineCause FindCause(const ControllerDiagnosis& counts, const Evidence& evidence, const LineDiagnosis& line,
-                    int otherSpeed) {
-  constexpr int kFewest = 3;  // of a kind, before it is more than chance
-  if (line.echo) return LineCause::kEcho;
-  if (otherSpeed != 0) return LineCause::kOtherSpeed;
-  if (counts.missing == counts.asked)
-    return counts.asked < kSilentRounds ? LineCause::kFewQuestions : LineCause::kAbsent;
-  if (evidence.otherNumbers > 0) return LineCause::kOtherNumber;
-  if (counts.damaged > 0 && 2 * evidence.lostStarts >= counts.damaged) return LineCause::kLostStart;
-  if (evidence.repeated >= kFewest && 4 * evidence.repeated >= 3 * counts.damaged) return LineCause::kDoubled;
-  if (line.idleBytes + evidence.extras > 1) return LineCause::kIdleBytes;
-  // Of noisy bytes one in eight is wrong in its last bit, and five of 13 are in the tail; noise damages
-  // questions too, which are then not answered.
-  if (evidence.wrongBytes >= 2 && evidence.wrongInLastBit == evidence.wrongBytes)
-    return LineCause::kSlowClock;
-  const bool onlyTail = evidence.wrongBytes >= kFewest && evidence.wrongInTail == evidence.wrongBytes;
-  if (onlyTail && 4 * counts.missing <= counts.damaged) return LineCause::kReflections;
-  if (counts.damaged + counts.missing > 0) return LineCause::kNoise;
-  if (counts.late > 0) return LineCause::kLate;
-  if (line.latency > 0) return LineCause::kLatency;
-  return counts.asked < kQuestionsForVerdict ? LineCause::kFewQuestions : LineCause::kNone;
+/// Whether answers that contain the number of another controller came from that controller.
+bool OtherNumbersCount(const LineMeasurement& measurement) {
+  AnswerNumbers numbers;
+  for (const MeasuredController& controller : measurement.controllers)
+    for (const Question& question : controller.questions)
+      if (question.reply == LineReply::kGood) numbers.Count(controller.number, question.bytes);
+  return numbers.OthersCount();
+}
+
+Symptoms FindSymptoms(const MeasuredController& controller, const LinePlan& plan, const LineDiagnosis& line,
+                      ControllerDiagnosis& counts) {
+  Symptoms symptoms{line, counts, controller.otherSpeed};
+  const Bytes reference = Reference(controller);
+  counts.damagedAt.assign(reference.size(), 0);
+  std::map<Bytes, int> damaged;
+  for (const auto& [asked, reply, bytes, firstByte, lastByte, together] : controller.questions) {
+    if (reply == LineReply::kGood)
+      symptoms.otherNumbers += AnswerNumbers().Count(controller.number, bytes).has_value();
+    if (reply != LineReply::kDamaged) continue;
+    symptoms.alike = std::max(symptoms.alike, ++damaged[bytes]);
+    if (LacksItsStart(bytes, plan.protocolByte)) {
+      ++symptoms.lostStarts;
+    } else if (!std::ranges::search(bytes, reference).empty()) {
+      ++symptoms.extras;
+    } else if (bytes.size() == reference.size()) {
+      CompareBytes(bytes, reference, symptoms);
+    }
+  }
+  return symptoms;
 }
 
 LineVerdict VerdictOf(const ControllerDiagnosis& counts, LineVerdict atBest) {
-  if (atBest == LineVerdict::kNotThere || atBest == LineVerdict::kNotMeasured) return atBest;
+  if (atBest == kNotThere || atBest == kNotMeasured) return atBest;
   const int failed = counts.damaged + counts.missing;
-  if (atBest != LineVerdict::kBad && counts.asked < kQuestionsForVerdict && failed < 3)
-    return LineVerdict::kNotMeasured;
-  if (10 * failed > counts.asked || counts.repeats >= kSends) return LineVerdict::kBad;
-  return atBest;
+  if (atBest != kBad && counts.asked < kQuestionsForVerdict && failed < kFewest) return kNotMeasured;
+  return 10 * failed > counts.asked || counts.repeats >= kSends ? kBad : atBest;
 }
 
-/// Where noise has its place. The controllers are taken to be connected in the order of their numbers.
+/// Where noise has its place. The controllers are assumed to be connected in the order of their numbers.
 std::string NoisePlace(const LineDiagnosis& line) {
-  std::string pattern;  // one letter for each controller that is there
-  int lastGood = 0;
+  std::string pattern;  // one letter for each controller that replies: n noise, o other
+  int lastOther = 0;
   for (const ControllerDiagnosis& controller : line.controllers) {
-    if (controller.cause == LineCause::kAbsent) continue;
-    const bool suffers = controller.cause == LineCause::kNoise;
-    pattern += suffers ? 's' : 'g';
-    if (!suffers) lastGood = controller.number;
+    if (controller.missing == controller.asked) continue;
+    pattern += controller.cause == "noise" ? 'n' : 'o';
+    if (pattern.back() == 'o') lastOther = controller.number;
   }
-  if (pattern.find('g') == std::string::npos)
+  if (pattern.find('o') == std::string::npos)
     return "from the adapter on, its screen, and what runs beside it";
-  if (std::count(pattern.begin(), pattern.end(), 's') == 1)
+  if (std::count(pattern.begin(), pattern.end(), 'n') == 1)
     return "to this controller and its connector, then at its driver";
-  if (pattern.find("sg") != std::string::npos) return "to each of them and its connectors";
-  return "behind controller " + std::to_string(lastGood) + ": all behind it suffer";
+  if (pattern.find("no") != std::string::npos) return "to each of them and its connectors";
+  return "behind controller " + std::to_string(lastOther) + ": all behind it suffer";
 }
 
+/// "4 damaged, 1 missing of 20: "
 std::string Failures(const ControllerDiagnosis& counts) {
   std::string text;
   for (const auto& [count, what] : {std::pair(counts.damaged, "damaged"),
@@ -236,18 +235,47 @@ std::string Failures(const ControllerDiagnosis& counts) {
   return text.empty() ? "" : text + " of " + std::to_string(counts.asked) + ": ";
 }
 
-void Explain(ControllerDiagnosis& counts, const LineDiagnosis& line, int otherSpeed) {
-  const CauseText& text = TextOf(counts.cause);
-  counts.verdict = VerdictOf(counts, text.atBest);
-  counts.reason = (counts.cause == LineCause::kAbsent ? "" : Failures(counts)) + text.reason;
-  counts.remedy = text.remedy;
-  if (counts.verdict == LineVerdict::kNotMeasured && text.atBest != LineVerdict::kNotMeasured)
-    counts.remedy = TextOf(LineCause::kFewQuestions).remedy;
-  if (const std::size_t gap = counts.remedy.find("%1"); gap != std::string::npos)
-    counts.remedy.replace(gap, 2, otherSpeed != 0 ? std::to_string(otherSpeed) : NoisePlace(line));
+void Judge(const Symptoms& symptoms) {
+  const Cause& cause = *std::ranges::find_if(kCauses, [&](const Cause& row) { return row.found(symptoms); });
+  ControllerDiagnosis& counts = symptoms.counts;
+  counts.verdict = VerdictOf(counts, cause.atBest);
+  counts.cause = cause.word;
+  counts.reason = (counts.verdict == kNotThere ? "" : Failures(counts)) + cause.reason;
+  counts.remedy = cause.remedy;
+  if (counts.verdict == kNotMeasured && cause.atBest != kNotMeasured) counts.remedy = kAskMore;
+}
+
+void FillIn(const std::string& word, std::string& text) {
+  if (const std::size_t gap = text.find("%1"); gap != std::string::npos) text.replace(gap, 2, word);
 }
 
 }  // namespace
+
+LineDiagnosis Diagnose(const LineMeasurement& measurement) {
+  LineDiagnosis line;
+  line.echo = measurement.echoes > 0;
+  line.idleBytes = measurement.idleBytes;
+  line.latency = Latency(measurement);
+  const bool otherNumbersCount = OtherNumbersCount(measurement);
+  for (const MeasuredController& controller : measurement.controllers) {
+    ControllerDiagnosis counts = Count(controller, measurement.plan.timeout);
+    Symptoms symptoms = FindSymptoms(controller, measurement.plan, line, counts);
+    if (!otherNumbersCount) symptoms.otherNumbers = 0;
+    Judge(symptoms);
+    line.slowest = std::max(line.slowest, counts.longest);
+    line.controllers.push_back(std::move(counts));
+  }
+  for (std::size_t i = 0; i < line.controllers.size(); ++i) {
+    const int speed = measurement.controllers[i].otherSpeed;
+    FillIn(speed != 0 ? std::to_string(speed) : NoisePlace(line), line.controllers[i].remedy);
+  }
+  return line;
+}
+
+const char* VerdictText(LineVerdict verdict) {
+  constexpr std::array kTexts = {"good", "marginal", "bad", "not there", "not measured"};
+  return kTexts[static_cast<std::size_t>(verdict)];
+}
 
 double WilsonBound(int failed, int asked) {
   constexpr double kZ = 1.96;  // of 95 %
@@ -259,47 +287,21 @@ double WilsonBound(int failed, int asked) {
   return std::min(1.0, (middle + half) / (1 + kZ * kZ / n));
 }
 
-LineDiagnosis Diagnose(const LineMeasurement& measurement) {
-  LineDiagnosis line;
-  line.echo = measurement.echoes > 0;
-  line.idleBytes = measurement.idleBytes;
-  line.latency = Latency(measurement);
-  for (const MeasuredController& controller : measurement.controllers) {
-    ControllerDiagnosis counts = Count(controller, measurement.plan.timeout);
-    const Evidence evidence = FindEvidence(controller, measurement.plan.protocolByte, counts.damagedAt);
-    counts.cause = FindCause(counts, evidence, line, controller.otherSpeed);
-    line.slowest = std::max(line.slowest, counts.longest);
-    line.controllers.push_back(std::move(counts));
-  }
-  for (std::size_t i = 0; i < line.controllers.size(); ++i)
-    Explain(line.controllers[i], line, measurement.controllers[i].otherSpeed);
-  return line;
-}
-
-const char* VerdictText(LineVerdict verdict) {
-  constexpr std::array kTexts = {"good", "marginal", "bad", "not there", "not measured"};
-  return kTexts[static_cast<std::size_t>(verdict)];
-}
-
-const char* CauseWord(LineCause cause) { return TextOf(cause).word; }
-
 FileProof ProveFile(const LineDiagnosis& diagnosis, const std::vector<std::size_t>& batchFrames) {
-  constexpr std::size_t kPerQuestion = 7 + 13;  // bytes of question and answer
-  FileProof proof;
-  std::size_t carried =
-      diagnosis.slowest > 0 ? SIZE_MAX : 0;  // bytes without a loss, of the worst controller
+  constexpr int kPerQuestion = 7 + 13;                // bytes of question and answer
+  int carried = diagnosis.slowest > 0 ? INT_MAX : 0;  // bytes without a loss, of the worst controller
   for (const ControllerDiagnosis& controller : diagnosis.controllers) {
-    if (controller.cause == LineCause::kAbsent) continue;
-    const bool lossless = controller.answered == controller.asked;
-    carried = std::min(carried, lossless ? static_cast<std::size_t>(controller.asked) * kPerQuestion : 0);
+    if (controller.verdict == kNotThere) continue;
+    carried =
+        std::min(carried, controller.answered == controller.asked ? controller.asked * kPerQuestion : 0);
   }
-  std::size_t needed = 0;
+  FileProof proof{.batches = static_cast<int>(batchFrames.size())};
+  int needed = 0;
   for (const std::size_t frame : batchFrames) {
-    needed += frame;
-    ++proof.batches;
+    needed += static_cast<int>(frame);
     if (needed <= carried) ++proof.provenBatches;
   }
-  proof.questions = static_cast<int>((needed + kPerQuestion - 1) / kPerQuestion);
+  proof.questions = (needed + kPerQuestion - 1) / kPerQuestion;
   return proof;
 }
 

@@ -10,27 +10,10 @@ namespace quillon {
 
 enum class LineVerdict { kGood, kMarginal, kBad, kNotThere, kNotMeasured };
 
-/// What explains the symptoms; diagnosis.cpp has the table with reasons and remedies.
-enum class LineCause {
-  kNone,
-  kEcho,
-  kAbsent,
-  kOtherSpeed,
-  kOtherNumber,
-  kDoubled,
-  kIdleBytes,
-  kLostStart,
-  kSlowClock,
-  kReflections,
-  kNoise,
-  kLate,
-  kLatency,
-  kFewQuestions,
-};
-
 /// When none of them fails, fewer than 17 % of all questions do, with 95 % confidence.
 inline constexpr int kQuestionsForVerdict = 20;
 
+/// Times are in seconds.
 struct ControllerDiagnosis {
   int number = 0;
   int asked = 0;
@@ -40,16 +23,18 @@ struct ControllerDiagnosis {
   int missing = 0;
   int repeats = 0;             ///< that one question would have needed at most
   std::vector<int> damagedAt;  ///< how often each byte of an answer was wrong
-  double shortest = 0;         ///< time to the first byte of intact answers, in seconds; all 0 without one
+  double shortest =
+      0;  ///< time to the first byte of intact answers; this and the next four are 0 without one
   double median = 0;
   double longest = 0;
-  double byteTime = 0;     ///< mean distance of two bytes, in seconds
+  double byteTime = 0;     ///< mean distance of two bytes
   std::size_t length = 0;  ///< of an answer, in bytes
   double bound = 1;        ///< WilsonBound of what failed
   LineVerdict verdict = LineVerdict::kNotMeasured;
-  LineCause cause = LineCause::kNone;
+  std::string
+      cause;  ///< a word for programs, such as "slow-clock"; this and `remedy` are empty for a good one
   std::string reason;
-  std::string remedy;  ///< empty for a good one
+  std::string remedy;
 };
 
 struct LineDiagnosis {
@@ -57,18 +42,15 @@ struct LineDiagnosis {
   bool echo = false;
   int idleBytes = 0;
   double latency = 0;  ///< of the adapter, in seconds; 0: too short to be seen
-  double slowest = 0;  ///< first byte of an answer, in seconds; 0: nobody answered
+  double slowest = 0;  ///< first byte of an answer, in seconds; 0: no answer
 };
-
-/// The upper end of Wilson's interval: with 95 % confidence a smaller share of all questions fails.
-double WilsonBound(int failed, int asked);
 
 LineDiagnosis Diagnose(const LineMeasurement& measurement);
 
 const char* VerdictText(LineVerdict verdict);
 
-/// A word for scripts, such as "slow-clock".
-const char* CauseWord(LineCause cause);
+/// The upper end of Wilson's interval: with 95 % confidence a smaller share of all questions fails.
+double WilsonBound(int failed, int asked);
 
 /// What the questions show about a parallel download of a file.
 struct FileProof {

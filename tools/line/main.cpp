@@ -2,42 +2,146 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QJsonDocument>
-#include <QJsonObject>
 #include <algorithm>
-#include <climits>
 #include <cmath>
 #include <cstdio>
+#include <set>
 
+#include "command_line/arguments.h"
+#include "command_line/manual_formatter.h"
 #include "commands/frames.h"
 #include "desktop/desktop_clock.h"
 #include "desktop/desktop_events.h"
 #include "desktop/serial_port.h"
-#include "image/batch_reader.h"
-#include "line/options.h"
 #include "line/report.h"
-#include "platform/run_error.h"
 #include "platform/system_files.h"
+#include "platform/text_file.h"
 #include "unattended/console.h"
+#include "unattended/error_category.h"
 
 namespace {
 
 using namespace quillon;
 
-enum ExitStatus { kGood = 0, kNotGood = 1, kUsage = 2, kPort = 3, kFile = 4, kCancelled = 5 };
+constexpr char kDescription[] = R"(SYNOPSIS
+  quillon-line [OPTION]... --port N CONTROLLERS...
 
-/// A failure of the port, whose numbers partly are those of files too.
-struct PortFailure : std::runtime_error {
-  using runtime_error::runtime_error;
+DESCRIPTION
+  Asks each of the CONTROLLERS, such as 1,2 or 0-31, for version and
+  checksum many times. Reports how many answers were intact, the probable
+  cause of damage, and what to do about it. It sends nothing else and
+  changes nothing.
+
+    good          at least 20 questions, all answered intact and in time
+    marginal      some questions failed, and a repeat of each was answered;
+                  or a cause was found that has done no damage so far
+    bad           more than one question in ten failed, or three in a row,
+                  or the cause allows no download
+    not there     no answer at any of the four speeds
+    not measured  fewer than 20 questions, or it answers at another speed
+                  only
+
+  An answer is shorter than a batch and is sent in the other direction: a
+  good line can still lose a batch.
+)";
+
+constexpr char kFooter[] = R"(JSON
+  Each line of the output is an object with "event": start, one controller
+  each, line, file (with --for) and end, whose "code" is the exit status.
+
+EXIT STATUS
+  0   each controller that is there is good, and each one named alone (1,2,
+      not 0-31) is there
+  1   a controller is marginal, bad or not measured, or one named alone is
+      not there
+  2   an option or argument is not valid
+  3   the port is missing, in use, not permitted, or was removed during the
+      check
+  4   a file cannot be read or written
+  5   ended by Ctrl-C; what was measured is shown
+
+EXAMPLES
+  Check controllers 3, 12 and 13:
+
+    $ quillon-line --port 33 --speed 9600 3,12-13
+    Asks 3 controllers, each 20 times. Takes about 34 s, at most 114 s.
+    number  answered  damaged  late  time (ms) min/median/max  verdict
+         3     20/20        0     0  7 / 7 / 9                 good
+        12     16/20        3     0  7 / 7 / 31                bad: 3...
+        13         -        -     -  -                         not there
+    ...
+
+  Ask as many questions as a download of the file needs, and make a page:
+
+    quillon-line --port 33 --for pump.hex --prove --html check.html 1,2,5
+
+  Watch controller 5 while the cable is moved by hand:
+
+    quillon-line --port 33 --watch 5
+)";
+
+struct Options {
+  LinePlan plan;
+  std::set<int> named;  // controllers that were named singly: each is expected to be there
+  std::string file;     // firmware for whose download the line is to be judged; "" for none
+  bool prove = false;   // ask as many questions as the file needs
+  bool json = false;
+  std::string html;    // "" for none
+  std::string record;  // folder of job records; "" for none
 };
 
-/// Bytes of each batch's frame; none without a file.
-std::vector<std::size_t> BatchFrames(const std::string& path) {
-  std::vector<std::size_t> frames;
-  if (path.empty()) return frames;
-  const std::string file = ReadFile(path);
-  for (BatchReader batches(file); !batches.AtEnd();)
-    frames.push_back(BatchFrame(kBroadcast, batches.Next()).size());
-  return frames;
+/// Adds the controllers of a list to the plan, and those named singly to those that are expected.
+void AddControllers(const std::string& list, Options& options) {
+  std::set<int> all(options.plan.controllers.begin(), options.plan.controllers.end());
+  const QString text = QString::fromStdString(list);
+  const QList<int> numbers = ParseControllers(text);
+  all.insert(numbers.begin(), numbers.end());
+  for (const QString& word : text.split(','))
+    if (!word.contains('-')) options.named.insert(word.toInt());
+  options.plan.controllers.assign(all.begin(), all.end());
+}
+
+/// Returns a status that ends the program, or nothing when there is work.
+std::optional<int> ParseCommandLine(Options& options) {
+  int protocol = 63;
+  int timeout = 500;
+  const auto add = [&options](const std::vector<std::string>& lists) {
+    for (const std::string& list : lists) AddControllers(list, options);
+  };
+  CLI::App app(kDescription, "quillon-line");
+  app.formatter(std::make_shared<ManualFormatter>());
+  app.footer(kFooter);
+  app.allow_windows_style_options(false);  // a path can begin with a slash
+  app.set_help_flag("-h,--help", "print this text");
+  app.set_version_flag("--version", "quillon-line " QUILLON_VERSION, "print the version");
+  app.add_option_function<std::vector<std::string>>("CONTROLLERS", add)->required();
+  const auto number = [&app](const char* name, int& target, int low, int high, const char* help) {
+    return app.add_option(name, target, help)->type_name("N")->check(CLI::Range(low, high).description(""));
+  };
+  number("--port", options.plan.port, 1, 99, "number of the port, as in \"Com Port\", 1 to 99")->required();
+  number("--speed", options.plan.baud, 300, 1000000, "bits per second (9600)");
+  number("--protocol", protocol, 0, 254, "as in the field \"Protocol\" (63)");
+  number("--questions", options.plan.questions, 1, 100000,
+         "questions to each controller (20); fewer allow no verdict");
+  number("--timeout", timeout, 10, 60000, "milliseconds after which an answer is late (500)");
+  auto* file = app.add_option("--for", options.file, "compare the questions with a parallel download of FILE")
+                   ->type_name("FILE");
+  app.add_flag("--prove", options.prove, "ask as many questions as the whole file needs")->needs(file);
+  auto* json = app.add_flag("--json", options.json, "print one JSON object a line");
+  app.add_flag("--watch", options.plan.watch, "ask until Ctrl-C, and print one line for each round")
+      ->excludes(json);
+  app.add_option("--html", options.html, "write a page with a plot for each controller")->type_name("FILE");
+  app.add_option("--record", options.record, "write a job record into a folder")->type_name("DIR");
+  try {
+    app.parse(WordsToParse(QCoreApplication::arguments()));
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : static_cast<int>(ErrorCategory::kUsage);
+  } catch (const std::invalid_argument& error) {
+    throw Failure(ErrorCategory::kUsage, error.what());
+  }
+  options.plan.protocolByte = static_cast<std::uint8_t>(protocol + 1);
+  options.plan.timeout = timeout / 1000.0;
+  return std::nullopt;
 }
 
 void Print(const std::string& text) {
@@ -49,16 +153,17 @@ void PrintEvent(const QJsonObject& event) {
   Print(QJsonDocument(event).toJson(QJsonDocument::Compact).toStdString() + "\n");
 }
 
-void Announce(const LineOptions& options, const LineCheck& check) {
+void Announce(const Options& options, const LineCheck& check) {
   const double longest = std::ceil(check.LongestSeconds());
+  const auto controllers = static_cast<int>(options.plan.controllers.size());
   if (options.json)
     return PrintEvent({{"event", "start"},
-                       {"controllers", static_cast<int>(options.plan.controllers.size())},
+                       {"controllers", controllers},
                        {"questions", options.plan.questions},
                        {"secondsAtMost", longest}});
-  if (options.watch) return Print("Ends with Ctrl-C.\n");
+  if (options.plan.watch) return Print("Ends with Ctrl-C.\n");
   Print(QString("Asks %1 controllers, each %2 times. Takes about %3 s, at most %4 s.\n")
-            .arg(options.plan.controllers.size())
+            .arg(controllers)
             .arg(options.plan.questions)
             .arg(std::ceil(check.UsualSeconds()))
             .arg(longest)
@@ -66,60 +171,70 @@ void Announce(const LineOptions& options, const LineCheck& check) {
 }
 
 /// On a terminal one line that is overwritten.
-void ShowProgress(const LineMeasurement& measurement) {
-  std::size_t rounds = 0;
-  for (const MeasuredController& controller : measurement.controllers)
-    rounds = std::max(rounds, controller.questions.size());
-  const std::size_t all = static_cast<std::size_t>(measurement.plan.questions);
-  std::fprintf(stderr, rounds < all ? "\r%3zu %%" : "\r     \r", 100 * rounds / all);
+void ShowProgress(int round, int rounds) {
+  std::fprintf(stderr, round < rounds ? "\r%3d %%" : "\r     \r", 100 * round / rounds);
 }
 
-LineMeasurement Measure(const LineOptions& options) {
+LineMeasurement Measure(const Options& options) {
   DesktopClock clock;
   DesktopEvents events(clock);
   SerialPort port(system_files::ProgramFolder());
   LineCheck check(clock, events, port, options.plan, console::Interrupted);
   Announce(options, check);
-  const bool progress = !options.watch && console::IsTerminal(stderr);
-  const auto observe = [&](const LineMeasurement& sofar, bool roundEnds) {
-    if (progress && roundEnds) ShowProgress(sofar);
-    if (options.watch && roundEnds) Print(RoundText(sofar) + "\n");
-  };
+  const bool progress = !options.plan.watch && console::IsTerminal(stderr);
   try {
-    return check.Run(observe);
+    return check.Run([&](const LineMeasurement& sofar, int round) {
+      if (progress) ShowProgress(round, options.plan.questions);
+      if (options.plan.watch) Print(RoundText(sofar) + "\n");
+    });
   } catch (const RunError& error) {
-    throw PortFailure(error.what());
+    throw Failure(ErrorCategory::kPort, error.what());
   }
 }
 
-void WritePage(const std::string& path, const LineReport& report) {
-  const std::string now = QDateTime::currentDateTime().toString("yyyy-MM-dd hh:mm").toStdString();
-  if (!path.empty()) ReplaceFile(path, HtmlReport(report, now));
+ErrorCategory StatusOf(const Options& options, const LineReport& report) {
+  if (report.measurement.cancelled) return ErrorCategory::kCancelled;
+  const bool asExpected = std::ranges::all_of(report.diagnosis.controllers, [&](const auto& controller) {
+    const bool absent = controller.verdict == LineVerdict::kNotThere;
+    return controller.verdict == LineVerdict::kGood || (absent && !options.named.contains(controller.number));
+  });
+  return asExpected ? ErrorCategory::kNone : ErrorCategory::kController;
 }
 
-ExitStatus StatusOf(const LineOptions& options, const LineDiagnosis& diagnosis) {
-  for (const ControllerDiagnosis& controller : diagnosis.controllers) {
-    const bool absent =
-        controller.verdict == LineVerdict::kNotThere && !options.named.contains(controller.number);
-    if (controller.verdict != LineVerdict::kGood && !absent) return kNotGood;
-  }
-  return kGood;
+void Print(const LineReport& report, bool json) {
+  if (!json) return Print(TextReport(report));
+  for (const QJsonObject& event : JsonReport(report)) PrintEvent(event);
 }
 
-int Run(LineOptions options) {
-  const std::vector<std::size_t> frames = BatchFrames(options.file);
+ErrorCategory Run(Options options) {
+  std::vector<std::size_t> batchFrames;
+  if (!options.file.empty()) batchFrames = BatchFrameSizes(ReadFile(options.file));
   if (options.prove)
-    options.plan.questions = std::max(options.plan.questions, ProveFile({}, frames).questions);
-  if (options.watch) options.plan.questions = INT_MAX;
+    options.plan.questions = std::max(options.plan.questions, ProveFile({}, batchFrames).questions);
   const LineMeasurement measurement = Measure(options);
-  const LineReport report{measurement, Diagnose(measurement), frames};
-  WritePage(options.html, report);
-  const bool recorded = options.record.empty() || WriteRecord(report, options.record, measurement.seconds);
-  Print(options.json ? JsonReport(report) : TextReport(report));
-  int status = measurement.cancelled ? kCancelled : StatusOf(options, report.diagnosis);
-  if (!recorded) status = kFile;
-  if (options.json) PrintEvent({{"event", "end"}, {"code", status}});
+  const LineReport report{measurement, Diagnose(measurement), std::move(batchFrames)};
+  Print(report, options.json);
+  if (!options.html.empty())
+    ReplaceFile(options.html, HtmlReport(report, QDateTime::currentDateTime().toString("yyyy-MM-dd hh:mm")));
+  ErrorCategory status = StatusOf(options, report);
+  if (!options.record.empty() && !WriteRecord(report, options.record))
+    status = Worse(status, ErrorCategory::kFile);
+  if (options.json) PrintEvent({{"event", "end"}, {"code", static_cast<int>(status)}});
   return status;
+}
+
+int RunWithErrors() {
+  try {
+    Options options;
+    if (const auto status = ParseCommandLine(options)) return *status;
+    return static_cast<int>(Run(std::move(options)));
+  } catch (const Failure& failure) {
+    std::fprintf(stderr, "quillon-line: %s\n", failure.what());
+    return static_cast<int>(failure.category);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "quillon-line: %s\n", error.what());
+    return static_cast<int>(ErrorCategory::kFile);
+  }
 }
 
 }  // namespace
@@ -128,23 +243,6 @@ int main(int argc, char** argv) {
   system_files::OpenMissingStreams();
   const QCoreApplication application(argc, argv);
   console::Prepare();
-  try {
-    const LineOptions options = ParseLineOptions(argc, argv);
-    int status = kGood;
-    if (options.answer.empty()) {
-      status = Run(options);
-    } else {
-      Print(options.answer);
-    }
-    return std::ferror(stdout) == 0 ? status : kFile;
-  } catch (const std::invalid_argument& error) {
-    std::fprintf(stderr, "quillon-line: %s. See quillon-line --help.\n", error.what());
-    return kUsage;
-  } catch (const PortFailure& failure) {
-    std::fprintf(stderr, "quillon-line: %s\n", failure.what());
-    return kPort;
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "quillon-line: %s\n", error.what());
-    return kFile;
-  }
+  const int status = RunWithErrors();
+  return std::ferror(stdout) == 0 ? status : static_cast<int>(ErrorCategory::kFile);
 }

@@ -12,6 +12,7 @@ namespace quillon {
 namespace {
 
 constexpr double kIdleListening = 2.0;  // seconds
+constexpr double kReserve = 1.0;        // seconds for opening the port and for a busy computer
 constexpr double kCancelStep = 0.1;     // seconds between two looks for a cancel
 constexpr std::size_t kQuestionBytes = 7;
 constexpr int kSearchedSpeeds[] = {4800, 9600, 19200, 38400};
@@ -20,10 +21,6 @@ constexpr int kSearchedSpeeds[] = {4800, 9600, 19200, 38400};
 // same distance from them, and the delay could not be seen. So the pause grows step by step and begins again.
 constexpr int kPauses = 11;
 constexpr double kPauseStep = 0.002;  // seconds
-
-double LongestQuestion(const LinePlan& plan, int baud) {
-  return LineSeconds(kQuestionBytes, baud) + 2 * plan.timeout + kAnswerPause + kPauses * kPauseStep;
-}
 
 /// An answer to the check has 13 or 14 bytes. Its CRC is checked as the tool does.
 LineReply Judge(const Bytes& bytes) {
@@ -45,7 +42,9 @@ bool IsSilent(const MeasuredController& controller) {
 
 }  // namespace
 
-double LineSeconds(std::size_t bytes, int baud) { return static_cast<double>(bytes) * kBitsPerByte / baud; }
+double QuestionSeconds(int baud, double answerAfter) {
+  return LineSeconds(kQuestionBytes, baud) + answerAfter + kAnswerPause + kPauses * kPauseStep;
+}
 
 LineCheck::LineCheck(Clock& clock, Events& events, SerialDevice& device, LinePlan plan,
                      std::function<bool()> cancelled)
@@ -56,15 +55,15 @@ LineCheck::LineCheck(Clock& clock, Events& events, SerialDevice& device, LinePla
 
 double LineCheck::LongestSeconds() const {
   const LinePlan& plan = result_.plan;
-  double each = plan.questions * LongestQuestion(plan, plan.baud);
-  for (const int speed : kSearchedSpeeds) each += LongestQuestion(plan, speed);
-  return kIdleListening + 1 + each * static_cast<double>(plan.controllers.size());
+  double each = plan.questions * QuestionSeconds(plan.baud, 2 * plan.timeout);
+  for (const int speed : kSearchedSpeeds) each += QuestionSeconds(speed, 2 * plan.timeout);
+  return kIdleListening + kReserve + each * static_cast<double>(plan.controllers.size());
 }
 
 double LineCheck::UsualSeconds() const {
   const LinePlan& plan = result_.plan;
-  const double each = LongestQuestion(plan, plan.baud) - 2 * plan.timeout;
-  return kIdleListening + each * plan.questions * static_cast<double>(plan.controllers.size());
+  const double round = QuestionSeconds(plan.baud, 0) * static_cast<double>(plan.controllers.size());
+  return kIdleListening + plan.questions * round;
 }
 
 LineMeasurement LineCheck::Run(const Observer& observe) {
@@ -90,20 +89,23 @@ Bytes LineCheck::ReadUntil(double time) {
 /// Counts what comes while nobody was asked.
 void LineCheck::Listen(double seconds) {
   const double until = clock_.Now() + seconds;
-  while (clock_.Now() < until && !cancelled_())
-    result_.idleBytes += static_cast<int>(ReadUntil(until).size());
+  while (clock_.Now() < until && !Ends()) result_.idleBytes += static_cast<int>(ReadUntil(until).size());
+}
+
+bool LineCheck::Ends() const {
+  return cancelled_() || (!result_.plan.watch && clock_.Now() - start_ > LongestSeconds());
 }
 
 void LineCheck::AskRounds(const Observer& observe) {
-  for (int round = 0; round < result_.plan.questions; ++round) {
+  const LinePlan& plan = result_.plan;
+  for (int round = 0; plan.watch || round < plan.questions; ++round) {
     for (MeasuredController& controller : result_.controllers) {
-      if (round < kSilentRounds || !IsSilent(controller)) {
-        Question question = Ask(controller.number, result_.plan.baud);
-        if (cancelled_()) return;  // a wait that was cut short shows nothing
-        controller.questions.push_back(std::move(question));
-      }
-      observe(result_, &controller == &result_.controllers.back());
+      if (!plan.watch && round >= kSilentRounds && IsSilent(controller)) continue;
+      Question question = Ask(controller.number, plan.baud);
+      if (Ends()) return;  // a wait that was cut short shows nothing
+      controller.questions.push_back(std::move(question));
     }
+    observe(result_, round + 1);
   }
 }
 
@@ -111,7 +113,7 @@ void LineCheck::AskRounds(const Observer& observe) {
 void LineCheck::SearchSpeeds() {
   for (const int speed : kSearchedSpeeds) {
     for (MeasuredController& controller : result_.controllers) {
-      if (cancelled_()) return;
+      if (Ends()) return;
       if (speed == result_.plan.baud || controller.otherSpeed != 0 || !IsSilent(controller)) continue;
       device_.Configure({speed});
       if (Ask(controller.number, speed).reply == LineReply::kGood) controller.otherSpeed = speed;
@@ -134,7 +136,7 @@ Question LineCheck::Ask(int number, int baud) {
 /// Waits twice the time-out for a first byte, so that a late answer is seen, and from there on for the pause.
 void LineCheck::AwaitReply(const Bytes& frame, double frameEnds, Question& question) {
   double until = frameEnds + 2 * result_.plan.timeout;
-  while (clock_.Now() < until && !cancelled_()) {
+  while (clock_.Now() < until && !Ends()) {
     const Bytes read = ReadUntil(until);
     if (read.empty()) continue;
     question.lastByte = clock_.Now() - frameEnds;

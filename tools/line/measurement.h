@@ -14,7 +14,8 @@ struct LinePlan {
   int baud = 9600;
   std::uint8_t protocolByte = 0x40;
   std::vector<int> controllers;
-  int questions = 20;    ///< to each controller
+  int questions = 20;    ///< to each controller; one that is silent gets kSilentRounds
+  bool watch = false;    ///< ask all again and again until cancelled instead
   double timeout = 0.5;  ///< seconds; an answer that begins later is late
 };
 
@@ -49,16 +50,16 @@ struct LineMeasurement {
 /// Rounds without any byte from a controller after which it counts as not there.
 inline constexpr int kSilentRounds = 4;
 
-/// How long bytes are on the line, in seconds.
-double LineSeconds(std::size_t bytes, int baud);
+/// How long a question, the answer that begins so long after it, and the pause take at most, in seconds.
+double QuestionSeconds(int baud, double answerAfter);
 
 /// Measures a line by the check of the flash alone, which changes nothing in a controller. It keeps the rules
 /// of the line: one question at a time, and the tool's pause after each answer. The controllers are asked in
 /// turn.
 class LineCheck {
  public:
-  /// Called after each question; `roundEnds`: each controller was asked once more.
-  using Observer = std::function<void(const LineMeasurement& sofar, bool roundEnds)>;
+  /// Called after each round: each controller was asked once more.
+  using Observer = std::function<void(const LineMeasurement& sofar, int round)>;
 
   /// `cancelled` is called at least ten times a second.
   LineCheck(Clock& clock, Events& events, SerialDevice& device, LinePlan plan,
@@ -71,6 +72,7 @@ class LineCheck {
   LineMeasurement Run(const Observer& observe);
 
  private:
+  bool Ends() const;
   Bytes ReadUntil(double time);
   void Listen(double seconds);
   void AskRounds(const Observer& observe);

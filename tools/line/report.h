@@ -1,6 +1,7 @@
-// The result of a line check: as text, as JSON, as a page.
+// The result of a line check: as text, as JSON, as a page, as a job record.
 #pragma once
 
+#include <QJsonObject>
 #include <string>
 #include <vector>
 
@@ -15,14 +16,16 @@ struct LineReport {
 };
 
 std::string TextReport(const LineReport& report);
-std::string JsonReport(const LineReport& report);
+
+/// The events `controller` (one for each), `line` and, with a file, `file`.
+std::vector<QJsonObject> JsonReport(const LineReport& report);
 
 /// A page for a customer. `when` is the date and time.
-std::string HtmlReport(const LineReport& report, const std::string& when);
+std::string HtmlReport(const LineReport& report, const QString& when);
 
-/// Writes a job record of a measurement that took so many seconds into a folder (docs/job-record.md). False:
-/// it could not be written, which was reported.
-bool WriteRecord(const LineReport& report, const std::string& folder, double seconds);
+/// Writes a job record into a folder (docs/job-record.md). False: it could not be written, which was
+/// reported.
+bool WriteRecord(const LineReport& report, const std::string& folder);
 
 /// One line for a round: "   12.5 s    3 good     12 DAMAGED   13 -".
 std::string RoundText(const LineMeasurement& measurement);
