@@ -9,8 +9,8 @@
 namespace bus {
 namespace {
 
-/// Combines the bytes of one more sender with those on the line: where anyone sends a 0 the line is 0. An
-/// idle line is 1.
+/// Combines the bytes of one more sender with those on the line: the line is 0 where any sender sends a 0.
+/// An idle line is 1.
 void PullDown(Bytes& line, const Bytes& sent) {
   constexpr std::uint8_t kIdle = 0xFF;
   line.resize(std::max(line.size(), sent.size()), kIdle);
@@ -123,7 +123,7 @@ Reception Bus::DestroyOverlapped(Time begins, Time ends) {
   return ownByte;
 }
 
-/// When `count` bytes that begin at `begins` have left; unpaced bytes take no time.
+/// When the last of `count` bytes is sent that begin at `begins`; unpaced bytes take no time.
 Time Bus::ByteEnd(Time begins, std::size_t count, const LineFormat& format, double slowClock) const {
   if (!options_.paced) return begins;
   return begins + std::chrono::duration_cast<Time>(TimeOf(count, format) / (1 - slowClock));
@@ -136,7 +136,7 @@ Time Bus::PassedOn(const Arriving& byte) const {
   return periods * options_.latency;
 }
 
-/// Puts the next byte from nobody on the line, if the line has such bytes and is idle at that moment.
+/// Puts the next byte of a weak bias on the line, if the line has such bytes and is idle at that moment.
 void Bus::ScheduleIdleByte(Time after) {
   if (options_.idleInterval == Time{}) return;
   const Time begins = after + RandomInterval(options_.idleInterval, idleRandom_);

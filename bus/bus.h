@@ -1,4 +1,4 @@
-// The simulated line in memory: takes the tool's bytes, returns what the tool receives.
+// The simulated line in memory: accepts the bytes of the tool, returns what the tool receives.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +18,7 @@ struct LineOptions {
   Time answerDelay = std::chrono::milliseconds(5);  // from the end of a frame to the first bit of its answer
   bool paced = true;                                // false: bytes take no time on the line
   int downloadBaud = 9600;                          // where controllers listen after $74 with $AA
-  Time idleInterval{};     // mean time between bytes from nobody (weak bias); 0: none
+  Time idleInterval{};     // mean time between bytes of the idle line (weak bias); 0: none
   Time latency{};          // the adapter passes bytes on at multiples of it; 0: at once
   std::uint64_t seed = 1;  // of everything that happens by chance
 };
@@ -42,8 +42,8 @@ struct LineOptions {
 /// Unpaced bytes take no time and never overlap.
 ///
 /// Physical causes (disturbance.h) damage bytes on their way: a controller does not act on a question that
-/// reaches it damaged. A line whose bias is too weak floats while nobody sends, and the tool receives bytes
-/// that nobody has sent; any sender suppresses them.
+/// reaches it damaged. An idle line whose bias is too weak floats, and the tool receives bytes that no
+/// station has sent; any sender suppresses them.
 class Bus {
  public:
   explicit Bus(LineOptions options = {});
@@ -109,7 +109,7 @@ class Bus {
 
   LineOptions options_;
   Random random_;
-  Random idleRandom_;  // one of its own: idle bytes depend on the time, all else only on what is sent
+  Random idleRandom_;  // separate: idle bytes depend on the time, everything else only on what is sent
   std::deque<Controller> controllers_;
   Framer framer_;
   Time sendingEnds_{};

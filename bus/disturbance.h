@@ -11,8 +11,10 @@ using Random = std::mt19937_64;
 
 /// What damages the bytes from and to one controller. Each chance is 0 to 1; 0 is a good line.
 ///
-///     noise        any byte, any bit: a cable beside a motor. Controllers behind the bad place have it
-///     together. reflections  bytes after the eighth of a transmission, any bit: a terminator is missing.
+///     noise        any byte, any bit: a cable beside a motor. It affects all controllers behind the place.
+///
+///     reflections  bytes after the eighth of a transmission, any bit: a terminator is missing.
+///
 ///     slowClock    how much slower than right the controller's clock is, 0 to 0.5. Sender and receiver drift
 ///                  apart within each byte, so the last data bit is read too early or too late:
 ///
@@ -20,7 +22,8 @@ using Random = std::mt19937_64;
 ///         receiver  |start | d0  | d1  | d2  | d3  | d4  | d5  | d6  | d7  |
 ///
 ///                  The edges have a jitter of a few microseconds, a larger part of a bit at higher speeds.
-///     lostStart    the first byte of an answer is missing: the driver is switched on too late.
+///
+///     lostStart    the first byte of an answer is missing: the driver is enabled too late.
 struct Disturbance {
   double noise = 0;
   double reflections = 0;

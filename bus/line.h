@@ -21,7 +21,7 @@ namespace bus {
 // or format samples the bits at wrong places and receives no frame. A controller at another speed does not
 // answer.
 //
-// Half duplex: everyone receives what anyone sends, and only one may send at a time. Two senders at once
+// Half duplex: all receive what one sends, and only one may send at a time. Two senders at once
 // drive the wires together and damage both transmissions. Only a convention prevents that: the tool asks one
 // controller, that controller answers, and the tool waits until the answer has ended before it asks again.
 //
@@ -33,7 +33,7 @@ namespace bus {
 // A pause ends an answer. Answers differ in length (2, 7, 13 or 14 bytes), and no byte value is reserved for
 // the end: 0x04 closes a frame, but may occur anywhere inside it too. A length byte can be damaged like any
 // other. Only the silence after the last byte is certain. So the tool waits, from the first byte on, for much
-// longer than any answer takes. The answer is what came by then.
+// longer than any answer takes. The answer is what was received by then.
 //
 // Echo: many adapters keep receiving while they send. The tool then gets its own question back first, and the
 // answer after it. It has to recognise its own bytes and discard them.
@@ -48,7 +48,7 @@ using Bytes = std::vector<std::uint8_t>;
 /// Nanoseconds since a moment that the caller chooses; only moves forward.
 using Time = std::chrono::nanoseconds;
 
-/// How bytes are put on the line. Two ends understand each other only when all of it is equal.
+/// How bytes are put on the line. Both ends must use the same format.
 struct LineFormat {
   int baud = 9600;  // bits per second, above 0
   int dataBits = 8;

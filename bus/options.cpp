@@ -253,7 +253,8 @@ Options ParseOptions(std::span<const std::string> arguments) {
   app.add_flag("--verbose", options.verbose, "print every frame as --log writes it");
   AddCauseOptions(app, causes);
   try {
-    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));  // it takes the last first
+    app.parse(
+        std::vector<std::string>(arguments.rbegin(), arguments.rend()));  // CLI11 expects the last one first
   } catch (const CLI::CallForHelp&) {
     options.answer = app.help();
     return options;

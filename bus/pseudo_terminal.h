@@ -27,10 +27,9 @@ class Descriptor {
 /// The tool opens the slave by its path (/dev/pts/7) as it would open a real port, and the speed and format
 /// that it sets there can be read here. It differs from a real port in four ways:
 ///   - It has no speed: a thousand bytes arrive at once. The bus has to pace them.
-///   - It edits lines and echoes by default. It is made raw here, at 9600 8N2. The bus keeps the slave open
-///   too,
-///     so that these settings remain when the tool closes it.
-///   - It keeps bytes that nobody has read. They are discarded when the tool opens it.
+///   - It edits lines and echoes by default. It is made raw here, at 9600 8N2. The bus also keeps the slave
+///     open, so that these settings remain when the tool closes it.
+///   - It keeps bytes until they are read. Old ones are discarded when the tool opens it.
 ///   - The tool's claim to be the only user (TIOCEXCL) remains when the tool was killed, because the slave is
 ///     still open here. Then only root could open the port. The claim is removed when the port is closed.
 ///

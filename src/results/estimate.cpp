@@ -15,7 +15,7 @@
 namespace quillon {
 namespace {
 
-constexpr double kAnswerDelay = 0.005;  // seconds to the answer; a guess that hardly matters
+constexpr double kAnswerDelay = 0.005;  // seconds to the answer; an estimate of little influence
 
 int ToNumber(const std::string& text) {
   int number = 0;
@@ -168,7 +168,7 @@ double Estimate::BatchSeconds(const Step& step, int speed) const {
   return measured_ != 0 ? measuredSeconds_ / measured_ : ExchangeSeconds(bytes, speed);
 }
 
-/// The time that the speed search loses before it comes to the wanted speed.
+/// The time of the speed search before it reaches the wanted speed.
 double Estimate::SearchSeconds(int& speed, int wanted) const {
   double seconds = 0;
   std::set<int> tried;
@@ -193,7 +193,7 @@ int Estimate::BatchesDone() const {
   return static_cast<int>(std::ranges::count(plan_.begin(), current, Kind::kBatch, &Step::kind));
 }
 
-/// A controller's check is the last that happens to it.
+/// The check is the last phase of a controller.
 int Estimate::ControllersDone() const {
   const auto current = plan_.begin() + static_cast<std::ptrdiff_t>(current_);
   return static_cast<int>(std::ranges::count(plan_.begin(), current, Kind::kCheck, &Step::kind));

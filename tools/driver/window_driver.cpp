@@ -37,10 +37,10 @@ Dialog* Visible() {
 }  // namespace
 
 WindowDriver::WindowDriver() {
-  // A dialog of the desktop would be no widget of this process.
+  // A dialog of the desktop would not be a widget of this process.
   QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
-  // Queued, so that looks go on while a look waits for a dialog that it has opened: a timer does not fire
-  // again before its slot has returned.
+  // Queued: a look can wait for a dialog that it has opened, and the next looks must not wait. A timer does
+  // not fire again before its slot has returned.
   QObject::connect(
       &watch_, &QTimer::timeout, this, [this] { Look(); }, Qt::QueuedConnection);
   watch_.start(kLookEvery);
@@ -82,7 +82,7 @@ void WindowDriver::CloseEyes() {
   QApplication::instance()->removeEventFilter(this);
 }
 
-/// A little longer than a screen takes to show what became of a click.
+/// A little longer than a screen needs to show the effect of a click.
 void WindowDriver::Settle() {
   QEventLoop loop;
   QTimer::singleShot(25, &loop, &QEventLoop::quit);

@@ -14,20 +14,20 @@ class QMessageBox;
 
 namespace quillon {
 
-/// Works the windows of this process in an operator's place. It knows them only by what an operator has:
-/// windows by their names, controls by their accessible names, texts and colours by what is shown. Boxes are
-/// answered and the file dialog is served by themselves, while the windows serve their events.
+/// Operates the windows of this process on behalf of an operator. It uses only what an operator can see: the
+/// names of windows, the accessible names of controls, the texts and colours that are shown. Boxes are
+/// answered and the file dialog is filled automatically while events are served.
 class WindowDriver : public QObject {
  public:
   WindowDriver();
 
-  // What the operator's hand does. Each throws std::runtime_error, which names the control, where it can't.
+  // Input. Each throws std::runtime_error with the name of the control when it fails.
 
-  /// Presses a button, and returns when the run that this starts is over and the windows show it.
+  /// Presses a button, and returns when the run that it starts has ended and the windows show the result.
   void Press(const QString& window, const QString& name);
-  /// The same, but returns at once when the run is over.
+  /// The same, but returns as soon as the run has ended.
   void Click(const QString& window, const QString& name);
-  /// Looks at nothing any more, so that a measurement does not pay for it: no box is answered from here on.
+  /// Stops looking at the windows, so that a measurement does not include it. Boxes are no longer answered.
   void CloseEyes();
   /// Ticks or unticks a box of the main window. The next two are of the main window too.
   void Tick(const QString& name, bool ticked);
@@ -36,13 +36,13 @@ class WindowDriver : public QObject {
   /// Presses "Browse ...", types the whole path into the file dialog and presses Open, once.
   void ChooseFile(const QString& path);
 
-  // What the operator's eye sees.
+  // Output.
 
-  /// What a text box or list shows; nothing while it is hidden.
+  /// The text of a text box or list; empty while it is hidden.
   QString Text(const QString& window, const QString& name) const;
   bool Ticked(const QString& name) const;
   bool Enabled(const QString& window, const QString& name) const;
-  /// What a control's tool tip tells; nothing while the control is hidden.
+  /// The tool tip of a control; empty while the control is hidden.
   QString ToolTip(const QString& window, const QString& name) const;
   static bool Shows(const QString& window);
   /// The status line of the progress window; empty while that is hidden.
@@ -66,7 +66,7 @@ class WindowDriver : public QObject {
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  protected:
-  // What comes by itself.
+  // Called for what happens in the windows.
 
   /// A box is shown; it is answered when this returns.
   virtual void OnBox(QMessageBox& box) = 0;

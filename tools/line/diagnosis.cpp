@@ -143,12 +143,12 @@ ControllerDiagnosis Count(const MeasuredController& controller, double timeout) 
   return counts;
 }
 
-/// How long the adapter holds bytes back. The bytes of an answer then come in lumps, and the last one at
+/// How long the adapter delays bytes. The bytes of an answer then arrive in groups, and the last one at
 /// times that differ by that delay. One controller without these symptoms refutes them. A busy computer
 /// causes the same symptoms, so its own lateness has to be small compared with them.
 double Latency(const LineMeasurement& measurement) {
   constexpr std::size_t kEnough = 5;     // answers
-  constexpr double kInLumps = 0.75;      // share of bytes that come together with the one before
+  constexpr double kInLumps = 0.75;      // share of bytes that arrive together with the one before
   constexpr double kNoticeable = 0.008;  // seconds
   double latency = 0;
   for (const MeasuredController& controller : measurement.controllers) {
@@ -209,7 +209,7 @@ LineVerdict VerdictOf(const ControllerDiagnosis& counts, LineVerdict atBest) {
   return 10 * failed > counts.asked || counts.repeats >= kSends ? kBad : atBest;
 }
 
-/// Where noise has its place. The controllers are assumed to be connected in the order of their numbers.
+/// Where the noise is. The controllers are assumed to be connected in the order of their numbers.
 std::string NoisePlace(const LineDiagnosis& line) {
   std::string pattern;  // one letter for each controller that replies: n noise, o other
   int lastOther = 0;

@@ -42,7 +42,7 @@ struct LineDiagnosis {
   bool echo = false;
   int idleBytes = 0;
   double latency = 0;  ///< of the adapter, in seconds; 0: too short to be seen
-  double slowest = 0;  ///< first byte of an answer, in seconds; 0: no answer
+  double slowest = 0;  ///< first byte of an answer, in seconds; 0: no controller answered
 };
 
 LineDiagnosis Diagnose(const LineMeasurement& measurement);

@@ -1,4 +1,4 @@
-// quillon-line: how good is the line to each controller?
+// quillon-line measures how good the line to each controller is: see tools/line/options.cpp.
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QJsonDocument>

@@ -86,7 +86,7 @@ Bytes LineCheck::ReadUntil(double time) {
   return device_.Read();
 }
 
-/// Counts what comes while nobody was asked.
+/// Counts the bytes received without a question.
 void LineCheck::Listen(double seconds) {
   const double until = clock_.Now() + seconds;
   while (clock_.Now() < until && !Ends()) result_.idleBytes += static_cast<int>(ReadUntil(until).size());

@@ -1,4 +1,4 @@
-// The measurement of a line: the check of the flash, asked again and again, and what came back.
+// The measurement of a line: the check of the flash, sent many times, and the answers.
 #pragma once
 
 #include <cstdint>
@@ -21,14 +21,14 @@ struct LinePlan {
 
 enum class LineReply { kGood, kDamaged, kNone };
 
-/// One question and what came back. Times are in seconds, from the end of the question if not said otherwise.
+/// One question and its answer. Times are in seconds, from the end of the question if not said otherwise.
 struct Question {
   double asked = 0;  ///< since the start of the measurement
   LineReply reply = LineReply::kNone;
-  Bytes bytes;  ///< all that came until the end of the pause, without an echo
+  Bytes bytes;  ///< all bytes received until the end of the pause, without an echo
   double firstByte = 0;
   double lastByte = 0;
-  int together = 0;  ///< bytes that came at the same moment as the byte before
+  int together = 0;  ///< bytes received at the same moment as the byte before
 };
 
 struct MeasuredController {
@@ -40,8 +40,8 @@ struct MeasuredController {
 struct LineMeasurement {
   LinePlan plan;
   std::vector<MeasuredController> controllers;
-  int idleBytes = 0;    ///< received while nobody was asked
-  int echoes = 0;       ///< questions that came back before the answer
+  int idleBytes = 0;    ///< received without a question
+  int echoes = 0;       ///< questions received before the answer
   double lateness = 0;  ///< by which this computer woke the program too late at most, in seconds
   double seconds = 0;   ///< that the measurement took
   bool cancelled = false;
@@ -53,9 +53,9 @@ inline constexpr int kSilentRounds = 4;
 /// How long a question, the answer that begins so long after it, and the pause take at most, in seconds.
 double QuestionSeconds(int baud, double answerAfter);
 
-/// Measures a line by the check of the flash alone, which changes nothing in a controller. It keeps the rules
-/// of the line: one question at a time, and the tool's pause after each answer. The controllers are asked in
-/// turn.
+/// Measures a line by the check of the flash alone, which changes nothing in a controller. It follows the
+/// rules of the line: one question at a time, and the pause of the tool after each answer. The controllers
+/// are asked in turn.
 class LineCheck {
  public:
   /// Called after each round: each controller was asked once more.
@@ -65,7 +65,7 @@ class LineCheck {
   LineCheck(Clock& clock, Events& events, SerialDevice& device, LinePlan plan,
             std::function<bool()> cancelled);
 
-  double LongestSeconds() const;  ///< until the end, whatever comes
+  double LongestSeconds() const;  ///< until the end, whatever is received
   double UsualSeconds() const;    ///< when each controller answers at once
 
   /// Asks all questions. Raises RunError as `SerialDevice` does; the port is closed then.

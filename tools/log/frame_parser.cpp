@@ -19,7 +19,7 @@ std::string Digits(std::span<const std::uint8_t> bytes) {
   return digits;
 }
 
-/// Whether a frame is as long as its length byte says.
+/// Whether the length of a frame matches its length byte.
 bool IsWhole(const Bytes& frame) { return CrcPart(frame).size() + kTail == frame.size(); }
 
 std::string Name(int controller) {

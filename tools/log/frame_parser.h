@@ -29,7 +29,7 @@ inline constexpr int kNoController = -1;
 struct Request {
   RequestKind kind = RequestKind::kUnknown;
   int controller = kNoController;  ///< or kAllControllers
-  std::string description;         ///< "asks controller 5 what it holds"
+  std::string description;         ///< "asks controller 5 for version and checksum"
   std::size_t dataBytes = 0;       ///< of a batch
 };
 

@@ -151,7 +151,8 @@ int Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   quillon::system_files::OpenMissingStreams();
-  qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});  // about the desktop
+  qInstallMessageHandler(
+      [](QtMsgType, const QMessageLogContext&, const QString&) {});  // Qt's warnings about the desktop
   try {
     return Run(argc, argv);
   } catch (const std::exception& error) {

@@ -32,7 +32,7 @@ QString VerdictText(const ControllerRecord& controller) {
   return controller.verdict + (controller.evidence.isEmpty() ? "" : " (" + controller.evidence + ")");
 }
 
-/// What a reader has to know of a controller beyond its row; the same words are one note.
+/// What a reader has to know about a controller beyond its row; equal texts become one note.
 QString NoteOf(const ControllerRecord& controller) {
   if (controller.good) return "";
   QStringList parts{VerdictText(controller), controller.reason, controller.gap, controller.advice};

@@ -10,7 +10,7 @@
 namespace quillon::console {
 namespace {
 
-std::atomic<bool> interrupted = false;  // the system tells it in a thread of its own
+std::atomic<bool> interrupted = false;  // set by the system in another thread
 UINT formerCodePage = 0;
 
 BOOL WINAPI Keep(DWORD event) {

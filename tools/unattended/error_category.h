@@ -15,7 +15,7 @@ enum class ErrorCategory {
   kCancelled = 5,
 };
 
-/// Of two categories the one to exit with: the cause rather than its consequences. Who cancels knows why.
+/// Of two categories the one to exit with: the cause rather than its consequences. A cancel counts most.
 ErrorCategory Worse(ErrorCategory one, ErrorCategory other);
 
 /// The error that a box reports: a run-error box with this number, or with 0 any other box.

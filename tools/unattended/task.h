@@ -12,7 +12,7 @@
 
 namespace quillon {
 
-/// What the command line asks for. An empty text leaves its field as the settings have it.
+/// The parsed command line. An empty text leaves the field as it is in the settings.
 struct Task {
   QString answer;  ///< the help or the version, to be printed instead of any work
   struct Step {
