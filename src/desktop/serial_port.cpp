@@ -156,7 +156,7 @@ void SerialPort::RequireDevice() {
 void SerialPort::RaiseFailed() const {
   throw RunError(RunError::kDeviceFailed,
                  "Device failed: " + PortText() +
-                     " went away. Check the adapter and its cable, then start the run again.");
+                     " was disconnected. Check the adapter and its cable, then start the run again.");
 }
 
 }  // namespace quillon

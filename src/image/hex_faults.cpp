@@ -67,7 +67,7 @@ std::optional<std::string> FirstHexFault(LineReader lines) {
     data |= IsData(line);
   }
   if (!ended) return "the file has no end record; it may be cut";
-  if (!data) return "the file holds no data";
+  if (!data) return "the file contains no data";
   return std::nullopt;
 }
 

@@ -81,7 +81,7 @@ std::string DescribeMissing(const MissingBatches& missing, const std::string& fi
   if (!missing.Useful()) return "";
   std::string text = "the checksum fits if ";
   if (!missing.first.empty()) {
-    text += "it holds the first " + JoinWithOr(missing.first) + " of " + std::to_string(missing.batches) +
+    text += "it contains the first " + JoinWithOr(missing.first) + " of " + std::to_string(missing.batches) +
             " batches of " + fileName;
   }
   if (!missing.single.empty())

@@ -34,7 +34,7 @@ class BatchSums {
 };
 
 /// The candidates as a sentence: "the checksum fits if batch 10 or 20 is missing" or "the checksum fits if it
-/// holds the first 10 of 25 batches of demo.hex". Empty when they are not useful.
+/// contains the first 10 of 25 batches of demo.hex". Empty when they are not useful.
 std::string DescribeMissing(const MissingBatches& missing, const std::string& fileName);
 
 /// The cause that the gaps of several controllers suggest: "3 controllers miss the same: raise the delay" if

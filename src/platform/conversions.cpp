@@ -33,7 +33,7 @@ std::int64_t ToWholeNumber(std::string_view text, std::int64_t low, std::int64_t
   const bool negative = digits.starts_with('-');
   if (negative || digits.starts_with('+')) digits.remove_prefix(1);
   if (!IsPlainDecimal(digits)) {
-    throw RunError(RunError::kTypeMismatch, "Type mismatch: " + std::string(what) + " holds \"" +
+    throw RunError(RunError::kTypeMismatch, "Type mismatch: " + std::string(what) + " contains \"" +
                                                 std::string(text) +
                                                 "\", which is not a number. Enter a whole number.");
   }
@@ -42,7 +42,7 @@ std::int64_t ToWholeNumber(std::string_view text, std::int64_t low, std::int64_t
   std::from_chars(digits.data(), digits.data() + digits.size(), magnitude);
   const double value = std::nearbyint(negative ? -magnitude : magnitude);
   if (!(value >= static_cast<double>(low) && value <= static_cast<double>(high))) {
-    throw RunError(RunError::kOverflow, "Overflow: " + std::string(what) + " holds " + std::string(text) +
+    throw RunError(RunError::kOverflow, "Overflow: " + std::string(what) + " contains " + std::string(text) +
                                             ". Enter a number from " + std::to_string(low) + " to " +
                                             std::to_string(high) + ".");
   }

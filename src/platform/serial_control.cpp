@@ -79,7 +79,8 @@ void SerialControl::SetInputMode(int mode) {
 
 void SerialControl::SetInputLen(int count) {
   if (count != 0) {
-    throw RunError(RunError::kInvalidPropertyValue, "Invalid property value: reads take all that waits, 0.");
+    throw RunError(RunError::kInvalidPropertyValue,
+                   "Invalid property value: the input length must be 0: a read returns all received bytes.");
   }
 }
 

@@ -56,7 +56,7 @@ RunError NoSuchPort(int number, const std::string& reason) {
   const std::string text = std::to_string(number);
   return RunError(RunError::kInvalidPort, "COM " + text + ": no such port" + reason +
                                               ". Plug its adapter in, select another port, or link COM" +
-                                              text + " to a device beside the program.");
+                                              text + " in the folder of the program to a device.");
 }
 
 RunError NoPermission(int number, const std::string& device) {

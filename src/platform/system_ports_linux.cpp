@@ -52,7 +52,7 @@ std::string PortDevice(const std::string& programFolder, int number) {
 PortDescription DescribePort(const std::string& programFolder, int number, const std::string& sysfs) {
   const std::string name = PortDevice(programFolder, number);
   if (name.empty()) {
-    return {"No device. Link COM" + std::to_string(number) + " to one beside the program.", false};
+    return {"No device. Link COM" + std::to_string(number) + " in the folder of the program to one.", false};
   }
   std::error_code unknown;
   if (!fs::exists(name, unknown)) return {name + " (not there)", false};

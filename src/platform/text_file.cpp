@@ -147,7 +147,7 @@ void LineReader::RaisePastEnd() const {
 /// raised after the complete lines before it; the incomplete line is dropped.
 void LineReader::ReadNextPiece() {
   const std::size_t kept = text_.size() - position_;
-  if (kept > kLongestLine) throw OutOfMemory(path_, "holds a line of more than 16 MB");
+  if (kept > kLongestLine) throw OutOfMemory(path_, "contains a line of more than 16 MB");
   std::copy(text_.begin() + static_cast<std::ptrdiff_t>(position_), text_.end(), piece_.begin());
   if (kept > piece_.size() / 2) piece_.resize(2 * piece_.size());
   const std::size_t room = piece_.size() - kept;
@@ -166,12 +166,12 @@ void TextWriter::Open(const std::string& path) {
   if (!file_ && errno == EWOULDBLOCK) {
     throw RunError(RunError::kPermissionDenied,
                    "Permission denied: Quillon already runs from this folder and writes \"" + path +
-                       "\". End this copy, or go on without a log.");
+                       "\". End this copy, or continue without a log.");
   }
   if (!file_ && errno == ENXIO) {
     throw RunError(RunError::kPermissionDenied,
                    "Permission denied: \"" + path +
-                       "\" is not a regular file, nor a link to one. Remove it, or go on without a log.");
+                       "\" is not a regular file, nor a link to one. Remove it, or continue without a log.");
   }
   if (!file_) throw FileError(path, errno);
   path_ = path;

@@ -399,7 +399,7 @@ TEST_F(SerialPortTest, TellsTheDeviceOfAPort) {
   EXPECT_EQ(port.Describe(kPort).text, line.Device());
   LinkTo("/dev/pulled-out", 9);
   EXPECT_EQ(port.Describe(9).text, home + "COM9 (not there)");
-  EXPECT_EQ(port.Describe(98).text, "No device. Link COM98 to one beside the program.");
+  EXPECT_EQ(port.Describe(98).text, "No device. Link COM98 in the folder of the program to one.");
 }
 
 /// A tree of facts like the system's own, with 32 USB adapters and one port that is on a card.

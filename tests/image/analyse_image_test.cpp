@@ -112,7 +112,7 @@ TEST(ChosenFile, IsWarnedOfWhereItContradictsItself) {
       {"\r\n" + kData + kEnd, "line 1: is empty"},
       {kData + kEnd + kData, "line 3: stands after the end record"},
       {kData, "the file has no end record; it may be cut"},
-      {kEnd, "the file holds no data"},
+      {kEnd, "the file contains no data"},
       {"", "the file is empty"},
   };
   TestProgram program;

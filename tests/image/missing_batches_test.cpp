@@ -68,10 +68,10 @@ TEST(MissingBatches, AreDescribedWhileAtMostThreeFit) {
   const MissingBatches other{.single = {3, 20}, .first = {10}, .batches = 25};
   const MissingBatches many{.single = {1, 2, 3, 4}, .first = {}, .batches = 25};
   EXPECT_EQ(DescribeMissing(part, "demo.hex"),
-            "the checksum fits if it holds the first 10 of 25 batches of demo.hex");
+            "the checksum fits if it contains the first 10 of 25 batches of demo.hex");
   EXPECT_EQ(DescribeMissing(one, "demo.hex"), "the checksum fits if batch 10 or 20 is missing");
   EXPECT_EQ(DescribeMissing(other, "demo.hex"),
-            "the checksum fits if it holds the first 10 of 25 batches of demo.hex, or if batch 3 or 20 is "
+            "the checksum fits if it contains the first 10 of 25 batches of demo.hex, or if batch 3 or 20 is "
             "missing");
   EXPECT_EQ(DescribeMissing(many, "demo.hex") + DescribeMissing({}, "demo.hex"), "");
   EXPECT_EQ(SuggestCause({one, many, other, one}), "3 controllers miss the same: raise the delay");

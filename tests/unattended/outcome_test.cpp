@@ -16,7 +16,7 @@ TEST(ErrorCategory, OfABox) {
       {"send p4 OK!!!", 0, ErrorCategory::kNone},
       {"File not Found!", 0, ErrorCategory::kFile},
       {"something new", 0, ErrorCategory::kController},
-      {"Error #  8020\nDevice failed: COM 7 went away.", 8020, ErrorCategory::kPort},
+      {"Error #  8020\nDevice failed: COM 7 was disconnected.", 8020, ErrorCategory::kPort},
       {"Error #  70\nPermission denied: you have no right to COM 7 (/dev/ttyS6).", 70, ErrorCategory::kPort},
       {"Error #  70\nPermission denied: another copy of the program writes \"/a/Log.txt\".", 70,
        ErrorCategory::kFile},

@@ -75,7 +75,7 @@ const FailureCase kTable[] = {
     {"NoSpeedInAuto", kNoSpeed, {kAuto}, {380}, false},
     {"NoSpeedInASerialDownload", kNoSpeed, {kSerial}, {380}, false,
      "9600 Erase5x3 4800 Erase5x3 9600 Erase5x3 19200 Erase5x3 38400 Erase5x3"},
-    {"NoNumber", kNoNumber, {kParallel, kInfo, kAuto, kTo4, kTo3}, {13}, false, "", ": Protocol holds"},
+    {"NoNumber", kNoNumber, {kParallel, kInfo, kAuto, kTo4, kTo3}, {13}, false, "", ": Protocol contains"},
     {"NoNumberInBootInfo", kNoNumber, {kBoot}, {13}, true},
     {"NoNumberInASerialDownload", kNoNumber, {kSerial}, {13, 13, 13, 13, 13}, false, kErase},
     {"Refused", kRefused, {kParallel, kInfo, kBoot, kAuto, kTo4, kTo3}, {8002}, false},
