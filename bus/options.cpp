@@ -25,9 +25,9 @@ DESCRIPTION
   the port COM 7 of the Quillon programs in that folder.
 
   Without further options the controllers work without error at 9600 bits
-  per second. --fault makes a controller misbehave. The physical causes
-  damage bytes by chance, as a bad line does; the same --seed repeats the
-  same chance.
+  per second. --fault simulates an error of a controller. The physical
+  causes damage bytes at random, as a bad line does; the same --seed damages
+  the same bytes.
 )";
 
 constexpr char kFooter[] = R"(CONTROLLERS
@@ -231,7 +231,7 @@ Options ParseOptions(std::span<const std::string> arguments) {
       ->take_all()
       ->allow_extra_args(false)
       ->check(Checked(ReadControllers));
-  add("--fault", faults, "N:...", "make a controller misbehave, see FAULTS")
+  add("--fault", faults, "N:...", "simulate an error of a controller, see FAULTS")
       ->take_all()
       ->allow_extra_args(false)
       ->check(Checked(ReadFault));
@@ -243,7 +243,7 @@ Options ParseOptions(std::span<const std::string> arguments) {
                               ->transform(NumberIn(1, kLongestWait));
   add("--link", options.link, "PATH", "make a symbolic link to the pseudo-terminal, removed at the end");
   add("--download-baud", options.line.downloadBaud, "BAUD",
-      "speed of an erased controller that was told to change it, $74 with $AA (9600)")
+      "speed of a controller after an erase with $AA (9600)")
       ->transform(NumberIn(1, kHighestSpeed));
   add("--delay", delay, "MS", "milliseconds from a frame to its answer (5)")
       ->transform(NumberIn(0, kLongestWait));
