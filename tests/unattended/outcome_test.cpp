@@ -1,8 +1,8 @@
 // The error category of a box, and the estimate of a run.
 #include <gmock/gmock.h>
 
-#include "unattended/error_category.h"
 #include "results/estimate.h"
+#include "unattended/error_category.h"
 
 namespace quillon {
 namespace {

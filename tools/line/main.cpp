@@ -1,4 +1,4 @@
-// quillon-line measures how good the line to each controller is: see tools/line/options.cpp.
+// quillon-line measures how good the line to each controller is, and names the probable cause of damage.
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QJsonDocument>

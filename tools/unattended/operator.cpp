@@ -265,7 +265,7 @@ void Operator::Report(const Task::Step& step) {
   const std::vector<int> controllers = results_.Controllers();
   std::vector<MissingBatches> gaps;
   for (const int number : controllers) gaps.push_back(ReportController(number));
-  const QString common = QString::fromStdString(CompareMissing(gaps));
+  const QString common = QString::fromStdString(SuggestCause(gaps));
   if (!common.isEmpty()) output_.Report("gaps", common, {{"text", common}});
   if (detection && controllers.empty()) Fail(ErrorCategory::kController, "no controller answered");
 }
