@@ -122,14 +122,17 @@ ControllerDiagnosis Count(const MeasuredController& controller, double timeout) 
   std::vector<double> first;
   int failedInARow = 0;
   for (const Question& question : controller.questions) {
-    if (question.reply == LineReply::kGood) {
-      failedInARow = 0;
+    const bool intact = question.reply == LineReply::kGood;
+    if (intact) {
       first.push_back(question.firstByte);
       counts.length = question.bytes.size();
       counts.byteTime += (question.lastByte - question.firstByte) / static_cast<double>(counts.length - 1);
-      ++(question.firstByte > timeout ? counts.late : counts.answered);
+    }
+    if (intact && question.firstByte <= timeout) {
+      failedInARow = 0;
+      ++counts.answered;
     } else {
-      ++(question.reply == LineReply::kNone ? counts.missing : counts.damaged);
+      ++(intact ? counts.late : question.reply == LineReply::kNone ? counts.missing : counts.damaged);
       counts.repeats = std::max(counts.repeats, ++failedInARow);
     }
   }
@@ -204,7 +207,7 @@ Symptoms FindSymptoms(const MeasuredController& controller, const LinePlan& plan
 
 LineVerdict VerdictOf(const ControllerDiagnosis& counts, LineVerdict atBest) {
   if (atBest == kNotThere || atBest == kNotMeasured) return atBest;
-  const int failed = counts.damaged + counts.missing;
+  const int failed = counts.asked - counts.answered;
   if (atBest != kBad && counts.asked < kQuestionsForVerdict && failed < kFewest) return kNotMeasured;
   return 10 * failed > counts.asked || counts.repeats >= kSends ? kBad : atBest;
 }
