@@ -21,11 +21,12 @@ void CheckFrame(const Bytes& frame, const Bytes& payload) {
   if (!std::equal(payload.rbegin(), payload.rend(), frame.rbegin() + bus::kAfterPayload)) std::abort();
 }
 
-/// Reads all batches, up to the one that raises. Returns their number.
+/// Reads all batches, up to and including the one that raises. Returns their number.
 int ReadBatches(std::string_view text) {
   int count = 0;
   try {
-    for (BatchReader batches(text); !batches.AtEnd(); ++count) {
+    for (BatchReader batches(text); !batches.AtEnd();) {
+      ++count;
       const Bytes payload = batches.Next();
       if (payload.size() < 2) std::abort();  // the address
       constexpr std::size_t kLongestPayload = 251;
