@@ -26,8 +26,8 @@ DESCRIPTION
 
   Without further options the controllers work without error at 9600 bits
   per second. --fault simulates an error of a controller. The physical
-  causes damage bytes at random, as a bad line does; the same --seed damages
-  the same bytes.
+  causes damage bytes at random, as a bad line does; the same --seed
+  damages the same bytes.
 )";
 
 constexpr char kFooter[] = R"(CONTROLLERS
