@@ -139,7 +139,8 @@ void LineCheck::AwaitReply(const Bytes& frame, double frameEnds, Question& quest
   while (clock_.Now() < until && !Ends()) {
     const Bytes read = ReadUntil(until);
     if (read.empty()) continue;
-    question.lastByte = clock_.Now() - frameEnds;
+    // A simulated line, or an echo, may be earlier than the last bit of the question on a real line.
+    question.lastByte = std::max(0.0, clock_.Now() - frameEnds);
     if (question.bytes.empty()) question.firstByte = question.lastByte;
     question.together += static_cast<int>(read.size()) - 1;
     question.bytes.insert(question.bytes.end(), read.begin(), read.end());
