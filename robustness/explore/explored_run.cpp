@@ -4,10 +4,10 @@
 #include <fstream>
 #include <stdexcept>
 
-#include "faults/witness.h"
 #include "link/exchange.h"
 #include "shell/wiring.h"
 #include "support/test_program.h"
+#include "support/witness.h"
 
 namespace quillon::explore {
 namespace {

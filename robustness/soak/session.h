@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "faults/witness.h"
 #include "forms/quillon.h"
 #include "support/fake_computer.h"
+#include "support/witness.h"
 
 namespace quillon::soak {
 

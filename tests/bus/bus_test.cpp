@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 namespace bus {
 namespace {
 
@@ -171,87 +169,6 @@ TEST_F(Line, FramesSentInOneGoAreFoundOneByOne) {
   ASSERT_EQ(line_.Traffic().size(), frames.size());
   for (std::size_t i = 0; i < frames.size(); ++i) EXPECT_EQ(line_.Traffic()[i].bytes, frames[i]) << i;
   EXPECT_EQ(line_.Traffic().back().ends, 284ms);
-}
-
-/// What a controller 5 with a physical cause answers to 400 checks in a row.
-std::vector<Bytes> AnswersWith(const Disturbance& disturbance, int baud = 9600,
-                               const LineOptions& options = {}) {
-  Bus line(options);
-  line.Add({.number = 5, .baud = baud, .disturbance = disturbance});
-  std::vector<Bytes> answers(400);
-  for (Bytes& answer : answers) answer = Ask(line, kCheck, {baud});
-  return answers;
-}
-
-TEST(PhysicalCauses, DamageAnswersInTheirOwnWay) {
-  const Bytes withoutStart(kChecked.begin() + 1, kChecked.end());
-  const struct {
-    const char* name;
-    Disturbance disturbance;
-    int baud;
-    int leastGood, mostGood;  // of 400; each rate has room for four standard deviations
-    bool (*mayBe)(std::size_t at, int changedBits);  // of a damaged byte
-  } cases[] = {
-      {"None", {}, 9600, 400, 400, nullptr},
-      // 20 bytes in all must arrive: 0.98^20 = 0.67
-      {"Noise", {.noise = 0.02}, 9600, 229, 306, [](std::size_t, int) { return true; }},
-      // five bytes: 0.9^5 = 0.59
-      {"Reflections", {.reflections = 0.1}, 9600, 197, 276, [](std::size_t at, int) { return at >= 8; }},
-      {"SlowClockAtLowSpeed",
-       {.slowClock = 0.045},
-       4800,
-       395,
-       400,
-       [](std::size_t, int bits) { return bits == 0x80; }},
-      {"SlowClock", {.slowClock = 0.045}, 38400, 0, 100, [](std::size_t, int bits) { return bits == 0x80; }},
-  };
-  for (const auto& row : cases) {
-    const std::vector<Bytes> answers = AnswersWith(row.disturbance, row.baud);
-    EXPECT_EQ(answers, AnswersWith(row.disturbance, row.baud)) << row.name << ": the seed decides";
-    const auto good = std::count(answers.begin(), answers.end(), kChecked);
-    EXPECT_TRUE(row.leastGood <= good && good <= row.mostGood) << row.name << ": " << good;
-    for (const Bytes& answer : answers)
-      for (std::size_t at = 0; at < answer.size(); ++at) {
-        if (answer[at] == kChecked[at]) continue;
-        EXPECT_TRUE(row.mayBe(at, answer[at] ^ kChecked[at])) << row.name << at;
-      }
-  }
-  const std::vector<Bytes> answers = AnswersWith({.lostStart = 0.3});
-  EXPECT_NEAR(static_cast<double>(std::count(answers.begin(), answers.end(), withoutStart)), 120, 37);
-}
-
-TEST(PhysicalCauses, AreFoundInTheTimesOfBytes) {
-  const auto arrivals = [](const LineOptions& options, double slowClock) {
-    Bus line(options);
-    line.Add({.number = 5, .disturbance = {.slowClock = slowClock}});
-    line.Send(kCheck, k9600, 0s);
-    std::vector<Time> times;
-    for (Time at{}; times.size() < kChecked.size(); at = *line.NextArrival())
-      for (std::size_t i = line.Receive(k9600, at).size(); i > 0; --i) times.push_back(at);
-    return times;
-  };
-  const std::vector<Time> right = arrivals({}, 0);
-  const std::vector<Time> slow = arrivals({}, 0.04);
-  EXPECT_EQ((slow[12] - slow[0]) / 1us, (right[12] - right[0]) * 100 / 96 / 1us);
-  const std::vector<Time> late = arrivals({.latency = 16ms}, 0);
-  EXPECT_EQ(late.front(), 16ms) << "13.02 ms on a line without latency";
-  EXPECT_EQ(late[3], 32ms);
-  EXPECT_EQ(late.back(), 32ms);
-}
-
-TEST(PhysicalCauses, AFloatingLineMakesBytesOnlyWhileNobodySends) {
-  Bus line({.idleInterval = 50ms});
-  line.Add({.number = 5});
-  EXPECT_NEAR(static_cast<double>(line.Receive(k9600, 100s).size()), 2000, 4 * 45);
-  int good = 0;
-  for (int i = 0; i < 100; ++i) {
-    line.Send(kCheck, k9600, 100s + i * 100ms);
-    line.Receive(k9600, line.SendingEnds());
-    good += line.Receive(k9600, line.SendingEnds() + 5ms + TimeOf(13, k9600)) == kChecked;
-  }
-  EXPECT_GT(good, 80)
-      << "a byte comes between question and answer in one of ten cases, never inside an answer";
-  EXPECT_LT(good, 100);
 }
 
 TEST_F(Line, NoSingleWrongBitGetsThrough) {

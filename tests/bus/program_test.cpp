@@ -127,33 +127,6 @@ TEST_F(Program, TwoBusesDoNotTakeEachOthersLink) {
   EXPECT_TRUE(fs::is_symlink(fs::symlink_status(link_))) << "by then it was another bus's";
 }
 
-TEST_F(Program, ALinkLeftOverIsReplacedWhoeverHasItsNumberNow) {
-  for (const bool stranger : {false, true}) {  // else this bus has it again, as the lowest that is free
-    Start({"--count", "4"});
-    program_->End(SIGKILL);
-    const int terminal = stranger ? posix_openpt(O_RDWR | O_NOCTTY) : -1;
-    Start({"--count", "4"});
-    Open(B9600);
-    EXPECT_EQ(AskCheck().size(), kCheckAnswer);
-    program_->End(SIGTERM);
-    close(terminal);
-  }
-}
-
-TEST_F(Program, APortThatAKilledToolHadForItselfOpensAgain) {
-  Start({"--count", "4"});
-  Open(B9600);
-  ASSERT_EQ(ioctl(port_, TIOCEXCL), 0);
-  close(port_);
-  int exclusive = 1;
-  for (int look = 0; look < 500 && exclusive == 1; ++look) {
-    port_ = open(link_.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);  // root opens it in any case
-    if (port_ >= 0) ioctl(port_, TIOCGEXCL, &exclusive);
-    if (exclusive == 1) close(port_), std::this_thread::sleep_for(10ms);
-  }
-  EXPECT_EQ(exclusive, 0);
-}
-
 TEST_F(Program, APulledCableTakesThePortAwayAndBringsItBack) {
   Start({"--count", "4", "--unplug", "1,50"});
   Open(B9600);

@@ -140,14 +140,6 @@ TEST(FlashCheck, MarksAnotherTextOfTheChecksumAndTheRedBackgroundStays) {
   EXPECT_EQ(program.computer.beeps, 1);
 }
 
-TEST(FlashCheck, CancelEndsTheRepetition) {
-  CommandProgram program;
-  program.Answer(Answers(1000, k12));
-  program.CancelAt(60s);
-  kCheck(program.tool, 5);
-  EXPECT_LT(program.computer.Time(), 63s);
-}
-
 TEST(Commands, CountAFailureOfTheExchangeAsNoAnswerAfterItsBox) {
   const char* const kNone = "No Answer red";
   const std::tuple<Command, const char*, const char*> kCommands[] = {{kCheck, "Quillon Error", kNone},

@@ -52,16 +52,6 @@ TEST(FailureReport, OfNoFailureEmptiesTheRowButForItsBackground) {
   EXPECT_EQ(program.computer.Time(), 2000ms);
 }
 
-TEST(FailureReport, OfAnyOtherCodeChangesNothing) {
-  TestProgram program;
-  ReportFailure(program.tool, 5, FailureCode::kNoAnswer);
-  for (const int code : {-1, 5, 1000}) {
-    ReportFailure(program.tool, 5, static_cast<FailureCode>(code));
-  }
-  EXPECT_EQ(program.Row(5), "No Answer red");
-  EXPECT_EQ(program.computer.Time(), 2000ms);
-}
-
 TEST(FailureReport, KeepsItsPauseAndItsWordsWhenCancelledInIt) {
   TestProgram program;
   program.CancelAt(500ms);

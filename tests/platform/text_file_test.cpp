@@ -7,9 +7,11 @@
 #include "support/test_program.h"
 #ifndef _WIN32
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "support/full_disk.h"
@@ -127,6 +129,25 @@ TEST_F(FileTest, HasOneWriterAndTheSecondLeavesItAlone) {
 }
 
 #ifndef _WIN32
+TEST_F(FileTest, IsTheOldOneOrTheNewOneWhenTheProgramIsKilledWhileItSaves) {
+  const std::string old(20'000, 'o');
+  const std::string fresh(30'000, 'f');
+  const std::string path = program.Write("some.cfg", old);
+  for (unsigned i = 0; i < 20; ++i) {
+    const pid_t saver = fork();
+    ASSERT_GE(saver, 0);
+    while (saver == 0) {
+      ReplaceFile(path, fresh);
+      ReplaceFile(path, old);
+    }
+    usleep(300 + 183 * i);
+    kill(saver, SIGKILL);
+    waitpid(saver, nullptr, 0);
+    const std::string held = program.Read("some.cfg");
+    EXPECT_TRUE(held == old || held == fresh) << held.size() << " bytes";
+  }
+}
+
 TEST_F(FileTest, IsReplacedBehindItsLinkWithItsModeAndNeverThroughAnotherLink) {
   program.Write("victim", "victim");
   program.Write("real.cfg", "old");

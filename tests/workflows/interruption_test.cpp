@@ -1,5 +1,5 @@
-// What the operator can do in the middle of a run: cancel it, end the program, click again, change the
-// controls.
+// What the operator can do in the middle of a run: cancel it, click again, change the controls.
+// quillon-explore presses Cancel and closes the main window at each frame of each run.
 #include <gtest/gtest.h>
 
 #include "link/outcome.h"
@@ -28,91 +28,9 @@ class InterruptedProgram : public RunProgram {
   Button button;
 };
 
-struct Phase {
-  const char* after;  // the last frame before Cancel
-  const char* row3;   // what then stands in the rows
-  const char* row5;
-  std::size_t stillSent = 0;  // frames that leave after Cancel
-};
-struct PhasesCase {
-  const char* name;
-  Button button;
-  std::vector<Phase> phases;  // one for each frame that is sent
-};
-void PrintTo(const PhasesCase& c, std::ostream* out) { *out << c.name; }
-
-const char* const kEmpty = " ";
-const char* const kNo = "No Answer";  // readied for the next speed, which is not tried any more
 const char* const kRed = "No Answer red";
 const char* const kGood = "12/05/31 07B6";
 const char* const kRead = "01/02/03 1E02 marked";
-const char* const kBoot7 = "01/00/00 B007";
-// clang-format off
-const PhasesCase kPhasesCases[] = {
-    {"Parallel", kParallel, {
-        {"Erase3", kNo, kEmpty},
-        {"Erase5", kEmpty, kNo},
-        {"Batch", kEmpty, kEmpty},
-        {"Batch, the last one: its pause sees no click", kRed, kEmpty, 1},
-        {"Sum3", kRed, kEmpty},
-        {"Sum5", kEmpty, kRed},
-        {"Check3", kRed, kEmpty},
-        {"Check5", kGood, kRed}}},
-    {"Serial", kSerial, {
-        {"Erase3", kNo, kEmpty},
-        {"Batch3", kEmpty, kEmpty},
-        {"Batch3, the last one", kEmpty, kEmpty},
-        {"Sum3", kRed, kEmpty},
-        {"Check3: asked once at each speed left", kRed, kEmpty, 3},
-        {"Erase5", kGood, kNo},
-        {"Batch5", kGood, kEmpty},
-        {"Batch5, the last one", kGood, kEmpty},
-        {"Sum5", kGood, kRed},
-        {"Check5: asked once at each speed left", kGood, kRed, 3}}},
-    {"FlashInfo", kInfo, {{"Check3", kNo, kEmpty}, {"Check5", kRead, kNo}}},
-    {"BootInfo", kBoot, {{"Boot3", kNo, kEmpty}, {"Boot5", kBoot7, kNo}}},
-    {"To3", kTo3, {{"To3:3", kNo, kEmpty}, {"To3:5", kEmpty, kNo}}},
-    {"Auto", kAuto, {{"Check0", kEmpty, kEmpty}, {"Check0", kEmpty, kEmpty}}},
-};
-// clang-format on
-
-class Interruption : public testing::TestWithParam<PhasesCase> {};
-INSTANTIATE_TEST_SUITE_P(Runs, Interruption, testing::ValuesIn(kPhasesCases),
-                         testing::PrintToStringParamName());
-
-TEST_P(Interruption, CancelEndsTheRunInEachPhase) {
-  std::size_t n = 0;
-  for (const Phase& phase : GetParam().phases) {
-    SCOPED_TRACE(phase.after);
-    InterruptedProgram program(GetParam().button);
-    program.Run(++n, [&] { program.tool.message.Command1.Press(); });
-    EXPECT_EQ(program.computer.sent.size(), n + phase.stillSent);
-    EXPECT_EQ(program.Rows(), (Texts{phase.row3, phase.row5}));
-    EXPECT_TRUE(program.Over());
-    EXPECT_EQ(program.Ticked(), "3 5 ");
-    const std::size_t sent = program.computer.sent.size();
-    program.tool.ComInfo.Press();
-    EXPECT_GT(program.computer.sent.size(), sent) << "the next run starts afresh";
-  }
-}
-
-TEST_P(Interruption, ClosingTheMainWindowEndsTheProgramInEachPhase) {
-  for (std::size_t n = 1; n <= GetParam().phases.size(); ++n) {
-    SCOPED_TRACE(GetParam().phases[n - 1].after);
-    InterruptedProgram program(GetParam().button);
-    std::size_t sent = 0;
-    program.Run(n, [&] {
-      sent = program.computer.sent.size();
-      program.tool.Close();
-    });
-    EXPECT_EQ(program.computer.sent.size(), sent);
-    EXPECT_TRUE(program.computer.ended);
-    EXPECT_EQ(program.computer.calls, 0);
-    EXPECT_FALSE(program.computer.open);
-    EXPECT_EQ(program.Read("Quillon.cfg").substr(0, 5), "500\r\n");
-    EXPECT_NE(program.Read("Log.txt"), "");
-  }
-}
 
 TEST(Interruption, OfAnEarlierRunIsForgottenWithItsRedRows) {
   for (const Button button : kRuns) {
@@ -124,20 +42,6 @@ TEST(Interruption, OfAnEarlierRunIsForgottenWithItsRedRows) {
     EXPECT_GT(program.computer.sent.size(), 1u);
     for (const int y : {0, 31})
       EXPECT_EQ(program.Row(y), button == kAuto ? "No Answer red" : "No Answer") << y;
-  }
-}
-
-TEST(Interruption, CancelWhileAFailureIsShownStillFillsTheRow) {
-  for (const Button button : {kParallel, kSerial, kInfo, kBoot, kTo3}) {
-    RunProgram program;
-    SCOPED_TRACE((program.tool.*button).Name());
-    program.ChooseHex(kImage);
-    program.Tick({3, 5});
-    program.CancelWhen(" : No Answer");
-    program.Press(button);
-    EXPECT_EQ(program.computer.sent.size(), 3u);
-    EXPECT_EQ(program.Rows(), (Texts{kNo, " "}));
-    EXPECT_FALSE(program.computer.open);
   }
 }
 

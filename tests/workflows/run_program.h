@@ -5,6 +5,7 @@
 
 #include "support/image.h"
 #include "support/test_program.h"
+#include "support/witness.h"
 
 namespace quillon::test {
 
@@ -82,12 +83,9 @@ class RunProgram : public TestProgram {
 
  private:
   static std::string Token(const Bytes& frame) {
-    if (frame[2] == 'p') return "To4:" + std::to_string(frame[1] - 30);
-    const std::string number = frame[1] == 0x5F ? "" : std::to_string(frame[1]);
-    if (frame[3] == 0x73) return "Check" + number;
-    if (frame[3] == 0x74) return "Erase" + number;
-    if (frame[3] == 0x55) return "To3:" + number;
-    return (frame[6] == 0x10 ? "Batch" : frame[6] == 0x0F ? "Sum" : "Boot") + number;
+    constexpr const char* kNames[] = {"Check", "Erase", "Batch", "Sum", "Boot", "To3:", "To4:"};
+    const int to = AddresseeOf(frame);
+    return kNames[static_cast<int>(CommandOf(frame))] + (to < 0 ? "" : std::to_string(to));
   }
 };
 

@@ -1,4 +1,4 @@
-#include "faults/witness.h"
+#include "support/witness.h"
 
 #include <algorithm>
 
