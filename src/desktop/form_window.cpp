@@ -13,6 +13,7 @@
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QMimeData>
+#include <QMouseEvent>
 #include <QScreen>
 #include <QScrollArea>
 #include <QStyle>
@@ -113,7 +114,8 @@ FormWindow::FormWindow(Form& form, FormWindow* owner)
   RefreshCaption();
   RefreshMousePointer();
   create();
-  windowHandle()->installEventFilter(this);
+  // A dialog also filters the events of open menus and lists, see HandlePressFromPopup.
+  (dialog ? static_cast<QObject*>(qApp) : windowHandle())->installEventFilter(this);
   // X11 keeps a dialog above its owner only, but one without an owner above all windows of the program.
   if (dialog && QGuiApplication::platformName() == "xcb") windowHandle()->setTransientParent(nullptr);
 }
@@ -249,8 +251,27 @@ void FormWindow::changeEvent(QEvent* event) {
   if (event->type() == QEvent::ActivationChange && isActiveWindow() && !IsDialog(*this)) RaiseDialogs();
 }
 
+/// Handles a press on this dialog that X11 sends to an open menu or list, since that has grabbed the mouse.
+/// Returns whether `press` was one.
+bool FormWindow::HandlePressFromPopup(QObject* receiver, const QMouseEvent& press) {
+  const auto* popup = qobject_cast<QWindow*>(receiver);
+  const QPoint position = press.globalPosition().toPoint();
+  if (popup == nullptr || popup->type() != Qt::Popup || popup->geometry().contains(position) ||
+      !isVisible() || !geometry().contains(position)) {
+    return false;
+  }
+  ClosePopups();
+  QMouseEvent own(press.type(), mapFromGlobal(press.globalPosition()), press.globalPosition(), press.button(),
+                  press.buttons(), press.modifiers());
+  QCoreApplication::sendEvent(windowHandle(), &own);
+  return true;
+}
+
 bool FormWindow::eventFilter(QObject* watched, QEvent* event) {
-  if (watched != windowHandle()) return QWidget::eventFilter(watched, event);
+  if (watched != windowHandle()) {
+    return IsDialog(*this) && event->type() == QEvent::MouseButtonPress &&
+           HandlePressFromPopup(watched, *static_cast<QMouseEvent*>(event));
+  }
   switch (event->type()) {
     case QEvent::Expose:
       // The icon is loaded after the first painting, so that it does not delay the window.

@@ -34,6 +34,7 @@ class FormWindow final : public QWidget, public FormView {
 
  private:
   QWidget* AddScrolledContents();
+  bool HandlePressFromPopup(QObject* receiver, const QMouseEvent& press);
   void DrawEdge();
   void ShowInPlace();
   QSize SizeWithin(QSize room) const;
