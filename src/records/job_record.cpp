@@ -73,8 +73,8 @@ class RecordParser {
 
   static void AddAnswer(ControllerRecord& controller, const QString& command, const QString& reply) {
     if (reply == "refused") ++controller.refusals;
-    if (command != "flash-check" && (reply == "refused" || reply == "accepted"))
-      controller.refused = reply == "refused";
+    const bool changesFlash = command == "erase" || command == "batch" || command == "full-checksum";
+    if (changesFlash && (reply == "refused" || reply == "accepted")) controller.refused = reply == "refused";
     if (reply == "no-answer") ++controller.unanswered;
     if (reply != "accepted") return;
     if (command == "erase") controller.progress = Progress::kErased;
