@@ -9,12 +9,22 @@
 #include <cmath>
 #include <stdexcept>
 
+#include "forms/quillon.h"
 #include "platform/system_ports.h"
 
 namespace quillon {
 namespace {
 
 using Progress = ControllerRecord::Progress;
+
+/// The number of a controller in a line. Raises std::runtime_error when it is not one.
+int ControllerNumber(const QJsonValue& value) {
+  const int number = value.toInt(-1);
+  if (number >= 0 && number < kControllers) return number;
+  const QString text = value.toVariant().toString();
+  throw std::runtime_error("it names the controller \"" + text.toStdString() +
+                           "\"; numbers run from 0 to 31");
+}
 
 /// Collects the lines of a record, one after the other.
 class RecordParser {
@@ -29,7 +39,8 @@ class RecordParser {
     if (event == "end") record_.gaps = line["gaps"].toString();
     if (event == "begun" || event == "ended") where_ = event == "begun" ? line : QJsonObject();
     if (event == "batch") AddBatch(line);
-    if (line.contains("controller")) AddTo(record_.controllers[line["controller"].toInt()], event, line);
+    if (line.contains("controller"))
+      AddTo(record_.controllers[ControllerNumber(line["controller"])], event, line);
   }
 
   JobRecord Finish() {
@@ -49,7 +60,7 @@ class RecordParser {
     record_.job = line;
     const QJsonArray controllers = line["controllers"].toArray();
     if (line["kind"] == "auto") return;  // its controllers are those that it finds
-    for (const QJsonValue& controller : controllers) record_.controllers[controller.toInt()];
+    for (const QJsonValue& controller : controllers) record_.controllers[ControllerNumber(controller)];
   }
 
   void AddBatch(const QJsonObject& line) {
@@ -68,7 +79,7 @@ class RecordParser {
     if (event == "read") controller.after = {{"version", line["version"]}, {"checksum", line["checksum"]}};
     if (event == "batch") controller.acknowledged = std::max(0, line["begun"].toInt() - 1);
     if (event == "answer") AddAnswer(controller, line["command"].toString(), line["reply"].toString());
-    if (event == "result") AddResult(controller, line);
+    if (event == "result" && !controller.done) AddResult(controller, line);
   }
 
   static void AddAnswer(ControllerRecord& controller, const QString& command, const QString& reply) {

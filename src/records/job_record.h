@@ -76,7 +76,8 @@ struct JobRecord {
   QDateTime Time() const { return QDateTime::fromString(job["time"].toString(), Qt::ISODateWithMs); }
 };
 
-/// Parses the text of a record. Raises std::runtime_error when it is not a job record or has a newer format.
+/// Parses the text of a record. Raises std::runtime_error when it is not a job record, has a newer format or
+/// names a controller that cannot exist. A controller has one result: further ones are ignored.
 JobRecord ParseRecord(const QByteArray& text);
 
 /// Parses a file. Also raises std::runtime_error when it can't be read.

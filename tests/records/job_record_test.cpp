@@ -185,9 +185,28 @@ TEST(JobRecord, IsReadWhereverItIsCut) {
   }
   EXPECT_EQ(ParseRecord(text.first(text.indexOf("\"begun\":3"))).cut.section(',', 1).toStdString(),
             " in the step \"program\" of controller 3, at or after batch 2 of 6.");
-  EXPECT_THROW(ParseRecord("{\"event\":\"job\",\"format\":2}\n"), std::runtime_error);
-  EXPECT_THROW(ParseRecord("{}\n"), std::runtime_error);
-  EXPECT_THROW(ParseRecord(":00000001FF\n"), std::runtime_error);
+}
+
+TEST(JobRecord, IsRefusedWhenDamaged) {
+  const struct {
+    const char* text;
+    const char* reason;
+  } table[] = {
+      {R"({"event":"job","format":2})", "newer"},
+      {"{}", "not a job record"},
+      {":00000001FF", "not a job record"},
+      {R"({"event":"job","kind":"serial","controllers":[3,99]})", "\"99\""},
+      {R"({"event":"job","kind":"serial","controllers":["x"]})", "\"x\""},
+      {"{\"event\":\"job\"}\n{\"event\":\"read\",\"controller\":-1}", "\"-1\""},
+  };
+  for (const auto& row : table) {
+    try {
+      ParseRecord(row.text + QByteArray("\n"));
+      ADD_FAILURE() << row.text;
+    } catch (const std::runtime_error& error) {
+      EXPECT_THAT(error.what(), testing::HasSubstr(row.reason)) << row.text;
+    }
+  }
 }
 
 TEST(JobRecord, ListsNoMoreThanALimit) {
