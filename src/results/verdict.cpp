@@ -17,7 +17,9 @@ Verdict Good(const char* word, const char* evidence, std::string reason, const c
   return {.good = true, .word = word, .evidence = evidence, .reason = std::move(reason), .advice = advice};
 }
 
-std::string AfterErasure(const Evidence& evidence) {
+/// How far the download of a controller came before its last step failed.
+std::string DownloadState(const Evidence& evidence) {
+  if (evidence.checksumConfirmed == true) return ", but it confirmed the full checksum";
   switch (evidence.erasure) {
     case Erasure::kDone:
       return ", and it is erased";
@@ -45,12 +47,12 @@ Verdict JudgeFailure(const Evidence& evidence) {
   const Reply reply = evidence.last ? evidence.last->reply : Reply::kNoAnswer;
   if (reply == Reply::kRefused) return JudgeRefusal(*evidence.last);
   if (reply == Reply::kDamaged) {
-    return Bad("damaged-answers", "its answers were damaged" + AfterErasure(evidence),
+    return Bad("damaged-answers", "its answers were damaged" + DownloadState(evidence),
                "check termination and shielding, and look for two controllers with this number");
   }
   const char* reason =
       reply == Reply::kCancelled ? "the run was cancelled before it answered" : "it did not answer";
-  return Bad("no-answer", reason + AfterErasure(evidence),
+  return Bad("no-answer", reason + DownloadState(evidence),
              "check power, cable, number and protocol; for an erase set a longer time-out");
 }
 
@@ -59,8 +61,10 @@ Verdict JudgeUnread(const Evidence& evidence) {
     return Bad("not-read", "it was not read", "remove the cause, then read it again");
   const std::string reason =
       evidence.cancelled ? "the run ended before it was read back" : "it was not read back";
-  return Bad("not-read", reason + AfterErasure(evidence),
-             evidence.erasure == Erasure::kNone ? "load it when the cause is removed" : "load it again");
+  const bool unchanged = evidence.erasure == Erasure::kNone;
+  const char* load = unchanged ? "load it when the cause is removed" : "load it again";
+  return Bad("not-read", reason + DownloadState(evidence),
+             evidence.checksumConfirmed == true ? "read it again" : load);
 }
 
 /// The read checksum differs from that of the file.
