@@ -1,4 +1,4 @@
-// The steps: read with the old, then with the new protocol; load with old, with new; load silent ones.
+// First come the steps that read, one for each protocol. Their answers determine the steps that load.
 #include "records/resume.h"
 
 #include <stdexcept>
@@ -23,65 +23,65 @@ QString ImageProtocol(const std::string& contents) {
 
 }  // namespace
 
-Resume::Resume(JobRecord record) : record_(std::move(record)) {
+Resume::Resume(JobRecord record, const QString& protocol) : record_(std::move(record)) {
   if (record_.Kind() != "parallel" && record_.Kind() != "serial")
     Refuse("it is not the record of a download");
   const QString path = record_.File()["path"].toString();
   const std::string contents = ReadFile(path.toStdString());  // raises RunError
   if (Sha256(contents) != record_.File()["sha256"].toString())
     Refuse("the file \"" + path + "\" is not the one of the record; restore it, or start a new download");
-  protocol_ = record_.job["settings"].toObject()["protocol"].toString();
-  imageProtocol_ = ImageProtocol(contents);
+  const QString recorded = record_.job["settings"].toObject()["protocol"].toString();
+  protocols_.push_back(protocol.isEmpty() ? recorded : protocol);
+  const QString imageProtocol = ImageProtocol(contents);
+  if (!imageProtocol.isEmpty() && imageProtocol != protocols_[0]) protocols_.push_back(imageProtocol);
 }
 
 std::optional<Resume::Step> Resume::Next() {
-  Step step;
-  const auto collect = [&](auto wanted) {
-    for (const auto& [number, controller] : record_.controllers) {
-      if (wanted(number)) step.controllers.push_back(number);
-    }
-  };
-  const auto silent = [&](int number) { return !answers_.contains(number); };
-  while (step.controllers.empty()) {
-    switch (stage_++) {
-      case 0:
-        step = {false, protocol_, {}};
-        collect([](int) { return true; });
-        break;
-      case 1:
-        step = {false, imageProtocol_, {}};
-        if (!imageProtocol_.isEmpty() && imageProtocol_ != protocol_) collect(silent);
-        break;
-      case 2:
-        step = {true, protocol_, {}};
-        collect([&](int n) { return !silent(n) && !answers_[n].byImageProtocol && MustLoad(n); });
-        break;
-      case 3:
-        step = {true, imageProtocol_, {}};
-        collect([&](int n) { return !silent(n) && answers_[n].byImageProtocol && MustLoad(n); });
-        break;
-      case 4:
-        step = {true, protocol_, {}};
-        collect(silent);
-        break;
-      default:
-        return std::nullopt;
-    }
+  while (protocolsRead_ < protocols_.size()) {
+    Step step{false, protocols_[protocolsRead_++], SilentControllers()};
+    if (!step.controllers.empty()) return step;
   }
+  if (!loadSteps_) loadSteps_ = LoadSteps();
+  if (loadSteps_->empty()) return std::nullopt;
+  Step step = std::move(loadSteps_->front());
+  loadSteps_->pop_front();
   return step;
 }
 
-void Resume::SetChecksum(int controller, const QString& checksum) {
-  constexpr int kStageAfterImageProtocol = 2;
-  answers_[controller] = {checksum, stage_ == kStageAfterImageProtocol};
+void Resume::SetReading(int controller, const Evidence& evidence) {
+  if (evidence.checksum.empty()) return;
+  answers_[controller] = {protocols_[protocolsRead_ - 1], QString::fromStdString(evidence.checksum),
+                          evidence.differentReadings || evidence.otherController};
+}
+
+std::vector<int> Resume::SilentControllers() const {
+  std::vector<int> silent;
+  for (const auto& [number, controller] : record_.controllers) {
+    if (!answers_.contains(number)) silent.push_back(number);
+  }
+  return silent;
+}
+
+std::deque<Resume::Step> Resume::LoadSteps() const {
+  std::deque<Step> steps;
+  for (const QString& protocol : protocols_) {
+    Step step{true, protocol, {}};
+    for (const auto& [number, answer] : answers_) {
+      if (answer.protocol == protocol && MustLoad(number)) step.controllers.push_back(number);
+    }
+    if (!step.controllers.empty()) steps.push_back(std::move(step));
+  }
+  for (const int number : SilentControllers()) steps.push_back({true, protocols_[0], {number}});
+  return steps;
 }
 
 bool Resume::MustLoad(int controller) const {
   const ControllerRecord& known = record_.controllers.at(controller);
+  const Answer& answer = answers_.at(controller);
   // Then it can lack a part of the image although the 16 bits of the checksum that it reports match.
   const bool unproven = known.progress == ControllerRecord::Progress::kErased && !known.allAcknowledged;
-  return unproven || known.refused || known.verdict == "contradictory" ||
-         answers_[controller].checksum != record_.File()["checksum"].toString();
+  return unproven || known.refused || known.verdict == "contradictory" || answer.contradictory ||
+         answer.checksum != record_.File()["checksum"].toString();
 }
 
 }  // namespace quillon

@@ -9,6 +9,7 @@
 
 #include "records/job_recorder.h"
 #include "records/resume.h"
+#include "results/run_results.h"
 #include "workflows/run_program.h"
 
 namespace quillon::test {
@@ -96,17 +97,18 @@ class JobProgram : public RunProgram {
     tool.message.Unload();
     tool.MSComm1.SetPortOpen(false);
     tool.Vitesse.SetText(record.job["settings"]["speed"].toString().toStdString());
+    RunResults results;
+    tool.observers = {&results};
     Resume resume(record);
     while (const auto step = resume.Next()) {
       tool.Protocol.SetText(step->protocol.toStdString());
       tool.NONE.Press();
       for (const int y : step->controllers) tool.C(y).SetValue(CheckBox::kTicked);
       Press(step->load ? button_ : kInfo);
-      for (const int y : step->controllers) {
-        if (tool.info.Ver(y).Text() != "No")
-          resume.SetChecksum(y, QString::fromStdString(tool.info.CkSum(y).Text()));
-      }
+      if (step->load) continue;
+      for (const int y : step->controllers) resume.SetReading(y, results.EvidenceOf(y));
     }
+    tool.observers.clear();
   }
 
   const Bytes& Flash(int number) { return bus.At(number).Flash(); }
@@ -207,6 +209,47 @@ TEST(JobRecord, IsRefusedWhenDamaged) {
       EXPECT_THAT(error.what(), testing::HasSubstr(row.reason)) << row.text;
     }
   }
+}
+
+/// The steps of a resumed download: "read 63: 3 5, load 63: 3". In each step that reads, the controllers of
+/// `readings` answer.
+std::string StepsOf(Resume resume, const std::map<int, Evidence>& readings) {
+  std::string steps;
+  while (const auto step = resume.Next()) {
+    steps += (steps.empty() ? "" : ", ") + std::string(step->load ? "load " : "read ") +
+             step->protocol.toStdString() + ":";
+    for (const int number : step->controllers) {
+      steps += " " + std::to_string(number);
+      if (!step->load && readings.contains(number)) resume.SetReading(number, readings.at(number));
+    }
+  }
+  return steps;
+}
+
+TEST(Resume, ReadsFirstAndLoadsEachSilentControllerAlone) {
+  JobProgram program({kSerial, {{.number = 3}, {.number = 5}}});
+  const JobRecord record = ParseRecord(program.RunUntil(1).record);
+  Evidence loaded, other;
+  loaded.checksum = record.File()["checksum"].toString().toStdString();
+  other.checksum = "0000";
+  Evidence twoReadings = loaded, twoNumbers = loaded;
+  twoReadings.differentReadings = true;
+  twoNumbers.otherController = 3;
+  const struct {
+    std::map<int, Evidence> readings;
+    const char* steps;
+    const char* protocol = "";
+  } table[] = {
+      {{{3, loaded}, {5, loaded}}, "read 63: 3 5"},
+      {{{3, other}, {5, other}}, "read 63: 3 5, load 63: 3 5"},
+      {{{3, loaded}, {5, twoReadings}}, "read 63: 3 5, load 63: 5"},
+      {{{3, loaded}, {5, twoNumbers}}, "read 63: 3 5, load 63: 5"},
+      {{{3, other}}, "read 63: 3 5, read 64: 5, load 63: 3, load 63: 5"},
+      {{}, "read 63: 3 5, read 64: 3 5, load 63: 3, load 63: 5"},
+      {{}, "read 7: 3 5, read 64: 3 5, load 7: 3, load 7: 5", "7"},
+      {{}, "read 64: 3 5, load 64: 3, load 64: 5", "64"},
+  };
+  for (const auto& row : table) EXPECT_EQ(StepsOf(Resume(record, row.protocol), row.readings), row.steps);
 }
 
 TEST(JobRecord, ListsNoMoreThanALimit) {

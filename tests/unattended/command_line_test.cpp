@@ -1,5 +1,11 @@
 #include <gmock/gmock.h>
 
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QTemporaryDir>
+
+#include "platform/text_file.h"
 #include "support/started_program.h"
 #include "unattended/task.h"
 
@@ -72,6 +78,26 @@ TEST(CommandLine, HandsOnWhatMakesSense) {
   EXPECT_EQ(task.steps[0].controllers, (QList<int>{31, 0}));
   EXPECT_EQ(task.steps[1].button, "Auto");
   EXPECT_EQ(task.steps[1].controllers, std::nullopt);
+}
+
+TEST(CommandLine, OverridesTheSettingsOfARecordToResume) {
+  const QTemporaryDir folder;
+  const QString path = folder.filePath("record.jsonl");
+  const QJsonObject job{
+      {"event", "job"},
+      {"kind", "serial"},
+      {"port", "COM 9"},
+      {"controllers", QJsonArray{3}},
+      {"settings", QJsonObject{{"protocol", "63"}, {"speed", "4800"}}},
+      {"file", QJsonObject{{"path", QUILLON_DEMO_HEX}, {"sha256", Sha256(ReadFile(QUILLON_DEMO_HEX))}}}};
+  QFile file(path);
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  file.write(QJsonDocument(job).toJson(QJsonDocument::Compact) + '\n');
+  file.close();
+  Task task = Read("--speed 9600 --protocol 7 --resume " + path);
+  PrepareFiles(task);
+  EXPECT_EQ(task.port + "/" + task.speed + "/" + task.protocol, "9/9600/7");
+  EXPECT_EQ(task.resume->Next()->protocol, "7");
 }
 
 // Without a display, without a word of the toolkit.

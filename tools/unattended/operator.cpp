@@ -66,11 +66,8 @@ void Operator::RunResume(Resume& resume) {
     Task::Step step = StepNamed(next->load ? resume.Record().Kind() : "flash-info");
     step.controllers.emplace(next->controllers.begin(), next->controllers.end());
     Run(step);
-    for (const int number : next->controllers) {
-      const Evidence evidence = results_.EvidenceOf(number);
-      if (!next->load && !evidence.checksum.empty())
-        resume.SetChecksum(number, QString::fromStdString(evidence.checksum));
-    }
+    if (next->load) continue;
+    for (const int number : next->controllers) resume.SetReading(number, results_.EvidenceOf(number));
   }
 }
 

@@ -311,7 +311,7 @@ bool Parse(CLI::App& app, std::vector<std::string> words, Task& task) {
 
 void PrepareResume(Task& task) {
   try {
-    task.resume.emplace(ReadRecord(task.resumeFrom));
+    task.resume.emplace(ReadRecord(task.resumeFrom), task.protocol);
   } catch (const std::exception& error) {
     throw Failure(ErrorCategory::kFile, "--resume: \"" + task.resumeFrom + "\": " + error.what() + ".");
   }
