@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 
 #include "support/image.h"
@@ -153,6 +154,22 @@ TEST_F(ProgramAtTheBus, FinishesARecordedDownload) {
   test::StartedProgram refused(resume);
   EXPECT_THAT(refused.ReadAll(), testing::HasSubstr("is not the one of the record"));
   EXPECT_EQ(refused.Wait(), 4);
+}
+
+// A limit on the size of files acts as a full disk. It is reached while the results are written.
+TEST_F(ProgramAtTheBus, WarnsBeforeTheEndThatARecordIsNotComplete) {
+  std::vector<std::string> words{"/bin/sh", "-c", "trap '' XFSZ; ulimit -f 3; exec \"$0\" \"$@\""};
+  std::ranges::copy(Words({"--record", folder_ + "records", "flash-info"}), std::back_inserter(words));
+  test::StartedProgram program(words);
+  int warnings = 0;
+  QString last;
+  for (QJsonObject event = Next(program); !event.isEmpty(); event = Next(program)) {
+    last = event["event"].toString();
+    warnings += last == "warning" && event["text"].toString().contains("can't be written");
+  }
+  EXPECT_EQ(warnings, 1);
+  EXPECT_EQ(last, "end");
+  EXPECT_EQ(program.Wait(), 1);
 }
 
 TEST_F(ProgramAtTheBus, TakesAnInterruptAsCancel) {

@@ -114,6 +114,11 @@ ErrorCategory Work(const Task& task, const std::string& folder, OutputFormatter&
   program.Start();
   QTimer::singleShot(0, &application, [&] { runner.Work(); });
   program.ServeUntilEnd();
+  if (recorder) {
+    recorder->Wait();
+    QApplication::processEvents();  // reports a record that could not be written
+  }
+  runner.ReportEnd();
   return runner.Outcome();
 }
 

@@ -41,6 +41,9 @@ void Operator::Work() {
     Fail(ErrorCategory::kController, error.what());
   }
   Press(kMain, "Exit");
+}
+
+void Operator::ReportEnd() {
   if (!output_.Finish()) Record(ErrorCategory::kFile);  // "end" reports the exit status
   output_.Report("end", Outcome() == ErrorCategory::kNone ? "all went well" : "it did not go well",
                  {{"code", static_cast<int>(Outcome())}});

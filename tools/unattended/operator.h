@@ -25,6 +25,8 @@ class Operator final : public WindowDriver, public RunObserver {
 
   /// Runs the whole task and ends the program by its Exit button.
   void Work();
+  /// Reports the end of the work with the exit status.
+  void ReportEnd();
 
   void OnRunEvent(const RunEvent& event) override;
 

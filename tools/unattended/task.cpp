@@ -128,7 +128,8 @@ EXIT STATUS
   5   cancelled by Ctrl-C or TERM: the run stopped at its next step
 
   If several apply, the first of 5, 3, 4, 2, 1 counts. After 1 the next
-  step runs; after the others none.
+  step runs; after the others none. A job record that cannot be written
+  causes a warning and does not change the exit status.
 
 EXAMPLES
   Read the firmware of controllers 0 and 1:
