@@ -46,7 +46,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const QByteArray text(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
   try {
     const JobRecord record = ParseRecord(text);
-    Require(record.how.isEmpty() != record.cut.isEmpty());
+    Require(record.ending.isEmpty() != record.cut.isEmpty());
     CheckControllers(record, text);
     CheckCut(record, text);
   } catch (const std::runtime_error&) {

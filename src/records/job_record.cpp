@@ -1,4 +1,6 @@
-// Parses job records, which docs/job-record.md documents.
+// A record is one JSON object a line; `event` names what happened. A record whose last line is not `end` was
+// cut; the state of each controller is then judged from the lines that exist. docs/job-record.md documents
+// the format.
 #include "records/job_record.h"
 
 #include <QCryptographicHash>
@@ -35,19 +37,28 @@ class RecordParser {
     if (record_.job.isEmpty()) return AddJob(line, event);
     record_.seconds = line["seconds"].toDouble();
     if (event == "error") record_.errors += line["text"].toString() + "\n";
-    if (event == "end") record_.how = line["how"].toString();
-    if (event == "end") record_.gaps = line["gaps"].toString();
-    if (event == "begun" || event == "ended") where_ = event == "begun" ? line : QJsonObject();
+    if (event == "begun") currentPhase_ = line;
+    if (event == "ended") currentPhase_ = QJsonObject();
     if (event == "batch") AddBatch(line);
+    if (event == "end") {
+      record_.ending = line["how"].toString();
+      record_.gaps = line["gaps"].toString();
+    }
     if (line.contains("controller"))
       AddTo(record_.controllers[ControllerNumber(line["controller"])], event, line);
   }
 
   JobRecord Finish() {
-    if (!record_.how.isEmpty()) return record_;
-    record_.cut = Where();
+    if (!record_.ending.isEmpty()) return record_;
+    record_.cut = DescribeCut();
+    const bool download = record_.Kind() == "parallel" || record_.Kind() == "serial";
     for (auto& [number, controller] : record_.controllers) {
-      if (!controller.done) JudgeCut(controller);
+      if (controller.done) continue;
+      if (download) {
+        JudgeCutDownload(controller);
+      } else {
+        JudgeCutReading(controller);
+      }
     }
     return record_;
   }
@@ -64,7 +75,7 @@ class RecordParser {
   }
 
   void AddBatch(const QJsonObject& line) {
-    batch_ = line;
+    lastBatchLine_ = line;
     record_.batches = line["begun"].toInt();
   }
 
@@ -77,6 +88,7 @@ class RecordParser {
     if (event == "damaged-answer") ++controller.damaged;
     if (event == "failure") controller.failure = line["text"].toString();
     if (event == "read") controller.after = {{"version", line["version"]}, {"checksum", line["checksum"]}};
+    // All batches before the one that begins were acknowledged.
     if (event == "batch") controller.acknowledged = std::max(0, line["begun"].toInt() - 1);
     if (event == "answer") AddAnswer(controller, line["command"].toString(), line["reply"].toString());
     if (event == "result" && !controller.done) AddResult(controller, line);
@@ -85,7 +97,8 @@ class RecordParser {
   static void AddAnswer(ControllerRecord& controller, const QString& command, const QString& reply) {
     if (reply == "refused") ++controller.refusals;
     const bool changesFlash = command == "erase" || command == "batch" || command == "full-checksum";
-    if (changesFlash && (reply == "refused" || reply == "accepted")) controller.refused = reply == "refused";
+    if (changesFlash && (reply == "refused" || reply == "accepted"))
+      controller.lastChangeRefused = reply == "refused";
     if (reply == "no-answer") ++controller.unanswered;
     if (reply != "accepted") return;
     if (command == "erase") controller.progress = Progress::kErased;
@@ -109,19 +122,21 @@ class RecordParser {
     controller.gap = line["gap"].toString();
   }
 
-  QString Where() const {
+  QString DescribeCut() const {
     if (record_.job.isEmpty()) return "The run was cut before anything was sent.";
     QString text = QString("The run was cut after %1 s").arg(record_.seconds, 0, 'f', 1);
-    if (!where_.isEmpty())
+    if (!currentPhase_.isEmpty())
       text += QString(", in the step \"%1\" of controller %2")
-                  .arg(where_["phase"].toString())
-                  .arg(where_["controller"].toInt());
-    if (!batch_.isEmpty())
-      text += QString(", at or after batch %1 of %2").arg(batch_["begun"].toInt()).arg(batch_["of"].toInt());
+                  .arg(currentPhase_["phase"].toString())
+                  .arg(currentPhase_["controller"].toInt());
+    if (!lastBatchLine_.isEmpty())
+      text += QString(", at or after batch %1 of %2")
+                  .arg(lastBatchLine_["begun"].toInt())
+                  .arg(lastBatchLine_["of"].toInt());
     return text + ".";
   }
 
-  void JudgeCut(ControllerRecord& controller) {
+  static void JudgeCutDownload(ControllerRecord& controller) {
     controller.verdict = "cut";
     switch (controller.progress) {
       case Progress::kUntouched:
@@ -141,17 +156,26 @@ class RecordParser {
         controller.advice = "read it with flash-info";
         break;
     }
-    const QString kind = record_.Kind();
-    if (kind == "parallel" || kind == "serial") return;
+  }
+
+  static void JudgeCutReading(ControllerRecord& controller) {
+    controller.verdict = "cut";
     controller.reason = controller.after.isEmpty() ? "the run was cut before it was read"
                                                    : "it was read, and the run was cut before its end";
     controller.advice = controller.after.isEmpty() ? "read it again" : "";
   }
 
   JobRecord record_;
-  QJsonObject where_;  // the last phase that began
-  QJsonObject batch_;  // the last line that counts batches
+  QJsonObject currentPhase_;   // the line that began it; empty between two phases
+  QJsonObject lastBatchLine_;  // the last line that counts batches
 };
+
+/// Whether a line that is not a JSON object is where the record was cut. A first line must at least begin as
+/// one and have no successor; otherwise the text is not a record.
+bool IsCut(const QList<QByteArray>& lines, qsizetype line) {
+  if (line > 0 || lines[0].isEmpty()) return true;
+  return lines.size() == 1 && lines[0].startsWith('{');
+}
 
 }  // namespace
 
@@ -189,10 +213,10 @@ JobRecord ParseRecord(const QByteArray& text) {
     const QJsonDocument line = QJsonDocument::fromJson(lines[i]);
     if (line.isObject()) {
       parser.Add(line.object());
-    } else {
-      const bool cut = i > 0 || lines[0].isEmpty() || (lines.size() == 1 && lines[0].startsWith('{'));
-      if (!cut) throw std::runtime_error("it is not a job record");
+    } else if (IsCut(lines, i)) {
       break;
+    } else {
+      throw std::runtime_error("it is not a job record");
     }
   }
   return parser.Finish();

@@ -46,8 +46,8 @@ struct ControllerRecord {
   QJsonObject after;
   int acknowledged = 0;  ///< batches; 0 in a parallel download
   int repeats = 0;
-  int refusals = 0;
-  bool refused = false;  ///< the last command that changes its flash was refused
+  int refusals = 0;                ///< refused commands of all kinds
+  bool lastChangeRefused = false;  ///< the last reply to a command that changes its flash was a refusal
   int damaged = 0;
   int unanswered = 0;
   QString failure;  ///< the text of a failed row, such as "Communication ERROR"
@@ -67,7 +67,7 @@ struct JobRecord {
   int batches = 0;     ///< begun in the last pass
   QString errors;      ///< texts of run-error boxes, one a line
   double seconds = 0;  ///< from the beginning of the run to the last line
-  QString how;         ///< how the run ended; empty when the record was cut
+  QString ending;      ///< how the run ended; empty when the record was cut
   QString cut;         ///< where the run was cut, as a sentence; empty when it was not
   QString gaps;        ///< what the gaps of several controllers have in common
 

@@ -80,7 +80,7 @@ bool Resume::MustLoad(int controller) const {
   const Answer& answer = answers_.at(controller);
   // Then it can lack a part of the image although the 16 bits of the checksum that it reports match.
   const bool unproven = known.progress == ControllerRecord::Progress::kErased && !known.allAcknowledged;
-  return unproven || known.refused || known.verdict == "contradictory" || answer.contradictory ||
+  return unproven || known.lastChangeRefused || known.verdict == "contradictory" || answer.contradictory ||
          answer.checksum != record_.File()["checksum"].toString();
 }
 

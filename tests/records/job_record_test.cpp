@@ -176,7 +176,7 @@ TEST(JobRecord, IsReadWhereverItIsCut) {
   JobProgram program({kSerial, {{.number = 3}}});
   const QByteArray text = program.RunUntil(INT_MAX).record;
   const JobRecord whole = ParseRecord(text);
-  EXPECT_EQ(whole.how, "finished");
+  EXPECT_EQ(whole.ending, "finished");
   EXPECT_EQ(whole.controllers.at(3).acknowledged, 6);
   double seconds = 0;
   for (qsizetype size = 0; size < text.size() - 1; ++size) {
@@ -298,7 +298,7 @@ TEST(JobRecord, HasAFileOfItsOwnForEachRun) {
   const QStringList names = QDir(folder.path()).entryList(QDir::Files);
   ASSERT_EQ(names.size(), 2);
   EXPECT_THAT(names[0].toStdString(), testing::MatchesRegex("20......T......Z-flash-info.*[.]jsonl"));
-  EXPECT_EQ(ReadRecord(folder.filePath(names[1])).how, "finished");
+  EXPECT_EQ(ReadRecord(folder.filePath(names[1])).ending, "finished");
   EXPECT_EQ(failures.size(), 0);
   recordTwo(folder.filePath(names[0]));  // not a folder
   ASSERT_EQ(failures.size(), 1);
@@ -311,7 +311,7 @@ TEST(JobRecord, ReadsTheSampleOfItsDocument) {
     if (line.startsWith('{')) sample += line + '\n';
   }
   const JobRecord record = ParseRecord(sample);
-  EXPECT_EQ((record.how + record.File()["path"].toString()).toStdString(), "finisheddemo.hex");
+  EXPECT_EQ((record.ending + record.File()["path"].toString()).toStdString(), "finisheddemo.hex");
   EXPECT_TRUE(record.controllers.at(3).good);
   EXPECT_FALSE(record.controllers.at(5).good);
 }

@@ -88,7 +88,7 @@ void AddFacts(const JobRecord& record, const QString& name, Report& report) {
   add("Time", record.Time().toString("yyyy-MM-dd HH:mm:ss 'UTC'") +
                   QString(", %1 s, %2")
                       .arg(record.seconds, 0, 'f', 1)
-                      .arg(record.how.isEmpty() ? "cut" : record.how));
+                      .arg(record.ending.isEmpty() ? "cut" : record.ending));
   add("Cut", record.cut);
   add("By", record.job["by"].toString());
   if (!file.isEmpty()) {
@@ -227,7 +227,7 @@ QString AsCsv(const JobRecord& record, const KnownFirmware* known) {
                       record.File()["sha256"].toString(),
                       record.job["port"].toString(),
                       record.job["by"].toString(),
-                      record.how.isEmpty() ? "cut" : record.how,
+                      record.ending.isEmpty() ? "cut" : record.ending,
                       QString::number(number),
                       c.before["version"].toString(),
                       c.before["checksum"].toString(),
