@@ -22,8 +22,9 @@ DESCRIPTION
 
   1. For each run and controller the number of requests, answers, repeated
      sends and refusals, and the state after the last message.
-     A checksum "as sent" is "proven" if the controller accepted every batch
-     and the full checksum, and "confirmed" if it accepted the latter.
+     A checksum "as sent" is "proven" if the controller accepted every
+     batch and the full checksum, and "confirmed" if it accepted the
+     latter.
   2. The doubtful lines: a false CRC, an echo, a wrong length, an answer
      from another controller, a final refusal, or a checksum other than the
      one that was sent or that the controller did not confirm.

@@ -113,9 +113,9 @@ JSON
   "verdict" and "evidence" stay the same from version to version; "reason"
   and "advice" are for people and may change.
 
-  If a controller reports another checksum than the file has, "gap" names the
-  missing batches that would explain it. They are candidates, not findings.
-  It is empty where more than three fit.
+  If a controller reports another checksum than the file has, "gap" names
+  the missing batches that would explain it. They are candidates, not
+  findings. It is empty where more than three fit.
 
 EXIT STATUS
   0   success
