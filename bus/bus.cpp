@@ -1,3 +1,9 @@
+// The line in memory. Each byte has the time at which it begins and ends, so that overlaps can be found:
+//
+//     tool sends    -> Framer finds frames -> each controller answers -> arriving_ (ordered by the end)
+//     tool receives <- the bytes of arriving_ whose time has come
+//
+// bus.h describes which overlaps destroy bytes, and why two answers in step are combined.
 #include "bus/bus.h"
 
 #include <algorithm>
@@ -33,7 +39,7 @@ Controller& Bus::At(int number) {
   throw std::out_of_range("no controller has the number " + std::to_string(number));
 }
 
-void Bus::Send(std::span<const std::uint8_t> bytes, const LineFormat& format, Time now) {
+void Bus::AddBytesFromTool(std::span<const std::uint8_t> bytes, const LineFormat& format, Time now) {
   if (format.baud < 1) throw std::invalid_argument("a line needs a speed above 0");
   const Time start = std::max(now, sendingEnds_);
   for (std::size_t i = 0; i < bytes.size(); ++i) {
@@ -51,13 +57,13 @@ void Bus::Send(std::span<const std::uint8_t> bytes, const LineFormat& format, Ti
 
 std::optional<Time> Bus::NextArrival() const {
   for (const Arriving& byte : arriving_)
-    if (byte.reception == Reception::Clean) return PassedOn(byte);
+    if (byte.reception == Reception::Clean) return ArrivalOf(byte);
   return std::nullopt;
 }
 
-Bytes Bus::Receive(const LineFormat& listening, Time now) {
+Bytes Bus::TakeBytesForTool(const LineFormat& listening, Time now) {
   Bytes received;
-  while (!arriving_.empty() && PassedOn(arriving_.front()) <= now) {
+  while (!arriving_.empty() && ArrivalOf(arriving_.front()) <= now) {
     const Arriving byte = arriving_.front();
     arriving_.pop_front();
     const bool understood = byte.format == listening || byte.sender == Sender::Nobody;
@@ -123,14 +129,14 @@ Reception Bus::DestroyOverlapped(Time begins, Time ends) {
   return ownByte;
 }
 
-/// When the last of `count` bytes is sent that begin at `begins`; unpaced bytes take no time.
+/// When the last of `count` bytes that begin at `begins` is sent. Unpaced bytes take no time.
 Time Bus::ByteEnd(Time begins, std::size_t count, const LineFormat& format, double slowClock) const {
   if (!options_.paced) return begins;
   return begins + std::chrono::duration_cast<Time>(TimeOf(count, format) / (1 - slowClock));
 }
 
-/// When the adapter passes a byte on to the tool.
-Time Bus::PassedOn(const Arriving& byte) const {
+/// When the adapter passes a byte on to the tool: at the next multiple of its latency.
+Time Bus::ArrivalOf(const Arriving& byte) const {
   if (options_.latency == Time{}) return byte.ends;
   const auto periods = (byte.ends.count() + options_.latency.count() - 1) / options_.latency.count();
   return periods * options_.latency;

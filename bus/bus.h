@@ -55,9 +55,9 @@ class Bus {
   /// The first controller with this number. Throws std::out_of_range when there is none.
   Controller& At(int number);
 
-  /// The tool sends bytes now; they leave one after the other, and after those still leaving.
-  /// Bytes of one frame may come in several calls. Throws std::invalid_argument for a speed below 1.
-  void Send(std::span<const std::uint8_t> bytes, const LineFormat& format, Time now);
+  /// Puts bytes that the tool sends now on the line, after those that are still being sent. The bytes of one
+  /// frame may come in several calls. Throws std::invalid_argument for a speed below 1.
+  void AddBytesFromTool(std::span<const std::uint8_t> bytes, const LineFormat& format, Time now);
 
   /// When the last byte sent so far has left (<= now: the line is idle).
   Time SendingEnds() const { return sendingEnds_; }
@@ -65,8 +65,9 @@ class Bus {
   /// The next moment at which a byte reaches the tool, if one is under way.
   std::optional<Time> NextArrival() const;
 
-  /// The bytes that reached the tool by now, at its current format (bytes sent at another one are lost).
-  Bytes Receive(const LineFormat& listening, Time now);
+  /// Returns and removes the bytes that reached the tool by now. Those sent in another format than
+  /// `listening`, that of the tool, are lost.
+  Bytes TakeBytesForTool(const LineFormat& listening, Time now);
 
   /// Every frame that the tool sent, in order: the bytes, when, at which speed.
   const std::vector<ReceivedFrame>& Traffic() const { return traffic_; }
@@ -104,7 +105,7 @@ class Bus {
   void PutByte(const Arriving& byte);
   Reception DestroyOverlapped(Time begins, Time ends);
   Time ByteEnd(Time begins, std::size_t count, const LineFormat& format, double slowClock = 0) const;
-  Time PassedOn(const Arriving& byte) const;
+  Time ArrivalOf(const Arriving& byte) const;
   void ScheduleIdleByte(Time after);
 
   LineOptions options_;

@@ -1,3 +1,5 @@
+// One simulated controller: decides whether a frame is for it, executes the command and builds the answer.
+// A fault that only changes the answer is applied last: the controller has then acted on the message.
 #include "bus/controller.h"
 
 #include <algorithm>

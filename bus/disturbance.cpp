@@ -1,3 +1,4 @@
+// Damages bytes at random. The same seed damages the same bytes on every computer.
 #include "bus/disturbance.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// Finds frames in a stream of bytes and computes their CRC. A frame ends with two bytes of CRC and 04:
+//
+//     protocol  address  length  payload (length bytes)  CRC high  CRC low  04
 #include "bus/frame.h"
 
 #include <algorithm>

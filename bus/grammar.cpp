@@ -1,3 +1,4 @@
+// Parses descriptions of controllers and faults (grammar.h). Errors name the wrong word and the valid ones.
 #include "bus/grammar.h"
 
 #include <charconv>

@@ -21,8 +21,8 @@ namespace bus {
 // or format samples the bits at wrong places and receives no frame. A controller at another speed does not
 // answer.
 //
-// Half duplex: all receive what one sends, and only one may send at a time. Two senders at once
-// drive the wires together and damage both transmissions. Only a convention prevents that: the tool asks one
+// Half duplex: all receive what one sends, and only one may send at a time. Two senders at once drive the
+// wires together and damage both transmissions. Only a convention prevents that: the tool asks one
 // controller, that controller answers, and the tool waits until the answer has ended before it asks again.
 //
 //     tool         |== question ==|                                      |== next question ==|

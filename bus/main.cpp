@@ -1,4 +1,4 @@
-// quillon-bus: simulated controllers on a pseudo-terminal.
+// quillon-bus: simulates controllers on a pseudo-terminal, which the tool opens as it opens a serial port.
 #include <fcntl.h>
 
 #include <exception>
@@ -15,20 +15,21 @@ namespace {
 /// number of the standard output.
 void OpenStandardDescriptors() {
   for (int descriptor = 0; descriptor <= 2; ++descriptor)
-    if (fcntl(descriptor, F_GETFD) < 0) open("/dev/null", O_RDWR);  // gets the lowest free number, this one
+    // open() returns the lowest free number, which is `descriptor`.
+    if (fcntl(descriptor, F_GETFD) < 0) open("/dev/null", O_RDWR);
 }
 
 }  // namespace
 
-int main(int count, char** words) {
-  constexpr int kCantServe = 1;
+int main(int argc, char** argv) {
+  constexpr int kFailed = 1;
   constexpr int kBadOptions = 2;
   OpenStandardDescriptors();
   try {
-    const std::vector<std::string> arguments(words + 1, words + count);
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
     const bus::Options options = bus::ParseOptions(arguments);
-    if (!options.answer.empty()) {
-      std::cout << options.answer;
+    if (!options.textToPrint.empty()) {
+      std::cout << options.textToPrint;
       return 0;
     }
     bus::Server(options).Run();
@@ -38,6 +39,6 @@ int main(int count, char** words) {
     return kBadOptions;
   } catch (const std::exception& error) {
     std::cerr << std::string("quillon-bus: ") + error.what() + '\n';
-    return kCantServe;
+    return kFailed;
   }
 }

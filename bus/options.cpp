@@ -1,3 +1,5 @@
+// Parses the command line of quillon-bus. The text of --help below documents it. The values of --controller,
+// --fault and of the physical causes have a grammar of their own (grammar.h).
 #include "bus/options.h"
 
 #include <CLI/CLI.hpp>
@@ -256,10 +258,10 @@ Options ParseOptions(std::span<const std::string> arguments) {
     app.parse(
         std::vector<std::string>(arguments.rbegin(), arguments.rend()));  // CLI11 expects the last one first
   } catch (const CLI::CallForHelp&) {
-    options.answer = app.help();
+    options.textToPrint = app.help();
     return options;
   } catch (const CLI::CallForVersion& version) {
-    options.answer = version.what();
+    options.textToPrint = version.what();
     return options;
   } catch (const CLI::ParseError& error) {
     throw OptionError(std::string(error.what()) + ". See quillon-bus --help.");

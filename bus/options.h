@@ -21,11 +21,11 @@ class OptionError : public std::runtime_error {
 /// The cable is unplugged once, after so many frames of the tool, and plugged in again later.
 struct Unplug {
   int afterFrames;
-  std::chrono::milliseconds away;
+  std::chrono::milliseconds duration;
 };
 
 struct Options {
-  std::string answer;  // the text of --help or --version, when one of them was given; else ""
+  std::string textToPrint;  // for --help or --version; then nothing else is done. Else ""
   LineOptions line;
   std::vector<ControllerSetup> controllers;
   std::string link;     // "" for none

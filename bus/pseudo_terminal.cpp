@@ -1,3 +1,5 @@
+// A pseudo-terminal in place of a serial port. Its calls are those of Linux; pseudo_terminal.h lists how it
+// differs from a real port, and what is done about each difference.
 #include "bus/pseudo_terminal.h"
 
 #include <asm/termbits.h>  // termios2, for unusual speeds; conflicts with <termios.h>
@@ -21,11 +23,17 @@
 namespace bus {
 namespace {
 
-int Check(int result, const char* what) {
-  if (result < 0) throw std::system_error(errno, std::generic_category(), what);
+[[noreturn]] void ThrowSystemError(const char* action) {
+  throw std::system_error(errno, std::generic_category(), action);
+}
+
+int Check(int result, const char* action) {
+  if (result < 0) ThrowSystemError(action);
   return result;
 }
 
+/// Switches off echo, line editing and the translation of bytes. Sets the format of a port that the tool has
+/// not yet set: 9600 bits per second, 8 data bits, no parity, two stop bits (CSTOPB).
 void MakeRaw(int terminal) {
   termios2 settings{};
   Check(ioctl(terminal, TCGETS2, &settings), "reading the settings of the pseudo-terminal");
@@ -64,11 +72,11 @@ char Parity(tcflag_t flags) {
 void RequireReplaceable(const std::string& path) {
   namespace fs = std::filesystem;
   std::error_code error;
-  const fs::file_status present = fs::symlink_status(path, error);
-  if (!fs::exists(present)) return;
-  const bool leftOver =
-      fs::is_symlink(present) && fs::read_symlink(path, error).string().starts_with("/dev/pts/");
-  if (!leftOver)
+  const fs::file_status status = fs::symlink_status(path, error);
+  if (!fs::exists(status)) return;
+  const bool leftByEndedBus =
+      fs::is_symlink(status) && fs::read_symlink(path, error).string().starts_with("/dev/pts/");
+  if (!leftByEndedBus)
     throw std::runtime_error("--link " + path +
                              ": something else has that name. Remove it or choose another.");
 }
@@ -100,20 +108,23 @@ PseudoTerminal::PseudoTerminal()
 
 void PseudoTerminal::UpdateOpenState() {
   std::array<char, 4096> events{};
-  bool noted = false;
+  bool sawEvent = false;
   ssize_t size = 0;
   while ((size = read(watch_.Number(), events.data(), events.size())) > 0) {
-    noted = true;
-    for (ssize_t at = 0; at < size;) {
+    sawEvent = true;
+    for (ssize_t offset = 0; offset < size;) {
       inotify_event event{};
-      std::memcpy(&event, events.data() + at, sizeof event);
-      inUse_ = (event.mask & IN_OPEN) != 0;
-      at += static_cast<ssize_t>(sizeof event + event.len);
+      std::memcpy(&event, events.data() + offset, sizeof event);
+      toolHasPortOpen_ = (event.mask & IN_OPEN) != 0;
+      offset += static_cast<ssize_t>(sizeof event + event.len);
     }
   }
-  justClosed_ = noted && !inUse_;
+  justClosed_ = sawEvent && !toolHasPortOpen_;
+  // The exclusive claim of a tool that was killed remains, since the slave is open here. The next tool could
+  // not open the port.
   if (justClosed_) ioctl(slave_.Number(), TIOCNXCL);
-  if (noted) Check(ioctl(slave_.Number(), TCFLSH, TCIFLUSH), "emptying the pseudo-terminal");
+  // Discards the bytes that the former tool did not read: a real port does not keep them either.
+  if (sawEvent) Check(ioctl(slave_.Number(), TCFLSH, TCIFLUSH), "emptying the pseudo-terminal");
 }
 
 LineFormat PseudoTerminal::Format() const {
@@ -126,20 +137,22 @@ LineFormat PseudoTerminal::Format() const {
 Bytes PseudoTerminal::Read() {
   Bytes bytes(4096);
   const ssize_t size = read(master_.Number(), bytes.data(), bytes.size());
-  if (size < 0 && errno != EAGAIN && errno != EINTR) Check(-1, "reading from the pseudo-terminal");
+  if (size < 0 && errno != EAGAIN && errno != EINTR) ThrowSystemError("reading from the pseudo-terminal");
   bytes.resize(static_cast<std::size_t>(size > 0 ? size : 0));
-  // The last event may be the closing by another program, such as stty, while the tool still has the port
-  // open. A program that writes has it open.
-  if (!bytes.empty() && !justClosed_) inUse_ = true;
+  // The last close may have been that of another program, such as stty. Whoever writes has the port open, so
+  // the tool still does.
+  if (!bytes.empty() && !justClosed_) toolHasPortOpen_ = true;
   return bytes;
 }
 
 void PseudoTerminal::Write(std::span<const std::uint8_t> bytes) {
-  if (bytes.empty() || !inUse_) return;
+  if (bytes.empty() || !toolHasPortOpen_) return;
   const ssize_t size = write(master_.Number(), bytes.data(), bytes.size());
-  if (size < 0 && errno != EAGAIN && errno != EINTR) Check(-1, "writing to the pseudo-terminal");
+  if (size < 0 && errno != EAGAIN && errno != EINTR) ThrowSystemError("writing to the pseudo-terminal");
 }
 
+/// The socket receives nothing. Its name is the claim: a second bus that binds the same name fails, and the
+/// name is free again as soon as this process has ended, even if it was killed.
 LinkClaim::LinkClaim(const std::string& path) {
   namespace fs = std::filesystem;
   const fs::path folder = fs::path(path).has_parent_path() ? fs::path(path).parent_path() : ".";
@@ -154,7 +167,7 @@ LinkClaim::LinkClaim(const std::string& path) {
   const std::size_t size = name.copy(address.sun_path + 1, sizeof address.sun_path - 1);
   const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + size);
   if (bind(socket_.Number(), reinterpret_cast<const sockaddr*>(&address), length) == 0) return;
-  if (errno != EADDRINUSE) Check(-1, "claiming the link");
+  if (errno != EADDRINUSE) ThrowSystemError("claiming the link");
   throw std::runtime_error("--link " + path +
                            ": another quillon-bus serves it. End that one or choose another name.");
 }

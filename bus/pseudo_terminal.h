@@ -24,8 +24,8 @@ class Descriptor {
 /// The bus's end of a pseudo-terminal that serves the tool as a serial port.
 ///
 /// A pseudo-terminal has two ends: what is written to one is read from the other. The bus keeps the master.
-/// The tool opens the slave by its path (/dev/pts/7) as it would open a real port, and the speed and format
-/// that it sets there can be read here. It differs from a real port in four ways:
+/// The tool opens the slave by its path (/dev/pts/7) as it would open a real port, and the bus can read the
+/// speed and format that the tool sets there. It differs from a real port in four ways:
 ///   - It has no speed: a thousand bytes arrive at once. The bus has to pace them.
 ///   - It edits lines and echoes by default. It is made raw here, at 9600 8N2. The bus also keeps the slave
 ///     open, so that these settings remain when the tool closes it.
@@ -41,8 +41,8 @@ class PseudoTerminal {
   PseudoTerminal();
 
   const std::string& Path() const { return path_; }
-  int Readable() const { return master_.Number(); }       // to poll for: bytes from the tool
-  int OpenedOrClosed() const { return watch_.Number(); }  // to poll for: the port was opened or closed
+  int ReadDescriptor() const { return master_.Number(); }      // becomes readable when the tool has written
+  int OpenStateDescriptor() const { return watch_.Number(); }  // readable: the port was opened or closed
 
   /// Reads whether the port was opened or closed since the last call. If so, discards the bytes that wait for
   /// the tool. Call it before `Read` and `Write`, so that no answer to a new frame is discarded.
@@ -62,8 +62,8 @@ class PseudoTerminal {
   Descriptor slave_;  // kept open, so that format and bytes remain when the tool closes its own
   Descriptor watch_;
   std::string path_;
-  bool inUse_ = false;       // the tool has the port open
-  bool justClosed_ = false;  // by the last UpdateOpenState: bytes that are read now were written before
+  bool toolHasPortOpen_ = false;
+  bool justClosed_ = false;  // as of UpdateOpenState; bytes that are read now were written before the close
 };
 
 /// Reserves a link for one bus, for the lifetime of the object.

@@ -1,3 +1,5 @@
+// Serves the simulated line in real time: connects the line in memory (bus.h), which has no clock of its own,
+// with a pseudo-terminal and the clock of the computer.
 #include "bus/server.h"
 
 #include <poll.h>
@@ -45,8 +47,9 @@ Server::Server(const Options& options)
       signals_(CatchSignals()),
       start_(std::chrono::steady_clock::now()) {
   for (const ControllerSetup& setup : options_.controllers) bus_.Add(setup);
+  // Before the log is opened: if another bus runs, this one stops here and leaves that log alone.
   if (!options_.link.empty()) claim_.emplace(options_.link);
-  PlugIn();  // before the log: a bus that is refused here must not empty the log of the running one
+  PlugIn();
   if (options_.logFile.empty()) return;
   log_.open(options_.logFile);
   if (!log_)
@@ -54,19 +57,21 @@ Server::Server(const Options& options)
 }
 
 void Server::Run() {
-  const std::string where =
+  const std::string port =
       options_.link.empty() ? terminal_->Path() : options_.link + " -> " + terminal_->Path();
-  std::cout << "bus: " << where << " (" << options_.controllers.size() << " controllers, seed "
+  std::cout << "bus: " << port << " (" << options_.controllers.size() << " controllers, seed "
             << options_.line.seed << ")" << std::endl;
   while (!ended_) {
     WaitForEvent(Now());
     const Time now = Now();
-    if (plugInAt_ && now >= *plugInAt_) {
-      bus_.Receive({}, now);  // answers that came while the cable was unplugged are lost
+    if (plugInTime_ && now >= *plugInTime_) {
+      bus_.TakeBytesForTool({}, now);  // answers that came while the cable was unplugged are lost
       PlugIn();
     }
     if (!terminal_) continue;
     terminal_->UpdateOpenState();
+    // First what is due by `now`, then what the tool has written. In the other order an answer that was due
+    // before the next question would collide with it.
     WriteToTool(now);
     ReadFromTool();
   }
@@ -75,41 +80,44 @@ void Server::Run() {
 void Server::PlugIn() {
   terminal_ = std::make_unique<PseudoTerminal>();
   if (!options_.link.empty()) link_ = std::make_unique<PortLink>(options_.link, terminal_->Path());
-  if (plugInAt_) LogLine("the cable is back: " + terminal_->Path());
-  plugInAt_.reset();
+  if (plugInTime_) LogLine("the cable is back: " + terminal_->Path());
+  plugInTime_.reset();
 }
 
 void Server::PullCable(Time now) {
   LogLine("the cable is pulled");
-  plugInAt_ = now + options_.unplug->away;
+  plugInTime_ = now + options_.unplug->duration;
   options_.unplug.reset();
   link_.reset();
   terminal_.reset();
 }
 
-/// Sleeps until the tool writes, a byte for it is due, the cable is to be plugged in, or a signal comes.
+/// Sleeps until the tool writes, opens or closes the port, a byte for it is due, the cable is to be plugged
+/// in, or a signal comes.
 void Server::WaitForEvent(Time now) {
-  std::optional<Time> due = plugInAt_ ? plugInAt_ : bus_.NextArrival();
+  std::optional<Time> due = plugInTime_ ? plugInTime_ : bus_.NextArrival();
   timespec timeout{};
   if (due) {
     const std::int64_t wait = std::max<std::int64_t>((*due - now).count(), 0);
     timeout = {wait / kNanosecondsPerSecond, wait % kNanosecondsPerSecond};
   }
-  const int port = terminal_ ? terminal_->Readable() : -1;
-  const int attention = terminal_ ? terminal_->OpenedOrClosed() : -1;
-  std::array<pollfd, 3> wanted = {pollfd{signals_.Number(), POLLIN, 0}, pollfd{port, POLLIN, 0},
-                                  pollfd{attention, POLLIN, 0}};
-  if (ppoll(wanted.data(), wanted.size(), due ? &timeout : nullptr, nullptr) < 0 && errno != EINTR)
+  constexpr int kIgnored = -1;  // ppoll skips this descriptor
+  const int input = terminal_ ? terminal_->ReadDescriptor() : kIgnored;
+  const int openState = terminal_ ? terminal_->OpenStateDescriptor() : kIgnored;
+  std::array<pollfd, 3> watched = {pollfd{signals_.Number(), POLLIN, 0}, pollfd{input, POLLIN, 0},
+                                   pollfd{openState, POLLIN, 0}};
+  if (ppoll(watched.data(), watched.size(), due ? &timeout : nullptr, nullptr) < 0 && errno != EINTR)
     throw std::system_error(errno, std::generic_category(), "waiting for the tool");
-  if ((wanted[0].revents & POLLIN) != 0) ended_ = true;
+  if ((watched[0].revents & POLLIN) != 0) ended_ = true;
 }
 
 void Server::ReadFromTool() {
   const Bytes bytes = terminal_->Read();
-  const Time now = Now();  // after the reading: by an earlier time the answer would come too early
+  // Taken after the read: an earlier time would let the answer arrive before the question has ended.
+  const Time now = Now();
   const LineFormat format = terminal_->Format();
   if (bytes.empty() || format.baud < 1) return;
-  bus_.Send(bytes, format, now);
+  bus_.AddBytesFromTool(bytes, format, now);
   framesReceived_ += static_cast<int>(bus_.Traffic().size());
   LogTraffic();
   if (options_.unplug && framesReceived_ >= options_.unplug->afterFrames) PullCable(now);
@@ -117,16 +125,17 @@ void Server::ReadFromTool() {
 
 void Server::WriteToTool(Time now) {
   const std::optional<Time> next = bus_.NextArrival();
-  if (next && *next <= now) terminal_->Write(bus_.Receive(terminal_->Format(), now));
+  if (next && *next <= now) terminal_->Write(bus_.TakeBytesForTool(terminal_->Format(), now));
 }
 
 void Server::LogTraffic() {
+  // A question mark after the sender marks bytes that are not an intact frame.
   for (const ReceivedFrame& frame : bus_.Traffic())
     Log(frame.begins, frame.format, (frame.intact ? "tool   " : "tool ? ") + HexText(frame.bytes));
   for (const Bus::SentAnswer& answer : bus_.Answers()) {
-    std::array<char, 8> who{};
-    std::snprintf(who.data(), who.size(), "%5d  ", answer.number);
-    Log(answer.begins, answer.format, who.data() + HexText(answer.bytes));
+    std::array<char, 8> sender{};
+    std::snprintf(sender.data(), sender.size(), "%5d  ", answer.number);
+    Log(answer.begins, answer.format, sender.data() + HexText(answer.bytes));
   }
   bus_.ForgetTraffic();
 }

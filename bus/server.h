@@ -48,7 +48,7 @@ class Server {
   Descriptor signals_;
   std::chrono::steady_clock::time_point start_;
   int framesReceived_ = 0;
-  std::optional<Time> plugInAt_;
+  std::optional<Time> plugInTime_;
   bool ended_ = false;
 };
 

@@ -12,8 +12,8 @@ constexpr LineFormat k19200{19200};
 
 /// Sends, waits for ten seconds, and returns what came.
 Bytes Ask(Bus& line, const Bytes& message, const LineFormat& format = k9600) {
-  line.Send(message, format, line.SendingEnds() + 10s);
-  return line.Receive(format, line.SendingEnds() + 10s);
+  line.AddBytesFromTool(message, format, line.SendingEnds() + 10s);
+  return line.TakeBytesForTool(format, line.SendingEnds() + 10s);
 }
 
 Bytes Erase(std::uint8_t speedChoice = 0xAA, std::uint8_t protocol = 0x40) {
@@ -104,7 +104,7 @@ TEST(Controller, FaultsStrikeAtTheMessagesNamed) {
 TEST(Controller, ALateAnswerComesSoMuchLater) {
   Bus line;
   line.Add({.number = 5, .faults = {{.kind = Kind::Late, .last = 1, .delay = 800ms}}});
-  line.Send(kCheck, k9600, 0s);
+  line.AddBytesFromTool(kCheck, k9600, 0s);
   EXPECT_EQ(line.NextArrival(), line.SendingEnds() + 5ms + 800ms + TimeOf(1, k9600));
 }
 
@@ -128,13 +128,13 @@ class Line : public testing::Test {
 };
 
 TEST_F(Line, BytesTakeElevenBitTimesEachInBothDirections) {
-  line_.Send(kCheck, k9600, 1s);
+  line_.AddBytesFromTool(kCheck, k9600, 1s);
   EXPECT_EQ(line_.SendingEnds(), 1s + Time(7 * 11 * 1'000'000'000LL / 9600));
   for (int byte = 1; byte <= 13; ++byte) {
     const Time arrives = line_.SendingEnds() + 5ms + Time(byte * 11 * 1'000'000'000LL / 9600);
     EXPECT_EQ(line_.NextArrival(), arrives);
-    EXPECT_TRUE(line_.Receive(k9600, arrives - 1ns).empty());
-    EXPECT_EQ(line_.Receive(byte == 13 ? k19200 : k9600, arrives).size(), byte == 13 ? 0U : 1U)
+    EXPECT_TRUE(line_.TakeBytesForTool(k9600, arrives - 1ns).empty());
+    EXPECT_EQ(line_.TakeBytesForTool(byte == 13 ? k19200 : k9600, arrives).size(), byte == 13 ? 0U : 1U)
         << "the tool does not understand the last one: it listens at another speed";
   }
 }
@@ -153,9 +153,9 @@ TEST(LineWithEcho, TheToolHearsItselfFirst) {
 }
 
 TEST_F(Line, SendingIntoAnAnswerDestroysBoth) {
-  line_.Send(kCheck, k9600, 0s);
-  line_.Send(kCheck, k9600, line_.SendingEnds() + 5ms + TimeOf(4, k9600));
-  EXPECT_EQ(line_.Receive(k9600, 1s).size(), 6U) << "seven bytes of thirteen met the second frame";
+  line_.AddBytesFromTool(kCheck, k9600, 0s);
+  line_.AddBytesFromTool(kCheck, k9600, line_.SendingEnds() + 5ms + TimeOf(4, k9600));
+  EXPECT_EQ(line_.TakeBytesForTool(k9600, 1s).size(), 6U) << "seven bytes of thirteen met the second frame";
   EXPECT_EQ(line_.Answers().size(), 1U) << "the garbled frame is answered by nobody";
 }
 
@@ -165,7 +165,7 @@ TEST_F(Line, FramesSentInOneGoAreFoundOneByOne) {
   Bytes longest = {0x40, 0x5F, 255};
   longest.resize(kBeforePayload + 255);
   const std::vector<Bytes> frames = {kCheck6, kText1, CloseFrame(longest), kCheck6};
-  for (const Bytes& frame : frames) line_.Send(frame, {11'000}, 0s);  // a byte a millisecond
+  for (const Bytes& frame : frames) line_.AddBytesFromTool(frame, {11'000}, 0s);  // a byte a millisecond
   ASSERT_EQ(line_.Traffic().size(), frames.size());
   for (std::size_t i = 0; i < frames.size(); ++i) EXPECT_EQ(line_.Traffic()[i].bytes, frames[i]) << i;
   EXPECT_EQ(line_.Traffic().back().ends, 284ms);

@@ -131,7 +131,7 @@ void FakeComputer::Write(std::span<const std::uint8_t> bytes) {
     for (const Reply& reply : script.front()) arriving_.emplace(now_ + reply.after, reply.bytes);
     script.pop_front();
   } else if (bus) {
-    bus->Send(bytes, Format(), now_);
+    bus->AddBytesFromTool(bytes, Format(), now_);
     Advance(bus->SendingEnds() - TimeOnLine(kOutputBuffer));
   }
 }
@@ -171,7 +171,7 @@ void FakeComputer::Collect() {
     received_.insert(received_.end(), bytes.begin(), bytes.end());
     arriving_.erase(arriving_.begin());
   }
-  Bytes bytes = bus ? bus->Receive(Format(), now_) : Bytes{};
+  Bytes bytes = bus ? bus->TakeBytesForTool(Format(), now_) : Bytes{};
   if (!open) return;  // what comes to a closed port is lost
   received_.insert(received_.end(), bytes.begin(), bytes.end());
   if (!noise) return;
