@@ -18,9 +18,10 @@
 namespace quillon {
 namespace {
 
-constexpr std::size_t kMaxCandidates = 3;
-constexpr std::size_t kAddressBytes = 2;  // at the beginning of a payload
+constexpr std::size_t kMaxCandidates = 3;  // more would not help the technician
+constexpr std::size_t kAddressBytes = 2;   // at the beginning of a payload
 
+/// The checksum of an empty image is that of an erased flash.
 std::uint16_t ErasedChecksum() {
   ImageFacts unused;
   return static_cast<std::uint16_t>(AnalyseImage(LineReader(""), unused));
@@ -39,16 +40,16 @@ std::string JoinWithOr(const std::vector<int>& numbers) {
   return text;
 }
 
-std::vector<int> Common(const std::vector<int>& one, const std::vector<int>& other) {
-  std::vector<int> common;
-  std::ranges::set_intersection(one, other, std::back_inserter(common));
-  return common;
+std::vector<int> InBoth(const std::vector<int>& one, const std::vector<int>& other) {
+  std::vector<int> both;
+  std::ranges::set_intersection(one, other, std::back_inserter(both));
+  return both;
 }
 
 }  // namespace
 
 bool MissingBatches::Useful() const {
-  const std::size_t count = single.size() + first.size();
+  const std::size_t count = oneMissing.size() + onlyFirst.size();
   return count > 0 && count <= kMaxCandidates;
 }
 
@@ -57,22 +58,26 @@ BatchSums::BatchSums(std::string_view file) {
   try {
     while (!reader.AtEnd()) changes_.push_back(ChangeOf(reader.Next()));
   } catch (const RunError&) {
-    // A download also ends there.
+    // The file is unreadable from here on. A download stops at the same place: only the batches before count.
   }
 }
 
 MissingBatches BatchSums::Explain(std::uint16_t reported) const {
-  MissingBatches missing{{}, {}, static_cast<int>(changes_.size())};
-  std::uint16_t present = ErasedChecksum();
-  const int whole = std::accumulate(changes_.begin(), changes_.end(), unsigned{present});
-  int left = static_cast<int>(std::ranges::count_if(changes_, [](int change) { return change != 0; }));
-  for (std::size_t done = 0; done < changes_.size(); ++done) {
-    if (changes_[done] == 0) continue;
-    const auto number = static_cast<int>(done);
-    if (static_cast<std::uint16_t>(whole - changes_[done]) == reported) missing.single.push_back(number + 1);
+  MissingBatches missing{.oneMissing = {}, .onlyFirst = {}, .batches = static_cast<int>(changes_.size())};
+  const auto add = [](std::uint16_t sum, int change) { return static_cast<std::uint16_t>(sum + change); };
+  std::uint16_t checksumSoFar = ErasedChecksum();  // of a flash with the batches before the current one
+  const std::uint16_t completeChecksum =
+      std::accumulate(changes_.begin(), changes_.end(), checksumSoFar, add);
+  auto changesLeft = std::ranges::count_if(changes_, [](int change) { return change != 0; });
+  for (int before = 0; before < missing.batches; ++before) {
+    const std::uint16_t change = changes_[static_cast<std::size_t>(before)];
+    if (change == 0) continue;
+    if (add(completeChecksum, -change) == reported) missing.oneMissing.push_back(before + 1);
     // "All but the last batch" is already reported as the absence of that batch.
-    if (left-- > 1 && present == reported) missing.first.push_back(number);
-    present = static_cast<std::uint16_t>(present + changes_[done]);
+    const bool isLast = changesLeft == 1;
+    if (!isLast && checksumSoFar == reported) missing.onlyFirst.push_back(before);
+    checksumSoFar = add(checksumSoFar, change);
+    --changesLeft;
   }
   return missing;
 }
@@ -80,29 +85,32 @@ MissingBatches BatchSums::Explain(std::uint16_t reported) const {
 std::string DescribeMissing(const MissingBatches& missing, const std::string& fileName) {
   if (!missing.Useful()) return "";
   std::string text = "the checksum fits if ";
-  if (!missing.first.empty()) {
-    text += "it contains the first " + JoinWithOr(missing.first) + " of " + std::to_string(missing.batches) +
-            " batches of " + fileName;
+  if (!missing.onlyFirst.empty()) {
+    text += "it contains the first " + JoinWithOr(missing.onlyFirst) + " of " +
+            std::to_string(missing.batches) + " batches of " + fileName;
   }
-  if (!missing.single.empty())
-    text +=
-        (missing.first.empty() ? "batch " : ", or if batch ") + JoinWithOr(missing.single) + " is missing";
+  if (!missing.oneMissing.empty())
+    text += (missing.onlyFirst.empty() ? "batch " : ", or if batch ") + JoinWithOr(missing.oneMissing) +
+            " is missing";
   return text;
 }
 
 std::string SuggestCause(const std::vector<MissingBatches>& controllers) {
-  std::size_t count = 0;
-  MissingBatches common;
+  std::size_t count = 0;  // of the controllers with useful candidates
+  MissingBatches common;  // what explains all of them
   for (const MissingBatches& missing : controllers) {
     if (!missing.Useful()) continue;
     if (count++ == 0) common = missing;
-    common = {Common(common.single, missing.single), Common(common.first, missing.first), missing.batches};
+    common = {.oneMissing = InBoth(common.oneMissing, missing.oneMissing),
+              .onlyFirst = InBoth(common.onlyFirst, missing.onlyFirst),
+              .batches = missing.batches};
   }
   if (count < 2) return "";
-  if (!common.single.empty()) return std::to_string(count) + " controllers miss the same: raise the delay";
-  if (!common.first.empty())
-    return std::to_string(count) + " controllers hold the same part: load them again";
-  return "different batches: look at the line";
+  if (!common.oneMissing.empty())
+    return std::to_string(count) + " controllers miss the same: raise the delay";
+  if (!common.onlyFirst.empty())
+    return std::to_string(count) + " controllers contain the same part: load them again";
+  return "different batches: check the line";
 }
 
 }  // namespace quillon

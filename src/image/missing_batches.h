@@ -10,12 +10,12 @@ namespace quillon {
 /// The missing batches that would explain the checksum of a controller without the whole image. They are only
 /// candidates: a checksum has 16 bits, and several gaps can give the same one.
 struct MissingBatches {
-  std::vector<int> single;  ///< numbers from 1: the absence of this batch alone explains the checksum
-  std::vector<int> first;   ///< n: an erased flash with only the first n batches explains it
-  int batches = 0;          ///< of the image
+  std::vector<int> oneMissing;  ///< numbers from 1: the absence of this batch alone explains the checksum
+  std::vector<int> onlyFirst;   ///< n: an erased flash with only the first n batches explains it
+  int batches = 0;              ///< of the image
 
   bool operator==(const MissingBatches&) const = default;
-  /// Whether there are one to three candidates: more are not worth showing.
+  /// Whether there are one to three candidates. More would not help the technician.
   bool Useful() const;
 };
 
@@ -38,8 +38,8 @@ class BatchSums {
 std::string DescribeMissing(const MissingBatches& missing, const std::string& fileName);
 
 /// The cause that the gaps of several controllers suggest: "3 controllers miss the same: raise the delay" if
-/// one missing batch explains all, "3 controllers hold the same part: load them again" if one part of the
-/// image does, else "different batches: look at the line". Empty for less than two.
+/// one missing batch explains all, "3 controllers contain the same part: load them again" if one part of the
+/// image does, else "different batches: check the line". Empty for less than two.
 std::string SuggestCause(const std::vector<MissingBatches>& controllers);
 
 }  // namespace quillon

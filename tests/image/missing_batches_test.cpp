@@ -39,10 +39,11 @@ void ExpectEachGapIsFound(const std::string& file, std::size_t room) {
     if (IsErased(batches[lost])) continue;
     const int number = static_cast<int>(lost) + 1;
     const auto one = sums.Explain(Checksum(batches, room, [&](auto b) { return b != lost; }));
-    ASSERT_THAT(one.single, testing::Contains(number)) << file;
+    ASSERT_THAT(one.oneMissing, testing::Contains(number)) << file;
     const auto rest = sums.Explain(Checksum(batches, room, [&](auto b) { return b < lost; }));
     const bool last = std::all_of(batches.begin() + number, batches.end(), IsErased);
-    ASSERT_THAT(last ? rest.single : rest.first, testing::Contains(last ? number : number - 1)) << file;
+    ASSERT_THAT(last ? rest.oneMissing : rest.onlyFirst, testing::Contains(last ? number : number - 1))
+        << file;
   }
 }
 
@@ -63,10 +64,10 @@ TEST(MissingBatches, AreAmongTheCandidates) {
 }
 
 TEST(MissingBatches, AreDescribedWhileAtMostThreeFit) {
-  const MissingBatches part{.single = {}, .first = {10}, .batches = 25};
-  const MissingBatches one{.single = {10, 20}, .first = {}, .batches = 25};
-  const MissingBatches other{.single = {3, 20}, .first = {10}, .batches = 25};
-  const MissingBatches many{.single = {1, 2, 3, 4}, .first = {}, .batches = 25};
+  const MissingBatches part{.oneMissing = {}, .onlyFirst = {10}, .batches = 25};
+  const MissingBatches one{.oneMissing = {10, 20}, .onlyFirst = {}, .batches = 25};
+  const MissingBatches other{.oneMissing = {3, 20}, .onlyFirst = {10}, .batches = 25};
+  const MissingBatches many{.oneMissing = {1, 2, 3, 4}, .onlyFirst = {}, .batches = 25};
   EXPECT_EQ(DescribeMissing(part, "demo.hex"),
             "the checksum fits if it contains the first 10 of 25 batches of demo.hex");
   EXPECT_EQ(DescribeMissing(one, "demo.hex"), "the checksum fits if batch 10 or 20 is missing");
@@ -75,8 +76,8 @@ TEST(MissingBatches, AreDescribedWhileAtMostThreeFit) {
             "missing");
   EXPECT_EQ(DescribeMissing(many, "demo.hex") + DescribeMissing({}, "demo.hex"), "");
   EXPECT_EQ(SuggestCause({one, many, other, one}), "3 controllers miss the same: raise the delay");
-  EXPECT_EQ(SuggestCause({part, other}), "2 controllers hold the same part: load them again");
-  EXPECT_EQ(SuggestCause({one, part}), "different batches: look at the line");
+  EXPECT_EQ(SuggestCause({part, other}), "2 controllers contain the same part: load them again");
+  EXPECT_EQ(SuggestCause({one, part}), "different batches: check the line");
   EXPECT_EQ(SuggestCause({one, many}), "");
 }
 
