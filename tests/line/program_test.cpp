@@ -30,6 +30,13 @@ class LineProgram : public testing::Test {
     return options;
   }
 
+  std::string Record() const {
+    std::stringstream text;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_))
+      if (entry.path().string().ends_with("-line-check.jsonl")) text << std::ifstream(entry.path()).rdbuf();
+    return text.str();
+  }
+
   std::string folder_;
 };
 
@@ -57,12 +64,7 @@ TEST_F(LineProgram, EndsAsTheControllersAre) {
     EXPECT_THAT(program.ReadAll(), HasSubstr(row.said));
     EXPECT_EQ(program.Wait(), row.status) << row.said;
   }
-  std::string record;
-  for (const auto& entry : std::filesystem::directory_iterator(folder_))
-    if (entry.path().string().ends_with("-line-check.jsonl")) record = entry.path();
-  std::stringstream text;
-  text << std::ifstream(record).rdbuf();
-  EXPECT_THAT(text.str(),
+  EXPECT_THAT(Record(),
               testing::ContainsRegex("\"event\":\"job\".*\n.*\"good\":true.*\n.*\n.*\"how\":\"finished\""));
   std::stringstream page;
   page << std::ifstream(folder_ + "page.html").rdbuf();
@@ -73,12 +75,13 @@ TEST_F(LineProgram, EndsAsTheControllersAre) {
 TEST_F(LineProgram, AnInterruptEndsItWithWhatWasMeasured) {
   StartedProgram bus = Bus({"--count", "1"});
   ASSERT_THAT(bus.ReadLine(), HasSubstr("bus: "));
-  StartedProgram program(Words({"--watch", "0"}));
+  StartedProgram program(Words({"--watch", "--record", folder_, "0"}));
   EXPECT_THAT(program.ReadLine(), HasSubstr("Ctrl-C"));
   EXPECT_THAT(program.ReadLine(), HasSubstr("0 good"));
   program.Send(SIGINT);
   EXPECT_THAT(program.ReadAll(), HasSubstr("not measured"));
   EXPECT_EQ(program.Wait(), 5);
+  EXPECT_THAT(Record(), testing::AllOf(HasSubstr("\"how\":\"cancelled\""), Not(HasSubstr("\"questions\""))));
 }
 
 }  // namespace

@@ -1,3 +1,6 @@
+// Finds the probable cause of damage on a line. Each cause damages answers in its own way: noise at any
+// place, reflections only at the end, a slow clock only in the last bit of a byte. So the damaged answers of
+// a controller are compared with an intact one, and the first cause whose symptoms are found is reported.
 #include "line/diagnosis.h"
 
 #include <algorithm>
@@ -14,7 +17,7 @@ namespace {
 
 using enum LineVerdict;
 
-constexpr int kFewest = 3;  // of a kind, before it is more than chance
+constexpr int kFewest = 3;  // damaged answers of a kind, before it is more than chance
 constexpr char kAskMore[] = "Ask at least 20 for a verdict.";
 
 /// What the questions to one controller show.
@@ -290,7 +293,7 @@ double WilsonBound(int failed, int asked) {
   return std::min(1.0, (middle + half) / (1 + kZ * kZ / n));
 }
 
-FileProof ProveFile(const LineDiagnosis& diagnosis, const std::vector<std::size_t>& batchFrames) {
+FileProof ProveFile(const LineDiagnosis& diagnosis, const std::vector<std::size_t>& batchFrameSizes) {
   constexpr int kPerQuestion = 7 + 13;                // bytes of question and answer
   int carried = diagnosis.slowest > 0 ? INT_MAX : 0;  // bytes without a loss, of the worst controller
   for (const ControllerDiagnosis& controller : diagnosis.controllers) {
@@ -298,10 +301,10 @@ FileProof ProveFile(const LineDiagnosis& diagnosis, const std::vector<std::size_
     carried =
         std::min(carried, controller.answered == controller.asked ? controller.asked * kPerQuestion : 0);
   }
-  FileProof proof{.batches = static_cast<int>(batchFrames.size())};
+  FileProof proof{.batches = static_cast<int>(batchFrameSizes.size())};
   int needed = 0;
-  for (const std::size_t frame : batchFrames) {
-    needed += static_cast<int>(frame);
+  for (const std::size_t size : batchFrameSizes) {
+    needed += static_cast<int>(size);
     if (needed <= carried) ++proof.provenBatches;
   }
   proof.questions = (needed + kPerQuestion - 1) / kPerQuestion;

@@ -58,6 +58,6 @@ struct FileProof {
   int provenBatches = 0;  ///< the questions carried as many bytes as these without a loss
   int questions = 0;      ///< to each controller that carry as many bytes as all batches
 };
-FileProof ProveFile(const LineDiagnosis& diagnosis, const std::vector<std::size_t>& batchFrames);
+FileProof ProveFile(const LineDiagnosis& diagnosis, const std::vector<std::size_t>& batchFrameSizes);
 
 }  // namespace quillon

@@ -1,4 +1,5 @@
-// quillon-line measures how good the line to each controller is, and names the probable cause of damage.
+// quillon-line measures how good the line to each controller is, and names the probable cause of damage. This
+// file parses the command line, runs the check and determines the exit status.
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QJsonDocument>
@@ -14,6 +15,7 @@
 #include "desktop/desktop_events.h"
 #include "desktop/serial_port.h"
 #include "line/report.h"
+#include "platform/scope_exit.h"
 #include "platform/system_files.h"
 #include "platform/text_file.h"
 #include "unattended/console.h"
@@ -82,22 +84,22 @@ EXAMPLES
 
 struct Options {
   LinePlan plan;
-  std::set<int> named;  // controllers that were named singly: each is expected to be there
-  std::string file;     // firmware for whose download the line is to be judged; "" for none
-  bool prove = false;   // ask as many questions as the file needs
+  std::set<int> namedAlone;  // controllers named outside ranges: each is expected to be there
+  std::string file;          // firmware for whose download the line is to be judged; "" for none
+  bool proveFile = false;    // ask as many questions as the file needs
   bool json = false;
   std::string html;    // "" for none
   std::string record;  // folder of job records; "" for none
 };
 
-/// Adds the controllers of a list to the plan, and those named singly to those that are expected.
+/// Adds the controllers of a list, such as "1,2" or "0-31", to the plan.
 void AddControllers(const std::string& list, Options& options) {
   std::set<int> all(options.plan.controllers.begin(), options.plan.controllers.end());
   const QString text = QString::fromStdString(list);
   const QList<int> numbers = ParseControllers(text);
   all.insert(numbers.begin(), numbers.end());
   for (const QString& word : text.split(','))
-    if (!word.contains('-')) options.named.insert(word.toInt());
+    if (!word.contains('-')) options.namedAlone.insert(word.toInt());
   options.plan.controllers.assign(all.begin(), all.end());
 }
 
@@ -126,7 +128,7 @@ std::optional<int> ParseCommandLine(Options& options) {
   number("--timeout", timeout, 10, 60000, "milliseconds after which an answer is late (500)");
   auto* file = app.add_option("--for", options.file, "compare the questions with a parallel download of FILE")
                    ->type_name("FILE");
-  app.add_flag("--prove", options.prove, "ask as many questions as the whole file needs")->needs(file);
+  app.add_flag("--prove", options.proveFile, "ask as many questions as the whole file needs")->needs(file);
   auto* json = app.add_flag("--json", options.json, "print one JSON object a line");
   app.add_flag("--watch", options.plan.watch, "ask until Ctrl-C, and print one line for each round")
       ->excludes(json);
@@ -170,10 +172,9 @@ void Announce(const Options& options, const LineCheck& check) {
             .toStdString());
 }
 
-/// On a terminal one line that is overwritten.
-void ShowProgress(int round, int rounds) {
-  std::fprintf(stderr, round < rounds ? "\r%3d %%" : "\r     \r", 100 * round / rounds);
-}
+/// Overwrites one line of the terminal with the percentage.
+void ShowProgress(int round, int rounds) { std::fprintf(stderr, "\r%3d %%", 100 * round / rounds); }
+void EraseProgress() { std::fputs("\r     \r", stderr); }
 
 LineMeasurement Measure(const Options& options) {
   DesktopClock clock;
@@ -181,24 +182,30 @@ LineMeasurement Measure(const Options& options) {
   SerialPort port(system_files::ProgramFolder());
   LineCheck check(clock, events, port, options.plan, console::Interrupted);
   Announce(options, check);
-  const bool progress = !options.plan.watch && console::IsTerminal(stderr);
+  const bool showsProgress = !options.plan.watch && console::IsTerminal(stderr);
+  const ScopeExit erase([showsProgress] {
+    if (showsProgress) EraseProgress();
+  });
   try {
-    return check.Run([&](const LineMeasurement& sofar, int round) {
-      if (progress) ShowProgress(round, options.plan.questions);
-      if (options.plan.watch) Print(RoundText(sofar) + "\n");
+    return check.Run([&](const LineMeasurement& soFar, int round) {
+      if (showsProgress) ShowProgress(round, options.plan.questions);
+      if (options.plan.watch) Print(RoundText(soFar) + "\n");
     });
   } catch (const RunError& error) {
+    // The number of a RunError does not show that: some are used for both ports and files.
     throw Failure(ErrorCategory::kPort, error.what());
   }
 }
 
 ErrorCategory StatusOf(const Options& options, const LineReport& report) {
   if (report.measurement.cancelled) return ErrorCategory::kCancelled;
-  const bool asExpected = std::ranges::all_of(report.diagnosis.controllers, [&](const auto& controller) {
-    const bool absent = controller.verdict == LineVerdict::kNotThere;
-    return controller.verdict == LineVerdict::kGood || (absent && !options.named.contains(controller.number));
-  });
-  return asExpected ? ErrorCategory::kNone : ErrorCategory::kController;
+  const auto isAsExpected = [&](const ControllerDiagnosis& controller) {
+    // A controller that was only part of a range may be missing.
+    if (controller.verdict == LineVerdict::kNotThere) return !options.namedAlone.contains(controller.number);
+    return controller.verdict == LineVerdict::kGood;
+  };
+  return std::ranges::all_of(report.diagnosis.controllers, isAsExpected) ? ErrorCategory::kNone
+                                                                         : ErrorCategory::kController;
 }
 
 void Print(const LineReport& report, bool json) {
@@ -207,12 +214,12 @@ void Print(const LineReport& report, bool json) {
 }
 
 ErrorCategory Run(Options options) {
-  std::vector<std::size_t> batchFrames;
-  if (!options.file.empty()) batchFrames = BatchFrameSizes(ReadFile(options.file));
-  if (options.prove)
-    options.plan.questions = std::max(options.plan.questions, ProveFile({}, batchFrames).questions);
+  std::vector<std::size_t> batchFrameSizes;
+  if (!options.file.empty()) batchFrameSizes = BatchFrameSizes(ReadFile(options.file));
+  if (options.proveFile)
+    options.plan.questions = std::max(options.plan.questions, ProveFile({}, batchFrameSizes).questions);
   const LineMeasurement measurement = Measure(options);
-  const LineReport report{measurement, Diagnose(measurement), std::move(batchFrames)};
+  const LineReport report{measurement, Diagnose(measurement), std::move(batchFrameSizes)};
   Print(report, options.json);
   if (!options.html.empty())
     ReplaceFile(options.html, HtmlReport(report, QDateTime::currentDateTime().toString("yyyy-MM-dd hh:mm")));

@@ -1,3 +1,5 @@
+// Measures a line: sends the message $73 many times and records each answer with its times. It waits longer
+// than the tool does, so that late answers are seen. A silent controller is asked again at the other speeds.
 #include "line/measurement.h"
 
 #include <algorithm>

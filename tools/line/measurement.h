@@ -59,7 +59,7 @@ double QuestionSeconds(int baud, double answerAfter);
 class LineCheck {
  public:
   /// Called after each round: each controller was asked once more.
-  using Observer = std::function<void(const LineMeasurement& sofar, int round)>;
+  using Observer = std::function<void(const LineMeasurement& soFar, int round)>;
 
   /// `cancelled` is called at least ten times a second.
   LineCheck(Clock& clock, Events& events, SerialDevice& device, LinePlan plan,

@@ -1,3 +1,5 @@
+// Writes the result of a line check in four forms: text for the technician, JSON for programs, a page for the
+// customer and a job record for the archive. All four show the same diagnosis.
 #include "line/report.h"
 
 #include <QCoreApplication>
@@ -34,7 +36,7 @@ QString Sentences(const ControllerDiagnosis& controller) {
 /// How long the longest batch of the file is on the line, or that of a usual file, in ms.
 int BatchTime(const LineReport& report) {
   constexpr std::size_t kUsualBatch = 140;  // bytes of a frame with 128 bytes of data
-  const auto& frames = report.batchFrames;
+  const auto& frames = report.batchFrameSizes;
   const std::size_t longest = frames.empty() ? kUsualBatch : *std::ranges::max_element(frames);
   return Milliseconds(LineSeconds(longest, report.measurement.plan.baud));
 }
@@ -71,7 +73,7 @@ QString SettingsText(const LineReport& report) {
 }
 
 QString ProofText(const LineReport& report) {
-  const FileProof proof = ProveFile(report.diagnosis, report.batchFrames);
+  const FileProof proof = ProveFile(report.diagnosis, report.batchFrameSizes);
   const LinePlan& plan = report.measurement.plan;
   return QString(
              "Proven for up to %1 of the %2 batches of the file without a loss, by bytes. The whole file "
@@ -100,7 +102,7 @@ QStringList Conclusions(const LineReport& report) {
     lines << QString("This computer was busy: times are up to %1 ms too long.")
                  .arg(Milliseconds(report.measurement.lateness));
   if (line.slowest > 0) lines += SettingsText(report).split('\n');
-  if (!report.batchFrames.empty()) lines << ProofText(report);
+  if (!report.batchFrameSizes.empty()) lines << ProofText(report);
   lines << "An answer is short and goes the other way than a batch: a good line can still lose a batch.";
   return lines;
 }
@@ -199,8 +201,8 @@ std::vector<QJsonObject> JsonReport(const LineReport& report) {
   for (const ControllerDiagnosis& controller : report.diagnosis.controllers)
     events.push_back(ControllerEvent(controller));
   events.push_back(LineEvent(report));
-  if (report.batchFrames.empty()) return events;
-  const FileProof proof = ProveFile(report.diagnosis, report.batchFrames);
+  if (report.batchFrameSizes.empty()) return events;
+  const FileProof proof = ProveFile(report.diagnosis, report.batchFrameSizes);
   events.push_back({{"event", "file"},
                     {"batches", proof.batches},
                     {"provenBatches", proof.provenBatches},
@@ -257,16 +259,17 @@ bool WriteRecord(const LineReport& report, const std::string& folder) {
     writer.Write(RecordLine(event, at, std::move(fields)), event == std::string_view("end"));
   };
   const LinePlan& plan = report.measurement.plan;
+  QJsonObject settings{{"speed", QString::number(plan.baud)},
+                       {"protocol", QString::number(plan.protocolByte - 1)},
+                       {"timeout", QString::number(1000 * plan.timeout)}};
+  if (!plan.watch) settings["questions"] = QString::number(plan.questions);
   write("job", 0,
         JobFields({.kind = "line-check",
                    .tool = "quillon-line " QUILLON_VERSION,
                    .began = began,
                    .port = QString("COM %1").arg(plan.port),
                    .controllers = plan.controllers,
-                   .settings = {{"speed", QString::number(plan.baud)},
-                                {"protocol", QString::number(plan.protocolByte - 1)},
-                                {"timeout", QString::number(1000 * plan.timeout)},
-                                {"questions", QString::number(plan.questions)}}},
+                   .settings = settings},
                   system_files::ProgramFolder()));
   for (const ControllerDiagnosis& controller : report.diagnosis.controllers) {
     QJsonObject result = ControllerEvent(controller);

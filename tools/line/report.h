@@ -12,7 +12,7 @@ namespace quillon {
 struct LineReport {
   const LineMeasurement& measurement;
   LineDiagnosis diagnosis;
-  std::vector<std::size_t> batchFrames;  ///< bytes of each batch of the file; empty without one
+  std::vector<std::size_t> batchFrameSizes;  ///< bytes of each batch of the file; empty without one
 };
 
 std::string TextReport(const LineReport& report);
