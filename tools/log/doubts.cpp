@@ -1,3 +1,6 @@
+// Finds answers that are intact but doubtful, such as one from another controller, so that a reader of a long
+// log is led to them. The verdicts are those of the program itself (results/verdict.h). The evidence for them
+// is collected from the messages of a run.
 #include "log/doubts.h"
 
 #include <functional>

@@ -1,3 +1,5 @@
+// Decodes frames and answers. Each known frame is built by the functions with which the tool builds it
+// (commands/frames.h) and compared with the bytes. So the parser can't differ from what the tool sends.
 #include "log/frame_parser.h"
 
 #include <algorithm>
@@ -11,7 +13,7 @@
 namespace quillon {
 namespace {
 
-constexpr std::size_t kTail = 3;  // bytes of a frame after those that its CRC covers
+constexpr std::size_t kTail = 3;  // bytes of a frame after those that its CRC covers: the CRC and 04
 
 std::string Digits(std::span<const std::uint8_t> bytes) {
   std::string digits = ByteArrayToHex(bytes);

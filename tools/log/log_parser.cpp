@@ -1,3 +1,11 @@
+// Parses a log of the tool into messages. A message is a request with all that followed it:
+//
+//     Message : $74                          ignored: the frame contains the same
+//     40 02 04 74 55 AA F0 FF BA 04          begins a message
+//     Recu en String : 40 02 01 61 ...       an answer; after a damaged one the frame is sent again
+//     Communication OK  - CRC checked        ends an exchange; a message that is refused has up to three
+//
+// link/log_lines.h defines these lines. A log may begin or end anywhere.
 #include "log/log_parser.h"
 
 #include <algorithm>

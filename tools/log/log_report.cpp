@@ -1,3 +1,5 @@
+// Explains a log, so that a technician sees which controller failed, at which line and how: a summary with a
+// row for each run and controller, the doubtful lines, and all messages decoded. main.cpp shows a sample.
 #include "log/log_report.h"
 
 #include <algorithm>
@@ -53,11 +55,14 @@ const char* Name(RequestKind request) {
     case RequestKind::kToProtocol4:
     case RequestKind::kToProtocol3:
       return "move";
-    case RequestKind::kUnknown:
-      return "message";
-    default:
+    case RequestKind::kFlashCheck:
+    case RequestKind::kDetection:
+    case RequestKind::kBootCheck:
       return "check";
+    case RequestKind::kUnknown:
+      break;
   }
+  return "message";
 }
 
 const char* Name(Outcome outcome) {
@@ -80,25 +85,25 @@ const char* Name(Outcome outcome) {
   return "not finished: cancelled, the line failed, or the log is cut";
 }
 
-std::string Name(int controller) {
+std::string ControllerName(int controller) {
   if (controller == kAllControllers) return "all";
   return controller == kNoController ? "?" : std::to_string(controller);
 }
 
-/// All bytes of a short frame; of a long one the first and the last, since its data has no meaning for a
-/// reader.
+/// All bytes of a short frame. Of a long one the first and the last, without most of the image data.
 std::string Abbreviate(const Bytes& bytes) {
-  constexpr std::size_t kShown = 18;
-  constexpr std::size_t kFirst = 11;
-  constexpr std::size_t kLast = 3;
-  std::string text = bytes.size() <= kShown ? ByteArrayToHex(bytes)
-                                            : ByteArrayToHex(std::span(bytes).first(kFirst)) + "... " +
-                                                  ByteArrayToHex(std::span(bytes).last(kLast));
+  constexpr std::size_t kLongestWholeFrame = 18;
+  constexpr std::size_t kFirstBytes = 11;  // the header of a batch and two data bytes
+  constexpr std::size_t kLastBytes = 3;    // CRC and end byte
+  std::string text = bytes.size() <= kLongestWholeFrame
+                         ? ByteArrayToHex(bytes)
+                         : ByteArrayToHex(std::span(bytes).first(kFirstBytes)) + "... " +
+                               ByteArrayToHex(std::span(bytes).last(kLastBytes));
   if (text.ends_with(' ')) text.pop_back();
   return text;
 }
 
-/// The beginning of a foreign line, without characters that a terminal would interpret.
+/// The beginning of a line that the tool did not write, without characters that a terminal would interpret.
 std::string Printable(std::string_view line) {
   constexpr std::size_t kShown = 60;
   std::string shown(line.substr(0, kShown));
@@ -124,8 +129,8 @@ std::string Describe(const ParsedLog& log, const LoggedMessage& message, const L
     case EntryKind::kRequest:
       return Abbreviate(bytes) + ": " + ParseRequest(bytes).description;
     case EntryKind::kDetection:
-      return "auto detection: asks, by the order of the log, controller " +
-             std::to_string(message.controller);
+      return "auto detection: asks controller " + std::to_string(message.controller) +
+             ", by the order of the log";
     case EntryKind::kMissingRequest:
       return "the request is cut off";
     case EntryKind::kAnswer:
@@ -142,6 +147,9 @@ std::string Describe(const ParsedLog& log, const LoggedMessage& message, const L
   return "the log is cut in this line: " + Printable(LineOf(log, entry));
 }
 
+/// For the lines before the first message.
+constexpr LoggedMessage kNoMessage{.firstEntry = 0};
+
 bool BelongsToMessage(const LogEntry& entry) {
   return entry.kind != EntryKind::kForeignLine && entry.kind != EntryKind::kCutLine;
 }
@@ -153,7 +161,7 @@ struct Totals {
   std::size_t answered = 0;
   std::size_t repeated = 0;
   std::size_t refused = 0;
-  std::size_t dataBytes = 0;  // of batches to all
+  std::size_t dataBytes = 0;  // image bytes in broadcast batches
   const LoggedMessage* last = nullptr;
 };
 
@@ -175,11 +183,12 @@ std::vector<Totals> SumUp(const ParsedLog& log, const Run& run) {
   return totals;
 }
 
-/// The state of a controller after its last message of a run.
-std::string StatusText(const ParsedLog& log, const LoggedMessage& last) {
-  const auto good = last.outcome == Outcome::kGood ? LastGoodAnswer(log, last) : std::nullopt;
-  if (good && AnswerOf(log, last, log.entries[*good]).facts)
-    return DescribeAnswer(log, last, log.entries[*good]);
+/// The state of a controller after its last message of a run: version and checksum if it was read, else the
+/// command and its result.
+std::string StateText(const ParsedLog& log, const LoggedMessage& last) {
+  const auto lastGoodEntry = last.outcome == Outcome::kGood ? LastGoodAnswer(log, last) : std::nullopt;
+  if (lastGoodEntry && AnswerOf(log, last, log.entries[*lastGoodEntry]).facts)
+    return DescribeAnswer(log, last, log.entries[*lastGoodEntry]);
   return std::string(Name(last.request)) + ": " + Name(last.outcome);
 }
 
@@ -218,19 +227,19 @@ class ReportWriter {
         WriteRow("all", requests, "-", "-", "-",
                  std::to_string(sum.dataBytes) + " bytes of the image, without answers");
       } else {
-        WriteRow(Name(sum.controller), requests, std::to_string(sum.answered), std::to_string(sum.repeated),
-                 std::to_string(sum.refused), StatusText(log_, *sum.last));
+        WriteRow(ControllerName(sum.controller), requests, std::to_string(sum.answered),
+                 std::to_string(sum.repeated), std::to_string(sum.refused), StateText(log_, *sum.last));
       }
     }
   }
 
   void WriteRow(const std::string& controller, const std::string& requests, const std::string& answered,
-                const std::string& repeated, const std::string& refused, const std::string& status) {
+                const std::string& repeated, const std::string& refused, const std::string& state) {
     constexpr std::size_t kLongestColumns = 200;
     char columns[kLongestColumns];
     std::snprintf(columns, sizeof columns, "  %10s %6s %9s %9s %8s  ", controller.c_str(), requests.c_str(),
                   answered.c_str(), repeated.c_str(), refused.c_str());
-    out_ << columns << status << '\n';
+    out_ << columns << state << '\n';
   }
 
   void WriteDoubtfulPlaces() {
@@ -241,17 +250,18 @@ class ReportWriter {
     } else {
       out_ << doubts << '\n';
     }
-    std::size_t after = 0;  // messages that begin at or before the entry
-    auto run = runs_.begin();
+    std::size_t messagesBegun = 0;  // at or before the entry: the last of them contains it
+    auto run = runs_.begin();       // the run of that message
     for (std::size_t n = 0; n < log_.entries.size(); ++n) {
-      while (after < log_.messages.size() && log_.messages[after].firstEntry <= n) ++after;
-      while (after > 0 && run->end < after) ++run;
+      while (messagesBegun < log_.messages.size() && log_.messages[messagesBegun].firstEntry <= n)
+        ++messagesBegun;
+      while (messagesBegun > 0 && run->end < messagesBegun) ++run;
       const LogEntry& entry = log_.entries[n];
       if (!entry.doubtful) continue;
-      const LoggedMessage message = after > 0 ? log_.messages[after - 1] : LoggedMessage{};
+      const LoggedMessage& message = messagesBegun > 0 ? log_.messages[messagesBegun - 1] : kNoMessage;
       out_ << "  line " << entry.line;
       if (BelongsToMessage(entry))
-        out_ << ", run " << NumberOf(*run) << ", controller " << Name(message.controller);
+        out_ << ", run " << NumberOf(*run) << ", controller " << ControllerName(message.controller);
       out_ << ": " << Describe(log_, message, entry) << '\n';
     }
   }
@@ -260,7 +270,7 @@ class ReportWriter {
     WriteTitle(run);
     for (const Totals& sum : SumUp(log_, run)) {
       const bool all = sum.controller == kAllControllers;
-      out_ << (all ? "  All controllers" : "  Controller " + Name(sum.controller)) << '\n';
+      out_ << (all ? "  All controllers" : "  Controller " + ControllerName(sum.controller)) << '\n';
       for (std::size_t n = run.first; n < run.end; ++n) {
         if (log_.messages[n].controller == sum.controller) WriteMessage(log_.messages[n]);
       }

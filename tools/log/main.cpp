@@ -1,4 +1,4 @@
-// quillon-log explains a log of the tool: see kDescription.
+// quillon-log explains a log of the tool. This file has its documentation, command line and exit status.
 #include <cstdint>
 #include <exception>
 #include <iostream>

@@ -1,3 +1,9 @@
+// Finds the runs in a log, which does not mark them. Each kind of run sends its messages in a certain order,
+// and a message out of this order begins a new run:
+//
+//     Flash Info etc.    controllers 0 to 31
+//     parallel download  erase 0 to 31, batches to all, full checksum 0 to 31, check 0 to 31
+//     serial download    for each controller: erase, batches, full checksum, check
 #include "log/runs.h"
 
 #include <map>
