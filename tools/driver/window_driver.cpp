@@ -1,3 +1,5 @@
+// Operates the windows of this process on behalf of an operator, for tests and quillon-unattended. A timer
+// looks for boxes and file dialogs, because they block the code that opened them until they are closed.
 #include "driver/window_driver.h"
 
 #include <QAbstractButton>
@@ -21,7 +23,7 @@ constexpr int kLookEvery = 20;  // milliseconds
 const QString kMainWindow = "Quillon";
 const QString kInfoWindow = "Info";
 const QString kProgressWindow = "Message";
-const QString kStatusLabel = "Label1";
+const QString kStatusLabel = "Label1";  // the status line of the progress window
 
 [[noreturn]] void GiveUp(const QString& reason) { throw std::runtime_error(reason.toStdString()); }
 

@@ -1,4 +1,4 @@
-// quillon-report prints job records: see kDescription.
+// quillon-report prints job records as pages. This file has its documentation, command line and exit status.
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <cstdio>
@@ -67,28 +67,28 @@ struct Options {
   bool csv = false;
 };
 
-struct Named {
-  QString name;
+struct NamedRecord {
+  QString name;  // of the file
   quillon::JobRecord record;
 };
 
-void Complain(const std::string& reason) { std::cerr << "quillon-report: " + reason + '\n'; }
+void PrintError(const std::string& reason) { std::cerr << "quillon-report: " + reason + '\n'; }
 
-std::vector<Named> ReadAll(const std::vector<std::string>& files, bool& complete) {
-  std::vector<Named> records;
+std::vector<NamedRecord> ReadAll(const std::vector<std::string>& files, bool& complete) {
+  std::vector<NamedRecord> records;
   for (const std::string& file : files) {
     try {
       const QString path = QString::fromStdString(file);
       records.push_back({QFileInfo(path).fileName(), quillon::ReadRecord(path)});
     } catch (const std::runtime_error& error) {
-      Complain(file + ": " + error.what());
+      PrintError(file + ": " + error.what());
       complete = false;
     }
   }
   return records;
 }
 
-void Print(const std::vector<Named>& records, const Options& options) {
+void Print(const std::vector<NamedRecord>& records, const Options& options) {
   std::optional<quillon::KnownFirmware> firmware;
   if (!options.known.empty()) firmware.emplace(QString::fromStdString(options.known));
   const quillon::KnownFirmware* known = firmware ? &*firmware : nullptr;
@@ -156,7 +156,7 @@ int main(int argc, char** argv) {
   try {
     return Run(argc, argv);
   } catch (const std::exception& error) {
-    Complain(error.what());
+    PrintError(error.what());
     return kFile;
   }
 }

@@ -1,3 +1,5 @@
+// Turns job records into pages for a service book. MakeReport decides what a page contains, and the other
+// functions write it as text, HTML, PDF or CSV.
 #include "report/report.h"
 
 #include <QAbstractTextDocumentLayout>

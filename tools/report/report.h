@@ -20,8 +20,8 @@ struct Report {
   QString summary;
 };
 
-/// `name` is that of the record; With `known` the report names the firmware that
-/// the controllers contain.
+/// `name` is that of the record's file. With `known` the report names the firmware that the controllers
+/// contain.
 Report MakeReport(const JobRecord& record, const QString& name, const KnownFirmware* known);
 
 QString AsText(const Report& report);

@@ -1,3 +1,5 @@
+// The console on Linux. An interrupt is only recorded: ending the program at once could leave a controller
+// with half an image.
 #include <unistd.h>
 
 #include <csignal>

@@ -1,3 +1,5 @@
+// The console on Windows. An interrupt is only recorded: ending the program at once could leave a controller
+// with half an image. The console shows UTF-8 while the program runs.
 #include <windows.h>
 // The system's header comes first; the others use its types.
 #include <io.h>

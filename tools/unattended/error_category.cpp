@@ -1,3 +1,5 @@
+// Finds the exit status: which error a box reports, and which of two errors counts. A later error is often
+// only the consequence of an earlier one: without a port no controller answers. So the cause counts more.
 #include "unattended/error_category.h"
 
 #include <algorithm>

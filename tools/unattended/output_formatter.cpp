@@ -1,3 +1,5 @@
+// Formats events as lines of text or JSON, and keeps the progress line below them. OutputQueue writes them,
+// so that a reader that stalls cannot delay a run.
 #include "unattended/output_formatter.h"
 
 #include <QJsonDocument>

@@ -1,3 +1,5 @@
+// Writes text from a thread of its own, since a write blocks while the reader stalls. The state is shared
+// with the thread, which may still be in a write when the queue is destroyed.
 #include "unattended/output_queue.h"
 
 #include <condition_variable>

@@ -1,3 +1,5 @@
+// Parses and checks the command line of quillon-unattended, so that a wrong word is reported before any
+// window or port is used. kDescription and kFooter below are the documentation of the program.
 #include "unattended/task.h"
 
 #include <CLI/CLI.hpp>
