@@ -1,4 +1,6 @@
-// Repeats a command until it is acknowledged or finally refused, and shows the result.
+// Sends a command that a controller acknowledges with the code 61, and shows the result. A refused command is
+// repeated twice, because the controller may have been busy with its flash. A missing or damaged answer is
+// final at once: the exchange has already sent the frame three times.
 #include "commands/acknowledge.h"
 
 #include "link/frame.h"

@@ -1,4 +1,5 @@
-// Extends the description of a failed serial device.
+// If the serial device fails while controllers are erased, they have no firmware. The run-error box then also
+// contains how many there are, and that they must be loaded again.
 #include "commands/erased.h"
 
 #include <string>

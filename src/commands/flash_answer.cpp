@@ -1,4 +1,7 @@
-// Extracts version and checksum from an answer; flash_answer.h draws both forms.
+// Extracts version and checksum from an answer. It has one of two forms, which only its length distinguishes:
+//
+//     short, 13 bytes   pp yy 07 .. .. V1 V2 V3 S1 S2 CC CC 04
+//     long,  14 bytes   pp yy 08 .. .. .. V1 V2 V3 S1 S2 CC CC 04
 #include "commands/flash_answer.h"
 
 #include "link/frame.h"

@@ -1,4 +1,5 @@
-// The message $73: reads version and checksum, and compares the checksum with that of the file.
+// The message $73: reads version and checksum of a controller into its row, `Ver(y)` and `CkSum(y)`. A
+// checksum other than that of the chosen file (`FileCheksum`) is shown white on red.
 #include "commands/flash_check.h"
 
 #include <string>

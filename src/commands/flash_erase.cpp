@@ -1,4 +1,5 @@
-// The message $74: erases the flash of one controller.
+// The message $74 erases the flash of one controller. The controller then expects batches at the download
+// speed, or at the current one if the check box `useBB` is ticked, which only some products support.
 #include "commands/flash_erase.h"
 
 #include "commands/acknowledge.h"

@@ -1,4 +1,7 @@
-// The programming pass of a parallel download: broadcasts the batches, then asks for confirmation.
+// The programming pass of a parallel download: broadcasts the batches, then asks each ticked controller
+// (`C(y)`) to confirm the checksum. A broadcast has no answer, so the tool cannot know when the slowest
+// controller has written a batch. The delay in the box `Text2` after each batch is the only flow control.
+// `MSComm1` is the serial port.
 #include "commands/flash_prog.h"
 
 #include <string>

@@ -1,4 +1,5 @@
-// The programming pass of a serial download: sends each batch until it is acknowledged.
+// The programming pass of a serial download: sends each batch until the controller acknowledges it, then the
+// full checksum. So no delay is needed between batches, but each costs the pause of an answer, 0.5 s.
 #include "commands/flash_prog00.h"
 
 #include <string>

@@ -1,4 +1,6 @@
-// Builds the frames; frames.h lists their payloads.
+// Builds every frame that the tool sends. frames.h lists the payloads. All frames but one have this form:
+//
+//     protocol  address  length  payload (length bytes)  CRC high  CRC low  04
 #include "commands/frames.h"
 
 #include "image/batch_reader.h"

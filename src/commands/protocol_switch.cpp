@@ -1,4 +1,5 @@
-// "3 -> 4" by a text frame, "4 -> 3" by an ordinary one.
+// Changes the protocol of a controller. On protocol 3, "RUD3" in the log, it reads text. So the change to
+// protocol 4 is the text "p400:4/", and the change back is the message $55.
 #include "commands/protocol_switch.h"
 
 #include "commands/acknowledge.h"

@@ -1,5 +1,7 @@
-// A view connects a control, which is the state, with a Qt widget, which displays it. A changed property
-// calls ControlView::Refresh; input of the operator calls a setter or Press of the control.
+// Displays the controls of a form. A view connects a control, which is the state, with its Qt widget:
+//
+//     the program sets a property  ->  control  ->  ControlView::Refresh  ->  widget
+//     the operator types or clicks ->  widget   ->  a setter or Press of the control
 #include "desktop/control_widgets.h"
 
 #include <QComboBox>

@@ -52,14 +52,14 @@ QString DraggedFile(const QDropEvent& drag) {
 
 QSize SizeOf(const Form& form) { return QSize(Pixels(form.Width()), Pixels(form.Height())); }
 
-bool IsDialog(const FormWindow& window) { return window.TheForm().BorderStyle() == Form::Border::kDialog; }
+bool IsDialog(const FormWindow& window) { return window.GetForm().BorderStyle() == Form::Border::kDialog; }
 
 /// The windows whose forms are shown.
 QList<FormWindow*> ShownWindows() {
   QList<FormWindow*> shown;
   for (QWidget* top : QApplication::topLevelWidgets()) {
     auto* window = dynamic_cast<FormWindow*>(top);
-    if (window != nullptr && window->TheForm().Visible()) shown.push_back(window);
+    if (window != nullptr && window->GetForm().Visible()) shown.push_back(window);
   }
   return shown;
 }
@@ -321,7 +321,7 @@ DesktopScreen::~DesktopScreen() {
 
 FormWindow* DesktopScreen::OpenDialog() const {
   for (const auto& window : windows_) {
-    const Form& form = window->TheForm();
+    const Form& form = window->GetForm();
     if (form.BorderStyle() == Form::Border::kDialog && form.Visible()) return window.get();
   }
   return nullptr;
@@ -329,7 +329,7 @@ FormWindow* DesktopScreen::OpenDialog() const {
 
 void DesktopScreen::Draw(Form& form) {
   const auto owner = std::find_if(windows_.begin(), windows_.end(),
-                                  [&](const auto& window) { return &window->TheForm() == form.Owner(); });
+                                  [&](const auto& window) { return &window->GetForm() == form.Owner(); });
   windows_.push_back(std::make_unique<FormWindow>(form, owner == windows_.end() ? nullptr : owner->get()));
   form.AttachView(windows_.back().get());
 }

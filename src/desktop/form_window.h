@@ -15,7 +15,7 @@ class FormWindow final : public QWidget, public FormView {
   /// Creates the widgets of all controls. `owner` is the owner of a dialog, else nullptr.
   FormWindow(Form& form, FormWindow* owner);
 
-  const Form& TheForm() const { return form_; }
+  const Form& GetForm() const { return form_; }
 
   // FormView
   void Show() override;

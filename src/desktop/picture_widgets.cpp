@@ -1,4 +1,6 @@
-// Widgets that Qt lacks, or whose behaviour differs from those of Qt.
+// Widgets that Qt lacks, or whose behaviour differs from those of Qt: a button with a picture above its
+// caption, a list of ports that is searched by number, check boxes that the arrow keys connect, a frame, a
+// thin bar and a picture. Each class has its reason in the header.
 #include "desktop/picture_widgets.h"
 
 #include <QApplication>

@@ -28,7 +28,7 @@ namespace {
 QWidget* OwnerWindow(const DesktopScreen& screen) {
   QWidget* active = QApplication::activeWindow();
   const auto* window = dynamic_cast<FormWindow*>(active);
-  const bool progress = window != nullptr && window->TheForm().BorderStyle() == Form::Border::kDialog;
+  const bool progress = window != nullptr && window->GetForm().BorderStyle() == Form::Border::kDialog;
   return active != nullptr && !progress ? active : screen.MainWindow();
 }
 

@@ -1,4 +1,5 @@
-// A factory of accessible interfaces for the widgets of this program.
+// Reports to screen readers what Qt does not: which windows are dialogs, which widgets are pictures, and that
+// the label of a dialog is a status line whose changes are to be read aloud.
 #include "desktop/screen_reader.h"
 
 #include <QAccessible>
@@ -11,14 +12,14 @@
 namespace quillon::screen_reader {
 namespace {
 
-bool IsDialog(const FormWindow& window) { return window.TheForm().BorderStyle() == Form::Border::kDialog; }
+bool IsDialog(const FormWindow& window) { return window.GetForm().BorderStyle() == Form::Border::kDialog; }
 
 bool IsStatusLine(const QLabel& label) {
   const auto* window = dynamic_cast<FormWindow*>(label.window());
   return window != nullptr && IsDialog(*window);
 }
 
-/// Screen readers read a notification at once, also when it does not have the keyboard focus.
+/// Reported as a notification, since screen readers read those at once, without keyboard focus.
 class StatusLine final : public QAccessibleWidget {
  public:
   explicit StatusLine(QLabel& label) : QAccessibleWidget(&label, QAccessible::Notification), label_(label) {}
@@ -49,7 +50,7 @@ void Install() { QAccessible::installFactory(&Describe); }
 
 void TextChanged(QLabel& label) {
   if (!QAccessible::isActive() || label.text().isEmpty() || !IsStatusLine(label)) return;
-  // Screen readers read a notification when it appears, so each new text is reported as a new one.
+  // Screen readers read a notification when it appears, so each new text is reported as a new notification.
   QAccessibleEvent appears(&label, QAccessible::ObjectShow);
   QAccessible::updateAccessibility(&appears);
 }

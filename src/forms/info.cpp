@@ -1,4 +1,5 @@
-// The layout of the table window: four blocks of eight controllers. All lengths are in twips, 1/1440 inch.
+// The table window shows the version (`Ver`) and the checksum (`CkSum`) of each controller, in four blocks of
+// eight. All lengths are in twips, 1/1440 inch.
 //
 //     Version   [ Ver(0)   ] [ Ver(1)   ] ... [ Ver(7)   ]
 //     Cheksum   [ CkSum(0) ] [ CkSum(1) ] ... [ CkSum(7) ]

@@ -11,8 +11,9 @@ class Message final : public Form {
   Message(Screen& screen, const Form& owner)
       : Form(screen, "Message", "", Border::kDialog, 5970, 1215, &owner) {}
 
-  /// The status line.
+  /// The status line, such as "Controller 5 : Erasing  (Speed : 9600 Bds) ...".
   Label Label1{*this, "Label1", {1050, 360, 5500, 195}, {.fontBold = true}};
+  /// Cancels the run.
   CommandButton Command1{*this, "Command1", {2350, 750, 1215, 375}, {.text = "Cancel", .fontBold = true}};
 
   // The pictures lie in one place, and one is visible: `Inquiet` (French, "uneasy") during work, `Stop` for a

@@ -1,4 +1,11 @@
-// The main window: its controls in rows. All lengths are in twips, 1/1440 inch.
+// The main window: creates the controls that are arranged in rows. quillon.h has the others, and the meaning
+// of each. All lengths are in twips, 1/1440 inch. `Frame1` contains:
+//
+//     Time Out:  [Text1] MSec   Parallel Waiting Delay: [Text2] MSec   Com Port  Speed  Protocol  Prot 3
+//     [ALL]      C(0)  C(1)  ... C(15)
+//     [NONE]       0     1         15
+//     [Auto]     C(16) C(17) ... C(31)
+//                 16    17         31
 #include "forms/quillon.h"
 
 #include "platform/conversions.h"
@@ -57,6 +64,7 @@ void Quillon::AddControllerBoxes() {
   }
 }
 
+/// These boxes are never shown. The speed search ticks the speeds that it has tried.
 void Quillon::AddTriedSpeedBoxes() {
   int top = kFirstSpeedBoxTop;
   for (const char* speed : kSpeeds) {

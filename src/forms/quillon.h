@@ -33,19 +33,23 @@ class Quillon final : public Form {
   explicit Quillon(const Computer& computer);
 
   // Controls, in the order of the Tab key: the left part from top to bottom, then the column on the right.
+  // Their names are fixed. A label is the caption of the control that follows it.
 
   // Controls: the choice of a file.
   Label Label3{*this, "Label3", {360, 480, 1245, 195}, {.text = "File to download :"}};
+  /// The path of the firmware file.
   TextBox FileName{
       *this, "FileName", {360, 765, 3015, 300}, {.readOnly = true, .accessibleName = "File to download"}};
+  /// Opens the file dialog.
   CommandButton Command1{*this, "Command1", {3480, 765, 1455, 300}, {.text = "&Browse ..."}};
   Label Label4{*this, "Label4", {360, 1200, 945, 195}, {.text = "File Cheksum"}};
-  /// The last four digits of the file's checksum. Spelled so on purpose.
+  /// The last four digits of the file's checksum; empty: no file. Spelled so on purpose.
   TextBox FileCheksum{
       *this,
       "FileCheksum",
       {360, 1440, 1335, 300},
       {.enabled = false, .readOnly = true, .centred = true, .accessibleName = "File Cheksum"}};
+  /// Shown if the file is damaged or was chosen during a run; the tool tip contains the reason.
   Picture FileWarning{*this,
                       "FileWarning",
                       {1750, 1470, 240, 240},
@@ -56,7 +60,7 @@ class Quillon final : public Form {
                  {2040, 1493, 5295, 195},
                  {.text = "Keep the existing baud rate for firmware download (ORVA only)", .enabled = false}};
 
-  // Controls: the protocol switches.
+  // Controls: the buttons that change the protocol of controllers. Visible while `RUD3` is ticked.
   CommandButton Cmd3to4{
       *this, "Cmd3to4", {5760, 120, 855, 255}, {.text = "3 -> 4", .visible = false, .startsRun = true}};
   CommandButton Cmd4to3{
@@ -64,30 +68,32 @@ class Quillon final : public Form {
 
   // Controls: the line and the controllers, in their frame.
   Frame Frame1{*this, "Frame1", {120, 2280, 7815, 2655}, {.text = "  Controllers Selection  "}};
-  ControlArray<Label> Label39;
-  /// Time-out for the first byte of an answer, in milliseconds.
+  ControlArray<Label> Label39;  ///< the captions whose place is not beside their control
+  /// The time-out for the first byte of an answer, in milliseconds.
   TextBox Text1{Frame1, "Text1", {300, 495, 615, 285}, {.centred = true, .accessibleName = "Time Out"}};
-  /// Delay after each batch of a parallel download, in milliseconds.
+  /// The delay after each batch of a parallel download, in milliseconds.
   TextBox Text2{
       Frame1, "Text2", {1575, 495, 615, 285}, {.centred = true, .accessibleName = "Parallel Waiting Delay"}};
   Label Label5{Frame1, "Label5", {3240, 240, 1215, 195}, {.text = "Com Port:"}};
+  /// The serial port, such as "COM 7".
   ComboBox ComPort{Frame1, "ComPort", {3240, 480, 1215, 315}, {.accessibleName = "Com Port"}};
   Label Label17{Frame1, "Label17", {4560, 240, 1335, 195}, {.text = "Speed:"}};
-  /// French, "speed": of the line, in bits per second. The speed search changes it.
+  /// French, "speed": that of the line, in bits per second. The speed search changes it.
   ComboBox Vitesse{Frame1, "Vitesse", {4560, 480, 1335, 315}, {.accessibleName = "Speed"}};
   /// The protocol byte of frames, less one.
   TextBox Protocol{
       Frame1, "Protocol", {6120, 480, 615, 285}, {.centred = true, .accessibleName = "Protocol"}};
   /// The controllers are on protocol 3, named RUD3: a download changes each to protocol 4 before its check.
   CheckBox RUD3{Frame1, "RUD3", {6840, 360, 855, 255}, {.text = "Prot 3"}};
+  /// These three tick controllers: all, none, or those that answer (auto_detection.h).
   CommandButton ALL{Frame1, "ALL", {240, 1080, 615, 375}, {.text = "All"}};
   CommandButton NONE{Frame1, "NONE", {240, 1560, 615, 375}, {.text = "None"}};
   CommandButton Auto{
       Frame1, "Auto", {240, 2025, 615, 375}, {.text = "Auto", .enabled = false, .startsRun = true}};
-  /// The controllers that take part in a run, by number.
+  /// The check boxes of controllers 0 to 31. The ticked ones take part in a run.
   ControlArray<CheckBox> C;
 
-  /// Saved with the settings, without any other effect. Shift+F12 shows it.
+  /// Saved with the settings, without any other effect. Hidden until Shift+F12 is pressed.
   CheckBox ChkProto{*this,
                     "ChkProto",
                     {2640, 5025, 2655, 255},
@@ -95,7 +101,7 @@ class Quillon final : public Form {
   /// Whether the settings are saved when the program ends.
   CheckBox Check1{*this, "Check1", {5505, 5025, 2415, 255}, {.text = "Save configuration on exit"}};
 
-  // Controls: the buttons of the workflows.
+  // Controls: the buttons of the workflows, and `ComClose`, which ends the program.
   CommandButton ComLoad{
       *this,
       "ComLoad",
@@ -116,9 +122,9 @@ class Quillon final : public Form {
                         {.text = "&Boot Info", .enabled = false, .picture = "boot-info", .startsRun = true}};
   CommandButton ComClose{*this, "ComClose", {8040, 4320, 1095, 855}, {.text = "&Exit", .picture = "exit"}};
 
-  SerialControl MSComm1;  ///< the serial port
-  Info info;
-  Message message;
+  SerialControl MSComm1;  ///< the serial port; opened by each run and closed at its end
+  Info info;              ///< the table window: version and checksum of each controller
+  Message message;        ///< the progress window, with Cancel
 
   // Shared variables.
   bool AbortRequested = false;        ///< the operator cancelled the run

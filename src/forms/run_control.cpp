@@ -1,4 +1,6 @@
-// Counts nested yields to find the moment when a run can be aborted; run_control.h explains it.
+// Executes one run at a time. A waiting run handles window events, and their handlers may wait and handle
+// events in turn. So closing the main window can be received several calls below the run that it must abort.
+// `Aborted` is thrown only at the depth at which the run began, after these handlers have returned.
 #include "forms/run_control.h"
 
 #include <utility>

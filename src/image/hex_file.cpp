@@ -1,4 +1,5 @@
-// The chosen file: choosing, confirming, analysing and displaying it.
+// The chosen file: choosing, confirming, analysing and displaying it. `Command1` is the button "Browse ...",
+// `useBB` the check box that keeps the speed while programming, `FileCheksum` the end of the checksum.
 #include "image/hex_file.h"
 
 #include <utility>

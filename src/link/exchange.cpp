@@ -13,6 +13,8 @@
 // - The result of the last send counts. A damaged answer followed by silence is reported as no answer.
 // - An answer is valid when its CRC is correct. One answer has no CRC: 68 2F, by which a controller accepts
 //   the change from protocol 3 to 4.
+//
+// `Text1` is the box of the time-out, `MSComm1` the serial port.
 #include "link/exchange.h"
 
 #include <span>

@@ -1,4 +1,6 @@
-// The texts and colours of results. Operators and scripts know these texts: they must not change.
+// Shows results: in the progress window `Message` (`Label1` is its status line, `Inquiet` and `Stop` are its
+// pictures for work and failure), and in the row of the controller (`Ver(y)` version, `CkSum(y)` checksum).
+// Operators and scripts know these texts: they must not change. `Vitesse` is the speed.
 #include "link/outcome.h"
 
 #include <iterator>

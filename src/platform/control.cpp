@@ -1,4 +1,5 @@
-// The state that all controls have in common.
+// The state that all controls have in common. It is kept apart from any drawing, so that the whole program
+// runs without windows in tests.
 #include "platform/control.h"
 
 #include <utility>

@@ -1,4 +1,5 @@
-// The kinds of controls: setters that check a value, and dispatch to the visitor.
+// The kinds of controls. A setter with an impossible value raises RunError and changes nothing. Accept calls
+// the visitor's function for the kind of the control, by which src/desktop finds the widget for it.
 #include "platform/controls.h"
 
 #include <algorithm>

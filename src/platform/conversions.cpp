@@ -1,4 +1,5 @@
-// Parses the numbers that operators type.
+// Parses the numbers that operators type: decimal, rounded to a whole number. An error names the box, its
+// text and the valid range.
 #include "platform/conversions.h"
 
 #include <charconv>

@@ -1,4 +1,5 @@
-// Windows: showing, hiding and resetting a form.
+// The state of a window. It exists as long as the program: unloading hides it and restores the initial state
+// of its caption and controls.
 #include "platform/form.h"
 
 #include <utility>

@@ -1,4 +1,5 @@
-// Checks the properties of the serial port and raises RunErrors that contain advice.
+// Checks the properties of the serial port, the control `MSComm1` of the main window, and raises RunErrors
+// that contain advice. SerialDevice does the work.
 #include "platform/serial_control.h"
 
 #include <utility>

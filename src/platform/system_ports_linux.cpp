@@ -1,4 +1,6 @@
-// The numbers and the descriptions of serial ports on Linux; system_ports.h lists the numbers.
+// The serial ports on Linux. COM 1 to 32 are /dev/ttyS0 to 31, COM 33 to 64 /dev/ttyUSB0 to 31, COM 65 to 96
+// /dev/ttyACM0 to 31. A link COMn in the program's folder replaces the device of that number. Adapters
+// are described by the files below /sys.
 #include "platform/system_ports.h"
 
 #include <filesystem>

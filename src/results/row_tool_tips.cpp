@@ -1,4 +1,5 @@
-// Updates the tool tip of a row after its check, and of all rows at the end of a run.
+// Shows the verdict on a controller as the tool tip of its row, after its check and at the end of a run.
+// `Ver` and `CkSum` are version and checksum.
 #include "results/row_tool_tips.h"
 
 namespace quillon {

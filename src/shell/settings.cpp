@@ -1,12 +1,12 @@
-// The format of Quillon.cfg. " 1 " is a ticked box.
+// Reads and writes the settings of the main window. The format of Quillon.cfg; " 1 " is a ticked box:
 //
-//     3000         line 1: time-out in milliseconds
+//     3000         line 1: time-out in milliseconds (`Text1`)
 //     COM 33       line 2: port
-//     9600         line 3: speed
-//      1           lines 4 to 35: the boxes of controllers 0 to 31
-//     170          line 36: delay after a batch in milliseconds
+//     9600         line 3: speed (`Vitesse`)
+//      1           lines 4 to 35: the boxes of controllers 0 to 31 (`C`)
+//     170          line 36: delay after a batch in milliseconds (`Text2`)
 //     63           line 37: protocol
-//      0           lines 38 and 39: `ChkProto` and `RUD3`
+//      0           lines 38 and 39: "All Controllers same protocol" (`ChkProto`) and "Prot 3" (`RUD3`)
 #include "shell/settings.h"
 
 #include <functional>

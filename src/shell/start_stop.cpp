@@ -2,8 +2,8 @@
 //
 // The line has two speeds. Messages use the speed in the list `Vitesse`. The batches of an image use the
 // download speed, since an erased controller executes its boot code, which has a speed of its own. The
-// optional file "Boot.ini" contains that speed in its first line. The settings of `MSComm1`, such as
-// "9600,N,8,2", are speed, no parity, 8 data bits and 2 stop bits.
+// optional file "Boot.ini" contains that speed in its first line. The settings of the port `MSComm1`, such as
+// "9600,N,8,2", are speed, no parity, 8 data bits and 2 stop bits. `Check1` is "Save configuration on exit".
 #include "shell/start_stop.h"
 
 #include <utility>
@@ -48,7 +48,7 @@ void Form_Load(Quillon& form) {
   for (const char* speed : kSpeeds) form.Vitesse.AddItem(speed);
   OpenLog(form);
   ReadConfig(form);
-  form.Check1.SetValue(CheckBox::kTicked);  // save the settings at the end
+  form.Check1.SetValue(CheckBox::kTicked);
   StartLink(form);
 }
 

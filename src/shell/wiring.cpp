@@ -1,4 +1,11 @@
-// Connects each event of a control with the procedure that handles it. `Wire` at the end is the list.
+// Connects each event of a control with the procedure that handles it. `Wire` at the end is the list. The
+// names of the controls are fixed:
+//
+//     ComLoad, ComLoad00   "Download (Parallel)", "Download (Serial)"    Text1     time-out
+//     ComInfo, ComBoot     "Flash Info", "Boot Info"                     Text2     delay between batches
+//     Cmd3to4, Cmd4to3     change the protocol of controllers            Vitesse   speed
+//     Command1             "Browse ..."; of `message`: "Cancel"          C(i)      box of controller i
+//     useBB                keeps the speed while programming             RUD3      box "Prot 3"
 #include "shell/wiring.h"
 
 #include <functional>
@@ -50,17 +57,17 @@ using Workflow = bool (*)(Quillon& form);
 /// Executes a workflow, and reports the events RunStarted and RunEnded before and after it.
 void ReportRun(Quillon& form, RunKind kind, Workflow workflow) {
   using How = RunEnded::How;
-  How how = How::kAborted;
+  How result = How::kAborted;  // unless `workflow` returns
   const ScopeExit ended([&] {
     form.info.ComClose.SetToolTip("");
-    form.Report(RunEnded{how});
+    form.Report(RunEnded{result});
   });
   form.chosenInRun = false;
   RefreshFileWarning(form);
   form.info.ComClose.SetToolTip("The contents of the table go with it.");
   form.Report(MakeRunStarted(form, kind));
-  const bool done = workflow(form);
-  how = form.AbortRequested ? How::kCancelled : done ? How::kFinished : How::kFailed;
+  const bool succeeded = workflow(form);
+  result = form.AbortRequested ? How::kCancelled : succeeded ? How::kFinished : How::kFailed;
 }
 
 /// A click handler that starts a run. Runs share the port, the rows and `CurrentController`, so while one is

@@ -1,4 +1,6 @@
-// The check of a programmed controller.
+// The check of a programmed controller. It executes the new firmware, so it uses the protocol of the image,
+// and its speed if the image fixes one. Both are set before the first message to it. `Vitesse` is the list of
+// speeds, `RUD3` the box "Prot 3"; `Ver(y)` and `CkSum(y)` are version and checksum of controller y.
 #include "workflows/after_programming.h"
 
 #include <string>
@@ -11,6 +13,7 @@
 namespace quillon {
 
 void ApplyImageProtocol(Quillon& form) {
+  // The box contains the protocol byte less one.
   form.Protocol.SetText(std::to_string(static_cast<int>(HexToNumber(form.image.ImageProtocol)) - 1));
 }
 
@@ -19,7 +22,7 @@ void ApplyImageSpeed(Quillon& form) {
 }
 
 bool CheckProgrammed(Quillon& form, int& i) {
-  if (form.RUD3.Ticked()) SendP4(form, i);
+  if (form.RUD3.Ticked()) SendP4(form, i);  // a controller on protocol 3 can't be read
   return FlashCheck(form, i);
 }
 

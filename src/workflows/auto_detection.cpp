@@ -1,5 +1,7 @@
-// Auto sends the message $73 to each number, at each speed until it is answered. The run uses a time-out of
-// 50 ms and other speeds; the operator's settings are restored when it ends.
+// Auto finds the controllers on the line: it sends the message $73 to each number, at each speed until it is
+// answered, and ticks those that answered. The run changes the time-out (`Text1`), which is 50 ms meanwhile,
+// and the speed (`Vitesse`). Both are restored when it ends. `C(i)` is the check box of controller i,
+// `Jumelle` the picture of the progress window during the search.
 #include "workflows/auto_detection.h"
 
 #include <optional>
@@ -56,17 +58,17 @@ bool Auto_Click(Quillon& form) {
   form.run.Yield();
   ShowStatus(form, form.message.Jumelle, "Auto Detection in Progress  ...");
   form.AbortRequested = false;
-  const bool done = Try(form, [&] {
+  const bool succeeded = Try(form, [&] {
     SelectPort(form);
     form.MSComm1.SetPortOpen(true);
     ForEachController(form, [&](int& i) {
       Detect(form, i);
-      return Next::kController;
+      return Next::kContinue;
     });
   });
   form.MSComm1.SetPortOpen(false);
   form.message.Unload();
-  return done;
+  return succeeded;
 }
 
 }  // namespace quillon

@@ -1,4 +1,7 @@
-// Boot Info: sends the message $75 AA 55 50 to one ticked controller after the other.
+// Boot Info: reads version and checksum of the boot code, by the message $75 AA 55 50 to each ticked
+// controller. The boot code of some controllers accepts only the protocol byte 0x40. So after the first
+// failed exchange with another byte, this run and all later ones send 0x40. They repeat it at one speed until
+// an answer or Cancel. Other speeds are tried only if the box `Protocol` itself gives 0x40.
 #include "workflows/boot_info.h"
 
 #include <optional>
@@ -42,7 +45,7 @@ Attempt ReadBootOnce(Quillon& form, int i, std::optional<PhaseScope>& phase) {
   ReportFailure(form, i, FailureOf(result));
   if (result != ExchangeResult::kAnswered) return PrepareBootRetry(form, i);
   const auto facts = ReadBootAnswer(form.AnswerText);
-  if (!facts) return Attempt::kAgain;
+  if (!facts) return Attempt::kAgain;  // a late answer to another message
   FillRow(form, i, RowContent::kBoot, facts->version, facts->checksum);
   return Attempt::kDone;
 }
@@ -58,7 +61,7 @@ bool ComBoot_Click(Quillon& form) {
                  std::optional<PhaseScope> phase;
                  while (ReadBootOnce(form, i, phase) == Attempt::kAgain) {
                  }
-                 return Next::kController;
+                 return Next::kContinue;
                });
                EndRun(form);
              },

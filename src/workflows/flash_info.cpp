@@ -1,4 +1,5 @@
-// Flash Info: sends the message $73 to each ticked controller, at each speed until it is answered.
+// Flash Info: reads version and checksum of each ticked controller's flash. FlashCheck sends the message $73
+// and fills the row. SearchSpeed repeats it at the other speeds until it is answered.
 #include "workflows/flash_info.h"
 
 #include "commands/flash_check.h"
@@ -13,7 +14,7 @@ bool ComInfo_Click(Quillon& form) {
     OpenRun(form, Table::kFlashInfo);
     ForEachController(form, [&](int& i) {
       SearchSpeed(form, i, [&] { return FlashCheck(form, i); }, {.phase = Phase::kCheck});
-      return Next::kController;
+      return Next::kContinue;
     });
     EndRun(form);
   });

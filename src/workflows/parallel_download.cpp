@@ -2,6 +2,10 @@
 //
 //     erase each ticked controller, at any speed  ->  broadcast the image at the download speed
 //     ->  confirm the full checksum (FlashProg)   ->  read each flash and compare it with the file
+//
+// If one controller can't be erased, the run ends before the first batch: that controller would write the
+// broadcast batches over the image that it still has. `useBB` is the check box that keeps the speed of the
+// line during the broadcast.
 #include "workflows/parallel_download.h"
 
 #include "commands/flash_erase.h"
@@ -27,7 +31,7 @@ bool EraseTicked(Quillon& form) {
     };
     const SearchResult result = SearchSpeed(form, i, erase, {.phase = Phase::kErase});
     if (result == SearchResult::kDone) MarkController(form, i);
-    return result == SearchResult::kNoSpeedLeft ? Next::kEnd : Next::kController;
+    return result == SearchResult::kNoSpeedLeft ? Next::kEnd : Next::kContinue;
   });
   if (next == Next::kEnd) return false;
   FlushInput(form);
@@ -48,7 +52,7 @@ void CheckTicked(Quillon& form) {
     if (SearchSpeed(form, i, check, {.phase = Phase::kCheck, .rowBetweenSpeeds = Search::Row::kKept}) ==
         SearchResult::kDone)
       CompareWithFile(form, i);
-    return Next::kController;
+    return Next::kContinue;
   });
 }
 

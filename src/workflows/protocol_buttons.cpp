@@ -1,4 +1,5 @@
-// "3 -> 4" and "4 -> 3" differ in the command and in the title of the run-error box.
+// The buttons "3 -> 4" (`Cmd3to4`) and "4 -> 3" (`Cmd4to3`) change the protocol of each ticked controller.
+// They differ in the command and in the title of the run-error box.
 #include "workflows/protocol_buttons.h"
 
 #include "commands/protocol_switch.h"
@@ -15,7 +16,7 @@ bool SwitchTicked(Quillon& form, bool (*command)(Quillon& form, int& y), const c
                OpenRun(form, Table::kNone);
                ForEachController(form, [&](int& i) {
                  SearchSpeed(form, i, [&] { return command(form, i); }, {.phase = Phase::kSwitch});
-                 return Next::kController;
+                 return Next::kContinue;
                });
                EndRun(form);
              },

@@ -1,4 +1,12 @@
-// The beginning and the end of a run.
+// What every run does before its first controller and after its last:
+//
+//     OpenRun            shows the table window `Info`, checks the settings and opens the port
+//     ForEachController  calls the step of the run for controllers 0 to 31
+//     EndRun             closes the progress window and the port
+//
+// The names of the controls are fixed. Main window: `ComPort` is the list of ports, `Protocol` the box of the
+// protocol number, `MSComm1` the serial port. Table window: `Titre` is the heading, `Label41` the caption of
+// the file's checksum `FileCheksum`, `Ver(0)` the version of controller 0.
 #include "workflows/run_frame.h"
 
 #include <string>
@@ -10,7 +18,7 @@
 namespace quillon {
 namespace {
 
-constexpr std::size_t kPortNumberIndex = 4;  // of the number in "COM 7"
+constexpr std::size_t kPortNumberIndex = 4;  // where the number begins in "COM 7"
 
 /// Prepares `Info` and shows it. Boot Info shows no file checksum, since no file contains boot code.
 void ShowTable(Quillon& form, Table table) {
@@ -25,14 +33,13 @@ void ShowTable(Quillon& form, Table table) {
   form.info.Ver(0).SetFocus();  // not "&Close", which the next Enter would press
 }
 
-/// Raises RunError when `Protocol` does not contain a valid number.
-void ValidateProtocol(const Quillon& form) { form.ProtocolNumber(); }
+void ValidateProtocol(const Quillon& form) { form.ProtocolNumber(); }  // throws if it is not a number
 
 }  // namespace
 
 void RunStep(Quillon& form, OnFailure onFailure, const std::function<void()>& step) {
   if (onFailure == OnFailure::kContinue) {
-    Try(form, step);
+    Try(form, step);  // shows a failure and returns
   } else {
     step();
   }
@@ -42,7 +49,7 @@ void OpenRun(Quillon& form, Table table, OnFailure onFailure) {
   for (int i = 0; i < kControllers; ++i) MarkController(form, i);
   form.AbortRequested = false;
   if (table != Table::kNone) ShowTable(form, table);
-  // Boot Info reads `Protocol` before each message.
+  // Boot Info checks `Protocol` itself, before each message.
   if (table != Table::kBootInfo) RunStep(form, onFailure, [&] { ValidateProtocol(form); });
   RunStep(form, onFailure, [&] { SelectPort(form); });
   RunStep(form, onFailure, [&] { form.MSComm1.SetPortOpen(true); });
@@ -58,11 +65,13 @@ void SelectPort(Quillon& form) {
   form.MSComm1.SetCommPort(ToInteger(name.substr(kPortNumberIndex), "Com Port"));
 }
 
+/// The counter is the shared variable `CurrentController`. Steps and commands receive it by reference and do
+/// not change it: no run repeats or skips a number.
 Next ForEachController(Quillon& form, const std::function<Next(int& i)>& step) {
   for (form.CurrentController = 0; form.CurrentController < kControllers; ++form.CurrentController) {
     if (step(form.CurrentController) == Next::kEnd) return Next::kEnd;
   }
-  return Next::kController;
+  return Next::kContinue;
 }
 
 void EndRun(Quillon& form) {

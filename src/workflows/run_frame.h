@@ -31,7 +31,7 @@ void OpenRun(Quillon& form, Table table, OnFailure onFailure = OnFailure::kEndRu
 void SelectPort(Quillon& form);
 
 /// How a run continues after one controller.
-enum class Next { kController, kEnd };
+enum class Next { kContinue, kEnd };
 
 /// Calls `step(CurrentController)` for each number, 0 to 31, until it returns kEnd. Returns the last result.
 Next ForEachController(Quillon& form, const std::function<Next(int& i)>& step);

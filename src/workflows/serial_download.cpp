@@ -1,4 +1,10 @@
-// Download (Serial): each controller acknowledges each batch.
+// Download (Serial), for one ticked controller after the other:
+//
+//     erase, at any speed  ->  send each batch until it is acknowledged (FlashProg00), at the download speed
+//     ->  read the flash and compare it with the file
+//
+// A failed step shows its box and the next one follows: an erased controller must not be left empty because
+// one request to the port failed. `useBB` is the check box that keeps the speed while programming.
 #include "workflows/serial_download.h"
 
 #include "commands/flash_erase.h"
@@ -34,7 +40,7 @@ SearchResult CheckDownload(Quillon& form, int& i) {
 /// Returns kEnd after Cancel, or when the controller did not acknowledge the erase at any speed.
 Next DownloadTo(Quillon& form, int& i) {
   const SearchResult erased = EraseForDownload(form, i);
-  if (erased == SearchResult::kSkipped) return Next::kController;
+  if (erased == SearchResult::kSkipped) return Next::kContinue;
   if (erased == SearchResult::kNoSpeedLeft) return Next::kEnd;
   MarkController(form, i);
   Try(form, [&] { FlushInput(form); });
@@ -51,15 +57,14 @@ Next DownloadTo(Quillon& form, int& i) {
   ApplyImageProtocol(form);
   Try(form, [&] { ApplyImageSpeed(form); });
   if (CheckDownload(form, i) == SearchResult::kDone) CompareWithFile(form, i);
-  return Next::kController;
+  return Next::kContinue;
 }
 
 }  // namespace
 
 bool ComLoad00_Click(Quillon& form) {
   OpenRun(form, Table::kFlashInfo, OnFailure::kContinue);
-  ForEachController(form,
-                    [&](int& i) { return form.C(i).Ticked() ? DownloadTo(form, i) : Next::kController; });
+  ForEachController(form, [&](int& i) { return form.C(i).Ticked() ? DownloadTo(form, i) : Next::kContinue; });
   return Try(form, [&] { EndRun(form); });
 }
 

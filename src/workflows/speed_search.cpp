@@ -1,4 +1,7 @@
-// The tried speeds are the ticks of the hidden boxes `V4800` to `V38400`.
+// Searches the speed of a controller. Its speed is unknown, and at a wrong one it receives noise and does not
+// answer. So a command that failed is repeated at the other speeds: first at the one in the list `Vitesse`,
+// then in ascending order. The ticks of the hidden boxes `V4800` to `V38400` are the tried speeds, `MSComm1`
+// is the serial port.
 #include "workflows/speed_search.h"
 
 #include <optional>
