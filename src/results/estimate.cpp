@@ -1,3 +1,6 @@
+// Estimates how long a run still takes: the sum of the steps that are left, each an exchange or a batch. The
+// events of the run show which step is the current one, at which speed a controller was found, and how long a
+// batch takes.
 #include "results/estimate.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Finds the missing batches that explain the checksum of a controller, if it differs from that of the file.
 #include "results/gap.h"
 
 #include <charconv>

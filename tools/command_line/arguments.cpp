@@ -1,3 +1,5 @@
+// Parses what the command lines of the tools have in common: lists of controllers such as "0-3,7", and
+// numbers.
 #include "command_line/arguments.h"
 
 #include <QRegularExpression>

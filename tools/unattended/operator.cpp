@@ -1,3 +1,6 @@
+// Runs the steps of the command line at the windows: fills the fields, presses the button of each step,
+// answers the boxes and reports each controller. "Exit" is pressed also after an error, so that the log is
+// complete.
 #include "unattended/operator.h"
 
 #include <QApplication>
