@@ -64,7 +64,7 @@ void ReportRun(Quillon& form, RunKind kind, Workflow workflow) {
   });
   form.chosenInRun = false;
   RefreshFileWarning(form);
-  form.info.ComClose.SetToolTip("The contents of the table go with it.");
+  form.info.ComClose.SetToolTip("Closing the table also clears it.");
   form.Report(MakeRunStarted(form, kind));
   const bool succeeded = workflow(form);
   result = form.AbortRequested ? How::kCancelled : succeeded ? How::kFinished : How::kFailed;
