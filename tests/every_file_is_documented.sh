@@ -13,7 +13,20 @@ awk -F'|' '
   !/^\|/ { folder = "" }
   folder != "" { n = split($2, name, "`"); for (i = 2; i <= n; i += 2) print folder name[i] }
 ' docs/architecture.md | sed 's/\.[a-z]*$//; s/_\*$//' | sort -u >"$work/names"
-diff "$work/files" "$work/names" >"$work/differences" && exit
-echo "docs/architecture.md and the files differ (< is a file without its name, > a name without its file):"
-grep '^[<>]' "$work/differences"
-exit 1
+failed=0
+diff "$work/files" "$work/names" >"$work/differences" || {
+  echo "docs/architecture.md and the files differ (< is a file without its name, > a name without its file):"
+  grep '^[<>]' "$work/differences"
+  failed=1
+}
+
+# Constants and files that the text names exist.
+# shellcheck disable=SC2016
+for name in $(grep -oE '`k[A-Z][A-Za-z]+`|`[a-z_/]+\.(cpp|h|sh)`' docs/architecture.md | tr -d '`' | sort -u); do
+  case $name in
+    k*) grep -rqw "$name" src bus tools || { echo "docs/architecture.md: no source file contains $name"; failed=1; } ;;
+    *) find src bus tools tests -path "*/$name" -o -path "$name" | grep -q . ||
+      { echo "docs/architecture.md: there is no $name"; failed=1; } ;;
+  esac
+done
+exit $failed

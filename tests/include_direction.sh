@@ -1,6 +1,6 @@
 #!/bin/sh
 # Checks who may include whom: each folder of src/ only itself and the folders below it, the window system only
-# in desktop/, the virtual bus and the tool nothing of each other, the tool nothing of tools/.
+# in desktop/, the virtual bus and the tool nothing of each other, the tool nothing of tools/. No header of src/ is longer than 250 lines.
 set -u
 cd "$1" || exit 2
 failed=0
@@ -41,4 +41,7 @@ done
 
 outside=$(grep -rnE '#include <Q' src bus tools/log --include='*.h' --include='*.cpp' | grep -vE '^src/(desktop|records)/')
 [ -z "$outside" ] || report 'Only src/desktop and src/records may include Qt:' "$outside"
+
+long=$(find src -name '*.h' -exec awk 'FNR == 251 { print FILENAME }' {} +)
+[ -z "$long" ] || report 'Headers of more than 250 lines; split them:' "$long"
 exit $failed
