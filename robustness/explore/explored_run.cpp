@@ -221,35 +221,36 @@ std::string ExploredRun::Violation() {
     return error.what();
   }
   std::string wrong = WrongFrames() + WrongEnd();
-  for (const int y : kTicked) wrong += WrongVerdict(y) + WrongRecord(y);
+  for (const int y : kTicked) wrong += WrongVerdict(y) + WrongEvidence(y);
   if (controllers_.at(kUnticked).Flash() != flashBefore_[kUnticked]) wrong += "controller 7 was changed; ";
   return wrong;
 }
 
 /// A verdict of exit status 0 must be true of the flash. Exempt is a survey in which the same other
-/// controller answered every question: such answers cannot be told from those of controllers that write
+/// controller answered every question: such answers are equal to those of controllers that write
 /// something else than their number there.
 std::string ExploredRun::WrongVerdict(int y) {
   const Verdict verdict = results_.VerdictOf(y);
   const Bytes& flash = controllers_.at(y).Flash();
   const std::string who = "controller " + std::to_string(y) + " is called " + verdict.word;
   const bool compares = IsDownload(way_) || way_.button == &Quillon::ComInfo;
-  if (verdict.good && compares && flash != ImageFlash() && !OneOtherAnsweredAll())
-    return who + " and does not hold the image; ";
+  const bool exempt = !IsDownload(way_) && OneOtherAnsweredAll();
+  if (verdict.good && compares && flash != ImageFlash() && !exempt)
+    return who + " and does not contain the image; ";
   const bool boot = way_.button == &Quillon::ComBoot;
   const std::uint32_t sum =
       boot ? kBootChecksum + static_cast<std::uint32_t>(y) : controllers_.at(y).Checksum() & 0xFFFF;
   const std::string read = results_.EvidenceOf(y).checksum;
-  if (verdict.good && !read.empty() && std::stoul(read, nullptr, 16) != sum && !OneOtherAnsweredAll())
+  if (verdict.good && !read.empty() && std::stoul(read, nullptr, 16) != sum && !exempt)
     return who + " by what another controller reported; ";
   if (!IsDownload(way_) && flash != flashBefore_[y]) return who + " and was changed by a survey; ";
   return "";
 }
 
-/// What the records say of a controller agrees with what happened to it.
-std::string ExploredRun::WrongRecord(int y) const {
+/// The evidence about a controller, which verdicts and records contain, agrees with what happened to it.
+std::string ExploredRun::WrongEvidence(int y) const {
   const Evidence evidence = results_.EvidenceOf(y);
-  const std::string who = "the record of controller " + std::to_string(y) + " says that ";
+  const std::string who = "the evidence about controller " + std::to_string(y) + " is that ";
   const bool changed = controllers_.at(y).Flash() != flashBefore_.at(y);
   if (changed && evidence.erasure == Erasure::kNone) return who + "it was not erased; ";
   const auto taken = batchesTaken_.find(y);

@@ -81,7 +81,7 @@ class ExploredRun final : private SerialDevice, private RunObserver {
   Bytes AnswerOfOther(Bytes frame, int number);
   void Interfere(Event event);
   std::string WrongVerdict(int y);
-  std::string WrongRecord(int y) const;
+  std::string WrongEvidence(int y) const;
   bool OneOtherAnsweredAll() const;
   std::string WrongFrames() const;
   std::string WrongEnd() const;

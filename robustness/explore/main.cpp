@@ -33,6 +33,7 @@ bool Possible(bool broadcast, Event event) {
   switch (event) {
     case Event::kFrameLost:
     case Event::kDeviceFails:
+    case Event::kCancel:
     case Event::kClose:
       return true;
     case Event::kLostForOne:
@@ -117,7 +118,12 @@ bool Replay(const std::vector<std::string>& words, const std::string& folder) {
   if (way == kWays.end()) throw CLI::ValidationError(words.front(), "is not a run");
   Choices choices;
   for (std::size_t i = 1; i < words.size(); ++i) AddChoice(choices, words[i]);
-  const std::string violation = ExploredRun(*way, choices, folder).Violation();
+  ExploredRun run(*way, choices, folder);
+  const std::string violation = run.Violation();
+  if (violation.empty() && !choices.empty() && choices.rbegin()->first >= run.FramesSent()) {
+    std::printf("the run sends only %d frames\n", run.FramesSent());
+    return false;
+  }
   std::printf("%s: %s\n", Describe(*way, choices).c_str(),
               violation.empty() ? "no violation" : violation.c_str());
   return violation.empty();
