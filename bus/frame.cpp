@@ -54,6 +54,8 @@ Classification Classify(View bytes) {
   return {Classification::Frame, length};
 }
 
+/// The line may pause for ten characters within a frame, and for 20 ms at least. After a longer pause the
+/// unfinished frame is discarded as noise; otherwise a damaged length byte would consume the next questions.
 Time LongestPause(const LineFormat& format) {
   return std::max<Time>(TimeOf(10, format), std::chrono::milliseconds(20));
 }

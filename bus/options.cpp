@@ -99,7 +99,7 @@ CLI::Validator Checked(const std::function<void(std::string&)>& read) {
   return CLI::Validator(check, "");
 }
 
-/// Whole decimal numbers. CLI11's own conversion reads 010 as eight and -1 as a large seed.
+/// Whole decimal numbers. CLI11's own conversion would read 010 as octal 8, and -1 as a very large number.
 template <typename Number>
 CLI::Validator NumberIn(Number low, Number high) {
   return Checked([=](std::string& text) { text = std::to_string(ReadNumber(text, low, high)); });
@@ -191,7 +191,7 @@ void ApplyCauses(const Causes& causes, Options& options) {
   options.line.latency = std::chrono::milliseconds(causes.latency);
 }
 
-/// The controllers of --count, without those that a --controller describes, and then the described ones.
+/// All controllers: first those of --count that no --controller describes, then those of --controller.
 std::vector<ControllerSetup> AllControllers(int count, const std::vector<std::string>& texts) {
   std::vector<ControllerSetup> described;
   for (const std::string& text : texts)
@@ -250,7 +250,8 @@ Options ParseOptions(std::span<const std::string> arguments) {
   add("--delay", delay, "MS", "milliseconds from a frame to its answer (5)")
       ->transform(NumberIn(0, kLongestWait));
   app.add_flag("--echo", options.line.echo, "the adapter returns what it sends");
-  app.add_flag("--quick", quick, "transmit bytes in no time; --delay stays");
+  app.add_flag("--quick", quick,
+               "transmit bytes without the time they need on a real line; --delay still applies");
   add("--log", options.logFile, "FILE", "write every frame with time, speed and direction to a file");
   app.add_flag("--verbose", options.verbose, "print every frame as --log writes it");
   AddCauseOptions(app, causes);
