@@ -1,4 +1,5 @@
-// First come the steps that read, one for each protocol. Their answers determine the steps that load.
+// Completes a download that was cut. The first steps read the controllers, one step for each protocol. Their
+// answers decide which controllers the next steps load, and with which protocol.
 #include "records/resume.h"
 
 #include <stdexcept>
@@ -12,13 +13,14 @@ namespace {
 
 [[noreturn]] void Refuse(const QString& reason) { throw std::runtime_error(reason.toStdString()); }
 
-/// The text for the box `Protocol`: the protocol byte of the image less one.
+/// The text for the box `Protocol`. It is one less than the protocol byte of the image, because the tool adds
+/// one to the number in the box.
 QString ImageProtocol(const std::string& contents) {
   ImageFacts facts;
   AnalyseImage(LineReader(contents), facts);
-  bool named = false;
-  const int byte = QString::fromStdString(facts.ImageProtocol).toInt(&named, 16);
-  return named && byte > 0 ? QString::number(byte - 1) : "";
+  bool isNumber = false;
+  const int byte = QString::fromStdString(facts.ImageProtocol).toInt(&isNumber, 16);
+  return isNumber && byte > 0 ? QString::number(byte - 1) : "";
 }
 
 }  // namespace
@@ -29,7 +31,8 @@ Resume::Resume(JobRecord record, const QString& protocol) : record_(std::move(re
   const QString path = record_.File()["path"].toString();
   const std::string contents = ReadFile(path.toStdString());  // raises RunError
   if (Sha256(contents) != record_.File()["sha256"].toString())
-    Refuse("the file \"" + path + "\" is not the one of the record; restore it, or start a new download");
+    Refuse("the file \"" + path +
+           "\" has changed since the recorded download; restore it, or start a new download");
   const QString recorded = record_.job["settings"].toObject()["protocol"].toString();
   protocols_.push_back(protocol.isEmpty() ? recorded : protocol);
   const QString imageProtocol = ImageProtocol(contents);
@@ -78,7 +81,8 @@ std::deque<Resume::Step> Resume::LoadSteps() const {
 bool Resume::MustLoad(int controller) const {
   const ControllerRecord& known = record_.controllers.at(controller);
   const Answer& answer = answers_.at(controller);
-  // Then it can lack a part of the image although the 16 bits of the checksum that it reports match.
+  // An erased controller that did not acknowledge every batch can lack a part of the image, even when its
+  // 16-bit checksum matches by chance.
   const bool unproven = known.progress == ControllerRecord::Progress::kErased && !known.allAcknowledged;
   return unproven || known.lastChangeRefused || known.verdict == "contradictory" || answer.contradictory ||
          answer.checksum != record_.File()["checksum"].toString();

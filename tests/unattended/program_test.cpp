@@ -152,7 +152,7 @@ TEST_F(ProgramAtTheBus, FinishesARecordedDownload) {
   EXPECT_EQ(resumed.Wait(), 0);
   std::ofstream(hex, std::ios::app) << "\n";
   test::StartedProgram refused(resume);
-  EXPECT_THAT(refused.ReadAll(), testing::HasSubstr("is not the one of the record"));
+  EXPECT_THAT(refused.ReadAll(), testing::HasSubstr("has changed since the recorded download"));
   EXPECT_EQ(refused.Wait(), 4);
 }
 
