@@ -25,16 +25,16 @@ QString Title(const JobRecord& record) {
   return titles.value(record.Kind(), "Run of an unknown kind");
 }
 
-QString Row(const QJsonObject& row) {
+QString VersionAndChecksum(const QJsonObject& row) {
   return row.isEmpty() ? "" : row["version"].toString() + " " + row["checksum"].toString();
 }
 
-/// "good (proven)"
+/// The verdict with its evidence, for example "good (proven)".
 QString VerdictText(const ControllerRecord& controller) {
   return controller.verdict + (controller.evidence.isEmpty() ? "" : " (" + controller.evidence + ")");
 }
 
-/// What a reader has to know about a controller beyond its row; equal texts become one note.
+/// The note on a controller that is not good. Controllers with the same text share one note.
 QString NoteOf(const ControllerRecord& controller) {
   if (controller.good) return "";
   QStringList parts{VerdictText(controller), controller.reason, controller.gap, controller.advice};
@@ -47,14 +47,14 @@ QString Firmware(const JobRecord& record, const ControllerRecord& controller, co
   return known.NameOf(controller.after["checksum"].toString());
 }
 
-/// A row has one line, so that 32 fit on a page.
+/// Shortens a long name in its middle, because a row must fit on one line: a page has 32 rows.
 QString Shortened(const QString& name) {
-  constexpr qsizetype kLongest = 17;
-  constexpr qsizetype kEach = 7;
-  return name.size() > kLongest ? name.left(kEach) + "..." + name.right(kEach) : name;
+  constexpr qsizetype kLongestName = 17;
+  constexpr qsizetype kKeptAtEachEnd = 7;
+  return name.size() > kLongestName ? name.left(kKeptAtEachEnd) + "..." + name.right(kKeptAtEachEnd) : name;
 }
 
-/// Those that the record contains: a line check has no delay.
+/// The settings that the record contains, as one line. Only a parallel download uses the delay.
 QString SettingsText(const JobRecord& record) {
   constexpr std::pair<const char*, const char*> kTexts[] = {{"speed", "%1 bit/s"},
                                                             {"timeout", "time-out %1 ms"},
@@ -74,8 +74,8 @@ QString CountText(int count) { return count == 0 ? "-" : QString::number(count);
 /// The cells of a row between the number and the verdict.
 QStringList CellsOf(const JobRecord& record, const ControllerRecord& controller) {
   if (record.Kind() == "line-check") return {CountText(controller.unanswered), CountText(controller.damaged)};
-  QStringList cells{Row(controller.before),
-                    controller.after.isEmpty() ? controller.failure : Row(controller.after)};
+  QStringList cells{VersionAndChecksum(controller.before),
+                    controller.after.isEmpty() ? controller.failure : VersionAndChecksum(controller.after)};
   for (const int count :
        {controller.acknowledged, controller.repeats, controller.refusals, controller.damaged})
     cells.push_back(CountText(count));
@@ -127,10 +127,11 @@ Report MakeReport(const JobRecord& record, const QString& name, const KnownFirmw
     QStringList row = QStringList(QString::number(number)) + CellsOf(record, controller);
     if (known && !lineCheck) {
       const QString firmware = Firmware(record, controller, *known);
-      const QString shown = Shortened(firmware.section(':', 0, 0));
-      row.insert(3, shown);
-      const QString whole = firmware.startsWith(shown) ? firmware : shown + ": " + firmware;
-      if (whole != shown && !firmwareNotes.contains(whole)) firmwareNotes.push_back(whole);
+      const QString shortName = Shortened(firmware.section(':', 0, 0));
+      row.insert(3, shortName);
+      const QString firmwareNote = firmware.startsWith(shortName) ? firmware : shortName + ": " + firmware;
+      if (firmwareNote != shortName && !firmwareNotes.contains(firmwareNote))
+        firmwareNotes.push_back(firmwareNote);
     }
     row.push_back(VerdictText(controller) +
                   (note.isEmpty() ? "" : QString(" [%1]").arg(report.notes.indexOf(note) + 1)));
@@ -194,7 +195,7 @@ QString AsHtml(const QList<Report>& reports) {
 }
 
 void WritePdf(const QList<Report>& reports, const QString& path) {
-  constexpr int kCssPixels = 96;  // an inch; the unit of the paddings above
+  constexpr int kCssPixels = 96;  // in one inch; AsHtml gives its paddings in them
   QFile file(path);
   if (!file.open(QIODevice::WriteOnly))
     throw std::runtime_error((path + " can't be written: " + file.errorString()).toStdString());
@@ -208,7 +209,8 @@ void WritePdf(const QList<Report>& reports, const QString& path) {
   document.documentLayout()->setPaintDevice(&writer);
   document.setDocumentMargin(0);
   document.setHtml(AsHtml(reports));
-  document.setPageSize(writer.pageLayout().paintRectPixels(kCssPixels).size());  // else print adds margins
+  // Without this, print() adds margins of its own.
+  document.setPageSize(writer.pageLayout().paintRectPixels(kCssPixels).size());
   document.print(&writer);
   if (!file.flush())
     throw std::runtime_error((path + " can't be written: " + file.errorString()).toStdString());
@@ -222,7 +224,7 @@ QString CsvHeader() {
 
 QString AsCsv(const JobRecord& record, const KnownFirmware* known) {
   QString lines;
-  for (const auto& [number, c] : record.controllers) {
+  for (const auto& [number, controller] : record.controllers) {
     QStringList cells{record.job["time"].toString(),
                       record.Kind(),
                       record.File()["path"].toString(),
@@ -231,14 +233,15 @@ QString AsCsv(const JobRecord& record, const KnownFirmware* known) {
                       record.job["by"].toString(),
                       record.ending.isEmpty() ? "cut" : record.ending,
                       QString::number(number),
-                      c.before["version"].toString(),
-                      c.before["checksum"].toString(),
-                      c.after["version"].toString(),
-                      c.after["checksum"].toString(),
-                      known ? Firmware(record, c, *known) : ""};
-    for (const int count : {c.acknowledged, c.repeats, c.refusals, c.damaged, c.unanswered})
+                      controller.before["version"].toString(),
+                      controller.before["checksum"].toString(),
+                      controller.after["version"].toString(),
+                      controller.after["checksum"].toString(),
+                      known ? Firmware(record, controller, *known) : ""};
+    for (const int count : {controller.acknowledged, controller.repeats, controller.refusals,
+                            controller.damaged, controller.unanswered})
       cells.push_back(QString::number(count));
-    cells += {c.verdict, c.evidence, c.reason, c.advice};
+    cells += {controller.verdict, controller.evidence, controller.reason, controller.advice};
     for (QString& cell : cells) {
       if (cell.contains('"') || cell.contains(',') || cell.contains('\n'))
         cell = '"' + cell.replace('"', "\"\"") + '"';
