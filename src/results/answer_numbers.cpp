@@ -1,4 +1,5 @@
-// Counts own, other and impossible numbers in byte 1 of answers.
+// Finds answers from another controller by byte 1, which should be the number of the sender. Some controllers
+// may send a fixed value there, so the numbers in all answers of a run are counted first.
 #include "results/answer_numbers.h"
 
 #include "forms/quillon.h"

@@ -17,7 +17,7 @@ class AnswerNumbers {
   std::optional<int> Count(int asked, const Bytes& answer);
 
   /// Whether another number is evidence in this run.
-  bool OthersCount() const {
+  bool OtherNumbersAreEvidence() const {
     const bool ownPrevail = own_ > 0 && (others_ == 1 || others_ < own_);
     return none_ == 0 && (ownPrevail || differentOthers_);
   }

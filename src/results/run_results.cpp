@@ -1,4 +1,6 @@
-// Adds each run event to the evidence about its controller.
+// Adds each run event to the evidence about its controller, from which its verdict is judged. No event alone
+// decides: a controller can refuse the full checksum and yet report the right one. So all evidence of a run
+// is collected first.
 #include "results/run_results.h"
 
 namespace quillon {
@@ -18,7 +20,7 @@ std::vector<int> RunResults::Controllers() const {
 
 Evidence RunResults::EvidenceOf(int controller) const {
   Evidence evidence = evidence_[static_cast<std::size_t>(controller)];
-  if (!numbers_.OthersCount()) evidence.otherController.reset();
+  if (!numbers_.OtherNumbersAreEvidence()) evidence.otherController.reset();
   return evidence;
 }
 
@@ -26,9 +28,10 @@ Verdict RunResults::VerdictOf(int controller) const {
   const Evidence evidence = EvidenceOf(controller);
   Verdict verdict = Judge(evidence);
   const auto& download = downloads_[static_cast<std::size_t>(controller)];
-  const bool hidesFailure = verdict.good && !IsDownload(evidence.kind) && download &&
-                            !download->verdict.good && download->fileChecksum == evidence.fileChecksum;
-  return hidesFailure ? download->verdict : verdict;
+  // After a failed download, reading does not improve the verdict.
+  const bool downloadFailed = verdict.good && !IsDownload(evidence.kind) && download &&
+                              !download->verdict.good && download->fileChecksum == evidence.fileChecksum;
+  return downloadFailed ? download->verdict : verdict;
 }
 
 void RunResults::On(const RunStarted& event) {
@@ -42,7 +45,8 @@ void RunResults::On(const RunStarted& event) {
 }
 
 void RunResults::On(const ControllerBegun& event) {
-  // The frame follows at once. Whether it reaches the controller is unknown until the controller answers.
+  // The erase frame is sent right after this event. Until it answers, the controller may or may not
+  // be erased.
   if (event.phase == Phase::kErase) At(event.controller).erasure = Erasure::kPossible;
 }
 

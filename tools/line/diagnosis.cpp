@@ -25,9 +25,9 @@ struct Symptoms {
   const LineDiagnosis& line;
   ControllerDiagnosis& counts;
   int otherSpeed;
-  int otherNumbers = 0;  // answers from another controller
-  int alike = 0;         // of the most frequent damaged answer
-  int extras = 0;        // intact answers with bytes around them
+  int otherNumbers = 0;        // answers from another controller
+  int mostFrequentDamage = 0;  // how often the most frequent damaged answer was received
+  int extras = 0;              // intact answers with bytes around them
   int lostStarts = 0;
   int wrongBytes = 0;  // compared with an intact answer
   int wrongInTail = 0;
@@ -39,7 +39,7 @@ struct Symptoms {
 /// The table of causes. The first one whose symptoms are found is reported. The manual has the same table.
 struct Cause {
   const char* word;
-  LineVerdict atBest;
+  LineVerdict bestVerdict;
   bool (*found)(const Symptoms&);
   const char* reason;
   const char* remedy;  // %1 is the other speed, or the place of the noise
@@ -61,7 +61,9 @@ constexpr Cause kCauses[] = {
      "answers lack their first byte, as when the driver is enabled too late",
      "Exchange this controller; if all suffer, the adapter."},
     {"doubled-number", kBad,
-     [](const Symptoms& s) { return s.alike >= kFewest && 4 * s.alike >= 3 * s.counts.damaged; },
+     [](const Symptoms& s) {
+       return s.mostFrequentDamage >= kFewest && 4 * s.mostFrequentDamage >= 3 * s.counts.damaged;
+     },
      "the answers are damaged in the same way each time, as when two controllers have this number",
      "Unplug one controller after the other until the answers are intact."},
     {"weak-bias", kMarginal, [](const Symptoms& s) { return s.line.idleBytes + s.extras > 1; },
@@ -85,7 +87,7 @@ constexpr Cause kCauses[] = {
     {"late", kMarginal, [](const Symptoms& s) { return s.counts.late > 0; },
      "answers begin after the time-out", "Raise the time-out."},
     {"latency", kMarginal, [](const Symptoms& s) { return s.line.latency > 0; },
-     "the adapter passes bytes on in lumps", "Set the latency timer of the adapter to 1 ms."},
+     "the adapter passes bytes on in groups", "Set the latency timer of the adapter to 1 ms."},
     {"few-questions", kNotMeasured, [](const Symptoms& s) { return s.counts.asked < kQuestionsForVerdict; },
      "too few questions were asked", kAskMore},
     {"", kGood, [](const Symptoms&) { return true; }, "all answers are intact and in time", ""},
@@ -150,12 +152,12 @@ ControllerDiagnosis Count(const MeasuredController& controller, double timeout) 
 }
 
 /// How long the adapter delays bytes. The bytes of an answer then arrive in groups, and the last one at
-/// times that differ by that delay. One controller without these symptoms refutes them. A busy computer
-/// causes the same symptoms, so its own lateness has to be small compared with them.
+/// times that differ by that delay. If one controller does not show both symptoms, the adapter is not the
+/// cause. A busy computer causes the same symptoms, so the delay must be long compared with its lateness.
 double Latency(const LineMeasurement& measurement) {
-  constexpr std::size_t kEnough = 5;     // answers
-  constexpr double kInLumps = 0.75;      // share of bytes that arrive together with the one before
-  constexpr double kNoticeable = 0.008;  // seconds
+  constexpr std::size_t kEnough = 5;       // answers
+  constexpr double kShareTogether = 0.75;  // of the bytes arrive together with the one before
+  constexpr double kNoticeable = 0.008;    // seconds
   double latency = 0;
   for (const MeasuredController& controller : measurement.controllers) {
     std::vector<double> last;
@@ -171,19 +173,19 @@ double Latency(const LineMeasurement& measurement) {
     const auto [earliest, latest] = std::minmax_element(last.begin(), last.end());
     const double spread = *latest - *earliest;
     const double noticeable = std::max(kNoticeable, 3 * measurement.lateness);
-    if (together < kInLumps * static_cast<double>(steps) || spread < noticeable) return 0;
+    if (together < kShareTogether * static_cast<double>(steps) || spread < noticeable) return 0;
     latency = latency == 0 ? spread : std::min(latency, spread);
   }
   return latency;
 }
 
 /// Whether answers that contain the number of another controller came from that controller.
-bool OtherNumbersCount(const LineMeasurement& measurement) {
+bool OtherNumbersAreEvidence(const LineMeasurement& measurement) {
   AnswerNumbers numbers;
   for (const MeasuredController& controller : measurement.controllers)
     for (const Question& question : controller.questions)
       if (question.reply == LineReply::kGood) numbers.Count(controller.number, question.bytes);
-  return numbers.OthersCount();
+  return numbers.OtherNumbersAreEvidence();
 }
 
 Symptoms FindSymptoms(const MeasuredController& controller, const LinePlan& plan, const LineDiagnosis& line,
@@ -196,7 +198,7 @@ Symptoms FindSymptoms(const MeasuredController& controller, const LinePlan& plan
     if (reply == LineReply::kGood)
       symptoms.otherNumbers += AnswerNumbers().Count(controller.number, bytes).has_value();
     if (reply != LineReply::kDamaged) continue;
-    symptoms.alike = std::max(symptoms.alike, ++damaged[bytes]);
+    symptoms.mostFrequentDamage = std::max(symptoms.mostFrequentDamage, ++damaged[bytes]);
     if (LacksItsStart(bytes, plan.protocolByte)) {
       ++symptoms.lostStarts;
     } else if (!std::ranges::search(bytes, reference).empty()) {
@@ -208,11 +210,11 @@ Symptoms FindSymptoms(const MeasuredController& controller, const LinePlan& plan
   return symptoms;
 }
 
-LineVerdict VerdictOf(const ControllerDiagnosis& counts, LineVerdict atBest) {
-  if (atBest == kNotThere || atBest == kNotMeasured) return atBest;
+LineVerdict VerdictOf(const ControllerDiagnosis& counts, LineVerdict bestVerdict) {
+  if (bestVerdict == kNotThere || bestVerdict == kNotMeasured) return bestVerdict;
   const int failed = counts.asked - counts.answered;
-  if (atBest != kBad && counts.asked < kQuestionsForVerdict && failed < kFewest) return kNotMeasured;
-  return 10 * failed > counts.asked || counts.repeats >= kSends ? kBad : atBest;
+  if (bestVerdict != kBad && counts.asked < kQuestionsForVerdict && failed < kFewest) return kNotMeasured;
+  return 10 * failed > counts.asked || counts.repeats >= kSends ? kBad : bestVerdict;
 }
 
 /// Where the noise is. The controllers are assumed to be connected in the order of their numbers.
@@ -244,11 +246,11 @@ std::string Failures(const ControllerDiagnosis& counts) {
 void Judge(const Symptoms& symptoms) {
   const Cause& cause = *std::ranges::find_if(kCauses, [&](const Cause& row) { return row.found(symptoms); });
   ControllerDiagnosis& counts = symptoms.counts;
-  counts.verdict = VerdictOf(counts, cause.atBest);
+  counts.verdict = VerdictOf(counts, cause.bestVerdict);
   counts.cause = cause.word;
   counts.reason = (counts.verdict == kNotThere ? "" : Failures(counts)) + cause.reason;
   counts.remedy = cause.remedy;
-  if (counts.verdict == kNotMeasured && cause.atBest != kNotMeasured) counts.remedy = kAskMore;
+  if (counts.verdict == kNotMeasured && cause.bestVerdict != kNotMeasured) counts.remedy = kAskMore;
 }
 
 void FillIn(const std::string& word, std::string& text) {
@@ -262,11 +264,11 @@ LineDiagnosis Diagnose(const LineMeasurement& measurement) {
   line.echo = measurement.echoes > 0;
   line.idleBytes = measurement.idleBytes;
   line.latency = Latency(measurement);
-  const bool otherNumbersCount = OtherNumbersCount(measurement);
+  const bool otherNumbersAreEvidence = OtherNumbersAreEvidence(measurement);
   for (const MeasuredController& controller : measurement.controllers) {
     ControllerDiagnosis counts = Count(controller, measurement.plan.timeout);
     Symptoms symptoms = FindSymptoms(controller, measurement.plan, line, counts);
-    if (!otherNumbersCount) symptoms.otherNumbers = 0;
+    if (!otherNumbersAreEvidence) symptoms.otherNumbers = 0;
     Judge(symptoms);
     line.slowest = std::max(line.slowest, counts.longest);
     line.controllers.push_back(std::move(counts));
@@ -284,7 +286,7 @@ const char* VerdictText(LineVerdict verdict) {
 }
 
 double WilsonBound(int failed, int asked) {
-  constexpr double kZ = 1.96;  // of 95 %
+  constexpr double kZ = 1.96;  // for a confidence of 95 %
   if (asked == 0) return 1;
   const double n = asked;
   const double share = failed / n;
@@ -294,8 +296,9 @@ double WilsonBound(int failed, int asked) {
 }
 
 FileProof ProveFile(const LineDiagnosis& diagnosis, const std::vector<std::size_t>& batchFrameSizes) {
-  constexpr int kPerQuestion = 7 + 13;                // bytes of question and answer
-  int carried = diagnosis.slowest > 0 ? INT_MAX : 0;  // bytes without a loss, of the worst controller
+  constexpr int kPerQuestion = 7 + 13;  // bytes of question and answer
+  // The bytes that the worst controller exchanged without a loss.
+  int carried = diagnosis.slowest > 0 ? INT_MAX : 0;
   for (const ControllerDiagnosis& controller : diagnosis.controllers) {
     if (controller.verdict == kNotThere) continue;
     carried =

@@ -20,7 +20,7 @@ class RunDoubts {
 
   void Mark() {
     for (std::size_t n = run_.first; n < run_.end; ++n) CountNumbers(log_.messages[n]);
-    if (numbers_.OthersCount()) {
+    if (numbers_.OtherNumbersAreEvidence()) {
       for (const auto& [entry, other] : foreign_) AddNote(*entry, "from controller " + std::to_string(other));
     }
     for (std::size_t n = run_.first; n < run_.end; ++n) Judge(log_.messages[n]);
@@ -36,7 +36,8 @@ class RunDoubts {
     }
   }
 
-  /// The log does not contain the number that an auto detection asked for.
+  /// Counts the numbers in the answers to a message. Answers to an auto detection are not counted, because
+  /// the log does not contain the number that it asked.
   void CountNumbers(const LoggedMessage& message) {
     if (message.controller == kNoController || message.request == RequestKind::kDetection) return;
     ForEachAnswer(message, [&](LogEntry& entry, const Answer& answer) {
@@ -61,12 +62,12 @@ class RunDoubts {
       if (message.outcome == Outcome::kRefused) evidence.checksumConfirmed = false;
     }
     if (message.checksum != ChecksumMatch::kSame) return;
-    // The tool sends the full checksum behind the last batch. So the log of a serial download contains all
+    // The tool sends the full checksum after the last batch. So the log of a serial download contains all
     // batches unless its beginning, and with it the erase, is cut off.
     if (evidence.erasure != Erasure::kDone) evidence.batches = 0;
     evidence.kind = RunKind::kParallel;
     evidence.row = RowContent::kFlash;
-    if (!numbers_.OthersCount()) evidence.otherController.reset();
+    if (!numbers_.OtherNumbersAreEvidence()) evidence.otherController.reset();
     const Verdict verdict = quillon::Judge(evidence);
     ForEachAnswer(message, [&](LogEntry& entry, const Answer& answer) {
       if (answer.verdict != AnswerVerdict::kGood) return;
