@@ -1,4 +1,4 @@
-// The message $73: reads version and checksum of a controller into its row, `Ver(y)` and `CkSum(y)`. A
+// Sends the message $73 to read version and checksum of a controller into its row, `Ver(y)` and `CkSum(y)`. A
 // checksum other than that of the chosen file (`FileCheksum`) is shown white on red.
 #include "commands/flash_check.h"
 

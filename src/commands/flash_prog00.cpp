@@ -1,5 +1,6 @@
 // The programming pass of a serial download: sends each batch until the controller acknowledges it, then the
-// full checksum. So no delay is needed between batches, but each costs the pause of an answer, 0.5 s.
+// full checksum. Because the controller acknowledges each batch, no delay is needed between batches. But the
+// tool waits 0.5 s for the end of each answer.
 #include "commands/flash_prog00.h"
 
 #include <string>
@@ -16,9 +17,10 @@ namespace quillon {
 namespace {
 
 /// Returns whether `y` acknowledged the batch. A missing or damaged answer is not shown: the run reads the
-/// flash next (FlashCheck), and the row shows that result.
+/// flash next (FlashCheck), and the controller's row in the table window `Info` shows what was read.
 bool SendBatch(Quillon& form, int y, const Bytes& frame) {
   ExchangeResult result{};
+  // If the serial device fails here, the error text reports that one controller is erased.
   WhileErased(1, [&] { result = SendForAcknowledge(form, Command::kBatch, y, frame); });
   if (result == ExchangeResult::kAnswered) Log(form, "Answer : 61");
   if (result == ExchangeResult::kRefused) {
@@ -28,7 +30,7 @@ bool SendBatch(Quillon& form, int y, const Bytes& frame) {
   return result == ExchangeResult::kAnswered;
 }
 
-/// Returns whether `y` acknowledged all batches. If not, or after Cancel, `Message` is closed.
+/// Returns whether `y` acknowledged all batches. If not, or after Cancel, the window `Message` is closed.
 bool SendBatches(Quillon& form, int y) {
   const std::string file = ReadFile(form.FileName.Text());
   BatchReader batches(file);

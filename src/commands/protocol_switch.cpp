@@ -1,5 +1,5 @@
-// Changes the protocol of a controller. On protocol 3, "RUD3" in the log, it reads text. So the change to
-// protocol 4 is the text "p400:4/", and the change back is the message $55.
+// Changes the protocol of a controller. A controller on protocol 3 ("RUD3" in the log) reads text. So the
+// change to protocol 4 is the text "p400:4/", and the change back is the message $55.
 #include "commands/protocol_switch.h"
 
 #include "commands/acknowledge.h"

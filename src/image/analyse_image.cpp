@@ -9,8 +9,8 @@
 //              14-15, 16-17, 18-19      flags, protocol, product
 //
 // Bits 6 to 4 of the flags are the code of the bit rate. The checksum is that of the whole flash, not of the
-// file: an erased byte contains 255, so each byte that the file does not set counts 255. A controller adds up
-// its flash in the same way.
+// file: an erased byte contains 255, so each byte that the file does not set adds 255 to the sum. A
+// controller adds up its flash in the same way.
 #include "image/analyse_image.h"
 
 #include <cstdio>

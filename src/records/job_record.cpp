@@ -1,6 +1,6 @@
-// A record is one JSON object a line; `event` names what happened. A record whose last line is not `end` was
-// cut; the state of each controller is then judged from the lines that exist. docs/job-record.md documents
-// the format.
+// Parses job records. A record has one JSON object on each line; its field `event` names what happened. A
+// record without the event `end` was cut: the state of each controller is then judged from the lines that
+// exist. docs/job-record.md documents the format.
 #include "records/job_record.h"
 
 #include <QCryptographicHash>

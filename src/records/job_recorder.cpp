@@ -1,4 +1,5 @@
-// Builds the lines of job records. The arrays of names below are in the order of the enumerations.
+// Turns the events of a run into the lines of its job record. The arrays of names below are in the order of
+// the enumerations.
 #include "records/job_recorder.h"
 
 #include <QDateTime>
@@ -12,7 +13,7 @@
 namespace quillon {
 namespace {
 
-constexpr int kMostListed = 20;     // lines of one kind for each controller
+constexpr int kMostListed = 20;     // most lines of one kind for each controller
 constexpr int kProgressSteps = 16;  // number of lines that count the batches of a pass
 constexpr int kLastController = 31;
 
@@ -52,7 +53,7 @@ void RecordLines::PutLimited(int controller, const QString& kind, const char* ev
   Put(event, std::move(fields));
 }
 
-/// Without size, hash and batches for a file that can't be read.
+/// The facts about the file of the run, without size, hash and batches if it can't be read.
 QJsonObject RecordLines::FileFacts() {
   QJsonObject file{{"path", labels_.file.isEmpty() ? Text(run_.file) : labels_.file},
                    {"checksum", Text(run_.fileChecksum)}};

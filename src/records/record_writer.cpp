@@ -1,4 +1,5 @@
-// The thread that writes job records.
+// Writes job records in a thread of its own, so that a slow disk does not delay a run. Write() queues
+// lines, and Work() writes them to the file.
 #include "records/record_writer.h"
 
 #include <QDateTime>

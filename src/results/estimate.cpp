@@ -18,7 +18,7 @@
 namespace quillon {
 namespace {
 
-constexpr double kAnswerDelay = 0.005;  // seconds to the answer; an estimate of little influence
+constexpr double kAnswerDelay = 0.005;  // seconds to the answer; a guess, short compared with the pause
 
 int ToNumber(const std::string& text) {
   int number = 0;
@@ -26,7 +26,7 @@ int ToNumber(const std::string& text) {
   return number;
 }
 
-/// The frame, the first byte of its answer, and the pause that ends an answer.
+/// The time of an exchange: the frame, the first byte of its answer, and the pause that ends the answer.
 double ExchangeSeconds(std::size_t frameBytes, int speed) {
   return LineSeconds(frameBytes + 1, speed) + kAnswerDelay + kAnswerPause;
 }
@@ -128,7 +128,8 @@ void Estimate::UseLineSpeed() {
   if (searching_->phase == Phase::kErase) foundAt_[searching_->controller] = lineSpeed_;
 }
 
-/// The time in which a controller writes a batch is measured on the way.
+/// Makes `step` the current one. The time from one batch to the next is measured, because it includes the
+/// unknown time in which the controller writes a batch.
 void Estimate::MoveTo(const Step& step, double now) {
   const auto found = std::ranges::find(plan_, step);
   if (found == plan_.end()) return;
@@ -151,7 +152,7 @@ double Estimate::SecondsLeft(double now) const {
   return left;
 }
 
-/// `speed` is that of the line; the search for a controller moves it on.
+/// The time of a step. `speed` is that of the line before the step, and is set to the one after it.
 double Estimate::Seconds(const Step& step, int& speed) const {
   const int programming = facts_.downloadSpeed != 0 ? facts_.downloadSpeed : speed;
   if (step.kind == Kind::kBatch) return BatchSeconds(step, programming);
@@ -196,7 +197,7 @@ int Estimate::BatchesDone() const {
   return static_cast<int>(std::ranges::count(plan_.begin(), current, Kind::kBatch, &Step::kind));
 }
 
-/// The check is the last phase of a controller.
+/// Counts the checks that are done, because the check is the last phase of a controller.
 int Estimate::ControllersDone() const {
   const auto current = plan_.begin() + static_cast<std::ptrdiff_t>(current_);
   return static_cast<int>(std::ranges::count(plan_.begin(), current, Kind::kCheck, &Step::kind));

@@ -1,5 +1,5 @@
-// A verdict is found in three steps: a failure of the run (FailureOf), then pieces of evidence that disagree
-// (ContradictionOf), else the grade of a good result (GradeOf).
+// Judges the evidence about a controller in three steps: a failure of the run (FailureOf), then pieces of
+// evidence that disagree (ContradictionOf), else the grade of a good result (GradeOf).
 #include "results/verdict.h"
 
 #include <utility>
@@ -42,7 +42,7 @@ Verdict JudgeRefusal(const CommandReply& last) {
   }
 }
 
-/// The last exchange failed.
+/// The verdict when the last exchange failed.
 Verdict JudgeFailure(const Evidence& evidence) {
   const Reply reply = evidence.last ? evidence.last->reply : Reply::kNoAnswer;
   if (reply == Reply::kRefused) return JudgeRefusal(*evidence.last);
@@ -67,7 +67,7 @@ Verdict JudgeUnread(const Evidence& evidence) {
              evidence.checksumConfirmed == true ? "read it again" : load);
 }
 
-/// The read checksum differs from that of the file.
+/// The verdict when the read checksum differs from that of the file.
 Verdict JudgeDifference(const Evidence& evidence) {
   const std::string reason =
       "it reports the checksum " + evidence.checksum + ", not " + evidence.fileChecksum + " of the file";
@@ -133,7 +133,7 @@ Verdict GradeLoaded(const Evidence& evidence) {
   return Good("good", "confirmed", "it confirmed the full checksum and reads back equal to the file");
 }
 
-/// The grade without a failure or a contradiction.
+/// The grade of a controller without a failure or a contradiction.
 Verdict GradeOf(const Evidence& evidence) {
   switch (evidence.kind) {
     case RunKind::kParallel:

@@ -1,6 +1,7 @@
-// The check of a programmed controller. It executes the new firmware, so it uses the protocol of the image,
-// and its speed if the image fixes one. Both are set before the first message to it. `Vitesse` is the list of
-// speeds, `RUD3` the box "Prot 3"; `Ver(y)` and `CkSum(y)` are version and checksum of controller y.
+// Checks a programmed controller. The controller executes the new firmware, so the check uses the protocol of
+// the image, and its speed if the image fixes one. Both are set before the first message to the controller.
+// `Vitesse` is the list of speeds, `RUD3` the box "Prot 3"; `Ver(y)` and `CkSum(y)` are version and checksum
+// of controller y.
 #include "workflows/after_programming.h"
 
 #include <string>
@@ -13,7 +14,7 @@
 namespace quillon {
 
 void ApplyImageProtocol(Quillon& form) {
-  // The box contains the protocol byte less one.
+  // The number in the box is one less than the protocol byte.
   form.Protocol.SetText(std::to_string(static_cast<int>(HexToNumber(form.image.ImageProtocol)) - 1));
 }
 

@@ -22,8 +22,8 @@
 namespace quillon {
 namespace {
 
-/// How the other lines of the tool begin: titles, and how a command read an answer. The frames contain the
-/// same.
+/// The beginnings of lines that are ignored, because the frames contain the same: titles, and how a command
+/// read an answer.
 constexpr std::string_view kIgnoredLines[] = {"Message ", "Answer : ", "Programming ", "******** "};
 
 /// The bytes of a byte text; nothing for any other text.

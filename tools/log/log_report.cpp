@@ -147,7 +147,7 @@ std::string Describe(const ParsedLog& log, const LoggedMessage& message, const L
   return "the log is cut in this line: " + Printable(LineOf(log, entry));
 }
 
-/// For the lines before the first message.
+/// Replaces the message for the lines before the first one.
 constexpr LoggedMessage kNoMessage{.firstEntry = 0};
 
 bool BelongsToMessage(const LogEntry& entry) {

@@ -38,7 +38,7 @@ LoggedRunKind KindOfFirst(const LoggedMessage& message) {
   return LoggedRunKind::kUnknown;
 }
 
-/// The phases of a download; in a survey all messages are of one phase.
+/// The phase of a message in a download. In other kinds of runs all messages have the same phase.
 int Phase(RequestKind request) {
   switch (request) {
     case RequestKind::kErase:

@@ -1,5 +1,5 @@
 // Names a firmware by the checksum that a controller reports: its four digits are compared with the checksums
-// of the HEX files in a folder. Several files can share one.
+// of the HEX files in a folder. Several files can have the same four digits.
 #include "report/known_firmware.h"
 
 #include <QDir>

@@ -140,7 +140,7 @@ int Run(int argc, char** argv) {
 #ifndef Q_OS_WIN
   qputenv("QT_QPA_PLATFORM", "offscreen");  // a page needs fonts, and no display
 #endif
-  int words = argc > 0 ? 1 : 0;  // Qt would interpret some words
+  int words = argc > 0 ? 1 : 0;  // only the program's name: Qt would interpret options
   const QGuiApplication fonts(words, argv);
   bool complete = true;
   Print(ReadAll(options.files, complete), options);
@@ -152,7 +152,7 @@ int Run(int argc, char** argv) {
 int main(int argc, char** argv) {
   quillon::system_files::OpenMissingStreams();
   qInstallMessageHandler(
-      [](QtMsgType, const QMessageLogContext&, const QString&) {});  // Qt's warnings about the desktop
+      [](QtMsgType, const QMessageLogContext&, const QString&) {});  // drops Qt's warnings about the desktop
   try {
     return Run(argc, argv);
   } catch (const std::exception& error) {

@@ -10,7 +10,7 @@
 namespace quillon {
 namespace {
 
-/// From the least to the worst.
+/// The categories from the least to the worst.
 constexpr std::array kByWeight = {ErrorCategory::kNone,  ErrorCategory::kController,
                                   ErrorCategory::kUsage, ErrorCategory::kFile,
                                   ErrorCategory::kPort,  ErrorCategory::kCancelled};
@@ -38,7 +38,7 @@ ErrorCategory BoxCategory(int number, const QString& text) {
       if (text == "send p4 OK!!!") return ErrorCategory::kNone;
       return text == "File not Found!" ? ErrorCategory::kFile : ErrorCategory::kController;
     default:
-      // A number out of range in a field, too: it came from the settings or the image.
+      // An error of a file, or a number out of range, which came from the settings or the image.
       return ErrorCategory::kFile;
   }
 }

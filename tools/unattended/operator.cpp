@@ -264,7 +264,7 @@ void Operator::ShowProgress() {
 
 void Operator::Report(const Task::Step& step) {
   const bool detection = step.kind == RunKind::kAuto;
-  if (detection && !CanContinue()) return;  // not all controllers were asked
+  if (detection && !CanContinue()) return;  // the run ended before it asked all controllers
   const std::vector<int> controllers = results_.Controllers();
   std::vector<MissingBatches> gaps;
   for (const int number : controllers) gaps.push_back(ReportController(number));

@@ -14,7 +14,7 @@ namespace {
 constexpr int kProgressWidth = 79;  // the narrowest terminals have 80 columns
 constexpr std::size_t kMostWaitingForStatus = 1 << 20;
 constexpr std::chrono::milliseconds kLongestWait(4500);
-constexpr std::chrono::milliseconds kErrorWait(500);  // of the five seconds, after those for the output
+constexpr std::chrono::milliseconds kErrorWait(500);  // after kLongestWait, so that both are five seconds
 const QString kTimeColumn(10, ' ');                   // "   1.204  "
 
 QByteArray ProgressUpdate(const QByteArray& text) {

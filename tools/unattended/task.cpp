@@ -271,7 +271,7 @@ CLI::Option* Add(CLI::App& app, const ValueOption& option, QString& target) {
       ->check(CLI::Validator(check, ""));
 }
 
-/// Which of two values is meant is unknown.
+/// Refuses an option that is given twice, because it is unknown which of the two values is meant.
 void RefuseTwice(const CLI::App& app) {
   for (const CLI::Option* option : app.get_options()) {
     const bool repeatable = option->get_positional() || option->get_type_size() == 0;
