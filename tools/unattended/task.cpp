@@ -244,7 +244,7 @@ const ValueOption kProtocol = NumberOption("--protocol", "N", "as in the field \
 const ValueOption kTimeout =
     NumberOption("--timeout", "MS", "milliseconds to wait for an answer", 1, INT32_MAX);
 const ValueOption kDelay =
-    NumberOption("--delay", "MS", "milliseconds between two batches of parallel", 0, INT16_MAX);
+    NumberOption("--delay", "MS", "milliseconds from one batch of parallel to the next", 0, INT16_MAX);
 const ValueOption kControllerList{"--controllers", "LIST",
                                   "tick these controllers, such as 1,2,5 or 0-3,7, and no others",
                                   CheckControllers};
