@@ -1,4 +1,9 @@
-// Parses descriptions of controllers and faults (grammar.h). Errors name the wrong word and the valid ones.
+// Parses descriptions of controllers and faults. Errors name the wrong word and the valid ones.
+//
+//     0-31,baud=4800/9600,protocol=64     controllers 0 to 31, at 4800 and 9600 in turn
+//     3-4:code=E1/checksum@1-3%50         the first three full checksums: half of them are answered with $E1
+//
+// grammar.h describes each part.
 #include "bus/grammar.h"
 
 #include <charconv>

@@ -72,6 +72,7 @@ void SerialControl::SetSettings(const std::string& text) {
   settings_ = text;
 }
 
+// Only these values are valid. Nothing is stored, because every read returns all bytes as they were received.
 void SerialControl::SetInputMode(int mode) {
   if (mode != kText && mode != kRawBytes) {
     throw RunError(RunError::kInvalidPropertyValue, "Invalid property value: an input mode is 0 or 1.");

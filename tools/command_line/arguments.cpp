@@ -7,6 +7,7 @@
 
 namespace quillon {
 
+// CLI11 parses a list from its end, and without the name of the program.
 std::vector<std::string> WordsToParse(const QStringList& arguments) {
   std::vector<std::string> words;
   for (qsizetype n = arguments.size() - 1; n > 0; --n) words.push_back(arguments[n].toStdString());

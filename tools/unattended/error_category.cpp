@@ -32,9 +32,9 @@ ErrorCategory BoxCategory(int number, const QString& text) {
       return ErrorCategory::kPort;
     case RunError::kPermissionDenied:
       return text.contains(" right to COM ") ? ErrorCategory::kPort : ErrorCategory::kFile;
-    case RunError::kSubscriptOutOfRange:
+    case RunError::kSubscriptOutOfRange:  // no row of the table for that controller
       return ErrorCategory::kController;
-    case 0:
+    case 0:  // a message box without a number: only its text differs
       if (text == "send p4 OK!!!") return ErrorCategory::kNone;
       return text == "File not Found!" ? ErrorCategory::kFile : ErrorCategory::kController;
     default:
