@@ -87,7 +87,7 @@ void Tell(const Scenario& scenario, const std::string& broken) {
   std::printf("To play it alone: scripts/soak 1 %llu\n", static_cast<unsigned long long>(scenario.seed));
 }
 
-/// False: something was broken, and is told.
+/// Returns false when something was broken, which is printed.
 bool PlaySeed(std::uint64_t seed) {
   const Scenario scenario = Invent(seed);
   const std::string broken = Play(scenario);

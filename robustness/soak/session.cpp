@@ -211,7 +211,7 @@ void Session::TakePort(Nanoseconds howLong) {
   run_.portTaken = true;
 }
 
-/// A pulled adapter stays lost to the program until it is opened anew.
+/// A pulled adapter is lost to the program until the port is opened again.
 void Session::FailLine() {
   if (!computer.open) lost_ = computer.Time() < pulledUntil_;
   if (lost_) throw RunError(RunError::kDeviceFailed, "gone");
@@ -513,7 +513,7 @@ void Session::LookAfterEnd() {
       Complain("changed: controller " + std::to_string(number) + " was never ticked");
   }
   if (!tool.Check1.Ticked()) {
-    if (ReadBack("Quillon.cfg") != scenario_.settings) Complain("settings: written all the same");
+    if (ReadBack("Quillon.cfg") != scenario_.settings) Complain("settings: written without a tick");
     return;
   }
   Quillon again(computer.AsComputer());

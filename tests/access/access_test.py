@@ -33,7 +33,7 @@ INFO = {
 }
 MESSAGE = {'button': ['Cancel'], 'image': ['Work in progress', 'Failure', 'Searching']}
 FOCUSABLE = 'text', 'button', 'combo box', 'check box'
-LABELS = {'COM 7': 'Com Port:', '9600': 'Speed:'}  # a list is told by its item; its label says what it is for
+LABELS = {'COM 7': 'Com Port:', '9600': 'Speed:'}  # a list is read by its item; its label names its purpose
 DISABLED = ['Download (Parallel)', 'Download (Serial)', 'File Cheksum']  # no file is chosen
 ENABLED = ['Flash Info', 'Boot Info', 'Auto', 'Exit', 'Browse ...', 'Controller 0']
 
@@ -201,7 +201,7 @@ def check_window(reader, title, role, controls):
     """Every control has its name and its role, and takes the keyboard where it is for that. Returns them."""
     window = reader.window(title)
     check(window, 'there is no window "%s"' % title)
-    check(window.get_role_name() == role, '"%s" is told as a %s' % (title, window.get_role_name()))
+    check(window.get_role_name() == role, '"%s" is reported as a %s' % (title, window.get_role_name()))
     told = {}
     for item in reader.all(window):
         item_role, name = role_of(item), item.get_name()
@@ -209,7 +209,7 @@ def check_window(reader, title, role, controls):
         if item_role != 'label':
             told[name] = item
         if item_role in FOCUSABLE:
-            check(reader.is_in('FOCUSABLE', item), '"%s" is told as out of the keyboard\'s reach' % name)
+            check(reader.is_in('FOCUSABLE', item), '"%s" is reported as out of the keyboard\'s reach' % name)
     for wanted, names in controls.items():
         for name in names:
             check(name in told and role_of(told[name]) == wanted,
@@ -225,9 +225,9 @@ def check_main_window(reader):
         check(label in labels, 'the list "%s" has the labels %s' % (name, labels))
     for name in DISABLED + ENABLED:
         check(reader.is_in('ENABLED', told[name]) == (name in ENABLED),
-              '"%s" is told wrongly enabled or not' % name)
+              '"%s" is reported wrongly enabled or not' % name)
     for name, ticked in ('Controller 0', False), ('Save configuration on exit', True):
-        check(reader.is_in('CHECKED', told[name]) == ticked, '"%s" is told wrongly ticked or not' % name)
+        check(reader.is_in('CHECKED', told[name]) == ticked, '"%s" is reported wrongly ticked or not' % name)
 
 
 def go_to(reader, name):
@@ -267,7 +267,7 @@ def survey_by_keyboard(reader):
     check(reader.said[:len(lines)] == lines, 'what was said is %s' % reader.said)
     for name, shown in ('Failure', True), ('Work in progress', False):
         check(reader.is_in('SHOWING', reader.find('Message', name)) == shown,
-              'picture "%s" is told wrongly' % name)
+              'picture "%s" is reported wrongly' % name)
     check_window(reader, 'Message', 'dialog', MESSAGE)
     check_window(reader, 'Flash Info', 'frame', INFO)
     rows = [['', ''], ['01/02/03', '1E02'], ['No', 'Answer']]

@@ -100,7 +100,7 @@ TEST(CommandLine, OverridesTheSettingsOfARecordToResume) {
   EXPECT_EQ(task.resume->Next()->protocol, "7");
 }
 
-// Without a display, without a word of the toolkit.
+// Without a display, and without messages of the toolkit.
 TEST(CommandLine, AnErrorIsOneLineAndItsStatus) {
   const struct {
     std::vector<std::string> words;
