@@ -17,6 +17,7 @@
 #include <QWindow>
 #include <algorithm>
 #include <chrono>
+#include <optional>
 
 #include "desktop/form_window.h"
 #include "desktop/key_pause.h"
@@ -69,6 +70,43 @@ struct Box final : QMessageBox {
   }
   using QWidget::create;
 };
+
+/// Shows a box without activating it. Problem: Qt on X11 activates the window that it shows if that is the
+/// frontmost modal one, in spite of WA_ShowWithoutActivating. Remedy: another modal window, which is never on
+/// the screen, is the frontmost one at that moment.
+class ShownInactive final : public QObject {
+ public:
+  explicit ShownInactive(Box& box) {
+    front_.setAttribute(Qt::WA_DontShowOnScreen);
+    front_.setWindowModality(Qt::ApplicationModal);
+    box.parentWidget()->windowHandle()->installEventFilter(this);
+  }
+
+ protected:
+  /// The owner of a modal box is blocked immediately before the box is shown.
+  bool eventFilter(QObject*, QEvent* event) override {
+    if (event->type() == QEvent::WindowBlocked) {
+      front_.show();
+      QTimer::singleShot(0, &front_, &QWidget::hide);
+    }
+    return false;
+  }
+
+ private:
+  QWidget front_;
+};
+
+/// Shows a box until it is answered. Does not take the keyboard focus from another program.
+int Answer(Box& box) {
+  std::optional<ShownInactive> inactive;
+  if (box.testAttribute(Qt::WA_ShowWithoutActivating)) {
+    inactive.emplace(box);
+    QTimer::singleShot(0, &box, [&box] { AskForAttention(&box); });
+  }
+  const int answer = box.exec();
+  key_pause::Begin();
+  return answer;
+}
 
 /// A position for a box that does not cover `dialog`: below it, or above it near the end of the screen.
 QPoint PlaceBeside(const QWidget& dialog, const QSize& size) {
@@ -173,15 +211,6 @@ bool QtDialogs::Ask(const std::string& question, const std::string& title) {
   Box box(QMessageBox::Question, title, question, QMessageBox::Yes | QMessageBox::No, OwnerWindow(screen_));
   box.setDefaultButton(QMessageBox::No);
   return Answer(box) == QMessageBox::Yes;
-}
-
-/// Shows a box until it is answered. Does not take the keyboard focus from another program.
-int QtDialogs::Answer(QMessageBox& box) {
-  if (box.testAttribute(Qt::WA_ShowWithoutActivating))
-    QTimer::singleShot(0, &box, [&box] { AskForAttention(&box); });
-  const int answer = box.exec();
-  key_pause::Begin();
-  return answer;
 }
 
 void QtDialogs::AnswerBox() {

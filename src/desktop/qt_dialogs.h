@@ -26,8 +26,6 @@ class QtDialogs final : public Dialogs {
   std::string ChooseFile(const std::string& title, const std::string& filter) override;
 
  private:
-  int Answer(QMessageBox& box);
-
   const DesktopScreen& screen_;
   QMessageBox* runError_ = nullptr;  // the box that is open
 };
