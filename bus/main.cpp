@@ -29,8 +29,8 @@ int main(int argc, char** argv) {
     const std::vector<std::string> arguments(argv + 1, argv + argc);
     const bus::Options options = bus::ParseOptions(arguments);
     if (!options.textToPrint.empty()) {
-      std::cout << options.textToPrint;
-      return 0;
+      std::cout << options.textToPrint << std::flush;
+      return std::cout ? 0 : kFailed;
     }
     bus::Server(options).Run();
     return 0;

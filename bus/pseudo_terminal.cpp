@@ -75,7 +75,7 @@ void RequireReplaceable(const std::string& path) {
   const fs::file_status status = fs::symlink_status(path, error);
   if (!fs::exists(status)) return;
   const bool leftByEndedBus =
-      fs::is_symlink(status) && fs::read_symlink(path, error).string().starts_with("/dev/pts/");
+      fs::is_symlink(status) && fs::read_symlink(path, error).lexically_normal().parent_path() == "/dev/pts";
   if (!leftByEndedBus)
     throw std::runtime_error("--link " + path +
                              ": something else has that name. Remove it or choose another.");

@@ -65,7 +65,6 @@ EXAMPLES
     quillon-log --summary Log.txt
 )";
 
-constexpr int kUsage = 2;
 constexpr int kFile = 4;
 
 std::string ReadStandardInput() {
@@ -87,7 +86,7 @@ int Run(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : kUsage;
+    return quillon::PrintAndGetStatus(app, error);
   }
   const std::string log = file == "-" ? ReadStandardInput() : quillon::ReadFile(file);
   quillon::WriteLogReport(log, summary ? quillon::Detail::kSummary : quillon::Detail::kEverything, std::cout);
