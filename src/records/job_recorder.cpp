@@ -15,7 +15,6 @@ namespace {
 
 constexpr int kMostListed = 20;     // most lines of one kind for each controller
 constexpr int kProgressSteps = 16;  // number of lines that count the batches of a pass
-constexpr int kLastController = 31;
 
 constexpr const char* kKinds[] = {"parallel", "serial",        "flash-info",   "boot-info",
                                   "auto",     "to-protocol-4", "to-protocol-3"};
@@ -129,7 +128,7 @@ void RecordLines::Add(const AnswerReceived& e) {
     ++tallies_[e.controller].damaged;
     PutLimited(e.controller, "damaged-answer", "damaged-answer", {});
   } else if (e.judgement == Judgement::kGood && address && *address != e.controller &&
-             *address <= kLastController) {
+             *address < kControllers) {
     PutLimited(e.controller, "other-address", "other-address", {{"address", *address}});
   }
 }
