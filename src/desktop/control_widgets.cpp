@@ -86,11 +86,12 @@ class ViewOf : public ControlView {
   bool hadFocus_ = false;
 };
 
-/// `font` with the letters narrowed so that `text` fits into `room` pixels. Unchanged if unreadable.
-QFont Narrowed(QFont font, const QString& text, int room) {
+/// `font` with the letters narrowed so that `text` fits into `available` pixels. Unchanged if unreadable.
+QFont Narrowed(QFont font, const QString& text, int available) {
   constexpr int kMinStretch = 55;  // percent
   const int needed = QFontMetrics(font).horizontalAdvance(text);
-  if (needed > room && needed * kMinStretch <= room * 100) font.setStretch(room * 100 / needed);
+  if (needed > available && needed * kMinStretch <= available * 100)
+    font.setStretch(available * 100 / needed);
   return font;
 }
 
@@ -148,23 +149,23 @@ class LabelView final : public ViewOf<Label, QLabel> {
     }
   }
 
-  void FitBesideNeighbour(const QRect& place, int room) {
+  void FitBesideNeighbour(const QRect& place, int available) {
     const QFont font = ControlFont(control_.FontPoints(), control_.FontBold());
-    const QFont fitting = Narrowed(font, widget_.text(), room - kEdge);
+    const QFont fitting = Narrowed(font, widget_.text(), available - kEdge);
     if (fitting != widget_.font()) widget_.setFont(fitting);
-    Grow(place, std::min(room, widget_.fontMetrics().horizontalAdvance(widget_.text()) + kEdge));
+    Grow(place, std::min(available, widget_.fontMetrics().horizontalAdvance(widget_.text()) + kEdge));
   }
 
-  void FitIntoWindow(const QRect& place, int room) {
+  void FitIntoWindow(const QRect& place, int available) {
     const QFontMetrics metrics = widget_.fontMetrics();
     const int needed = metrics.horizontalAdvance(widget_.text());
-    const bool wraps = needed > room;
+    const bool wraps = needed > available;
     if (widget_.wordWrap() != wraps) {
       widget_.setWordWrap(wraps);
-      widget_.setContentsMargins(0, 0, wraps ? std::max(0, place.width() - room) : 0, 0);
+      widget_.setContentsMargins(0, 0, wraps ? std::max(0, place.width() - available) : 0, 0);
     }
     if (!wraps) return Grow(place, needed);
-    const QRect below = metrics.boundingRect(QRect(0, 0, room, 0), Qt::TextWordWrap, widget_.text());
+    const QRect below = metrics.boundingRect(QRect(0, 0, available, 0), Qt::TextWordWrap, widget_.text());
     widget_.setGeometry(
         QRect(place.topLeft(), QSize(place.width(), std::max(place.height(), below.height()))));
   }

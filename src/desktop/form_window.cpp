@@ -166,13 +166,13 @@ void FormWindow::ShowInPlace() {
   show();
 }
 
-/// The size of the form, at most `room`. A form that is larger gets scroll bars.
-QSize FormWindow::SizeWithin(QSize room) const {
+/// The size of the form, at most `available`. A form that is larger gets scroll bars.
+QSize FormWindow::SizeWithin(QSize available) const {
   const QSize form = SizeOf(form_);
   const int bar = style()->pixelMetric(QStyle::PM_ScrollBarExtent);
-  const int forBarBeside = form.height() > room.height() ? bar : 0;
-  const int forBarBelow = form.width() > room.width() ? bar : 0;
-  return (form + QSize(forBarBeside, forBarBelow)).boundedTo(room);
+  const int forBarBeside = form.height() > available.height() ? bar : 0;
+  const int forBarBelow = form.width() > available.width() ? bar : 0;
+  return (form + QSize(forBarBeside, forBarBelow)).boundedTo(available);
 }
 
 /// Raises the window and gives it the keyboard focus. While another program is active this is deferred, so

@@ -37,7 +37,7 @@ class FormWindow final : public QWidget, public FormView {
   bool HandlePressFromPopup(QObject* receiver, const QMouseEvent& press);
   void DrawEdge();
   void ShowInPlace();
-  QSize SizeWithin(QSize room) const;
+  QSize SizeWithin(QSize available) const;
   void BringToFront();
   void RaiseDeferred();
   bool HandleKey(const QKeyEvent& key);

@@ -10,11 +10,11 @@ namespace quillon {
 class LineWatch {
  public:
   /// `watched` is SystemLine::Watched. `onReceived` is called when bytes are received, and must read them.
-  /// `onRoom` is called when the line accepts bytes again, while AwaitRoom is switched on.
-  LineWatch(std::intptr_t watched, std::function<void()> onReceived, std::function<void()> onRoom);
+  /// `onWritable` is called when the line accepts bytes again, while AwaitWritable is switched on.
+  LineWatch(std::intptr_t watched, std::function<void()> onReceived, std::function<void()> onWritable);
   ~LineWatch();
 
-  void AwaitRoom(bool awaits);
+  void AwaitWritable(bool awaits);
   /// Ends the watch, since the line has failed.
   void Stop();
 

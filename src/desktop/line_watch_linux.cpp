@@ -7,25 +7,26 @@ namespace quillon {
 
 struct LineWatch::Notifiers {
   explicit Notifiers(std::intptr_t watched)
-      : received(watched, QSocketNotifier::Read), room(watched, QSocketNotifier::Write) {}
+      : received(watched, QSocketNotifier::Read), writable(watched, QSocketNotifier::Write) {}
   QSocketNotifier received;
-  QSocketNotifier room;
+  QSocketNotifier writable;
 };
 
-LineWatch::LineWatch(std::intptr_t watched, std::function<void()> onReceived, std::function<void()> onRoom)
+LineWatch::LineWatch(std::intptr_t watched, std::function<void()> onReceived,
+                     std::function<void()> onWritable)
     : notifiers_(std::make_unique<Notifiers>(watched)) {
-  notifiers_->room.setEnabled(false);
+  notifiers_->writable.setEnabled(false);
   QObject::connect(&notifiers_->received, &QSocketNotifier::activated, std::move(onReceived));
-  QObject::connect(&notifiers_->room, &QSocketNotifier::activated, std::move(onRoom));
+  QObject::connect(&notifiers_->writable, &QSocketNotifier::activated, std::move(onWritable));
 }
 
 LineWatch::~LineWatch() = default;
 
-void LineWatch::AwaitRoom(bool awaits) { notifiers_->room.setEnabled(awaits); }
+void LineWatch::AwaitWritable(bool awaits) { notifiers_->writable.setEnabled(awaits); }
 
 void LineWatch::Stop() {
   notifiers_->received.setEnabled(false);
-  notifiers_->room.setEnabled(false);
+  notifiers_->writable.setEnabled(false);
 }
 
 }  // namespace quillon

@@ -18,7 +18,7 @@ LineWatch::LineWatch(std::intptr_t watched, std::function<void()> onReceived, st
 LineWatch::~LineWatch() = default;
 
 // Not necessary: the system accepts all bytes at once.
-void LineWatch::AwaitRoom(bool) {}
+void LineWatch::AwaitWritable(bool) {}
 
 void LineWatch::Stop() { notifiers_->received.setEnabled(false); }
 

@@ -66,9 +66,9 @@ class NumberList final : public QListView {
   QElapsedTimer typedAt_;
 };
 
-void DrawCentred(QPainter& painter, const QPixmap& pixmap, const QRect& room) {
+void DrawCentred(QPainter& painter, const QPixmap& pixmap, const QRect& area) {
   const QSize size = pixmap.deviceIndependentSize().toSize();
-  painter.drawPixmap(room.center() - QRect(QPoint(), size).center(), pixmap);
+  painter.drawPixmap(area.center() - QRect(QPoint(), size).center(), pixmap);
 }
 
 }  // namespace
@@ -84,17 +84,19 @@ bool PictureButton::event(QEvent* event) {
 }
 
 /// The area of picture and caption.
-QRect PictureButton::Room() const {
+QRect PictureButton::ContentRect() const {
   const int upright = picture_.empty() ? kTightMargin : kMargin;
   return rect().adjusted(kMargin, upright, -kMargin, -upright);
 }
 
 /// The area of a caption without a picture.
-QRect PictureButton::CaptionRect() const { return fontMetrics().boundingRect(Room(), kCaptionFlags, text()); }
+QRect PictureButton::CaptionRect() const {
+  return fontMetrics().boundingRect(ContentRect(), kCaptionFlags, text());
+}
 
 void PictureButton::LoadPicture() {
-  const QRect room = Room().adjusted(0, 0, 0, -kGap - CaptionRect().height());
-  pixmap_ = ScaledPicture(picture_, room.size(), devicePixelRatioF());
+  const QRect area = ContentRect().adjusted(0, 0, 0, -kGap - CaptionRect().height());
+  pixmap_ = ScaledPicture(picture_, area.size(), devicePixelRatioF());
   update();
 }
 
@@ -107,16 +109,16 @@ void PictureButton::paintEvent(QPaintEvent*) {
   option.text.clear();
   style()->drawControl(QStyle::CE_PushButton, &option, &painter, this);
 
-  QRect room = Room();
+  QRect area = ContentRect();
   const QRect caption = CaptionRect();
   if (!pixmap_.isNull()) {
-    const QRect above = room.adjusted(0, 0, 0, -caption.height() - kGap);
+    const QRect above = area.adjusted(0, 0, 0, -caption.height() - kGap);
     painter.setOpacity(isEnabled() ? 1.0 : kDisabledOpacity);
     DrawCentred(painter, pixmap_, above);
     painter.setOpacity(1.0);
   }
-  if (!picture_.empty()) room.setTop(room.bottom() + 1 - caption.height());
-  style()->drawItemText(&painter, room, kCaptionFlags, palette(), isEnabled(), text(), QPalette::ButtonText);
+  if (!picture_.empty()) area.setTop(area.bottom() + 1 - caption.height());
+  style()->drawItemText(&painter, area, kCaptionFlags, palette(), isEnabled(), text(), QPalette::ButtonText);
 }
 
 void DropList::showPopup() {

@@ -24,7 +24,7 @@ class PictureButton final : public QPushButton {
   void paintEvent(QPaintEvent* event) override;
 
  private:
-  QRect Room() const;
+  QRect ContentRect() const;
   QRect CaptionRect() const;
   void LoadPicture();
 

@@ -73,7 +73,7 @@ void SerialPort::Configure(const LineSettings& settings) {
   RequireDevice();
   if (!Drain()) {
     pending_.clear();
-    watch_->AwaitRoom(false);
+    watch_->AwaitWritable(false);
     line_->DropUnsent();
   }
   RequireDevice();
@@ -134,7 +134,7 @@ bool SerialPort::SendPending() {
   const std::ptrdiff_t sent = line_->Send(pending_);
   if (sent < 0) return false;
   pending_.erase(pending_.begin(), pending_.begin() + sent);
-  watch_->AwaitRoom(!pending_.empty());
+  watch_->AwaitWritable(!pending_.empty());
   return true;
 }
 

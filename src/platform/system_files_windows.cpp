@@ -23,9 +23,9 @@ std::wstring Wide(const std::string& name) {
 
 std::string Narrow(const std::wstring& name) {
   const int size = static_cast<int>(name.size());
-  const int room = WideCharToMultiByte(CP_UTF8, 0, name.data(), size, nullptr, 0, nullptr, nullptr);
-  std::string narrow(static_cast<std::size_t>(room), 0);
-  WideCharToMultiByte(CP_UTF8, 0, name.data(), size, narrow.data(), room, nullptr, nullptr);
+  const int length = WideCharToMultiByte(CP_UTF8, 0, name.data(), size, nullptr, 0, nullptr, nullptr);
+  std::string narrow(static_cast<std::size_t>(length), 0);
+  WideCharToMultiByte(CP_UTF8, 0, name.data(), size, narrow.data(), length, nullptr, nullptr);
   return narrow;
 }
 

@@ -30,7 +30,7 @@ RunError FileError(const std::string& path, int error) {
   const std::string name = "\"" + path + "\"";
   const std::string why = name + ": " + std::generic_category().message(error);
   if (system_files::NoRoom(error))
-    return {RunError::kDiskFull, "Disk full: " + why + ". Make room and try again."};
+    return {RunError::kDiskFull, "Disk full: " + why + ". Free some space and try again."};
   switch (error) {
     case ENOENT:
       return {RunError::kFileNotFound, "File not found: " + name + ". Check the name and the folder."};
@@ -150,15 +150,15 @@ void LineReader::ReadNextPiece() {
   if (kept > kLongestLine) throw OutOfMemory(path_, "contains a line of more than 16 MB");
   std::copy(text_.begin() + static_cast<std::ptrdiff_t>(position_), text_.end(), piece_.begin());
   if (kept > piece_.size() / 2) piece_.resize(2 * piece_.size());
-  const std::size_t room = piece_.size() - kept;
-  const std::size_t count = std::fread(piece_.data() + kept, 1, room, file_.get());
+  const std::size_t space = piece_.size() - kept;
+  const std::size_t count = std::fread(piece_.data() + kept, 1, space, file_.get());
   text_ = {piece_.data(), kept + count};
   position_ = 0;
   if (std::ferror(file_.get())) {
     failure_ = FileError(path_, system_files::TransferError());
     text_ = text_.substr(0, text_.find_last_of("\r\n") + 1);
   }
-  if (count < room) file_.reset();
+  if (count < space) file_.reset();
 }
 
 void TextWriter::Open(const std::string& path) {
