@@ -31,7 +31,7 @@ class RunControl {
 
   /// Aborts the run at its next return from Yield.
   void RequestEnd() { ending_ = true; }
-  bool Ending() const { return ending_; }
+  bool EndRequested() const { return ending_; }
 
   /// Handles the pending events of the windows. Every wait of a run calls this. Throws Aborted.
   void Yield();

@@ -57,7 +57,8 @@ struct Received {
 struct Exchange {
   const Bytes& frame;
   ShortAnswer shortAnswer;
-  /// The frame of SendP4, the only one with a short answer, has a shifted address.
+  /// The frame of SendP4, the only one that a short answer confirms, was built as text: its byte 1 is the
+  /// controller plus kTextFrameAddressOffset.
   int Controller() const {
     return shortAnswer == ShortAnswer::kIsGood ? frame[1] - kTextFrameAddressOffset : frame[1];
   }
@@ -113,7 +114,7 @@ std::string ExchangeResultText(ExchangeResult result) {
     case ExchangeResult::kNoAnswer:
       return "No Answer";
     case ExchangeResult::kBadAnswer:
-      return "Communication Error - CRC false 3 time";
+      return "Communication Error - CRC false 3 time";  // spelled so on purpose
     case ExchangeResult::kRefused:
       return "Communication Failure - 3 * E1";
   }

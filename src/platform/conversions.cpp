@@ -38,7 +38,7 @@ std::int64_t ToWholeNumber(std::string_view text, std::int64_t low, std::int64_t
                                                 std::string(text) +
                                                 "\", which is not a number. Enter a whole number.");
   }
-  // A number too large for an exact double is outside the range of every box.
+  // `from_chars` leaves `magnitude` infinite when the number is too large for a double.
   double magnitude = std::numeric_limits<double>::infinity();
   std::from_chars(digits.data(), digits.data() + digits.size(), magnitude);
   const double value = std::nearbyint(negative ? -magnitude : magnitude);

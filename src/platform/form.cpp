@@ -31,7 +31,7 @@ void Form::SetPointer(MousePointer pointer) {
 
 void Form::Show() {
   visible_ = true;
-  if (!view_) screen_.Draw(*this);
+  if (!view_) screen_.Draw(*this);  // sets view_, except on a computer without a screen
   if (view_) view_->Show();
 }
 

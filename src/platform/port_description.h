@@ -7,7 +7,7 @@ namespace quillon {
 /// The description of a port for the operator: "/dev/ttyUSB0", and maker and product of its adapter.
 struct PortDescription {
   std::string text;
-  bool there;  ///< the device exists
+  bool exists;  ///< the device is connected
 };
 
 }  // namespace quillon

@@ -36,10 +36,9 @@ std::FILE* OpenForOneWriter(const std::string& name);
 
 /// Replaces the contents of a regular file, or creates it. Returns whether the contents are on the disk, safe
 /// from a power cut. On failure the file is unchanged. The contents are written to a new file in the same
-/// folder, which is then renamed to `name`. Links are followed, except a broken one on Windows,
-/// which is replaced. On Linux the file keeps its mode. Exception
-/// on Linux: a file that belongs to another user, or in a write-protected folder, is written in place, and a
-/// failure can damage it.
+/// folder, which is then renamed to `name`. Links are followed, except a broken one on Windows, which is
+/// replaced. On Linux the file keeps its mode. Exception on Linux: a file that belongs to another user, or in
+/// a write-protected folder, is written in place, and a failure can damage it.
 bool Replace(const std::string& name, std::string_view contents);
 
 /// Writes the buffers of the system to the disk. Returns whether that succeeded.

@@ -70,7 +70,7 @@ class RecordParser {
       throw std::runtime_error("its format is newer than this program; use a newer version of Quillon");
     record_.job = line;
     const QJsonArray controllers = line["controllers"].toArray();
-    if (line["kind"] == "auto") return;  // its controllers are those that it finds
+    if (line["kind"] == "auto") return;  // each controller that it finds has a line of its own
     for (const QJsonValue& controller : controllers) record_.controllers[ControllerNumber(controller)];
   }
 
@@ -82,7 +82,7 @@ class RecordParser {
   void AddTo(ControllerRecord& controller, const QString& event, const QJsonObject& line) {
     const QString phase = line["phase"].toString();
     if (event == "begun" && phase == "erase") controller.progress = Progress::kErasing;
-    // A serial download confirms only what was acknowledged.
+    // A serial download sends the full checksum only after every batch was acknowledged.
     if (event == "begun" && phase == "confirm") controller.allAcknowledged = record_.Kind() == "serial";
     if (event == "repeat") ++controller.repeats;
     if (event == "damaged-answer") ++controller.damaged;
@@ -170,8 +170,8 @@ class RecordParser {
   QJsonObject lastBatchLine_;  // the last line that counts batches
 };
 
-/// Whether a line that is not a JSON object is where the record was cut. A first line must at least begin as
-/// one and have no successor; otherwise the text is not a record.
+/// Whether a line that is not a JSON object is where the record was cut. If it is the first line, it must
+/// begin with '{' and be the only one; otherwise the text is not a record.
 bool IsCut(const QList<QByteArray>& lines, qsizetype line) {
   if (line > 0 || lines[0].isEmpty()) return true;
   return lines.size() == 1 && lines[0].startsWith('{');
@@ -205,7 +205,8 @@ QString Sha256(const std::string& contents) {
       .toHex();
 }
 
-/// The record is cut at the first line that is incomplete, or whose contents were not written to the disk.
+/// The record is cut at the first line that is incomplete, or that consists of zero bytes because a power cut
+/// came before its contents were written to the disk.
 JobRecord ParseRecord(const QByteArray& text) {
   RecordParser parser;
   const QList<QByteArray> lines = text.split('\n');

@@ -41,7 +41,7 @@ Resume::Resume(JobRecord record, const QString& protocol) : record_(std::move(re
 
 std::optional<Resume::Step> Resume::Next() {
   while (protocolsRead_ < protocols_.size()) {
-    Step step{false, protocols_[protocolsRead_++], SilentControllers()};
+    Step step{.load = false, .protocol = protocols_[protocolsRead_++], .controllers = SilentControllers()};
     if (!step.controllers.empty()) return step;
   }
   if (!loadSteps_) loadSteps_ = LoadSteps();
@@ -68,13 +68,15 @@ std::vector<int> Resume::SilentControllers() const {
 std::deque<Resume::Step> Resume::LoadSteps() const {
   std::deque<Step> steps;
   for (const QString& protocol : protocols_) {
-    Step step{true, protocol, {}};
+    Step step{.load = true, .protocol = protocol, .controllers = {}};
     for (const auto& [number, answer] : answers_) {
       if (answer.protocol == protocol && MustLoad(number)) step.controllers.push_back(number);
     }
     if (!step.controllers.empty()) steps.push_back(std::move(step));
   }
-  for (const int number : SilentControllers()) steps.push_back({true, protocols_[0], {number}});
+  // Silent controllers may be erased: those answer no check, but they can be loaded.
+  for (const int number : SilentControllers())
+    steps.push_back({.load = true, .protocol = protocols_[0], .controllers = {number}});
   return steps;
 }
 

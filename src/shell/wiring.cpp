@@ -57,7 +57,7 @@ using Workflow = bool (*)(Quillon& form);
 /// Executes a workflow, and reports the events RunStarted and RunEnded before and after it.
 void ReportRun(Quillon& form, RunKind kind, Workflow workflow) {
   using How = RunEnded::How;
-  How result = How::kAborted;  // unless `workflow` returns
+  How result = How::kAborted;  // remains when an exception leaves `workflow`
   const ScopeExit ended([&] {
     form.info.ComClose.SetToolTip("");
     form.Report(RunEnded{result});
@@ -77,7 +77,7 @@ std::function<void()> StartsRun(Quillon& form, RunKind kind, Workflow workflow) 
   return [&form, kind, workflow] {
     if (form.fileBeingRead) return form.dialogs.Beep();
     if (!form.run.Run([&] { ReportRun(form, kind, workflow); })) return form.dialogs.Beep();
-    if (form.run.Ending()) return Form_Unload(form);
+    if (form.run.EndRequested()) return Form_Unload(form);
     if (FillsTable(kind) && form.info.Visible()) form.info.Show();
     form.dialogs.RequestAttention();
   };
@@ -98,7 +98,7 @@ void WireInputs(Quillon& form) {
   form.RUD3.Click = [&form] { form.RUD3_Click(); };
   form.ComPort.ItemNote = [&form](std::size_t index) {
     const PortDescription port = form.MSComm1.Describe(static_cast<int>(index) + 1);
-    return ComboBox::Note{.toolTip = port.text, .faint = !port.there};
+    return ComboBox::Note{.toolTip = port.text, .faint = !port.exists};
   };
 }
 

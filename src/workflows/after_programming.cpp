@@ -1,7 +1,8 @@
 // Checks a programmed controller. The controller executes the new firmware, so the check uses the protocol of
 // the image, and its speed if the image fixes one. Both are set before the first message to the controller.
-// `Vitesse` is the list of speeds, `RUD3` the box "Prot 3"; `Ver(y)` and `CkSum(y)` are version and checksum
-// of controller y.
+// The names of the controls are fixed: `Vitesse` is the list of speeds, `RUD3` the box "Prot 3",
+// `FileCheksum` (spelled so) the checksum of the file; `Ver(y)` and `CkSum(y)` are version and checksum of
+// controller y.
 #include "workflows/after_programming.h"
 
 #include <string>
@@ -23,7 +24,8 @@ void ApplyImageSpeed(Quillon& form) {
 }
 
 bool CheckProgrammed(Quillon& form, int& i) {
-  if (form.RUD3.Ticked()) SendP4(form, i);  // a controller on protocol 3 can't be read
+  // A check uses protocol 4. SendP4 moves a controller from protocol 3 to it.
+  if (form.RUD3.Ticked()) SendP4(form, i);
   return FlashCheck(form, i);
 }
 

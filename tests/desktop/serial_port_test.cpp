@@ -447,7 +447,7 @@ TEST_F(MadeUpFacts, TellWhoMadeAnAdapterAndWhichPortsAreThere) {
   Tell("class/tty/ttyS0/type", "0");  // no hardware
   const std::pair<int, bool> kPorts[] = {{1, false}, {37, true}, {98, false}};
   for (const auto& [number, there] : kPorts)
-    EXPECT_EQ(DescribePort(home, number, facts).there, there) << number;
+    EXPECT_EQ(DescribePort(home, number, facts).exists, there) << number;
 }
 
 TEST_F(MadeUpFacts, OfAllPortsAreFoundAtOnce) {

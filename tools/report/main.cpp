@@ -56,7 +56,6 @@ EXAMPLES
     quillon-report --csv *.jsonl >jobs.csv
 )";
 
-constexpr int kUsage = 2;
 constexpr int kFile = 4;
 
 struct Options {
@@ -130,7 +129,7 @@ std::optional<int> ParseCommandLine(int argc, char** argv, Options& options) {
     app.parse(quillon::WordsToParse(QCoreApplication::arguments()));
     return std::nullopt;
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : kUsage;
+    return quillon::PrintAndGetStatus(app, error);
   }
 }
 
@@ -138,10 +137,12 @@ int Run(int argc, char** argv) {
   Options options;
   if (const auto status = ParseCommandLine(argc, argv, options)) return *status;
 #ifndef Q_OS_WIN
-  qputenv("QT_QPA_PLATFORM", "offscreen");  // a page needs fonts, and no display
+  qputenv("QT_QPA_PLATFORM", "offscreen");  // works without a display
 #endif
-  int words = argc > 0 ? 1 : 0;  // only the program's name: Qt would interpret options
-  const QGuiApplication fonts(words, argv);
+  // A PDF page needs the fonts of an application. Qt sees only the program's name, because it would interpret
+  // options such as -style.
+  int argumentCount = argc > 0 ? 1 : 0;
+  const QGuiApplication application(argumentCount, argv);
   bool complete = true;
   Print(ReadAll(options.files, complete), options);
   return complete && std::cout.flush() ? 0 : kFile;

@@ -27,7 +27,7 @@ using quillon::ErrorCategory;
 using quillon::OutputFormatter;
 using quillon::Task;
 
-/// How the program ends.
+/// Exit status, and whether destructors may run.
 struct Ending {
   int status;
   bool outputWritten = true;  ///< if not, a thread may still write to a stream whose reader is stalled
@@ -35,7 +35,8 @@ struct Ending {
 
 int StatusOf(ErrorCategory category) { return static_cast<int>(category); }
 
-/// Qt's messages are for its own developers. Its only fatal one is a missing display; it would then abort.
+/// Drops the messages of Qt, which are for developers. The only fatal one reports a display that can't be
+/// reached. Qt would abort after it, so the program prints its own error and exits.
 void HandleQtMessage(QtMsgType kind, const QMessageLogContext&, const QString&) {
   if (kind != QtFatalMsg) return;
   std::fputs(
@@ -44,8 +45,8 @@ void HandleQtMessage(QtMsgType kind, const QMessageLogContext&, const QString&) 
   std::_Exit(StatusOf(ErrorCategory::kUsage));
 }
 
-/// The command line is parsed before there is an application with windows: a wrong word needs no display, and
-/// the error is the only output.
+/// Parses the command line with an application that has no windows, so that an error in it is reported even
+/// if there is no display.
 Task ParseTask(int argc, char** argv) {
   const QCoreApplication withoutWindows(argc, argv);
   Task task = quillon::ParseCommandLine(QCoreApplication::arguments());
@@ -90,8 +91,9 @@ ErrorCategory PrintEstimates(const Task& task, const std::string& folder, Output
   return ErrorCategory::kNone;
 }
 
-ErrorCategory Work(const Task& task, const std::string& folder, OutputFormatter& output, int argc,
-                   char** argv) {
+/// Runs the steps of the task at the windows.
+ErrorCategory RunSteps(const Task& task, const std::string& folder, OutputFormatter& output, int argc,
+                       char** argv) {
   const bool mayLackDisplay = QOperatingSystemVersion::currentType() != QOperatingSystemVersion::Windows;
   if (mayLackDisplay && qEnvironmentVariableIsEmpty("DISPLAY") &&
       qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
@@ -124,11 +126,12 @@ ErrorCategory Work(const Task& task, const std::string& folder, OutputFormatter&
 
 Ending Run(int argc, char** argv) {
   const Task task = ParseTask(argc, argv);
-  if (!task.answer.isEmpty()) return Print(task.answer);
+  if (!task.answer.isEmpty()) return Print(task.answer);  // of --help or --version
   const std::string folder = quillon::system_files::ProgramFolder();
   OutputFormatter output(task.json ? OutputFormatter::Form::kJson : OutputFormatter::Form::kText);
+  const int programNameOnly = argc > 0 ? 1 : 0;  // Qt would interpret options such as -style
   const ErrorCategory category = task.forecastOnly ? PrintEstimates(task, folder, output)
-                                                   : Work(task, folder, output, argc > 0 ? 1 : 0, argv);
+                                                   : RunSteps(task, folder, output, programNameOnly, argv);
   if (output.Finish()) return {StatusOf(category)};
   output.ReportError("quillon-unattended: the output could not be written, so lines of it are lost");
   return {StatusOf(quillon::Worse(category, ErrorCategory::kFile)), false};
