@@ -138,7 +138,7 @@ constexpr struct {
     {"--slow-clock", &Disturbance::slowClock,
      "the clock of these controllers is slow by PERCENT, 50 at most: damages more bytes at higher speeds"},
     {"--lost-start", &Disturbance::lostStart,
-     "the driver is enabled too late: answers lose their first byte"},
+     "the line driver is switched on too late: answers lose their first byte"},
 };
 
 /// The values of the options for physical causes.

@@ -70,7 +70,8 @@ DESCRIPTION
 constexpr char kFooter[] = R"(VERDICTS
   The verdict considers all that the run learned, not only the row, which
   shows 16 bits of the checksum. "verdict" and "evidence" of the JSON
-  output are:
+  output are as follows. The row shows BAD for every verdict other than
+  good, read and found:
 
     good        proven: the controller acknowledged every batch, confirmed
                 the full checksum, and reads back equal to the file
@@ -137,7 +138,7 @@ EXAMPLES
   Read the firmware of controllers 0 and 1:
 
     $ quillon-unattended --port 7 --speed 9600 --protocol 63 \
-          --timeout 300 flash-info:0-1
+          --timeout 3000 flash-info:0-1
        0.133  step flash-info:0-1
        0.165  Controller 0 : Checking Flash  (Speed : 9600 Bds) ...
        0.755  Controller 1 : Checking Flash  (Speed : 9600 Bds) ...
@@ -153,13 +154,15 @@ EXAMPLES
     quillon-unattended --hex new.hex --port 33 --speed 9600 --protocol 63 \
         --timeout 3000 --delay 170 --controllers 1-4 parallel serial:failed
 
-  Find the controllers on the line and read them:
+  Find the controllers on the line and read them, with the speed, protocol
+  and time-out of the saved settings:
 
     quillon-unattended --port 33 auto flash-info
 
-  Print only the checksums:
+  Print only the checksums, with the program jq:
 
-    quillon-unattended --port 33 --json flash-info:1,2 |
+    quillon-unattended --port 33 --speed 9600 --protocol 63 \
+        --timeout 3000 --json flash-info:1,2 |
         jq -r 'select(.event == "controller") | .checksum'
 
   Finish a download that was cut off:
