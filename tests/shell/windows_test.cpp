@@ -22,21 +22,6 @@ TEST(Buttons, AreEnabledByProtocolAndFile) {
   }
 }
 
-TEST(Buttons, AllAndNoneTickTheThirtyTwo) {
-  TestProgram program;
-  for (const bool all : {true, false}) {
-    (all ? program.tool.ALL : program.tool.NONE).Press();
-    for (int i = 0; i < 32; ++i) EXPECT_EQ(program.tool.C(i).Ticked(), all) << i;
-  }
-  EXPECT_TRUE(program.computer.boxes.empty());
-}
-
-TEST(PortList, TellsTheDeviceOfEachPort) {
-  TestProgram program;
-  EXPECT_EQ(program.tool.ComPort.ItemNote(0).toolTip, "device 1");
-  EXPECT_EQ(program.tool.ComPort.ItemNote(98).toolTip, "device 99");
-}
-
 TEST(ProtocolNumber, IsOneMoreThanTheBoxSays) {
   TestProgram program;
   const std::pair<const char*, int> kTexts[] = {{"0", 1}, {"254", 255}, {"255", -6}, {"-1", -6}, {"", -13}};
@@ -48,9 +33,13 @@ TEST(ProtocolNumber, IsOneMoreThanTheBoxSays) {
   }
 }
 
-TEST(MainWindow, ShowsTheProtocolSwitchWhileProt3IsTickedAndTheHiddenBoxOnShiftF12) {
+TEST(MainWindow, TicksAllOrNoneAndShowsMoreControlsForProt3AndOnShiftF12) {
   TestProgram program;
   Quillon& tool = program.tool;
+  for (auto* button : {&tool.ALL, &tool.NONE}) {
+    button->Press();
+    for (int i = 0; i < kControllers; ++i) EXPECT_EQ(tool.C(i).Ticked(), button == &tool.ALL) << i;
+  }
   for (const int value : {1, 0, 1, 2}) {
     tool.RUD3.SetValue(value);
     for (const auto* button : {&tool.Cmd3to4, &tool.Cmd4to3}) EXPECT_EQ(button->Visible(), value == 1);
@@ -60,15 +49,6 @@ TEST(MainWindow, ShowsTheProtocolSwitchWhileProt3IsTickedAndTheHiddenBoxOnShiftF
   EXPECT_FALSE(tool.ChkProto.Visible());
   tool.ReleaseKey(Form::Key::kF12, true);
   EXPECT_TRUE(tool.ChkProto.Visible());
-}
-
-TEST(Browse, TakesTheChosenFileAndKeepsTheLastWhenCancelled) {
-  TestProgram program;
-  program.ChooseHex({":00000001FF"});
-  program.computer.fileToChoose = "";
-  program.tool.Command1.Press();
-  EXPECT_EQ(program.tool.FileName.Text(), program.computer.folder + "image.hex");
-  EXPECT_EQ(program.computer.fileDialog, "Select a Hex file: Hexadecimal Files (*.hex)|*.hex");
 }
 
 TEST(Browse, NeverChoosesASecondFileInsideAFirstThatFails) {
@@ -82,9 +62,22 @@ TEST(Browse, NeverChoosesASecondFileInsideAFirstThatFails) {
                         });
   program.tool.Command1.Press();
   EXPECT_EQ(program.BoxNumbers(), std::vector<int>{75});
-  EXPECT_EQ(program.tool.FileName.Text(), good)
-      << "the click came when the first choice was over but for a yield";
+  EXPECT_EQ(program.tool.FileName.Text(), good) << "the click came at the last yield of the first choice";
   EXPECT_EQ(program.tool.FileCheksum.Text(), "1E02");
+
+  program.computer.fileToChoose = "";
+  program.tool.Command1.Press();
+  EXPECT_EQ(program.tool.FileName.Text(), good) << "the dialog was cancelled";
+  EXPECT_EQ(program.computer.fileDialog, "Select a Hex file: Hexadecimal Files (*.hex)|*.hex");
+}
+
+TEST(MessageWindow, ShowsHowMuchIsSentWhenThatIsKnown) {
+  TestProgram program;
+  program.tool.message.ShowSent(3, 4);
+  EXPECT_TRUE(program.tool.message.Sent.Visible());
+  EXPECT_EQ(program.tool.message.Sent.Value(), 750);
+  program.tool.message.ShowSent(3, 0);
+  EXPECT_FALSE(program.tool.message.Sent.Visible());
 }
 
 TEST(Browse, ALateClickOnARunWaitsUntilTheFileIsRead) {
@@ -118,50 +111,31 @@ TEST(Browse, InARunWarnsUntilTheNextOne) {
   }
 }
 
-TEST(InfoWindow, GivesItsFilledRowsAsLines) {
+TEST(Windows, CloseAlikeByTheirButtonAndByTheDesktop) {
   TestProgram program;
-  EXPECT_EQ(program.tool.info.CopyText(), "");
-  program.tool.info.Ver(3).SetText("01/02/03");
-  program.tool.info.CkSum(3).SetText("1E02");
-  program.tool.info.CkSum(31).SetText("Answer");
-  EXPECT_EQ(program.tool.info.CopyText(), "3\t01/02/03\t1E02\n31\t\tAnswer\n");
-}
-
-TEST(MessageWindow, ShowsHowMuchIsSentWhenThatIsKnown) {
-  TestProgram program;
-  program.tool.message.ShowSent(3, 4);
-  EXPECT_TRUE(program.tool.message.Sent.Visible());
-  EXPECT_EQ(program.tool.message.Sent.Value(), 750);
-  program.tool.message.ShowSent(3, 0);
-  EXPECT_FALSE(program.tool.message.Sent.Visible());
-}
-
-TEST(MessageWindow, TakesAnyWayOfClosingItAsCancel) {
-  TestProgram program;
+  Quillon& tool = program.tool;
   for (const bool byButton : {true, false}) {
-    program.tool.AbortRequested = false;
-    ShowProgressPaused(program.tool, "Controller 5 : No Answer");
-    byButton ? program.tool.message.Command1.Press() : program.tool.message.Close();
-    EXPECT_TRUE(program.tool.AbortRequested);
-    EXPECT_FALSE(program.tool.message.Visible());
-    EXPECT_EQ(program.tool.message.Label1.Text(), "");
-  }
-}
+    tool.AbortRequested = false;
+    ShowProgressPaused(tool, "Controller 5 : No Answer");
+    byButton ? tool.message.Command1.Press() : tool.message.Close();
+    EXPECT_TRUE(tool.AbortRequested);
+    EXPECT_FALSE(tool.message.Visible());
+    EXPECT_EQ(tool.message.Label1.Text(), "");
 
-TEST(InfoWindow, ClosedLosesItsContents) {
-  TestProgram program;
-  for (const bool byButton : {true, false}) {
-    program.tool.info.Show();
-    program.tool.info.SetCaption("Boot Info");
-    program.tool.info.Ver(31).SetText("01/02/03");
-    program.tool.info.CkSum(31).SetBackColor(colour::kRed);
-    byButton ? program.tool.info.ComClose.Press() : program.tool.info.Close();
-    EXPECT_FALSE(program.tool.info.Visible());
-    EXPECT_EQ(program.tool.info.Caption(), "Flash Info");
+    tool.info.Show();
+    tool.info.SetCaption("Boot Info");
+    tool.info.Ver(31).SetText("01/02/03");
+    tool.info.CkSum(31).SetText("Answer");
+    tool.info.CkSum(31).SetBackColor(colour::kRed);
+    EXPECT_EQ(tool.info.CopyText(), "31\t01/02/03\tAnswer\n");
+    byButton ? tool.info.ComClose.Press() : tool.info.Close();
+    EXPECT_FALSE(tool.info.Visible());
+    EXPECT_EQ(tool.info.Caption(), "Flash Info");
     EXPECT_EQ(program.Row(31), " ");
-    ReportFailure(program.tool, 31, FailureCode::kNoAnswer);
-    EXPECT_FALSE(program.tool.info.Visible()) << "writing to a row does not open it again";
-    EXPECT_EQ(program.tool.info.CkSum(31).BackColor(), colour::kWhite);
+    EXPECT_EQ(tool.info.CopyText(), "");
+    ReportFailure(tool, 31, FailureCode::kNoAnswer);
+    EXPECT_FALSE(tool.info.Visible()) << "writing to a row does not open it again";
+    EXPECT_EQ(tool.info.CkSum(31).BackColor(), colour::kWhite);
   }
 }
 
