@@ -101,23 +101,16 @@ TEST(Controller, FaultsStrikeAtTheMessagesNamed) {
   }
 }
 
-TEST(Controller, ALateAnswerComesSoMuchLater) {
-  Bus line;
-  line.Add({.number = 5, .faults = {{.kind = Kind::Late, .last = 1, .delay = 800ms}}});
-  line.AddBytesFromTool(kCheck, k9600, 0s);
-  EXPECT_EQ(line.NextArrival(), line.SendingEnds() + 5ms + 800ms + TimeOf(1, k9600));
-}
-
 TEST(Controller, AMessageWhoseAnswerGotLostIsAnsweredAgainAtTheFormerSpeed) {
   Bus line;
   line.Add({.number = 5, .baud = 19200});
   EXPECT_EQ(Ask(line, Erase(), k19200), kAccepts);
   EXPECT_EQ(Ask(line, Erase(), k19200), kAccepts) << "repeated";
-  EXPECT_EQ(Ask(line, kCheck, k19200), Bytes{}) << "another message there is none of its business";
+  EXPECT_EQ(Ask(line, kCheck, k19200), Bytes{}) << "another message at that speed is not for it";
   EXPECT_EQ(Ask(line, kErasedSum), kAccepts);
   EXPECT_EQ(Ask(line, kErasedSum), kAccepts) << "repeated";
   EXPECT_EQ(Ask(line, kCheck, k19200).size(), kChecked.size());
-  EXPECT_EQ(Ask(line, kErasedSum), Bytes{}) << "it was heard at its new speed: that is over";
+  EXPECT_EQ(Ask(line, kErasedSum), Bytes{}) << "it received a message at its new speed";
 }
 
 class Line : public testing::Test {
@@ -127,15 +120,21 @@ class Line : public testing::Test {
   Bus line_;
 };
 
-TEST_F(Line, BytesTakeElevenBitTimesEachInBothDirections) {
-  line_.AddBytesFromTool(kCheck, k9600, 1s);
-  EXPECT_EQ(line_.SendingEnds(), 1s + Time(7 * 11 * 1'000'000'000LL / 9600));
-  for (int byte = 1; byte <= 13; ++byte) {
-    const Time arrives = line_.SendingEnds() + 5ms + Time(byte * 11 * 1'000'000'000LL / 9600);
-    EXPECT_EQ(line_.NextArrival(), arrives);
-    EXPECT_TRUE(line_.TakeBytesForTool(k9600, arrives - 1ns).empty());
-    EXPECT_EQ(line_.TakeBytesForTool(byte == 13 ? k19200 : k9600, arrives).size(), byte == 13 ? 0U : 1U)
-        << "the tool does not understand the last one: it listens at another speed";
+TEST_F(Line, BytesTakeElevenBitTimesEachInBothDirectionsAndAnAnswerItsDelay) {
+  const Fault late{.kind = Kind::Late, .last = 1, .delay = 800ms};
+  line_.Add({.number = 6, .faults = {late}});
+  const std::pair<const Bytes&, Time> kQuestions[] = {{kCheck, 5ms}, {kCheck6, 805ms}};
+  for (const auto& [question, delay] : kQuestions) {
+    const Time begin = line_.SendingEnds() + 10s;
+    line_.AddBytesFromTool(question, k9600, begin);
+    EXPECT_EQ(line_.SendingEnds(), begin + Time(7 * 11 * 1'000'000'000LL / 9600));
+    for (int byte = 1; byte <= 13; ++byte) {
+      const Time arrives = line_.SendingEnds() + delay + Time(byte * 11 * 1'000'000'000LL / 9600);
+      EXPECT_EQ(line_.NextArrival(), arrives);
+      EXPECT_TRUE(line_.TakeBytesForTool(k9600, arrives - 1ns).empty());
+      EXPECT_EQ(line_.TakeBytesForTool(byte == 13 ? k19200 : k9600, arrives).size(), byte == 13 ? 0U : 1U)
+          << "at another speed the tool does not read the last one";
+    }
   }
 }
 
@@ -147,16 +146,13 @@ TEST_F(Line, AnswersThatBeginTogetherArePulledDownToTheirZeros) {
   EXPECT_EQ(both, (Bytes{0x40, 5, 7, 0x61, 0, 0x01, 0x00, 0x02}));
 }
 
-TEST(LineWithEcho, TheToolHearsItselfFirst) {
-  Bus line({.echo = true});
-  EXPECT_EQ(Ask(line, kCheck), kCheck);
-}
-
-TEST_F(Line, SendingIntoAnAnswerDestroysBoth) {
+TEST_F(Line, SendingIntoAnAnswerDestroysBothAndAnEchoReturnsWhatIsSent) {
   line_.AddBytesFromTool(kCheck, k9600, 0s);
   line_.AddBytesFromTool(kCheck, k9600, line_.SendingEnds() + 5ms + TimeOf(4, k9600));
   EXPECT_EQ(line_.TakeBytesForTool(k9600, 1s).size(), 6U) << "seven bytes of thirteen met the second frame";
-  EXPECT_EQ(line_.Answers().size(), 1U) << "the garbled frame is answered by nobody";
+  EXPECT_EQ(line_.Answers().size(), 1U) << "no controller answers the damaged frame";
+  Bus echoing({.echo = true});
+  EXPECT_EQ(Ask(echoing, kCheck), kCheck);
 }
 
 const Bytes kText1 = {0x40, 0x1F, 0x70, 0x34, 0x30, 0x30, 0x3A, 0x34, 0x2F};  // 0x1F could be an address too
