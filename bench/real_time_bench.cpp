@@ -13,11 +13,10 @@
 #include "bench_main.h"
 #include "commands/frames.h"
 #include "desktop/desktop_clock.h"
-#include "end_to_end/image.h"
-#include "end_to_end/technician.h"
 #include "platform/system_line.h"
 #include "records/job_recorder.h"
 #include "support/started_program.h"
+#include "technician.h"
 
 namespace quillon::test {
 namespace {
@@ -89,12 +88,10 @@ void ParallelStream(benchmark::State& state) {
   constexpr int kBatches = 448;
   constexpr int kExchanges = 3;
   constexpr double kDelay = 0.010;  // seconds
-  // The last batch has room for the end-of-file record, so that makes none of its own.
-  const Firmware firmware(0x2000 - 128, (kBatches - 63) * 128 - 16);
   for (auto _ : state) {
-    Technician technician(60s, {"--count", "1", "--quick", "--delay", "0"},
-                          {.delay = "10", .controllers = {0}});
-    technician.ChooseHex(firmware.HexLines());
+    Technician technician({"--count", "1", "--quick", "--delay", "0"}, {.delay = "10", .controllers = {0}});
+    // The last batch has room for the end-of-file record, so that makes none of its own.
+    technician.ChooseFirmware(0x2000 - 128, (kBatches - 63) * 128 - 16);
     const QTemporaryDir records;
     JobRecorder recorder(records.path(), "", {}, [](const QString&) {});
     if (state.range(0) == 1) technician.AddObserver(recorder);
@@ -111,10 +108,9 @@ BENCHMARK(ParallelStream)->Arg(0)->Arg(1)->Iterations(1)->Unit(benchmark::kMilli
 /// and the pause after that.
 void SerialOnThePacedLine(benchmark::State& state) {
   constexpr double kByteTime = 11.0 / 9600;  // seconds
-  const Firmware firmware(0x400, 0x200 - 16);
   for (auto _ : state) {
-    Technician technician(120s, {"--count", "1", "--delay", "0"}, {.timeout = "500", .controllers = {0}});
-    technician.ChooseHex(firmware.HexLines());
+    Technician technician({"--count", "1", "--delay", "0"}, {.timeout = "500", .controllers = {0}});
+    technician.ChooseFirmware(0x400, 0x200 - 16);
     const double seconds = TimeOf(technician, "Download (Serial)");
     double floor = 0;
     for (const std::string& frame : technician.Frames()) {
@@ -141,7 +137,7 @@ void SilentSurvey(benchmark::State& state) {
   constexpr double kMostOfACore = 0.03;
   constexpr std::chrono::seconds kSurvey(8);
   for (auto _ : state) {
-    Technician technician(30s, {"--count", "1"}, {.timeout = "1000", .controllers = {5}});
+    Technician technician({"--count", "1"}, {.timeout = "1000", .controllers = {5}});
     technician.CloseEyes();
     QTimer::singleShot(kSurvey, &technician, [&] { technician.Click("Message", "Cancel"); });
     const double before = ProcessorSeconds();

@@ -17,30 +17,18 @@ using testing::HasSubstr;
 
 Task Read(const QString& words) { return ParseCommandLine(("quillon-unattended " + words).split(' ')); }
 
-// Words that make no sense, what the error must name, and the way out that it must tell.
 TEST(CommandLine, RefusesAWordThatMakesNoSense) {
   const struct {
     const char* words;
-    const char* named;
-    const char* wayOut;
+    const char* named;  // in the error
+    const char* remedy;
   } table[] = {
       {"serial:x", "\"x\"", "0 to 31"},
-      {"serial:1,x", "\"x\"", "0 to 31"},
-      {"serial:", "\"\"", "0 to 31"},
       {"serial:1,", "\"\"", "0 to 31"},
-      {"serial:1:2", "\"1:2\"", "0 to 31"},
       {"serial:1-", "\"1-\"", "0 to 31"},
-      {"serial:-1", "\"-1\"", "0 to 31"},
       {"serial:3-1", "\"3-1\"", "0 to 31"},
       {"--controllers 0-32 serial", "\"0-32\"", "0 to 31"},
-      {"parallel flash-info:32", "\"32\"", "0 to 31"},
-      {"--controllers a serial", "\"a\"", "0 to 31"},
-      {"--controllers -1 serial", "\"-1\"", "0 to 31"},
-      {"--controllers +1 serial", "\"+1\"", "0 to 31"},
       {"--controllers 1,2x serial", "\"2x\"", "0 to 31"},
-      {"--controllers 4294967296 serial", "\"4294967296\"", "0 to 31"},
-      {"--port x serial", "\"x\"", "1 to 99"},
-      {"--port 0 serial", "\"0\"", "1 to 99"},
       {"--port 100 serial", "\"100\"", "1 to 99"},
       {"--protocol 255 serial", "\"255\"", "0 to 254"},
       {"--timeout 1.5 serial", "\"1.5\"", "1 to"},
@@ -58,10 +46,10 @@ TEST(CommandLine, RefusesAWordThatMakesNoSense) {
   for (const auto& row : table) {
     try {
       Read(row.words);
-      ADD_FAILURE() << row.words << " is taken";
+      ADD_FAILURE() << row.words << " is accepted";
     } catch (const Failure& error) {
       EXPECT_EQ(error.category, ErrorCategory::kUsage);
-      EXPECT_THAT(error.what(), AllOf(HasSubstr(row.named), HasSubstr(row.wayOut))) << row.words;
+      EXPECT_THAT(error.what(), AllOf(HasSubstr(row.named), HasSubstr(row.remedy))) << row.words;
     }
   }
 }
@@ -102,27 +90,11 @@ TEST(CommandLine, OverridesTheSettingsOfARecordToResume) {
 
 // Without a display, and without messages of the toolkit.
 TEST(CommandLine, AnErrorIsOneLineAndItsStatus) {
-  const struct {
-    std::vector<std::string> words;
-    const char* line;
-    int status;
-  } table[] = {
-      {{"--port", "7", "serial:x"},
-       "serial:x: \"x\" is not a controller. Give numbers from 0 to 31, such as "
-       "1,2,5 or 0-3,7.",
-       2},
-      {{"--hex", "/no/such.hex", "serial"},
-       "--hex: the file \"/no/such.hex\" does not exist. Give the path of a HEX "
-       "file.",
-       4},
-  };
-  for (const auto& row : table) {
-    std::vector<std::string> words{QUILLON_UNATTENDED};
-    words.insert(words.end(), row.words.begin(), row.words.end());
-    test::StartedProgram program(words);
-    EXPECT_EQ(program.ReadAll(), std::string("quillon-unattended: ") + row.line + "\n");
-    EXPECT_EQ(program.Wait(), row.status);
-  }
+  test::StartedProgram program({QUILLON_UNATTENDED, "--hex", "/no/such.hex", "serial"});
+  EXPECT_EQ(
+      program.ReadAll(),
+      "quillon-unattended: --hex: the file \"/no/such.hex\" does not exist. Give the path of a HEX file.\n");
+  EXPECT_EQ(program.Wait(), 4);
 }
 
 }  // namespace

@@ -8,23 +8,15 @@ namespace quillon {
 namespace {
 
 TEST(ErrorCategory, OfABox) {
-  const struct {
-    const char* text;
-    int number;
-    ErrorCategory category;
-  } table[] = {
-      {"send p4 OK!!!", 0, ErrorCategory::kNone},
-      {"File not Found!", 0, ErrorCategory::kFile},
-      {"something new", 0, ErrorCategory::kController},
-      {"Error #  8020\nDevice failed: COM 7 was disconnected.", 8020, ErrorCategory::kPort},
-      {"Error #  70\nPermission denied: you have no right to COM 7 (/dev/ttyS6).", 70, ErrorCategory::kPort},
-      {"Error #  70\nPermission denied: another copy of the program writes \"/a/Log.txt\".", 70,
-       ErrorCategory::kFile},
-      {"Error #  53\nFile not found", 53, ErrorCategory::kFile},
+  const std::tuple<int, const char*, ErrorCategory> kBoxes[] = {
+      {0, "send p4 OK!!!", ErrorCategory::kNone},
+      {0, "File not Found!", ErrorCategory::kFile},
+      {0, "something new", ErrorCategory::kController},
+      {8020, "Error #  8020\nDevice failed: COM 7 was disconnected.", ErrorCategory::kPort},
+      {70, "Error #  70\nPermission denied: you have no right to COM 7 (/dev/ttyS6).", ErrorCategory::kPort},
+      {70, "Error #  70\nPermission denied: another copy writes \"/a/Log.txt\".", ErrorCategory::kFile},
   };
-  for (const auto& row : table) {
-    EXPECT_EQ(BoxCategory(row.number, row.text), row.category) << row.text;
-  }
+  for (const auto& [number, text, category] : kBoxes) EXPECT_EQ(BoxCategory(number, text), category) << text;
   EXPECT_EQ(Worse(ErrorCategory::kPort, ErrorCategory::kFile), ErrorCategory::kPort);
   EXPECT_EQ(Worse(ErrorCategory::kPort, ErrorCategory::kCancelled), ErrorCategory::kCancelled);
   EXPECT_EQ(Worse(ErrorCategory::kController, ErrorCategory::kUsage), ErrorCategory::kUsage);
