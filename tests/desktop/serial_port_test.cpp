@@ -77,11 +77,10 @@ constexpr int kPort = 7;
 RunError ErrorOf(const std::function<void()>& step) {
   try {
     step();
-    return {RunError::Number{}, ""};
   } catch (const RunError& error) {
-    EXPECT_FALSE(error.description.empty());
     return error;
   }
+  return {RunError::Number{}, ""};
 }
 
 int NumberOf(const std::function<void()>& step) { return ErrorOf(step).number; }
@@ -163,25 +162,20 @@ TEST_F(SerialPortTest, OpensWithoutWhatCameBeforeAndWithoutBecomingItsTerminal) 
   close(other);
 }
 
-TEST_F(SerialPortTest, EveryByteValuePassesUntouchedBothWays) {
-  const Bytes all(pattern.begin(), pattern.begin() + 256);
-  port.Open(kPort, {9600});
-  port.Write(all);
-  EXPECT_EQ(line.Receive(all.size()), all);
-  line.Send(all);
-  std::this_thread::sleep_for(20ms);
-  QCoreApplication::processEvents();  // takes what came; operations take the rest
-  for (int wait = 0; wait < 2000 && port.Waiting() < all.size(); ++wait) std::this_thread::sleep_for(1ms);
-  EXPECT_EQ(port.Read(), all);
-}
-
-TEST_F(SerialPortTest, WriteNeitherLosesNorReordersWhatALateReaderTakes) {
+TEST_F(SerialPortTest, EachByteValuePassesUnchangedAndInOrderBothWaysHoweverLateItIsRead) {
   port.Open(kPort, {9600});
   auto received = std::async(std::launch::async, [&] { return line.Receive(pattern.size(), 1ms); });
   for (std::size_t i = 0; i < pattern.size(); i += 1000) port.Write({pattern.data() + i, 1000});
   while (received.wait_for(0ms) != std::future_status::ready)
     QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
   EXPECT_TRUE(received.get() == pattern);
+
+  const Bytes all(pattern.begin(), pattern.begin() + 256);
+  line.Send(all);
+  std::this_thread::sleep_for(20ms);
+  QCoreApplication::processEvents();  // reads what has arrived; operations read the rest
+  for (int wait = 0; wait < 2000 && port.Waiting() < all.size(); ++wait) std::this_thread::sleep_for(1ms);
+  EXPECT_EQ(port.Read(), all);
 }
 
 TEST_F(SerialPortTest, WriteWaitsForTheOutputBufferAndAChangeOfSpeedForAllBytes) {
@@ -214,10 +208,10 @@ TEST_F(SerialPortTest, AStalledLineHoldsEachStepForAMomentAndKeepsNoEventLoopBus
   EXPECT_LT(PassesIn(0.2), 50);
 }
 
-TEST_F(SerialPortTest, ALineThatBabblesHoldsNeitherTheWindowNorTheMemory) {
-  std::atomic<bool> babbles = true;
-  const auto babble = std::async(std::launch::async, [&] {
-    while (babbles) line.Babble(pattern);
+TEST_F(SerialPortTest, ConstantNoiseDelaysNoEventsAndIsNotKeptWithoutLimit) {
+  std::atomic<bool> noisy = true;
+  const auto noise = std::async(std::launch::async, [&] {
+    while (noisy) line.SendSome(pattern);
   });
   port.Open(kPort, {9600});
   double longest = 0;
@@ -228,21 +222,11 @@ TEST_F(SerialPortTest, ALineThatBabblesHoldsNeitherTheWindowNorTheMemory) {
     most = std::max(most, port.Waiting());
     longest = std::max(longest, clock.Now() - begin);
   }
-  EXPECT_LT(longest, 0.2);
-  EXPECT_LE(most, std::size_t{1} << 20);
-  EXPECT_GT(port.Read().size(), pattern.size()) << "it did not babble";
   port.Close();
-  babbles = false;
-}
-
-TEST_F(SerialPortTest, ADeviceThatWentAwayKeepsNoEventLoopBusy) {
-  {
-    const FarEnd pulled;
-    LinkTo(pulled.Device(), kPort);
-    port.Open(kPort, {9600});
-  }
-  EXPECT_LT(PassesIn(0.2), 50);
-  EXPECT_EQ(NumberOf([&] { port.Read(); }), RunError::kDeviceFailed);
+  noisy = false;
+  EXPECT_LT(longest, 0.2);
+  EXPECT_GT(most, 10'000u) << "there was no noise";
+  EXPECT_LE(most, std::size_t{1} << 20);
 }
 
 TEST_F(SerialPortTest, DeviceThatGoesAwayFailsTheNextOperationAndTheNextOpeningWorks) {
@@ -260,9 +244,9 @@ TEST_F(SerialPortTest, DeviceThatGoesAwayFailsTheNextOperationAndTheNextOpeningW
       LinkTo(device, kPort);
       port.Open(kPort, {9600});
     }
-    // The program that keeps the computer awake holds all that is open until it has begun.
+    // The program that keeps the computer awake has all open files until it has begun.
     while (std::filesystem::exists(device)) std::this_thread::sleep_for(1ms);
-    QCoreApplication::processEvents();
+    EXPECT_LT(PassesIn(0.1), 50) << "the event loop is busy";
     EXPECT_EQ(NumberOf(operation), RunError::kDeviceFailed) << name;
     EXPECT_EQ(NumberOf([&] { port.Close(); }), 0) << name;
     EXPECT_EQ(NumberOf([&] { port.Open(kPort, {9600}); }), RunError::kInvalidPort) << name;
@@ -302,7 +286,6 @@ TEST_F(SerialPortTest, ALockFileOfALivingProcessIsNamedAndTheDeviceLeftAlone) {
     bool lives;
   } kFiles[] = {
       {"1", 0h, true},
-      {"999999999", 0h, false},
       {"99999999999999999999", 0h, false},
       {std::to_string(zombie), 0h, false},
       {std::to_string(young), 1min, false},         // its number was another process's then
@@ -347,47 +330,41 @@ TEST_F(SerialPortTest, ADeviceWithoutTheRightToItTellsWhomToAsk) {
 
 TEST_F(SerialPortTest, TheComputerIsAskedToStayAwakeWhileAPortIsOpen) {
   const QByteArray path = qgetenv("PATH");
-  // In the place of the system's own program. It never hears an end of its input, as while the bus is silent.
+  // Replaces the system's program. Its input never ends, as while the bus of the system is silent.
   std::ofstream(home + "systemd-inhibit") << "#!/bin/sh\necho $$ \"$*\" >" + home + "asked\nexec sleep 60\n";
   std::filesystem::permissions(home + "systemd-inhibit", std::filesystem::perms::owner_all);
   qputenv("PATH", QByteArray::fromStdString(home + ":") + path);
-  for (const bool answered : {true, false}) {
-    const double begin = clock.Now();
-    port.Open(kPort, {9600});
-    EXPECT_LT(clock.Now() - begin, 0.05);
-    pid_t process = 0;
-    std::string words;
-    while (answered && words.empty() && clock.Now() - begin < 5) {
-      QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
-      std::getline(std::ifstream(home + "asked") >> process, words);
-    }
-    if (answered) {
-      EXPECT_EQ(words, " --what=sleep:idle --who=Quillon --why=a port is open --mode=block cat");
-      EXPECT_EQ(kill(process, 0), 0) << "the request must be held";
-    }
-    const double end = clock.Now();
-    port.Close();
-    EXPECT_LT(clock.Now() - end, 0.05);
-    if (answered) {
-      EXPECT_NE(kill(process, 0), 0);
-    }
+  const double begin = clock.Now();
+  port.Open(kPort, {9600});
+  EXPECT_LT(clock.Now() - begin, 0.05);
+  pid_t process = 0;
+  std::string words;
+  while (words.empty() && clock.Now() - begin < 5) {
+    QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
+    std::getline(std::ifstream(home + "asked") >> process, words);
   }
+  EXPECT_EQ(words, " --what=sleep:idle --who=Quillon --why=a port is open --mode=block cat");
+  EXPECT_EQ(kill(process, 0), 0);
+  const double end = clock.Now();
+  port.Close();
+  EXPECT_LT(clock.Now() - end, 0.05);
+  EXPECT_NE(kill(process, 0), 0) << "the request did not end";
+
   qputenv("PATH", "/nowhere");
   port.Open(kPort, {9600});
   port.Close();
   qputenv("PATH", path);
 }
 
-TEST_F(SerialPortTest, AThousandOpeningsLeaveNeitherDescriptorsNorProcesses) {
-  const auto openAndCountDescriptors = [&] {
+TEST_F(SerialPortTest, AHundredOpeningsLeaveNeitherDescriptorsNorProcesses) {
+  std::ptrdiff_t descriptors[100];
+  for (std::ptrdiff_t& count : descriptors) {
     port.Open(kPort, {9600});
     QCoreApplication::processEvents();
     port.Close();
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-  };
-  const auto before = openAndCountDescriptors();
-  for (int i = 0; i < 998; ++i) openAndCountDescriptors();
-  EXPECT_EQ(openAndCountDescriptors(), before);
+    count = std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+  }
+  EXPECT_EQ(descriptors[99], descriptors[0]);
   EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a process that keeps the computer awake is left";
 }
 
@@ -402,63 +379,40 @@ TEST_F(SerialPortTest, TellsTheDeviceOfAPort) {
   EXPECT_EQ(port.Describe(98).text, "No device. Link COM98 in the folder of the program to one.");
 }
 
-/// A tree of facts like the system's own, with 32 USB adapters and one port that is on a card.
-class MadeUpFacts : public SerialPortTest {
- protected:
-  MadeUpFacts() {
-    std::filesystem::create_directories(facts + "class/tty");
-    for (int i = 0; i < 32; ++i) {
-      const std::string adapter = "devices/pci/usb1/1-" + std::to_string(i) + "/";
-      Tell(adapter + "idVendor", "0403");
-      AddTerminal("ttyUSB" + std::to_string(i), adapter + "1-0:1.0/ttyUSB" + std::to_string(i), 33 + i);
-    }
-    AddTerminal("ttyS0", "devices/pci/0000:00:16.3", 1);
-  }
-
-  void Tell(const std::string& name, const std::string& fact) {
-    const std::filesystem::path file = facts + name;
-    std::filesystem::create_directories(file.parent_path());
-    std::ofstream(file) << fact << "\n";
-  }
-
-  void AddTerminal(const std::string& name, const std::string& place, int number) {
-    std::filesystem::create_directories(facts + place);
-    std::filesystem::create_directories(facts + "class/tty/" + name);
-    std::filesystem::create_directory_symlink(facts + place, facts + "class/tty/" + name + "/device");
+TEST_F(SerialPortTest, DescribesAPortFromTheFactsOfTheSystem) {
+  namespace fs = std::filesystem;
+  const std::string facts = home + "facts/";
+  const auto addFact = [&](const std::string& name, const std::string& fact) {
+    fs::create_directories(fs::path(facts + name).parent_path());
+    std::ofstream(facts + name) << fact << "\n";
+  };
+  const auto addTerminal = [&](const std::string& name, const std::string& place, int number) {
+    fs::create_directories(facts + place);
+    fs::create_directories(facts + "class/tty/" + name);
+    fs::create_directory_symlink(facts + place, facts + "class/tty/" + name + "/device");
     std::ofstream(home + name) << "";
     LinkTo(home + name, number);
+  };
+  const auto text = [&](int number) { return DescribePort(home, number, facts).text; };
+  addTerminal("ttyS0", "devices/pci/0000:00:16.3", 1);
+  for (const std::string number : {"4", "5"}) {
+    const std::string adapter = "devices/pci/usb1/1-" + number + "/";
+    addFact(adapter + "idVendor", "0403");
+    addTerminal("ttyUSB" + number, adapter + "1-0:1.0/ttyUSB" + number, 33 + std::stoi(number));
   }
-
-  const std::string facts = home + "facts/";
-};
-
-TEST_F(MadeUpFacts, TellWhoMadeAnAdapterAndWhichPortsAreThere) {
-  const std::string adapter = "devices/pci/usb1/1-4/";
-  Tell("devices/pci/usb1/idVendor", "1d6b");
-  Tell("devices/pci/usb1/manufacturer", "the hub's");
-  Tell(adapter + "product", "FT232R USB UART");
-  const auto lines = [&](int number) { return DescribePort(home, number, facts).text; };
-  EXPECT_EQ(lines(37), home + "ttyUSB4\nFT232R USB UART");
-  Tell(adapter + "manufacturer", "FTDI");
-  Tell(adapter + "serial", "A50285BI");
-  EXPECT_EQ(lines(37), home + "ttyUSB4\nFTDI, FT232R USB UART, serial number A50285BI");
-  EXPECT_EQ(lines(38), home + "ttyUSB5");
-  EXPECT_EQ(lines(1), home + "ttyS0");
-  Tell("class/tty/ttyS0/type", "0");  // no hardware
+  addFact("devices/pci/usb1/idVendor", "1d6b");
+  addFact("devices/pci/usb1/manufacturer", "the hub's");
+  addFact("devices/pci/usb1/1-4/product", "FT232R USB UART");
+  EXPECT_EQ(text(37), home + "ttyUSB4\nFT232R USB UART");
+  addFact("devices/pci/usb1/1-4/manufacturer", "FTDI");
+  addFact("devices/pci/usb1/1-4/serial", "A50285BI");
+  EXPECT_EQ(text(37), home + "ttyUSB4\nFTDI, FT232R USB UART, serial number A50285BI");
+  EXPECT_EQ(text(38), home + "ttyUSB5");
+  EXPECT_EQ(text(1), home + "ttyS0");
+  addFact("class/tty/ttyS0/type", "0");  // no hardware
   const std::pair<int, bool> kPorts[] = {{1, false}, {37, true}, {98, false}};
   for (const auto& [number, there] : kPorts)
     EXPECT_EQ(DescribePort(home, number, facts).exists, there) << number;
-}
-
-TEST_F(MadeUpFacts, OfAllPortsAreFoundAtOnce) {
-  for (int i = 0; i < 32; ++i) Tell("devices/pci/usb1/1-" + std::to_string(i) + "/serial", "A5");
-  const double begin = clock.Now();
-  int adapters = 0;
-  for (int number = 1; number <= 99; ++number) {
-    adapters += DescribePort(home, number, facts).text.find("serial number") != std::string::npos;
-  }
-  EXPECT_LT(clock.Now() - begin, 0.05);
-  EXPECT_EQ(adapters, 32);
 }
 
 }  // namespace

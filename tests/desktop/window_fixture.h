@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QTemporaryDir>
+#include <QTest>
 #include <QWidget>
 #include <string>
 
@@ -30,6 +31,12 @@ class WindowTest : public testing::Test {
     for (QWidget* top : QApplication::topLevelWidgets())
       if (top->objectName() == QString::fromStdString(form.Name())) return top;
     return nullptr;
+  }
+
+  /// Gives a window the keyboard, which shortcuts and Tab need.
+  static void Activate(const Form& form) {
+    Window(form)->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(Window(form)));
   }
 
   template <class Widget = QWidget>

@@ -1,12 +1,9 @@
 // What passes between a window and the program: typing, clicks, keys, boxes, status lines.
 #include <gmock/gmock.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
 
-#include <QAbstractItemView>
 #include <QAccessible>
 #include <QCheckBox>
-#include <QClipboard>
 #include <QComboBox>
 #include <QDragEnterEvent>
 #include <QKeyEvent>
@@ -29,13 +26,6 @@
 namespace quillon {
 namespace {
 
-TEST_F(WindowTest, ScreenReadersFindControlsByName) {
-  EXPECT_EQ(Drawn(quillon, quillon.FileName)->accessibleName(), "File to download");
-  EXPECT_EQ(Drawn(quillon, quillon.Command1)->accessibleName(), "Browse ...");
-  EXPECT_EQ(Drawn(quillon, quillon.C(31))->accessibleName(), "Controller 31");
-  EXPECT_EQ(Drawn(quillon.info, quillon.info.Ver(5))->accessibleName(), "Version 5");
-}
-
 TEST_F(WindowTest, TypingReachesTheProgramAndItsAnswerTheWindow) {
   auto* protocol = Drawn<QLineEdit>(quillon, quillon.Protocol);
   protocol->insert("63");
@@ -44,6 +34,9 @@ TEST_F(WindowTest, TypingReachesTheProgramAndItsAnswerTheWindow) {
   quillon.Protocol.SetText("");
   EXPECT_EQ(protocol->text(), "");
   EXPECT_FALSE(Drawn(quillon, quillon.ComInfo)->isEnabled());
+  protocol->insert("62\r\n1");  // as pasted
+  EXPECT_EQ(quillon.Protocol.Text(), "62");
+  EXPECT_EQ(protocol->text(), "62");
 
   quillon.Text1.SetText("caf\xE9");
   EXPECT_EQ(quillon.Text1.Text(), "caf\xE9") << "a byte that is no text stays as it is";
@@ -84,6 +77,10 @@ TEST_F(WindowTest, BoxesListsAndButtonsGoBothWays) {
   EXPECT_EQ(quillon.ComPort.Text(), "COM 33") << "letters select nothing";
   quillon.ComPort.SetText("COM 99");
   EXPECT_EQ(ports->currentText(), "COM 99");
+  const QPointF middle = ports->rect().center();
+  QWheelEvent wheel(middle, ports->mapToGlobal(middle), {}, {0, 120}, {}, {}, Qt::NoScrollPhase, false);
+  QApplication::sendEvent(ports, &wheel);
+  EXPECT_EQ(quillon.ComPort.Text(), "COM 99") << "the wheel selects nothing";
 
   Drawn<QCheckBox>(quillon, quillon.RUD3)->click();
   EXPECT_TRUE(Drawn(quillon, quillon.Cmd3to4)->isVisible());
@@ -112,36 +109,17 @@ TEST_F(WindowTest, APressOnCancelSurvivesTheEndOfACommand) {
   EXPECT_TRUE(quillon.AbortRequested);
 }
 
-TEST_F(WindowTest, TheWheelTurnsNeitherPortNorSpeed) {
-  quillon.Vitesse.SetText("9600");
-  QWidget* list = Drawn(quillon, quillon.Vitesse);
-  const QPointF middle = list->rect().center();
-  QWheelEvent wheel(middle, list->mapToGlobal(middle), {}, {0, -120}, {}, {}, Qt::NoScrollPhase, false);
-  QApplication::sendEvent(list, &wheel);
-  EXPECT_EQ(quillon.Vitesse.Text(), "9600");
-}
-
 TEST_F(WindowTest, TheOpenListShowsWhichPortsHaveADevice) {
-  std::filesystem::create_symlink("/dev/null", home + "COM97");
   auto* ports = Drawn<QComboBox>(quillon, quillon.ComPort);
-  quillon.ComPort.SetText("COM 98");  // has none
-  const QImage shut = ports->grab().toImage();
-  const auto darkest = [&](int index) {
-    const QImage item =
-        ports->view()->grab(ports->view()->visualRect(ports->model()->index(index, 0))).toImage();
-    int value = 255;
-    for (int x = 0; x < item.width(); ++x)
-      for (int y = 0; y < item.height(); ++y) value = std::min(value, qGray(item.pixel(x, y)));
-    return value;
-  };
+  const auto isFaint = [&](int number) { return ports->itemData(number - 1, Qt::ForegroundRole).isValid(); };
+  std::filesystem::create_symlink("/dev/null", home + "COM97");
   for (const bool inserted : {true, false}) {
     ports->showPopup();
-    ports->view()->setCurrentIndex(ports->model()->index(98, 0));
-    EXPECT_EQ(darkest(96) < 40, inserted);
-    EXPECT_GT(darkest(97), 80);
-    EXPECT_LT(darkest(97), 160) << "it must still be readable";
+    EXPECT_EQ(isFaint(97), !inserted);
+    EXPECT_TRUE(
+        ports->itemData(96, Qt::ToolTipRole).toString().contains(inserted ? "/dev/null" : "No device"));
+    EXPECT_TRUE(isFaint(98));
     ports->hidePopup();
-    EXPECT_EQ(ports->grab().toImage(), shut);
     std::filesystem::remove(home + "COM97");
   }
 }
@@ -168,37 +146,22 @@ TEST_F(WindowTest, EscapeInAnyWindowIsCancelAndTheFormSeesKeyReleasesFirst) {
   }
 }
 
-TEST_F(WindowTest, APastedTextEndsAtItsFirstLineEnd) {
-  auto* box = Drawn<QLineEdit>(quillon, quillon.Text1);
-  for (const char* pasted : {"3000\n", "3000\r\n1", "3000\r"}) {
-    QGuiApplication::clipboard()->setText(pasted);
-    box->selectAll();
-    box->paste();
-    EXPECT_EQ(quillon.Text1.Text(), "3000");
-    EXPECT_EQ(box->text(), "3000");
-  }
-}
-
-/// What a window hears of one key, and when: p a press, r a release, in capitals where Qt knows that it
-/// repeats.
-struct KeyStory {
-  const char* name;
-  int key;
-  std::vector<std::pair<char, quint64>> events;
-  int presses;
-};
-
 TEST_F(WindowTest, AHeldKeyPressesAButtonOnce) {
+  // The events of one key and their times: p a press, r a release, in capitals where Qt marks it as repeated.
   // clang-format off
-  const KeyStory kStories[] = {
-      {"told as repeats", Qt::Key_Return, {{'p', 10}, {'R', 60}, {'P', 60}, {'R', 90}, {'P', 90}, {'r', 99}}, 1},
-      {"told as fresh", Qt::Key_Return, {{'p', 10}, {'r', 60}, {'p', 60}, {'R', 90}, {'P', 90}, {'r', 99}}, 1},
-      {"told as fresh", Qt::Key_Space, {{'p', 10}, {'r', 60}, {'p', 60}, {'r', 90}, {'p', 90}, {'r', 99}}, 1},
+  const struct {
+    const char* name;
+    int key;
+    std::vector<std::pair<char, quint64>> events;
+    int presses;
+  } kStories[] = {
+      {"marked as repeats", Qt::Key_Return, {{'p', 10}, {'R', 60}, {'P', 60}, {'R', 90}, {'P', 90}, {'r', 99}}, 1},
+      {"not marked", Qt::Key_Space, {{'p', 10}, {'r', 60}, {'p', 60}, {'r', 90}, {'p', 90}, {'r', 99}}, 1},
       {"held since another window", Qt::Key_Enter, {{'r', 60}, {'p', 60}, {'R', 90}, {'P', 90}, {'r', 99}}, 0},
       {"pressed twice", Qt::Key_Return, {{'p', 10}, {'r', 20}, {'p', 30}, {'r', 40}}, 2},
   };
   // clang-format on
-  for (const KeyStory& story : kStories) {
+  for (const auto& story : kStories) {
     KeyRepeatFilter heldKeys;
     qApp->installEventFilter(&heldKeys);
     int presses = 0;
@@ -220,7 +183,7 @@ void AnswerNextBox(QMessageBox::StandardButton answer, std::function<void(QMessa
     auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
     ASSERT_NE(box, nullptr);
     if (look) look(*box);
-    box->button(answer)->click();
+    if (box->isVisible()) box->button(answer)->click();
   });
 }
 
@@ -231,8 +194,7 @@ TEST_F(WindowTest, AKeyMeantForABoxStartsNoRun) {
   auto* button = Drawn<QPushButton>(quillon, quillon.ComInfo);
   AnswerNextBox(QMessageBox::Ok);
   dialogs.ShowBox("Error #  8020\rgone", "Quillon Error", BoxKind::kRunError);
-  Window(quillon)->activateWindow();  // else no shortcut reaches it
-  ASSERT_TRUE(QTest::qWaitForWindowActive(Window(quillon)));
+  Activate(quillon);
   button->setFocus();
   const auto pressKeys = [&] {
     for (const int key : {Qt::Key_Return, Qt::Key_Space}) QTest::keyClick(button, static_cast<Qt::Key>(key));
@@ -272,8 +234,7 @@ TEST_F(WindowTest, TheTableOpensEachTimeInItsPlaceAndScrollsWhereItDoesNotFit) {
 }
 
 TEST_F(WindowTest, ABoxAfterCancelBelongsToTheMainWindow) {
-  Window(quillon.message)->activateWindow();
-  ASSERT_TRUE(QTest::qWaitForWindowActive(Window(quillon.message)));
+  Activate(quillon.message);
   Drawn<QPushButton>(quillon.message, quillon.message.Command1)->click();
   AnswerNextBox(QMessageBox::No, [&](QMessageBox& box) {
     EXPECT_EQ(box.parentWidget(), Window(quillon)) << "the progress window hides, and its boxes with it";
@@ -299,8 +260,7 @@ TEST_F(WindowTest, TheKeyboardReachesEachControlInOrderAndShowsWhereItIs) {
   for (int number = 0; number < kControllers; ++number) order += "C(" + std::to_string(number) + ") ";
   order += "Check1 ComInfo ComBoot ComClose ";
   quillon.Protocol.SetText("63");
-  Window(quillon)->activateWindow();
-  ASSERT_TRUE(QTest::qWaitForWindowActive(Window(quillon)));
+  Activate(quillon);
   QWidget* const first = Drawn(quillon, quillon.FileName);
   first->setFocus();
   std::string reached;
@@ -316,32 +276,32 @@ TEST_F(WindowTest, TheKeyboardReachesEachControlInOrderAndShowsWhereItIs) {
 }
 
 TEST_F(WindowTest, ArrowKeysGoFromBoxToNeighbour) {
-  constexpr int kRight = Qt::Key_Right, kLeft = Qt::Key_Left, kUp = Qt::Key_Up, kDown = Qt::Key_Down;
-  const std::tuple<int, int, int> kSteps[] = {{0, kRight, 1},  {15, kRight, 15}, {16, kLeft, 16},
-                                              {31, kLeft, 30}, {3, kDown, 19},   {19, kUp, 3},
-                                              {3, kUp, 3},     {19, kDown, 19}};
-  Window(quillon)->activateWindow();
-  ASSERT_TRUE(QTest::qWaitForWindowActive(Window(quillon)));
+  const std::tuple<int, int, int> kSteps[] = {
+      {0, Qt::Key_Right, 1}, {15, Qt::Key_Right, 15}, {16, Qt::Key_Left, 16}, {31, Qt::Key_Left, 30},
+      {3, Qt::Key_Down, 19}, {19, Qt::Key_Up, 3},     {3, Qt::Key_Up, 3},     {19, Qt::Key_Down, 19}};
+  Activate(quillon);
   for (const auto& [from, key, to] : kSteps) {
     Drawn(quillon, quillon.C(from))->setFocus();
     SendKey(Window(quillon), QEvent::KeyPress, key);
     EXPECT_EQ(QApplication::focusWidget(), Drawn(quillon, quillon.C(to))) << from << " to " << to;
   }
   EXPECT_TRUE(quillon.C(3).Ticked()) << "arrows tick nothing";
-
-  QWidget* const clicked = Drawn(quillon, quillon.C(7));
-  Window(quillon)->setAttribute(Qt::WA_KeyboardFocusChange, false);  // no Tab key was used so far
-  QTest::mouseClick(clicked, Qt::LeftButton);
-  QTest::mouseClick(clicked, Qt::LeftButton);
-  const QImage withFocus = clicked->grab().toImage();
-  Drawn(quillon, quillon.Text1)->setFocus();
-  EXPECT_NE(clicked->grab().toImage(), withFocus) << "nobody sees where the keyboard is after a click";
 }
 
-TEST_F(WindowTest, AScreenReaderHearsTheWordsOfTheWarningSign) {
+TEST_F(WindowTest, AClickedBoxShowsThatItHasTheKeyboard) {
+  QWidget* const box = Drawn(quillon, quillon.C(7));
+  Activate(quillon);
+  Window(quillon)->setAttribute(Qt::WA_KeyboardFocusChange, false);  // no key was used so far
+  for (int click = 0; click < 2; ++click) QTest::mouseClick(box, Qt::LeftButton);
+  const QImage withFocus = box->grab().toImage();
+  Drawn(quillon, quillon.Text1)->setFocus();
+  EXPECT_NE(box->grab().toImage(), withFocus);
+}
+
+TEST_F(WindowTest, AScreenReaderReadsTheTextOfTheWarningSign) {
   quillon.FileWarning.SetToolTip("line 37");
-  QAccessibleInterface* told = QAccessible::queryAccessibleInterface(Drawn(quillon, quillon.FileWarning));
-  EXPECT_EQ(told->text(QAccessible::Description), "line 37");
+  QAccessibleInterface* read = QAccessible::queryAccessibleInterface(Drawn(quillon, quillon.FileWarning));
+  EXPECT_EQ(read->text(QAccessible::Description), "line 37");
 }
 
 TEST_F(WindowTest, ADroppedFileIsChosenAndOtherThingsAreNot) {
@@ -367,57 +327,30 @@ TEST_F(WindowTest, ADroppedFileIsChosenAndOtherThingsAreNot) {
   EXPECT_FALSE(Drawn(quillon, quillon.Text1)->acceptDrops()) << "a file's name is no time-out";
 }
 
-TEST_F(WindowTest, AnOddFileIsToldWithinASecondAndNeverHeldWhole) {
-  constexpr std::size_t kLarge = 100'000'000;
-  const auto write = [&](const char* name, const std::string& line, std::size_t size) {
-    std::ofstream file(home + name);
-    for (std::size_t i = 0; i < size; i += line.size()) file << line;
-  };
-  write("empty", "x", 0);
-  write("1 byte", "x", 1);
-  write("100 MB", ":10" + std::string(38, '0') + "F0\n", kLarge);
-  write("lines of 1 MB", ":" + std::string(1'000'000, '0') + "\n", kLarge);
-  write("one line", "", 0);
-  std::filesystem::resize_file(home + "one line", kLarge);
-  EXPECT_EQ(mkfifo((home + "pipe").c_str(), 0600), 0);
-  std::filesystem::create_symlink("/dev/zero", home + "device");
-  std::filesystem::create_directory(home + "folder");
-  const std::pair<const char*, const char*> kToldOf[] = {
-      {"empty", "the file is empty"},
-      {"1 byte", "line 1: begins with \"x\""},
-      {"100 MB", "the file has no end record"},
-      {"lines of 1 MB", "line 1: has 1000000 digits"},
-      {"one line", "Error #  7\nOut of memory"},
-      {"pipe", "is a pipe or a device"},
-      {"device", "is a pipe or a device"},
-      {"folder", "File not Found!"},
-  };
+TEST_F(WindowTest, ALargeFileIsReadWithinASecondAndNeverHeldWhole) {
 #if defined(__OPTIMIZE__) && !defined(__SANITIZE_ADDRESS__)
-  constexpr double kWithin = 1;  // seconds
-#else                            // builds for looking at faults read many times slower
-  constexpr double kWithin = 10;
+  constexpr std::size_t kLarge = 100'000'000;
+#else  // reads many times slower
+  constexpr std::size_t kLarge = 10'000'000;
 #endif
-  std::string told;
-  QTimer technician;
-  QObject::connect(&technician, &QTimer::timeout, [&] {
-    if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
-      told = box->text().toStdString();
-      box->accept();
-    }
-  });
-  technician.start(1);
   rusage before{}, after{};
   getrusage(RUSAGE_SELF, &before);
-  for (const auto& [name, words] : kToldOf) {
-    told.clear();
+  const std::pair<std::string, const char*> kLines[] = {
+      {":10" + std::string(38, '0') + "F0\n", "the file has no end record; it may be cut"},
+      {":" + std::string(1'000'000, '0') + "\n", "line 1: has 1000000 digits, should have 10 by its length"},
+  };
+  for (const auto& [line, warning] : kLines) {
+    std::ofstream file(home + "large");
+    for (std::size_t i = 0; i < kLarge; i += line.size()) file << line;
+    file.close();
     const std::clock_t begin = std::clock();  // of this program's own time: others may be busy
-    quillon.FileName.SetText(home + name);
-    EXPECT_LT(static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC, kWithin) << name;
-    if (quillon.FileWarning.Visible()) told = quillon.FileWarning.ToolTip();
-    EXPECT_THAT(told, testing::HasSubstr(words)) << name;
+    quillon.FileName.SetText("");
+    quillon.FileName.SetText(home + "large");
+    EXPECT_LT(std::clock() - begin, CLOCKS_PER_SEC);
+    EXPECT_EQ(quillon.FileWarning.ToolTip(), warning);
   }
   getrusage(RUSAGE_SELF, &after);
-  EXPECT_LT(static_cast<std::size_t>(after.ru_maxrss - before.ru_maxrss) * 1024, kLarge);
+  EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 9'000) << "kilobytes";
 }
 
 TEST_F(WindowTest, AStatusLineComesToTheFrontAndLeavesTheKeyboardWhereItIs) {
@@ -429,8 +362,7 @@ TEST_F(WindowTest, AStatusLineComesToTheFrontAndLeavesTheKeyboardWhereItIs) {
     int count = 0;
   } raised;
   EXPECT_TRUE(Window(quillon.message)->testAttribute(Qt::WA_ShowWithoutActivating));
-  Window(quillon)->activateWindow();  // which raises the dialog too
-  ASSERT_TRUE(QTest::qWaitForWindowActive(Window(quillon)));
+  Activate(quillon);
   Drawn(quillon, quillon.Text2)->setFocus();
   Window(quillon.message)->installEventFilter(&raised);
   ShowProgress(quillon, "Controller 5 : Erasing", StatusForm::kBrief);
@@ -460,16 +392,6 @@ TEST_F(WindowTest, StatusLinesAreShownBeforeAPauseOrAScreensPeriodLater) {
   EXPECT_EQ(shown->text(), "the last");
 }
 
-TEST_F(WindowTest, ALabelNeverReachesIntoItsNeighbour) {
-  struct Row : Form {
-    explicit Row(Screen& screen) : Form(screen, "Row", "", Border::kFixed, 6000, 1000) {}
-    Label first{*this, "first", {100, 100, 300, 195}, {.text = "a text that is too long for its place"}};
-    TextBox second{*this, "second", {1500, 60, 900, 285}, {}};
-  } row(screen);
-  row.Show();
-  EXPECT_LE(Drawn(row, row.first)->geometry().right(), Drawn(row, row.second)->x());
-}
-
 TEST_F(WindowTest, CancelIsInReachWhileARunErrorStandsAndNothingElseIs) {
   const int bottom = QGuiApplication::primaryScreen()->availableGeometry().bottom();
   const std::pair<BoxKind, int> kBoxes[] = {
@@ -483,12 +405,10 @@ TEST_F(WindowTest, CancelIsInReachWhileARunErrorStandsAndNothingElseIs) {
       QTest::mouseClick(Window(form)->windowHandle(), Qt::LeftButton, {},
                         Drawn(form, button)->geometry().center());
     };
-    QTimer::singleShot(0, [&] {
-      auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-      ASSERT_NE(box, nullptr);
-      EXPECT_EQ(box->icon(), failure ? QMessageBox::Warning : QMessageBox::Information);
-      EXPECT_FALSE(failure && box->geometry().intersects(Window(quillon.message)->geometry()));
-      EXPECT_TRUE(box->screen()->availableGeometry().contains(box->geometry()));
+    AnswerNextBox(QMessageBox::Ok, [&](QMessageBox& box) {
+      EXPECT_EQ(box.icon(), failure ? QMessageBox::Warning : QMessageBox::Information);
+      EXPECT_FALSE(failure && box.geometry().intersects(Window(quillon.message)->geometry()));
+      EXPECT_TRUE(box.screen()->availableGeometry().contains(box.geometry()));
       click(quillon, quillon.ComClose);
       click(quillon.info, quillon.info.ComClose);
       EXPECT_TRUE(Window(quillon)->isVisible() && Window(quillon.info)->isVisible());
@@ -496,7 +416,6 @@ TEST_F(WindowTest, CancelIsInReachWhileARunErrorStandsAndNothingElseIs) {
       EXPECT_EQ(quillon.AbortRequested, failure);
       EXPECT_EQ(Drawn(quillon, quillon.NONE)->internalWinId(), 0u)
           << "a window of the system for each widget";
-      if (box->isVisible()) box->accept();
     });
     dialogs.ShowBox("Error #  8020\rgone", "SendP4", kind);
   }

@@ -17,7 +17,7 @@
 
 namespace quillon::test {
 
-/// The far end of a line: the controllers' side of a pseudo-terminal. Nobody reads there but `Receive`.
+/// The controllers' side of a pseudo-terminal. Only `Receive` reads there.
 class FarEnd {
  public:
   FarEnd() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)) {
@@ -35,8 +35,8 @@ class FarEnd {
 
   void Send(const Bytes& bytes) { EXPECT_EQ(write(master_, bytes.data(), bytes.size()), std::ssize(bytes)); }
 
-  /// Sends what the line takes of the bytes.
-  void Babble(const Bytes& bytes) { (void)!write(master_, bytes.data(), bytes.size()); }
+  /// Sends as many of the bytes as the line accepts.
+  void SendSome(const Bytes& bytes) { (void)!write(master_, bytes.data(), bytes.size()); }
 
   /// Reads until `count` bytes are there, the port is closed, or nothing came for a second.
   Bytes Receive(std::size_t count, std::chrono::milliseconds pause = {}) {
