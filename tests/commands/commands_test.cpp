@@ -1,15 +1,48 @@
 // What each command sends, and what it makes of the answers: the row of the table, the sendings, the log.
 #include <gtest/gtest.h>
 
-#include "commands/command_program.h"
 #include "commands/flash_check.h"
 #include "commands/flash_erase.h"
 #include "commands/flash_prog.h"
 #include "commands/flash_prog00.h"
+#include "commands/frames.h"
 #include "commands/protocol_switch.h"
+#include "support/image.h"
+#include "support/test_program.h"
 
 namespace quillon::test {
 namespace {
+
+using Texts = std::vector<std::string>;
+
+/// A program with a file chosen and the port open, so that a single command can be tried.
+class CommandProgram : public TestProgram {
+ public:
+  CommandProgram() {
+    ChooseHex(kImage);
+    tool.MSComm1.SetPortOpen(true);
+  }
+
+  /// The answers to the sent frames in turn, in hex; "" is silence, as is everything after them.
+  void Answer(const Texts& answers) {
+    for (const std::string& answer : answers) {
+      computer.script.push_back({});
+      if (!answer.empty()) computer.script.back().push_back({10ms, FromHex(answer)});
+    }
+  }
+};
+
+/// An answer of controller 5 with this payload, closed.
+std::string Reply5(const std::string& payload) {
+  Bytes frame{0x40, 5, static_cast<std::uint8_t>(payload.size() / 2)};
+  for (const std::uint8_t byte : FromHex(payload)) frame.push_back(byte);
+  return ToHex(bus::CloseFrame(frame));
+}
+
+const std::string kAccepts = Reply5("61");
+const std::string kRefuses = Reply5("E1");
+const std::string kBadCrc = "40050161000004";
+const std::string kSilence;
 
 TEST(CommandFrame, GoesOutToTheByteAfterItsLineInTheLog) {
   const struct {
@@ -43,12 +76,11 @@ TEST(CommandFrame, GoesOutToTheByteAfterItsLineInTheLog) {
 }
 
 using Command = void (*)(Quillon&, int);
-using Answers = std::vector<std::string>;
 
 struct OutcomeCase {
   const char* name;
   Command command;
-  Answers answers;
+  Texts answers;
   const char* row;
   std::size_t sends;
   const char* lastLog;
@@ -83,8 +115,8 @@ const std::string k13 = Reply5("6100010203ABCD");
 const std::string k14 = Reply5("610000010203ABCD");
 const std::string k12 = Reply5("610001020304");
 const std::string kOther = "40060161938A04";  // of another controller
-const Answers kRefusals = {kRefuses, kRefuses, kRefuses};
-const Answers kShort = {"682F", "682F", "682F"};
+const Texts kRefusals = {kRefuses, kRefuses, kRefuses};
+const Texts kShort = {"682F", "682F", "682F"};
 
 // clang-format off
 const OutcomeCase kTable[] = {
@@ -156,6 +188,89 @@ TEST(Commands, CountAFailureOfTheExchangeAsNoAnswerAfterItsBox) {
     EXPECT_EQ(program.Row(5), row);
     EXPECT_FALSE(program.tool.message.Visible());
   }
+}
+
+TEST(FullChecksumFrame, CarriesThreeBytesOfTheChecksum) {
+  EXPECT_EQ(ToHex(FullChecksumFrame(3, "DEBE4E")), "40030775AA550FDEBE4E0ABC04");
+  EXPECT_EQ(ToHex(FullChecksumFrame(3, "A1B1C")), "40030775AA550FA1B10C863D04") << "a digit stands alone";
+  EXPECT_EQ(ToHex(FullChecksumFrame(3, "5")), "40030775AA550F000005B08404");
+  EXPECT_EQ(ToHex(FullChecksumFrame(3, "FFFFDF21")), "40030775AA550FFFFFDF162F04") << "the first six digits";
+}
+
+TEST(BatchFrame, CarriesAddressAndUpTo249BytesToAll) {
+  EXPECT_EQ(ToHex(BatchFrame(0x5F, FromHex("010011223355"))), "405F0A75AA5510010011223355651B04");
+  EXPECT_EQ(BatchFrame(0x5F, Bytes(251))[2], 255);
+  EXPECT_THROW(BatchFrame(0x5F, Bytes(252)), RunError);
+}
+
+TEST(FlashProg, PausesAfterEachBatch) {
+  const struct {
+    const char* delay;
+    Nanoseconds between;  // one batch and the next; each yield takes a millisecond of it
+    std::size_t boxes;
+  } kCases[] = {{"10", 11ms, 0}, {"0", 1ms, 0}, {"-5", 1ms, 0}, {"32767", 32768ms, 0}, {"32768", 1ms, 2}};
+  for (const auto& c : kCases) {
+    CommandProgram program;
+    program.tool.Text2.SetText(c.delay);
+    FlashProg(program.tool);
+    const auto pause = program.computer.sent[1].at - program.computer.sent[0].at;
+    EXPECT_EQ(std::chrono::floor<std::chrono::milliseconds>(pause), c.between) << c.delay;
+    EXPECT_EQ(program.computer.boxes.size(), c.boxes);
+    for (const ShownBox& box : program.computer.boxes)
+      EXPECT_NE(box.text.find(" Parallel Waiting Delay "), std::string::npos) << box.text;
+  }
+}
+
+TEST(FlashProg, NothingHappensInThePause) {
+  CommandProgram program;
+  program.tool.Text2.SetText("1000");
+  Nanoseconds acted{};
+  program.computer.At(500ms, [&] { acted = program.computer.Time(); });
+  FlashProg(program.tool);
+  EXPECT_GE(acted, 1000ms);
+}
+
+TEST(FlashProg, ABatchThatFitsNoFrameIsLeftOut) {
+  CommandProgram program;
+  program.ChooseHex({HexRecord(0, Bytes(255, 1)), HexRecord(0x1000, Bytes(1, 2)), ":00000001FF"}, "long.hex");
+  FlashProg(program.tool);
+  ASSERT_EQ(program.BoxNumbers(), std::vector<int>{6});
+  EXPECT_EQ(
+      program.computer.boxes[0].text,
+      "Error #  6\rOverflow: a batch of 257 bytes does not fit into a frame. Create the HEX file again with "
+      "lines of at most 128 data bytes.");
+  EXPECT_EQ(program.Sent(), Texts{"9600 " + ToHex(bus::CloseFrame(FromHex("405F0775AA5510100002")))});
+}
+
+TEST(FlashProg, GoesOnWhereAStepFails) {
+  CommandProgram program;
+  program.Tick({3, 4});
+  int failures = 3;
+  program.computer.beforeOperation = [&] {
+    if (program.computer.sent.size() == 1 && failures-- > 0) throw RunError(RunError::kDeviceFailed, "gone");
+  };
+  FlashProg(program.tool);
+  EXPECT_EQ(program.BoxNumbers(), (std::vector<int>{8020, 8020, 8020}))
+      << "the second batch, the flush, one sum";
+  EXPECT_EQ(program.Sent().size(), 4u) << "the other sum goes out, three times";
+}
+
+TEST(FlashProg, AFileThatWentAwayConfirmsZeros) {
+  CommandProgram program;
+  program.Tick({3});
+  std::remove(program.tool.FileName.Text().c_str());
+  FlashProg(program.tool);
+  EXPECT_EQ(program.BoxNumbers(), (std::vector<int>{53, 0}));
+  EXPECT_EQ(program.Sent(), Texts(3, "9600 40030775AA550F000000E02104"));
+}
+
+TEST(FlashProg00, ARunFailureEndsThePassAfterOneBox) {
+  CommandProgram program;
+  program.tool.Text1.SetText("soon");
+  int y = 5;
+  FlashProg00(program.tool, y);
+  EXPECT_EQ(program.BoxNumbers(), std::vector<int>{13});
+  EXPECT_TRUE(program.tool.message.Visible()) << "the caller closes it";
 }
 
 }  // namespace

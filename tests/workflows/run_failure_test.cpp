@@ -95,24 +95,27 @@ const FailureCase kTable[] = {
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(Troubles, RunFailure, testing::ValuesIn(kTable), testing::PrintToStringParamName());
 
+// The second box is that of a flush, the third that of the erase at the same speed.
 TEST(RunFailure, CancelAndClosingEndARunBetweenItsBoxesOrWhileOneStands) {
-  for (const bool whileItStands : {false, true}) {
+  const std::pair<std::size_t, bool> kMoments[] = {{2, false}, {3, false}, {3, true}};
+  for (const auto& [boxes, whileItStands] : kMoments) {
     for (const bool byCancel : {true, false}) {
       RunProgram program;
       program.ChooseHex(kImage);
       program.Tick({3, 5});
       kRefused(program);
-      const auto atTheThird = [&] { return program.computer.boxes.size() == 3; };
+      const auto now = [&, boxes = boxes] { return program.computer.boxes.size() == boxes; };
       const auto end = [&] { byCancel ? program.tool.message.Command1.Press() : program.tool.Close(); };
       if (whileItStands) {
-        program.computer.onBox = [&](const ShownBox&) { atTheThird() ? end() : void(); };
+        program.computer.onBox = [&](const ShownBox&) { now() ? end() : void(); };
       } else {
-        program.computer.When(atTheThird, end);
+        program.computer.When(now, end);
       }
       program.tool.ComLoad00.Press();
-      EXPECT_EQ(program.computer.boxes.size(), 3u) << whileItStands << byCancel;
+      const bool oneMore = boxes == 2 && byCancel;  // the erase still fails, and ends the search
+      EXPECT_EQ(program.computer.boxes.size(), boxes + oneMore) << boxes << whileItStands << byCancel;
       EXPECT_EQ(program.computer.ended, !byCancel);
-      EXPECT_TRUE(program.computer.boxAnswered);
+      EXPECT_EQ(program.computer.boxAnswered, !oneMore);
     }
   }
 }
@@ -149,61 +152,37 @@ TEST(RunFailure, ABadDownloadSpeedEndsAParallelDownloadAndLetsASerialOneContinue
   }
 }
 
-/// Makes the next operation on the line fail when a phase begins or ends.
-template <class Event>
-class FailsAt : public RunObserver {
+/// Makes the operation fail that follows the event of this number among those of the phases of controllers.
+class FailsAfter : public RunObserver {
  public:
-  FailsAt(RunProgram& program, Phase phase) : phase_(phase) {
+  FailsAfter(RunProgram& program, int number) : left_(number) {
     program.tool.observers.push_back(this);
     program.computer.beforeOperation = [this] {
       if (std::exchange(armed_, false)) throw RunError(RunError::kDeviceFailed, "once");
     };
   }
   void OnRunEvent(const RunEvent& event) override {
-    const auto* at = std::get_if<Event>(&event.what);
-    if (at != nullptr && at->phase == phase_) armed_ = true;
+    const bool ofPhase = std::holds_alternative<ControllerBegun>(event.what) ||
+                         std::holds_alternative<ControllerEnded>(event.what);
+    if (ofPhase && --left_ == 0) armed_ = true;
   }
 
  private:
-  Phase phase_;
+  int left_;
   bool armed_ = false;
 };
 
-// The operation after each of these events discards received bytes.
 TEST(RunFailure, ASerialDownloadContinuesAfterAFlushThatFails) {
-  const auto run = [](RunProgram& program) {
+  constexpr int kEraseBegins = 1, kEraseEnds = 2, kProgrammingEnds = 6;
+  for (const int number : {kEraseBegins, kEraseEnds, kProgrammingEnds}) {
+    RunProgram program(std::vector<bus::ControllerSetup>{{.number = 5}});
     program.ChooseHex(kImage);
     program.Tick({5});
+    const FailsAfter failure(program, number);
     program.Press(kSerial);
-    EXPECT_EQ(program.BoxNumbers(), std::vector<int>{8020});
-    EXPECT_EQ(program.Row(5), "12/05/31 07B6");
-  };
-  const std::vector<bus::ControllerSetup> controllers{{.number = 5}};
-  {
-    RunProgram program(controllers);
-    const FailsAt<ControllerBegun> before(program, Phase::kErase);
-    run(program);
+    EXPECT_EQ(program.BoxNumbers(), std::vector<int>{8020}) << number;
+    EXPECT_EQ(program.Row(5), "12/05/31 07B6") << number;
   }
-  for (const Phase phase : {Phase::kErase, Phase::kProgram}) {
-    RunProgram program(controllers);
-    const FailsAt<ControllerEnded> after(program, phase);
-    run(program);
-  }
-}
-
-TEST(RunFailure, CancelActsBetweenTwoBoxesOfOneSpeed) {
-  RunProgram program;
-  program.ChooseHex(kImage);
-  program.Tick({3});
-  kRefused(program);
-  program.computer.When([&] { return program.computer.boxes.size() == 2; },
-                        [&] { program.tool.message.Command1.Press(); });
-  bool cancelledAtTheThird = false;
-  program.computer.onBox = [&](const ShownBox&) {
-    if (program.computer.boxes.size() == 3) cancelledAtTheThird = program.tool.AbortRequested;
-  };
-  program.tool.ComLoad00.Press();
-  EXPECT_TRUE(cancelledAtTheThird);
 }
 
 }  // namespace

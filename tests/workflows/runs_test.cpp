@@ -1,6 +1,10 @@
-// Whole runs: what goes over the line, and what the table shows after them.
+// Whole runs, undisturbed or interrupted by the operator: what goes over the line, and what the table shows
+// after them. quillon-explore presses Cancel and closes the main window at each frame of each run.
 #include <gmock/gmock.h>
 
+#include <sstream>
+
+#include "link/outcome.h"
 #include "workflows/run_program.h"
 
 namespace quillon::test {
@@ -11,37 +15,17 @@ using bus::Command;
 using bus::ControllerSetup;
 using bus::Fault;
 
-TEST(Download, SendsFromEraseOverProgrammingToTheCheck) {
-  const std::pair<Button, Texts> kFrames[] = {
-      {kParallel,
-       {"9600 4003047455AAF0BA1A04", "9600 4005047455AAF037FB04", "38400 405F0A75AA5510000001020304F29B04",
-        "38400 405F1A75AA55102010000000000031320030350033310000002000410579DF04",
-        "38400 40030775AA550FDF07B6F70E04", "38400 40050775AA550FDF07B6AD8604", "19200 410301733CBD04",
-        "19200 410501738E1D04"}},
-      {kSerial,
-       {"9600 4003047455AAF0BA1A04", "38400 40030A75AA55100000010203040EF704",
-        "38400 40031A75AA551020100000000000313200303500333100000020004105022504",
-        "38400 40030775AA550FDF07B6F70E04", "19200 410301733CBD04"}}};
-  for (const auto& [button, frames] : kFrames) {
-    RunProgram program({{.number = 3}, {.number = 5}});
-    program.ChooseHex(kImage);
-    program.Tick({3});
-    program.tool.C(5).SetValue(button == kParallel);
-    program.Press(button);
-    EXPECT_EQ(program.Sent(), frames);
-    EXPECT_TRUE(program.tool.info.Visible());
-    EXPECT_EQ(program.tool.info.FileCheksum.Text(), "07B6");
-    EXPECT_EQ(program.tool.Protocol.Text() + " " + program.tool.Vitesse.Text(), "64 19200");
-  }
-}
-
 /// What is not usual in a run, and what is left of it beside the rows.
 struct Extra {
   const char* protocol = "63";
-  bool prot3 = false;      // "Prot 3" is ticked
-  bool keepSpeed = false;  // the speed is kept for programming
+  bool prot3 = false;         // "Prot 3" is ticked
+  bool keepSpeed = false;     // the speed is kept for programming
+  const char* cancelAt = "";  // a status line
+  std::size_t atFrame = 0;    // when the operator acts
+  void (*act)(Quillon&) = nullptr;
   std::vector<int> boxes = {};
   int beeps = 0;
+  const char* leaves = "";  // protocol and speed; empty: whatever they are
 };
 struct RunCase {
   const char* name;
@@ -64,6 +48,11 @@ TEST_P(Run, TakesItsCourse) {
   program.tool.Protocol.SetText(c.extra.protocol);
   program.tool.RUD3.SetValue(c.extra.prot3);
   program.tool.useBB.SetValue(c.extra.keepSpeed);
+  if (*c.extra.cancelAt) program.CancelWhen(c.extra.cancelAt);
+  if (c.extra.act) {
+    program.computer.When([&] { return program.computer.sent.size() >= c.extra.atFrame; },
+                          [&] { c.extra.act(program.tool); });
+  }
   program.Press(c.button);
   EXPECT_EQ(program.Talk(), c.talk);
   EXPECT_EQ(program.Rows(), c.rows);
@@ -72,6 +61,9 @@ TEST_P(Run, TakesItsCourse) {
   EXPECT_FALSE(program.tool.message.Visible());
   const bool endedByAFailure = c.button == kParallel && c.extra.boxes == std::vector{383};
   EXPECT_EQ(program.computer.open, endedByAFailure);
+  if (*c.extra.leaves) {
+    EXPECT_EQ(program.tool.Protocol.Text() + " " + program.tool.Vitesse.Text(), c.extra.leaves);
+  }
 }
 
 /// The usual image with another record in the place of the one that tells the rate.
@@ -88,6 +80,7 @@ const Texts kBothGood = {"12/05/31 07B6", "12/05/31 07B6"};
 const Texts kSecondGood = {"No Answer red", "12/05/31 07B6"};
 const Texts kBothBoot = {"01/00/00 B007", "01/00/00 B007"};
 const Texts kEmpty = {" ", " "};
+const char* const kRead = "01/02/03 1E02 marked";
 
 const std::vector<ControllerSetup> kBoth = {{.number = 3}, {.number = 5}};
 const std::vector<ControllerSetup> kOfProtocol3 = {{.number = 3, .protocol3 = true},
@@ -118,7 +111,7 @@ const RunCase kTable[] = {
     {"NoRateInTheImage", kParallel, kNoRate, kBoth,
      "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5 9600 Check3 Check5", {"12/05/31 0815", "12/05/31 0815"}},
     {"RateThatTheListLacks", kParallel, k57600, kBoth,
-     "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5", kEmpty, {.boxes = {383}}},
+     "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5", kEmpty, {.boxes = {383}, .leaves = "64 9600"}},
     // Protocol becomes -1: an Overflow box for each check, which is sent with protocol byte 0.
     {"NoProtocolInTheImage", kParallel, {":0400000001020304F2", ":00000001FF"}, {{.number = 3}, {.number = 5}},
      "9600 Erase3 Erase5 38400 Batch Sum3 Sum5 9600 Check3x3 4800 Check3x3 19200 Check3x3 38400 Check3x3 "
@@ -160,9 +153,6 @@ const RunCase kTable[] = {
      {"No Answer red", "No Answer red"}, {.prot3 = true, .boxes = {0}}},
     {"SerialFirstDead", kSerial, kImage, ThreeWith(kDead),
      "9600 Erase3x3 4800 Erase3x3 19200 Erase3x3 38400 Erase3x3", {"No Answer red", " "}},
-    {"SerialFirstSilentAtTheCheck", kSerial, kImage, ThreeWith(kNoCheck),
-     "9600 Erase3 38400 Batch3 Batch3 Sum3 19200 Check3x3 4800 Check3x3 9600 Check3x3 "
-     "38400 Check3x3 Erase5 Batch5 Batch5 Sum5 19200 Check5", kSecondGood},
     {"SerialRefusesABatch", kSerial, kImage, ThreeWith(kRefusesBatch),
      "9600 Erase3 38400 Batch3x3 19200 Check3x3 4800 Check3x3 9600 Check3x3 "
      "38400 Check3x3 Erase5 Batch5 Batch5 Sum5 19200 Check5", kSecondGood},
@@ -171,8 +161,6 @@ const RunCase kTable[] = {
      "9600 Check3 Check5", {"01/02/03 1E02", "01/02/03 1E01 marked"}, {.beeps = 1}},
     {"BootAsksAgainForTheOneLength", kBoot, kErased, {{.number = 3, .faults = {kLongBoot}}, {.number = 5}},
      "9600 Boot3x3 Boot5", kBothBoot},
-    {"BootByTheOwnProtocol", kBoot, kErased, BootBy(BootProtocol::Own),
-     "9600 Boot3 Boot5", kBothBoot, {.protocol = "4"}},
     {"BootOfTheFixedProtocolTriesTheOtherSpeeds", kBoot, kErased, {{.number = 3, .baud = 4800}, {.number = 5}},
      "9600 Boot3x3 4800 Boot3 Boot5x3 9600 Boot5", kBothBoot},
     {"BootFallsBackForAllThatFollow", kBoot, kErased, BootBy(BootProtocol::Fixed),
@@ -182,28 +170,133 @@ const RunCase kTable[] = {
      kEmpty, {.prot3 = true, .boxes = {0}}},
     {"To3Refused", kTo3, kErased, {{.number = 3, .faults = {kNotMoved}}, {.number = 5, .baud = 38400}},
      "9600 To3:3x3 4800 To3:3x3 19200 To3:3x3 38400 To3:3x3 To3:5", {"No Answer red", " "}, {.prot3 = true}},
+
+    {"CancelInAnErase", kParallel, kImage, kBoth, "9600 Erase3 Erase5", {" ", "No Answer"},
+     {.cancelAt = "Controller 5 : Erasing  (Speed : 9600 Bds) ..."}},
+    {"CancelInTheBatches", kParallel, kImage, kBoth, "9600 Erase3 Erase5 38400 Batch", kEmpty,
+     {.cancelAt = " Programming Batch 2    ...", .leaves = "63 9600"}},
+    {"CancelInAChecksum", kParallel, kImage, kBoth, "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5",
+     {" ", "No Answer red"}, {.cancelAt = "Controller 5 : Sending Full CheckSum  ..."}},
+    {"CancelInACheck", kParallel, kImage, kBoth, "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5 19200 Check3",
+     {"No Answer red", " "}, {.cancelAt = "Controller 3 : Checking Flash  (Speed : 19200 Bds) ..."}},
+    {"SerialCancelInAnErase", kSerial, kImage, kBoth, "9600 Erase3", {"No Answer", " "},
+     {.cancelAt = "Controller 3 : Erasing  (Speed : 9600 Bds) ..."}},
+    {"SerialCancelInTheBatches", kSerial, kImage, kBoth, "9600 Erase3 38400 Batch3", kEmpty,
+     {.cancelAt = "Controller 3 : Programming Batch 2    ...", .leaves = "63 9600"}},
+    {"SerialCancelInAChecksum", kSerial, kImage, kBoth, "9600 Erase3 38400 Batch3 Batch3 Sum3",
+     {"No Answer red", " "}, {.cancelAt = "Controller 3 : Sending full CheckSum  ..."}},
+
+    {"Untick", kParallel, kImage, kBoth, "9600 Erase3 Erase5 38400 Batch Batch Sum3 19200 Check3",
+     {"12/05/31 07B6", " "}, {.atFrame = 3, .act = [](Quillon& tool) { tool.C(5).SetValue(0); }}},
+    {"UntickStillChecksWhatIsProgrammed", kSerial, kImage, kBoth,
+     "9600 Erase3 38400 Batch3 Batch3 Sum3 19200 Check3", {"12/05/31 07B6", " "},
+     {.atFrame = 2, .act = [](Quillon& tool) { tool.NONE.Press(); }}},
+    {"UntickEndsASearch", kTo4, kErased, {}, "9600 To4:3x3", kEmpty,
+     {.atFrame = 2, .act = [](Quillon& tool) { tool.NONE.Press(); }}},
+    {"Protocol", kInfo, kImage, kBoth, "9600 Check3 Check5x3 4800 Check5x3 19200 Check5x3 38400 Check5x3",
+     {kRead, "No Answer red"},
+     {.atFrame = 1, .act = [](Quillon& tool) { tool.Protocol.SetText("4"); }, .beeps = 1}},
+    {"ProtocolCleared", kParallel, kImage, kBoth,
+     "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5 19200 Check3 Check5", kBothGood,
+     {.atFrame = 4, .act = [](Quillon& tool) { tool.Protocol.SetText(""); }}},
+    {"Speed", kInfo, kImage, kBoth, "9600 Check3 4800 Check5x3 9600 Check5", {kRead, kRead},
+     {.atFrame = 1, .act = [](Quillon& tool) { tool.Vitesse.SetText("4800"); }, .beeps = 2}},
+    {"InfoClosed", kInfo, kImage, kBoth, "9600 Check3 Check5", {" ", "01/02/03 1E02"},
+     {.atFrame = 2, .act = [](Quillon& tool) { tool.info.ComClose.Press(); }, .beeps = 1}},
+    {"ComparesWithTheChecksumOfInfo", kParallel, kImage, kBoth,
+     "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5 19200 Check3 Check5", kBothGood,
+     {.atFrame = 1, .act = [](Quillon& tool) { tool.FileCheksum.SetText("0000"); }}},
 };
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(Buttons, Run, testing::ValuesIn(kTable), testing::PrintToStringParamName());
 
-TEST(Download, LogsWhatIsSentAndReceivedLineByLine) {
-  RunProgram program(std::vector<ControllerSetup>{{.number = 3}});
-  program.ChooseHex(kImage);
-  program.Tick({3});
-  program.Press(kParallel);
-  const Texts kTaken = {"Communication OK  - CRC checked", "Answer : 61"};
+/// The events as words:
+///
+///     run        a run began; end:0 finished, end:1 cancelled, end:2 failed, end:3 aborted
+///     <3:0 >3:0  a phase of controller 3 begins, ends (numbers of Phase)
+///     @9600      the speed changed;     3@9600 controller 3 was found at that speed
+///     s s2       a frame was sent, for the second time
+///     r3:0:3     received after a frame to 3: judgement, and the address in the answer
+///     c1:3:0     a command (number of Command) to 3 was answered (number of Reply)
+///     b1/2       batch 1 of 2 begins
+///     3=text     a row was filled;      #8020 a run-time failure
+class EventWords : public RunObserver {
+ public:
+  void OnRunEvent(const RunEvent& event) override {
+    std::visit([this](const auto& what) { Add(what); }, event.what);
+  }
+  std::string Text() const { return text_.str(); }
+
+ private:
+  void Add(const RunStarted&) { text_ << "run"; }
+  void Add(const ControllerBegun& e) { text_ << " <" << e.controller << ":" << static_cast<int>(e.phase); }
+  void Add(const ControllerEnded& e) { text_ << " >" << e.controller << ":" << static_cast<int>(e.phase); }
+  void Add(const ControllerFound& e) { text_ << " " << e.controller << "@" << e.speed; }
+  void Add(const SpeedChanged& e) { text_ << " @" << e.speed; }
+  void Add(const FrameSent& e) { text_ << " s" << (e.send > 1 ? std::to_string(e.send) : ""); }
+  void Add(const AnswerReceived& e) {
+    text_ << " r" << e.controller << ":" << static_cast<int>(e.judgement) << ":" << e.Address().value_or(-1);
+  }
+  void Add(const CommandAnswered& e) {
+    text_ << " c" << static_cast<int>(e.command) << ":" << e.controller << ":" << static_cast<int>(e.reply);
+  }
+  void Add(const BatchBegun& e) { text_ << " b" << e.number << "/" << e.of; }
+  void Add(const RowFilled& e) {
+    if (e.content != RowContent::kNothing) text_ << " " << e.controller << "=" << e.version << e.checksum;
+  }
+  void Add(const StatusShown&) {}
+  void Add(const RunFailure& e) { text_ << " #" << e.number; }
+  void Add(const RunEnded& e) { text_ << " end:" << static_cast<int>(e.how); }
+
+  std::ostringstream text_;
+};
+
+TEST(Download, LogsEachFrameToTheByteAndReportsEvents) {
+  const std::string kSent = "40 03 04 74 55 AA F0 BA 1A 04 ";
+  const std::string kChecksum = "40 03 07 75 AA 55 0F DF 07 B6 F7 0E 04 ";
+  const std::string kAccepted = "Recu en String : 40 03 01 61 78 7A 04 ";
+  const std::string kAcceptedByImage = "Recu en String : 41 03 01 61 0E CE 04 ";
+  const std::string kOk = "Communication OK  - CRC checked";
+  const std::string kDone = "Answer : 61";
   // clang-format off
-  const Texts kLog = {
-      "Message : $74", "40 03 04 74 55 AA F0 BA 1A 04 ",
-      "Recu en String : 40 03 01 61 78 7A 04 ", kTaken[0], kTaken[1], "Programming 5F without answer",
-      "40 5F 0A 75 AA 55 10 00 00 01 02 03 04 F2 9B 04 ",
-      "40 5F 1A 75 AA 55 10 20 10 00 00 00 00 00 31 32 00 30 35 00 33 31 00 00 00 20 00 41 05 79 DF 04 ",
-      "Message : $75 Sending Full checksum", "40 03 07 75 AA 55 0F DF 07 B6 F7 0E 04 ",
-      "Recu en String : 41 03 01 61 0E CE 04 ", kTaken[0], kTaken[1],
+  const Texts kCheck = {
       "Message : $73  - Checking Flash", "41 03 01 73 3C BD 04 ",
-      "Recu en String : 41 03 07 61 00 12 05 31 07 B6 AC FB 04 ", kTaken[0]};
+      "Recu en String : 41 03 07 61 00 12 05 31 07 B6 AC FB 04 ", kOk};
+  const std::tuple<Button, Texts, const char*> kDownloads[] = {
+      {kParallel, {
+          "Message : $74", kSent, kAccepted, kOk, kDone, "Programming 5F without answer",
+          "40 5F 0A 75 AA 55 10 00 00 01 02 03 04 F2 9B 04 ",
+          "40 5F 1A 75 AA 55 10 20 10 00 00 00 00 00 31 32 00 30 35 00 33 31 00 00 00 20 00 41 05 79 DF 04 ",
+          "Message : $75 Sending Full checksum", kChecksum, kAcceptedByImage, kOk, kDone},
+       "run <3:0 s r3:0:3 c1:3:0 >3:0 @38400 b1/2 s b2/2 s <3:2 s r3:0:3 c3:3:0 >3:2 @19200 <3:3 s r3:0:3 "
+       "c0:3:0 3=12/05/3107B6 >3:3 end:0"},
+      {kSerial, {
+          "Message : $74", kSent, kAccepted, kOk, kDone, "******** PROGRAMMATION DU CTRL 3 **********",
+          "Message : $75 - Programmation Batch 1", "40 03 0A 75 AA 55 10 00 00 01 02 03 04 0E F7 04 ",
+          "Recu en String : 40 03 01 E1 E9 F2 04 ", kOk, kAccepted, kOk, kDone,
+          "Message : $75 - Programmation Batch 2",
+          "40 03 1A 75 AA 55 10 20 10 00 00 00 00 00 31 32 00 30 35 00 33 31 00 00 00 20 00 41 05 02 25 04 ",
+          kAccepted, kOk, kDone,
+          "Message : $75 Sending Full Checksum", kChecksum, kAcceptedByImage, kOk, kDone},
+       "run <3:0 s r3:0:3 c1:3:0 >3:0 @38400 <3:1 b1/2 s r3:0:3 c2:3:1 s r3:0:3 c2:3:0 b2/2 s r3:0:3 c2:3:0 "
+       "<3:2 s r3:0:3 c3:3:0 >3:2 >3:1 @19200 <3:3 s r3:0:3 c0:3:0 3=12/05/3107B6 >3:3 end:0"}};
   // clang-format on
-  EXPECT_EQ(program.EndAndReadLog(), kLog);
+  for (const auto& [button, lines, events] : kDownloads) {
+    const Fault refusesOne{.kind = Fault::Kind::Code, .last = 1, .value = 0xE1, .command = Command::Batch};
+    RunProgram program(std::vector<ControllerSetup>{{.number = 3, .faults = {refusesOne}}});
+    program.ChooseHex(kImage);
+    program.Tick({3});
+    EventWords words;
+    program.tool.observers.push_back(&words);
+    program.Press(button);
+    EXPECT_EQ(words.Text(), events);
+    EXPECT_TRUE(program.tool.info.Visible());
+    EXPECT_EQ(program.tool.info.FileCheksum.Text(), "07B6");
+    EXPECT_EQ(program.tool.Protocol.Text() + " " + program.tool.Vitesse.Text(), "64 19200");
+    Texts expected = lines;
+    expected.insert(expected.end(), kCheck.begin(), kCheck.end());
+    EXPECT_EQ(program.EndAndReadLog(), expected);
+  }
 }
 
 TEST(Download, GoesToEachTickedControllerAndNoOther) {
@@ -289,44 +382,6 @@ TEST(SpeedSearch, BeginsWhereTheLastOneEndedAndGoesOnFromTheLowest) {
   }
 }
 
-TEST(Download, CancelWhileProgrammingKeepsProtocolAndSpeed) {
-  for (const Button button : {kParallel, kSerial}) {
-    RunProgram program(std::vector<ControllerSetup>{{.number = 3}});
-    program.ChooseHex(kImage);
-    program.Tick({3});
-    program.CancelWhen("Programming Batch 2");
-    program.Press(button);
-    EXPECT_EQ(program.tool.Protocol.Text() + " " + program.tool.Vitesse.Text(), "63 9600");
-    EXPECT_TRUE(program.Over());
-  }
-}
-
-TEST(Download, AppliesTheProtocolBeforeASpeedThatTheListLacks) {
-  RunProgram program(std::vector<ControllerSetup>{{.number = 3}});
-  program.ChooseHex(k57600);
-  program.Tick({3});
-  program.Press(kParallel);
-  EXPECT_EQ(program.tool.Protocol.Text() + " " + program.tool.Vitesse.Text(), "64 9600");
-}
-
-TEST(Download, ComparesWithTheChecksumOfInfo) {
-  RunProgram program(std::vector<ControllerSetup>{{.number = 3}});
-  program.ChooseHex(kImage);
-  program.Tick({3});
-  program.computer.When([&] { return program.tool.info.Visible(); },
-                        [&] { program.tool.FileCheksum.SetText("0000"); });
-  program.Press(kParallel);
-  EXPECT_EQ(program.Row(3), "12/05/31 07B6");
-}
-
-TEST(SpeedSearch, EndsWhenTheControllersAreUntickedInIt) {
-  RunProgram program;
-  program.Tick({3, 5});
-  program.computer.At(1s, [&] { program.tool.NONE.Press(); });
-  program.Press(kTo4);
-  EXPECT_EQ(program.Talk(), "9600 To4:3x3");
-}
-
 TEST(BootInfo, PreparesTheTableForItself) {
   RunProgram program;
   program.ChooseHex(kImage);
@@ -358,10 +413,11 @@ TEST(BootInfo, SendsTheFixedProtocolUntilTheProgramEnds) {
 }
 
 TEST(Auto, TicksWhoAnswersAtAnySpeedAndPutsTheSettingsBack) {
-  RunProgram program({{.number = 0, .baud = 38400},
-                      {.number = 7},
-                      {.number = 8, .faults = {{.kind = Fault::Kind::Length, .value = 7}}},
-                      {.number = 31}});
+  RunProgram program({{.number = 0, .baud = 38400, .protocol = 5},
+                      {.number = 7, .protocol = 5},
+                      {.number = 8, .protocol = 5, .faults = {{.kind = Fault::Kind::Length, .value = 7}}},
+                      {.number = 31, .protocol = 5}});
+  program.tool.Protocol.SetText("4");
   program.Tick({7, 9, 30});
   program.computer.At(1s, [&] {
     EXPECT_EQ(program.tool.Text1.Text(), "50");
@@ -380,38 +436,6 @@ TEST(Auto, TicksWhoAnswersAtAnySpeedAndPutsTheSettingsBack) {
   EXPECT_TRUE(program.Over());
 }
 
-TEST(Auto, AsksWithTheProtocolOfTheBox) {
-  RunProgram program(std::vector<ControllerSetup>{{.number = 2, .protocol = 5}});
-  program.tool.Protocol.SetText("4");
-  program.Tick({});
-  program.tool.Auto.Press();
-  EXPECT_EQ(program.Ticked(), "2 ");
-}
-
-// Controllers 3 and 5 are on the line, and 3 has a fault. An answer does not say to which question it
-// belongs, so a late one ticks number 4 too, which nobody has.
-TEST(Auto, TicksWhoAnswersWhateverTheFault) {
-  using Kind = Fault::Kind;
-  const std::pair<Fault, const char*> kFaults[] = {
-      {{.kind = Kind::Silent, .last = 1}, "3 5 "},
-      {{.kind = Kind::Silent}, "5 "},
-      {{.kind = Kind::Dead}, "5 "},
-      {{.kind = Kind::Late, .delay = 700ms}, "3 4 5 "},
-      {{.kind = Kind::Corrupt, .last = 1}, "3 5 "},
-      {{.kind = Kind::Corrupt}, "5 "},
-      {{.kind = Kind::Code, .value = 0xE1}, "3 5 "},
-      {{.kind = Kind::Length, .value = 20}, "3 5 "},
-      {{.kind = Kind::Short, .value = 3}, "5 "},
-      {{.kind = Kind::Echo}, "5 "},
-  };
-  for (const auto& [fault, ticked] : kFaults) {
-    RunProgram program({{.number = 3, .faults = {fault}}, {.number = 5}});
-    program.tool.Auto.Press();
-    EXPECT_EQ(program.Ticked(), ticked) << static_cast<int>(fault.kind);
-    EXPECT_TRUE(program.Over());
-  }
-}
-
 TEST(Auto, CancelAtNumber7KeepsTheBoxesFromThereOnAndPutsTheSettingsBack) {
   for (const char* speed : {"4800", "38400"}) {  // the first and the last that is tried for number 7
     RunProgram program;
@@ -427,6 +451,47 @@ TEST(Auto, CancelAtNumber7KeepsTheBoxesFromThereOnAndPutsTheSettingsBack) {
     EXPECT_EQ(program.tool.Text1.Text() + " " + program.tool.Vitesse.Text(), "500 9600");
     EXPECT_TRUE(program.tool.Auto.Enabled());
     EXPECT_FALSE(program.computer.open);
+  }
+}
+
+TEST(Interruption, OfAnEarlierRunIsForgottenWithItsRedRows) {
+  for (const Button button : kRuns) {
+    RunProgram program(kBoth);
+    SCOPED_TRACE((program.tool.*button).Name());
+    program.ChooseHex(kImage);
+    program.Tick({3, 5});
+    for (const int y : {0, 31}) ReportFailure(program.tool, y, FailureCode::kNoAnswer);
+    program.tool.AbortRequested = true;
+    program.Press(button);
+    EXPECT_GT(program.computer.sent.size(), 1u);
+    for (const int y : {0, 31})
+      EXPECT_EQ(program.Row(y), button == kAuto ? "No Answer red" : "No Answer") << y;
+  }
+}
+
+TEST(Interruption, BySecondClicksOnlyBeeps) {
+  const auto run = [](RunProgram& program, Button button, bool clicks) {
+    program.ChooseHex(kImage);
+    program.Tick({3, 5});
+    program.tool.RUD3.SetValue(CheckBox::kTicked);
+    program.computer.When([&] { return program.computer.sent.size() >= 2; },
+                          [&, clicks] {
+                            for (const Button other : kRuns)
+                              if (clicks) (program.tool.*other).Press();
+                          });
+    program.Press(button);
+  };
+  for (const Button button : kRuns) {
+    RunProgram undisturbed(kBoth), program(kBoth);
+    SCOPED_TRACE((program.tool.*button).Name());
+    run(undisturbed, button, false);
+    run(program, button, true);
+    EXPECT_EQ(program.Talk(), undisturbed.Talk());
+    EXPECT_EQ(program.Rows(), undisturbed.Rows());
+    const int enabled = button == kAuto ? 6 : 7;
+    EXPECT_EQ(program.computer.beeps, undisturbed.computer.beeps + enabled);
+    EXPECT_EQ(program.computer.calls, 1);
+    EXPECT_EQ(program.computer.openedPorts.size(), 1u);
   }
 }
 
