@@ -17,6 +17,13 @@ namespace {
 
 using Progress = ControllerRecord::Progress;
 
+QByteArray LinesOf(RecordLines& lines, const RunEvent& event) {
+  QByteArray text;
+  for (const RecordLines::Line& line : lines.Of(event))
+    text += QJsonDocument(line.fields).toJson(QJsonDocument::Compact) + '\n';
+  return text;
+}
+
 /// Records a run, and kills the program at the event of this number: it throws through the run.
 class Killer : public RunObserver {
  public:
@@ -25,10 +32,8 @@ class Killer : public RunObserver {
   explicit Killer(int eventsLeft) : eventsLeft_(eventsLeft) {}
   void OnRunEvent(const RunEvent& event) override {
     if (eventsLeft_ > 0) {
-      for (const RecordLines::Line& line : lines_.Of(event)) {
-        ended = line.fields["event"] == "end";
-        record += QJsonDocument(line.fields).toJson(QJsonDocument::Compact) + '\n';
-      }
+      record += LinesOf(lines_, event);
+      ended |= std::holds_alternative<RunEnded>(event.what);
       const auto* answered = std::get_if<CommandAnswered>(&event.what);
       if (answered && answered->command == quillon::Command::kFullChecksum)
         refused[answered->controller] = answered->reply == quillon::Reply::kRefused;
@@ -51,19 +56,6 @@ class Killer : public RunObserver {
   bool killed_ = false;
 };
 
-/// Three batches whose loss together leaves the low 16 bits of the checksum as they are, and the usual
-/// settings.
-Texts Image() {
-  Texts lines = kImage;
-  lines.pop_back();
-  for (const unsigned begin : {0x5000u, 0x5100u, 0x5200u}) {
-    for (unsigned line = 0; line < 128; line += 16)
-      lines.push_back(HexRecord(begin + line, Bytes(16, begin == 0x5200 ? 0xFD : 0)));
-  }
-  lines.push_back(kImage.back());
-  return lines;
-}
-
 struct Job {
   Button button;
   std::vector<bus::ControllerSetup> controllers;
@@ -75,7 +67,7 @@ struct Job {
 class JobProgram : public RunProgram {
  public:
   explicit JobProgram(const Job& job) : RunProgram(job.controllers), button_(job.button) {
-    ChooseHex(Image());
+    ChooseHex(ImageWithSilentGap());
     tool.RUD3.SetValue(job.prot3);
   }
 
@@ -178,12 +170,8 @@ TEST(JobRecord, IsReadWhereverItIsCut) {
   const JobRecord whole = ParseRecord(text);
   EXPECT_EQ(whole.ending, "finished");
   EXPECT_EQ(whole.controllers.at(3).acknowledged, 6);
-  double seconds = 0;
   for (qsizetype size = 0; size < text.size() - 1; ++size) {
-    const JobRecord record = ParseRecord(text.first(size));
-    ASSERT_NE(record.cut, "") << size;
-    ASSERT_GE(record.seconds, seconds);
-    seconds = record.seconds;
+    ASSERT_NE(ParseRecord(text.first(size)).cut, "") << size;
   }
   EXPECT_EQ(ParseRecord(text.first(text.indexOf("\"begun\":3"))).cut.section(',', 1).toStdString(),
             " in the step \"program\" of controller 3, at or after batch 2 of 6.");
@@ -252,31 +240,23 @@ TEST(Resume, ReadsFirstAndLoadsEachSilentControllerAlone) {
   for (const auto& row : table) EXPECT_EQ(StepsOf(Resume(record, row.protocol), row.readings), row.steps);
 }
 
-TEST(JobRecord, ListsNoMoreThanALimit) {
-  bus::ControllerSetup refusing{.number = 3};
-  for (int batch = 0; batch < 150; ++batch)
-    refusing.faults.push_back({.kind = bus::Fault::Kind::Code,
-                               .first = 2 * batch + 1,
-                               .last = 2 * batch + 1,
-                               .value = 0xE1,
-                               .command = bus::Command::Batch});
-  JobProgram program({kSerial, {refusing}});
-  Texts lines = kImage;
-  for (unsigned line = 0; line < 150; ++line)
-    lines.insert(lines.end() - 1, HexRecord(0x4000 + 32 * line, {1}));
-  program.ChooseHex(lines);
-  const QByteArray text = program.RunUntil(INT_MAX).record;
+TEST(JobRecord, ListsNoMoreThanALimitAndNothingAfterItsEnd) {
+  RecordLines lines("", {});
+  QByteArray text;
+  const auto record = [&](const auto& what) { text += LinesOf(lines, {0, what}); };
+  RunStarted started{};
+  started.controllers = {3};
+  record(started);
+  for (int n = 0; n < 150; ++n)
+    record(CommandAnswered{quillon::Command::kBatch, 3, quillon::Reply::kRefused});
+  record(RunFailure{53, "File not found"});
+  record(RunEnded{});
   EXPECT_EQ(ParseRecord(text).controllers.at(3).refusals, 150);
   EXPECT_LT(text.count('\n'), 80);
-}
-
-TEST(JobRecord, HasNoLineAfterItsEnd) {
-  RecordLines lines("", {});
-  const RunEvent failure{0, RunFailure{53, "File not found"}};
-  lines.Of({0, RunStarted{}});
-  EXPECT_EQ(lines.Of(failure).size(), 1);
-  lines.Of({0, RunEnded{}});
-  EXPECT_EQ(lines.Of(failure).size(), 0);
+  EXPECT_TRUE(text.contains("File not found"));
+  const QByteArray ended = text;
+  record(RunFailure{53, "File not found"});
+  EXPECT_EQ(text, ended);
 }
 
 TEST(JobRecord, HasAFileOfItsOwnForEachRun) {
@@ -303,17 +283,6 @@ TEST(JobRecord, HasAFileOfItsOwnForEachRun) {
   recordTwo(folder.filePath(names[0]));  // not a folder
   ASSERT_EQ(failures.size(), 1);
   EXPECT_THAT(failures[0].toStdString(), testing::HasSubstr("can't be written"));
-}
-
-TEST(JobRecord, ReadsTheSampleOfItsDocument) {
-  QByteArray sample;
-  for (const QByteArray& line : QByteArray::fromStdString(ReadFile(QUILLON_RECORD_FORMAT)).split('\n')) {
-    if (line.startsWith('{')) sample += line + '\n';
-  }
-  const JobRecord record = ParseRecord(sample);
-  EXPECT_EQ((record.ending + record.File()["path"].toString()).toStdString(), "finisheddemo.hex");
-  EXPECT_TRUE(record.controllers.at(3).good);
-  EXPECT_FALSE(record.controllers.at(5).good);
 }
 
 }  // namespace

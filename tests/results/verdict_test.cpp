@@ -13,17 +13,6 @@ namespace {
 using bus::Fault;
 using Kind = Fault::Kind;
 
-/// kImage and three batches that a controller can lack unnoticed: the bytes FF in their place change the
-/// checksum by 10000 in hex, and a controller reports its last four digits.
-std::vector<std::string> ImageWithSilentGap() {
-  std::vector<std::string> lines(kImage.begin(), kImage.end() - 1);
-  lines.push_back(HexRecord(0x5000, Bytes(128, 0x00)));
-  lines.push_back(HexRecord(0x5100, Bytes(128, 0x00)));
-  lines.push_back(HexRecord(0x5200, Bytes(128, 0xFD)));
-  lines.push_back(kImage.back());
-  return lines;
-}
-
 Fault On(bus::Command command, Fault fault) {
   fault.command = command;
   return fault;
@@ -57,6 +46,13 @@ TEST(RunResults, JudgeAllEvidence) {
   const Fault refused{.kind = Kind::Code, .value = 0xE1, .command = Checksum};
   const Fault refusedOnce{.kind = Kind::Code, .last = 1, .value = 0xE1, .command = Checksum};
   const auto withoutFile = [](RunProgram& program) { program.tool.FileName.SetText(""); };
+  const auto cancelled = [](RunProgram& program) {
+    program.CancelWhen("Controller 5 : Programming Batch 2");
+  };
+  const auto infoClosed = [](RunProgram& program) {
+    program.computer.When([&] { return program.Row(3) != " "; }, [&] { program.tool.info.ComClose.Press(); });
+  };
+  // clang-format off
   const VerdictCase cases[] = {
       {"parallel", {kParallel}, {}, {}, "good/confirmed good/confirmed", "confirmed the full checksum"},
       {"serial", {kSerial}, {}, {refusedOnce}, "good/proven good/proven", "acknowledged every batch"},
@@ -64,83 +60,28 @@ TEST(RunResults, JudgeAllEvidence) {
       {"without a file", {kInfo}, {}, {}, "read read", "no file to compare", withoutFile},
       {"boot code", {kBoot}, {}, {}, "read read", "boot code"},
       {"Auto", {kAuto}, {}, {}, "found found", "at 9600"},
-      {"a gap that the last digits hide",
-       {kParallel},
-       {},
-       {lost},
-       "good/confirmed contradictory",
-       "refused the full"},
-      {"the same, surveyed",
-       {kParallel, kInfo},
-       {},
-       {lost},
-       "good/read-back contradictory",
-       "refused the full"},
-      {"the same, loaded again", {kParallel, kSerial}, {}, {lost}, "good/proven good/proven", ""},
-      {"refused in spite of all", {kSerial}, {}, {refused}, "good/proven contradictory", "refused the full"},
-      {"damaged answers to the checksum",
-       {kParallel},
-       {},
-       {On(Checksum, {.kind = Kind::Corrupt})},
-       "good/confirmed unconfirmed",
-       "neither"},
-      {"another's answer",
-       {kParallel},
-       {On(Check, {.kind = Kind::Late, .delay = 1150ms})},
-       {On(Batch, {.last = 1}), On(Check, {})},
-       "good/confirmed contradictory",
-       "came from controller 3"},
-      {"one batch lost",
-       {kParallel},
-       {},
-       {On(Batch, {.last = 1})},
-       "good/confirmed not-programmed",
-       "of the file"},
+      {"silent gap", {kParallel}, {}, {lost}, "good/confirmed contradictory", "refused the full"},
+      {"silent gap, surveyed", {kParallel, kInfo}, {}, {lost}, "good/read-back contradictory", "refused the full"},
+      {"silent gap, loaded again", {kParallel, kSerial}, {}, {lost}, "good/proven good/proven", ""},
+      {"refused", {kSerial}, {}, {refused}, "good/proven contradictory", "refused the full"},
+      {"checksum damaged", {kParallel}, {}, {On(Checksum, {.kind = Kind::Corrupt})},
+       "good/confirmed unconfirmed", "neither"},
+      {"another's answer", {kParallel}, {On(Check, {.kind = Kind::Late, .delay = 1150ms})},
+       {On(Batch, {.last = 1}), On(Check, {})}, "good/confirmed contradictory", "came from controller 3"},
+      {"batch lost", {kParallel}, {}, {On(Batch, {.last = 1})}, "good/confirmed not-programmed", "of the file"},
       {"not loaded", {kInfo}, {}, {}, "other-image other-image", "of the file"},
       {"silent", {kInfo}, {}, {{}}, "other-image no-answer", "did not answer"},
-      {"silent after the erase",
-       {kParallel},
-       {},
-       {On(Batch, {.kind = Kind::Dead})},
-       "good/confirmed no-answer",
+      {"silent, erased", {kParallel}, {}, {On(Batch, {.kind = Kind::Dead})}, "good/confirmed no-answer",
        "it did not answer, and it is erased"},
-      {"silent after the full checksum",
-       {kSerial},
-       {},
-       {On(Check, {})},
-       "good/proven no-answer",
+      {"silent, confirmed", {kSerial}, {}, {On(Check, {})}, "good/proven no-answer",
        "it did not answer, but it confirmed the full checksum"},
-      {"damaged",
-       {kParallel},
-       {On(Erase, {.kind = Kind::Corrupt})},
-       {},
-       "damaged-answers not-read",
-       "not erased"},
-      {"refuses the erase",
-       {kSerial},
-       {},
-       {On(Erase, {.kind = Kind::Code, .value = 0xE1})},
-       "good/proven erase-refused",
-       ""},
-      {"cancelled",
-       {kSerial},
-       {},
-       {},
-       "good/proven not-read",
-       "it is erased",
-       [](RunProgram& program) { program.CancelWhen("Controller 5 : Programming Batch 2"); }},
-      {"not begun", {kParallel}, {{}}, {}, "no-answer not-read", "not erased"},
-      {"Info closed",
-       {kParallel},
-       {},
-       {},
-       "good/confirmed good/confirmed",
-       "",
-       [](RunProgram& program) {
-         program.computer.When([&] { return program.Row(3) != " "; },
-                               [&] { program.tool.info.ComClose.Press(); });
-       }},
+      {"damaged", {kParallel}, {On(Erase, {.kind = Kind::Corrupt})}, {}, "damaged-answers not-read", "not erased"},
+      {"erase refused", {kSerial}, {}, {On(Erase, {.kind = Kind::Code, .value = 0xE1})},
+       "good/proven erase-refused", ""},
+      {"cancelled", {kSerial}, {}, {}, "good/proven not-read", "it is erased", cancelled},
+      {"Info closed", {kParallel}, {}, {}, "good/confirmed good/confirmed", "", infoClosed},
   };
+  // clang-format on
   for (const VerdictCase& c : cases) {
     const auto setup = [](int number, const std::vector<Fault>& faults) {
       return bus::ControllerSetup{.number = number, .faults = faults};
