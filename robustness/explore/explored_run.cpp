@@ -26,7 +26,7 @@ constexpr Nanoseconds kLate = 1100ms;  // later than usual: after the time-out a
 constexpr Nanoseconds kEchoDelay = 1ms;
 constexpr Nanoseconds kAnswerAfterEcho = 600ms;
 constexpr Nanoseconds kLongestRun = 30min;  // of virtual time; no run takes as long
-constexpr std::size_t kMostFrames = 200;
+constexpr int kMostFrames = 200;
 
 constexpr const char* kImageName = "image.hex";
 
@@ -79,8 +79,8 @@ void WriteImage(const std::string& folder) {
   std::ofstream(folder + kImageName, std::ios::binary) << kImageLines;
 }
 
-ExploredRun::ExploredRun(const Way& way, const Choices& choices, const std::string& folder)
-    : way_(way), choices_(choices), computer_(folder), tool_(AsComputer()) {
+ExploredRun::ExploredRun(const Way& way, const Choices& choices, const std::string& imageFolder)
+    : FakeComputer(imageFolder), way_(way), choices_(choices), tool_(AsComputer()) {
   for (const int number : {3, 5, kUnticked}) AddController(number);
   Wire(tool_);
   tool_.observers = {&results_, this};
@@ -95,12 +95,8 @@ ExploredRun::ExploredRun(const Way& way, const Choices& choices, const std::stri
   tool_.useBB.SetValue(way.keepSpeed);
   tool_.DownloadSettings = std::to_string(kDownloadBaud) + ",N,8,2";
   StartLink(tool_);
-  tool_.FileName.SetText(folder + kImageName);
+  tool_.FileName.SetText(imageFolder + kImageName);
   for (int i = 0; i < kControllers; ++i) tool_.C(i).SetValue(i == 3 || i == 5);
-}
-
-Computer ExploredRun::AsComputer() {
-  return {computer_, computer_, computer_, computer_, *this, computer_.folder};
 }
 
 /// Each controller has a flash of its own, so that no row can show another's facts unnoticed.
@@ -131,20 +127,22 @@ void ExploredRun::Write(std::span<const std::uint8_t> bytes) {
   const auto choice = choices_.find(frames_++);
   const Event event = choice == choices_.end() ? Event::kDelivered : choice->second;
   const Bytes frame(bytes.begin(), bytes.end());
-  if (sent_.size() >= kMostFrames) throw std::runtime_error("the run sends frames without end");
-  sent_.push_back(frame);
-  broadcasts_.push_back(test::AddresseeOf(frame) < 0);
+  const int to = test::AddresseeOf(frame);
+  if (frames_ > kMostFrames) throw std::runtime_error("the run sends frames without end");
+  if (to != 3 && to != 5 && (to >= 0 || way_.button != &Quillon::ComLoad))
+    wrong_ = "a frame was sent to " + std::to_string(to) + "; ";
+  broadcasts_.push_back(to < 0);
   if (event == Event::kDeviceFails) {
     failed_ = true;
-    computer_.beforeOperation = [] { throw RunError(RunError::kDeviceFailed, "gone"); };
+    beforeOperation = [] { throw RunError(RunError::kDeviceFailed, "gone"); };
   }
   Bytes answer = AnswerTo(frame, event);
-  std::vector<test::Reply> replies;
-  if (way_.echo) replies.push_back({kEchoDelay, frame});
+  std::vector<test::Reply> received;
+  if (way_.echo) received.push_back({kEchoDelay, frame});
   const Nanoseconds delay = way_.echo ? kAnswerAfterEcho : kAnswerDelay;
-  if (!answer.empty()) replies.push_back({event == Event::kLate ? delay + kLate : delay, std::move(answer)});
-  computer_.script.push_back(std::move(replies));
-  computer_.Write(frame);
+  if (!answer.empty()) received.push_back({event == Event::kLate ? delay + kLate : delay, std::move(answer)});
+  script.push_back(std::move(received));
+  FakeComputer::Write(frame);
   Interfere(event);
 }
 
@@ -179,7 +177,7 @@ Bytes ExploredRun::AnswerTo(const Bytes& frame, Event event) {
 Bytes ExploredRun::Deliver(const Bytes& frame, int number) {
   const auto at = controllers_.find(number);
   if (at == controllers_.end()) return {};
-  bus::ReceivedFrame received{.format = {.baud = computer_.baud}, .bytes = frame};
+  bus::ReceivedFrame received{.format = {.baud = baud}, .bytes = frame};
   const auto answer = at->second.Receive(received, random_);
   if (answer && test::CommandOf(frame) == bus::Command::Batch) ++batchesTaken_[number];
   return answer ? answer->bytes : Bytes{};
@@ -196,15 +194,15 @@ Bytes ExploredRun::AnswerOfOther(Bytes frame, int number) {
   frame.resize(3 + frame[2]);
   frame[0] = controllers_.at(number).Protocol();
   frame[1] = own;
-  const int baud = std::exchange(computer_.baud, controllers_.at(number).Baud());
+  const int former = std::exchange(baud, controllers_.at(number).Baud());
   Bytes answer = Deliver(bus::CloseFrame(frame), number);
-  computer_.baud = baud;
+  baud = former;
   return answer;
 }
 
 void ExploredRun::Interfere(Event event) {
   if (event != Event::kCancel && event != Event::kClose) return;
-  computer_.At(computer_.Time() + 1ms, [this, event] {
+  At(Time() + 1ms, [this, event] {
     framesAtCancel_ = frames_;
     if (event == Event::kClose) {
       tool_.Close();
@@ -220,7 +218,7 @@ std::string ExploredRun::Violation() {
   } catch (const std::runtime_error& error) {
     return error.what();
   }
-  std::string wrong = WrongFrames() + WrongEnd();
+  std::string wrong = wrong_ + FramesAfterCancel() + WrongEnd();
   for (const int y : kTicked) wrong += WrongVerdict(y) + WrongEvidence(y);
   if (controllers_.at(kUnticked).Flash() != flashBefore_[kUnticked]) wrong += "controller 7 was changed; ";
   return wrong;
@@ -272,27 +270,21 @@ void ExploredRun::OnRunEvent(const RunEvent& event) {
 
 bool ExploredRun::OneOtherAnsweredAll() const { return ownAnswers_ == 0 && otherNumbers_.size() == 1; }
 
-/// No frame to a controller that was not chosen, and few after Cancel: the exchange under way sends no more;
-/// the check of a serial download asks once at each speed that is left, on protocol 3 with a move before.
-std::string ExploredRun::WrongFrames() const {
-  for (const Bytes& frame : sent_) {
-    const int to = test::AddresseeOf(frame);
-    const bool broadcast = to < 0 && way_.button == &Quillon::ComLoad;
-    if (to != 3 && to != 5 && !broadcast) return "a frame was sent to " + std::to_string(to) + "; ";
-  }
+/// Few frames after Cancel: the exchange under way sends no more; the check of a serial download asks once at
+/// each speed that is left, on protocol 3 with a move before.
+std::string ExploredRun::FramesAfterCancel() const {
   if (framesAtCancel_ < 0) return "";
-  const int speeds = static_cast<int>(std::size(kSpeeds));
-  const int allowed = way_.button == &Quillon::ComLoad00 ? speeds * (way_.prot3 ? 2 : 1) : 1;
+  const int atEachSpeed = static_cast<int>(std::size(kSpeeds));
+  const int allowed = way_.button == &Quillon::ComLoad00 ? atEachSpeed * (way_.prot3 ? 2 : 1) : 1;
   const int after = frames_ - framesAtCancel_;
   return after <= allowed ? "" : std::to_string(after) + " frames were sent after Cancel; ";
 }
 
 std::string ExploredRun::WrongEnd() const {
   std::string wrong;
-  if (computer_.Time() > kLongestRun)
-    wrong += "the run took " + std::to_string(computer_.Time() / 1min) + " min; ";
+  if (Time() > kLongestRun) wrong += "the run took " + std::to_string(Time() / 1min) + " min; ";
   if (tool_.run.UnderWay()) wrong += "the run did not end; ";
-  if (computer_.open && !failed_) wrong += "the port is open; ";
+  if (open && !failed_) wrong += "the port is open; ";
   if (tool_.message.Visible() && !failed_) wrong += "Message is open; ";
   return wrong;
 }

@@ -50,10 +50,10 @@ void WriteImage(const std::string& folder);
 
 /// A whole program at a line with the controllers 3 and 5, which are ticked, and 7, which is not. A run under
 /// virtual time, in which `choices` says what happens to each frame.
-class ExploredRun final : private SerialDevice, private RunObserver {
+class ExploredRun final : private test::FakeComputer, private RunObserver {
  public:
-  /// `folder` ends with a separator and contains the image, see WriteImage.
-  ExploredRun(const Way& way, const Choices& choices, const std::string& folder);
+  /// `imageFolder` ends with a separator and contains the image, see WriteImage.
+  ExploredRun(const Way& way, const Choices& choices, const std::string& imageFolder);
 
   /// Presses the button and compares what the program reports with the controllers' flash. Returns what is
   /// wrong, or "".
@@ -64,17 +64,9 @@ class ExploredRun final : private SerialDevice, private RunObserver {
   bool IsBroadcast(int frame) const { return broadcasts_[static_cast<std::size_t>(frame)]; }
 
  private:
-  void Open(int number, const LineSettings& settings) override { computer_.Open(number, settings); }
-  void Close() override { computer_.Close(); }
-  void Configure(const LineSettings& settings) override { computer_.Configure(settings); }
   void Write(std::span<const std::uint8_t> bytes) override;
-  std::size_t Waiting() override { return computer_.Waiting(); }
-  Bytes Read() override { return computer_.Read(); }
-  PortDescription Describe(int number) const override { return computer_.Describe(number); }
-
   void OnRunEvent(const RunEvent& event) override;
 
-  Computer AsComputer();
   void AddController(int number);
   Bytes AnswerTo(const Bytes& frame, Event event);
   Bytes Deliver(const Bytes& frame, int number);
@@ -83,21 +75,20 @@ class ExploredRun final : private SerialDevice, private RunObserver {
   std::string WrongVerdict(int y);
   std::string WrongEvidence(int y) const;
   bool OneOtherAnsweredAll() const;
-  std::string WrongFrames() const;
+  std::string FramesAfterCancel() const;
   std::string WrongEnd() const;
 
   const Way& way_;
   const Choices& choices_;
-  test::FakeComputer computer_;
   std::map<int, bus::Controller> controllers_;
   std::map<int, Bytes> flashBefore_;
   std::map<int, int> batchesTaken_;  ///< and acknowledged, by each controller
   bus::Random random_;
   Quillon tool_;
   RunResults results_;
-  int frames_ = 0;
+  int frames_ = 0;     ///< sent
+  std::string wrong_;  ///< a frame that the run must not send
   std::vector<bool> broadcasts_;
-  std::vector<Bytes> sent_;
   int ownAnswers_ = 0;  ///< intact answers with the number of the controller that was asked
   std::set<int> otherNumbers_;
   int framesAtCancel_ = -1;  ///< sent when Cancel was pressed; -1: it was not
