@@ -1,16 +1,13 @@
 #pragma once
 
-#include <array>
 #include <functional>
 #include <map>
-#include <random>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "forms/quillon.h"
-#include "support/fake_computer.h"
-#include "support/witness.h"
+#include "support/test_program.h"
 
 namespace quillon::soak {
 
@@ -20,156 +17,134 @@ using Button = CommandButton Quillon::*;
 
 class Session;
 
-/// One thing that the operator does, or that happens to the line.
+/// One action of the operator, or one event on the line.
 struct Step {
-  Nanoseconds at;
-  std::string words;  ///< for the report of a broken session
+  std::string words;  ///< for the report of a violation
   std::function<void(Session&)> act;
+  Nanoseconds at{};
 };
 
-/// What a session begins with, and the steps of its operator in the order of their time.
+struct HexFile {
+  std::string text;
+  Bytes flash;  ///< of a controller that was loaded with it; empty: the file is damaged
+};
+
+/// A line with its controllers, the files of the program's folder, and the steps in the order of their time.
 struct Scenario {
   std::uint64_t seed = 0;
   bus::LineOptions line{};
-  std::vector<bus::ControllerSetup> controllers;
-  std::string settings;                      ///< "Quillon.cfg"
-  std::map<std::string, std::string> files;  ///< HEX files in the program's folder
-  std::map<std::string, Bytes> images;       ///< the flash that each good one of them makes
-  std::vector<Step> steps;
+  std::vector<bus::ControllerSetup> controllers{};
+  std::map<std::string, HexFile> files{};
+  std::vector<Step> steps{};
 };
 
-/// A scenario as the seed has it.
-Scenario Invent(std::uint64_t seed);
+/// The scenario of a seed, the same on every machine.
+Scenario RandomScenario(std::uint64_t seed);
 
-/// Rare states. A long soak that never reaches one of them does not test it.
-enum class Probe {
-  kRefusedButEqual,    // the controller refused the full checksum, and the read-back equals the file's
-  kRefusedErase,       // three times
-  kLaterSend,          // the second or third send of a frame got a good answer
-  kOtherAnswered,      // a good answer names another controller
-  kEcho,               // the frame came back before the answer
-  kCancelInDrain,      // Cancel while bytes of a frame were still leaving
-  kCancelInPause,      // Cancel while the status of a failure was shown
-  kClosedInRun,        // the main window was closed
-  kUntickedInRun,      // a controller that took part
-  kImageReplaced,      // the chosen file changed during a download
-  kFailedWhileErased,  // the device failed between two batches
-  kErasedAndLeft,      // a download ended with an erased controller that got no batch
-  kPortLeftOpen,       // by a failed run, and the next run begins
-  kPortTaken,          // another program has the port when a run begins
-  kCount
+/// Rare states. A long soak must reach each of them, since it tests nothing else about them.
+inline constexpr const char* kRareStates[] = {
+    "checksum refused, read-back equal",
+    "erase refused three times",
+    "later send answered",
+    "answer of another controller",
+    "echo",
+    "Cancel while a frame leaves",
+    "Cancel in the pause of a failure",
+    "main window closed in a run",
+    "controller unticked in a run",
+    "file replaced during a download",
+    "device failed while controllers were erased",
+    "controller left erased",
+    "port left open by a failed run",
+    "port taken by another program",
 };
-const char* NameOf(Probe probe);
 
-/// How much was checked. A soak in which little happened proves little.
 struct Counts {
   std::size_t runs = 0;
-  std::size_t frames = 0;
-  std::size_t cancelled = 0;
-  std::size_t failed = 0;  // runs with a run-error box
-  std::size_t goodRows = 0;
-  std::array<std::size_t, static_cast<std::size_t>(Probe::kCount)> reached{};
-  Counts& operator+=(const Counts& more);
+  std::set<std::string_view> reached{};  ///< rare states
 };
 
-/// One program from start to end: the operator goes through the steps, and what must never be is looked at
-/// after each run and at the end.
-class Session : private RunObserver {  // observes for the probes alone: no check depends on an event
+/// One program from its start to its end, with the rules that are checked after each run and at the end. It
+/// observes run events for the rare states alone: no rule depends on an event.
+class Session : public test::TestProgram, private RunObserver {
  public:
-  explicit Session(const Scenario& scenario);
-  Session(const Session&) = delete;
-  Session& operator=(const Session&) = delete;
+  /// Adds to `counts`.
+  Session(const Scenario& scenario, Counts& counts);
 
-  /// Plays it. Returns what was broken first; empty when all was well.
+  /// Executes the steps. Returns the first violation of a rule, or "".
   std::string Play();
-  const Counts& Counted() const { return counts_; }
 
   // What steps do.
-  void Press(Button button);
-  void Cancel(bool byTheFrame);
-  void Leave();
-  void Tick(int number, bool ticked);
+  void PressRun(Button button);
+  void Cancel(bool byCloseBox);
   void Choose(const std::string& file);
-  void WriteFile(const std::string& name, const std::string& contents);
   void Overwrite(const std::string& name, const std::string& byName);
-  void RemoveFile(const std::string& name);
-  void PullAdapter(Nanoseconds howLong);
-  void TakePort(Nanoseconds howLong);
-  void AddNoise(std::uint64_t noiseSeed, Nanoseconds howLong);
-  void StallOutput(Nanoseconds howLong);
-  void RefuseAsOther();  ///< a controller that was not asked refuses: no row may show that as its own
-
-  test::FakeComputer computer;
-  bus::Bus bus;
-  Quillon tool;
+  void PullAdapter(Nanoseconds duration);
+  void TakePort(Nanoseconds duration);  ///< as another program does
+  void AddNoise(Nanoseconds duration);
+  void StallOutput(Nanoseconds duration);
+  void RefuseAsOther();  ///< a controller that was not asked refuses
 
  private:
-  /// What stood when a run began, to be held against what stands after it.
+  /// The current or last run; what the controls showed when it began.
   struct Run {
     Button button = nullptr;
-    std::size_t firstFrame = 0;
-    std::size_t firstBox = 0;
-    std::size_t framesAtCancel = kNever;
-    std::size_t firstAnswer = 0;
-    std::set<int> ticked{};          // at any time of the run
-    std::set<int> alwaysTicked{};    // all the time
-    std::set<std::string> images{};  // that the chosen file held at any time of the run
     std::vector<std::string> rows{};
-    std::string timeOut;
-    std::string speed;
-    bool mayKeepSpeed = false;  // the file allowed it at some time
-    bool protocol3 = false;     // ticked at some time
-    bool portTaken = false;     // by another program, at some time
-    bool disturbed = false;     // output was stalled, or another controller answered
+    std::set<int> ticked{};            // at any time of the run
+    std::set<int> alwaysTicked{};      // all the time
+    std::set<const HexFile*> files{};  // that were chosen at any time of the run
+    std::vector<int> failures{};       // numbers of the run-error boxes, known at its end
+    std::size_t framesAtCancel = kNever;
+    bool protocol3 = false;  // ticked at some time
+    bool portTaken = false;  // by another program, at some time
+    bool disturbed = false;  // output was stalled, or another controller answered
   };
   static constexpr std::size_t kNever = static_cast<std::size_t>(-1);
 
   void FailLine();
-  void ArmNext();
-  void EndAtLast();
-  void Complain(const std::string& what);
-  void NoteChoices();
-  std::string RowText(int y) const;
-  bool FailureShown(int number = 0) const;
-  bool Interrupted() const;
-  void Reach(Probe probe);
+  void ScheduleNextStep();
+  void ScheduleEnd();
+  void RecordChoices();
+  void Violate(const std::string& rule);
+  void Reach(const char* rareState) { counts_.reached.insert(rareState); }
   void OnRunEvent(const RunEvent& event) override;
-  void LookAfterRun();
-  void LookAtSends();
-  void LookAtErase();
-  void LookAtFrames();
-  void LookAtFramesAfterCancel();
-  bool MayFollowCancel(std::size_t frame) const;
-  void LookAtRows();
-  void LookAtMark(int y);
-  void LookAtFacts(int y, bool changed);
-  void LookAtNewRow(int y);
-  void LookAtControls();
-  void LookAfterEnd();
-  std::string ReadBack(const std::string& name) const;
+
+  bool IsDownload() const { return run_.button == &Quillon::ComLoad || run_.button == &Quillon::ComLoad00; }
+  bool Interrupted() const;
+  std::string RowText(int y) const;
+
+  void CheckRun();
+  void CheckFrames();
+  void CheckFramesAfterCancel();
+  void CheckSends();
+  void CheckErase();
+  void CheckRow(int y);
+  void CheckNewRow(int y);
+  void CheckControls();
+  void CheckEnd();
+  void CheckLog();
+  void CheckSettings();
 
   const Scenario& scenario_;
-  std::size_t next_ = 0;
-  Counts counts_;
-  std::string broken_;
-  Nanoseconds pulledUntil_{};
-  Nanoseconds takenUntil_{};
-  bool lost_ = false;  // the adapter was pulled while its port was open
+  Counts& counts_;
+  bus::Bus bus_;
+  std::size_t next_ = 0;  // step
+  std::string violation_;
   Run run_;
   bool running_ = false;
-  bool autoRan_ = false;
-  std::set<int> everTicked_;
-  std::map<int, Bytes> flashAtStart_;
-  std::map<std::string, std::string> imageIn_;             // a file's image, by the good file that it was in
+  Nanoseconds pulledUntil_{};
+  Nanoseconds takenUntil_{};
+  bool lost_ = false;                                      // the adapter was pulled while its port was open
+  std::set<int> present_;                                  // controllers on the line
+  std::map<std::string, const HexFile*> contents_;         // of each file, by its name
   std::vector<std::vector<test::SentBytes>> framesToLog_;  // of each run
-  std::set<std::string> answersToLog_;                     // version and checksum of each good row, as logged
-  std::set<int> outdated_;  // rows of an interrupted run, whose controllers changed without an answer
-  std::size_t framesAtExit_ = kNever;
+  std::set<std::string> answersToLog_;  // version and checksum of each good row, as the log shows them
+  std::set<int> outdated_;  // rows that an interrupted run left as they were, and that may be wrong now
 
-  // For the probes.
+  // For the rare states.
   Nanoseconds stepAt_{};  // when the current step was due
-  int send_ = 0;          // of the exchange under way
-  bool failureStatus_ = false;
+  int send_ = 0;          // of the current exchange
+  bool failureShown_ = false;
   bool programming_ = false;
   std::set<int> refused_;  // the full checksum
 };
