@@ -128,6 +128,16 @@ TEST_F(Places, WindowsAreOfTheirKindAndInTheMiddle) {
     EXPECT_LE((window->geometry().center() - middle).manhattanLength(), kFrame);
 }
 
+TEST_F(Places, ALabelNeverReachesIntoItsNeighbour) {
+  struct Row : Form {
+    explicit Row(Screen& screen) : Form(screen, "Row", "", Border::kFixed, 6000, 1000) {}
+    Label first{*this, "first", {100, 100, 300, 195}, {.text = "a text that is too long for its place"}};
+    TextBox second{*this, "second", {1500, 60, 900, 285}, {}};
+  } row(screen);
+  row.Show();
+  EXPECT_LE(Drawn(row, row.first)->geometry().right(), Drawn(row, row.second)->x());
+}
+
 // The next two run with larger fonts too.
 
 TEST_F(Places, ControlsAreInsideTheirWindowAndDoNotOverlap) {
