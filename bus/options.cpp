@@ -2,7 +2,6 @@
 // --fault and of the physical causes have a grammar of their own (grammar.h).
 #include "bus/options.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdint>
 #include <functional>
@@ -11,7 +10,7 @@
 
 #include "bus/grammar.h"
 #include "bus/number.h"
-#include "tools/command_line/manual_formatter.h"
+#include "tools/command_line/program.h"
 
 namespace bus {
 namespace {
@@ -217,11 +216,8 @@ Options ParseOptions(std::span<const std::string> arguments) {
   int delay = 5;
   bool quick = false;
 
-  CLI::App app(kDescription, "quillon-bus");
-  app.formatter(std::make_shared<quillon::ManualFormatter>());
-  app.footer(kFooter);
-  app.set_help_flag("-h,--help", "print this text");
-  app.set_version_flag("--version", "quillon-bus " QUILLON_VERSION "\n", "print the version");
+  quillon::CommandLine app("quillon-bus", kDescription, kFooter);
+  app.AddHelp(QUILLON_VERSION "\n");
   app.option_defaults()->take_last();
   const auto add = [&app](const char* name, auto& target, const char* type, const char* help) {
     return app.add_option(name, target, help)->type_name(type);

@@ -3,7 +3,8 @@
 #include "command_line/arguments.h"
 
 #include <QRegularExpression>
-#include <stdexcept>
+
+#include "command_line/exit_error.h"
 
 namespace quillon {
 
@@ -29,7 +30,8 @@ QList<int> ParseControllers(const QString& list) {
     const auto first = NumberWithin(word.section('-', 0, 0), 0, kLastController);
     const auto last = word.contains('-') ? NumberWithin(word.section('-', 1), 0, kLastController) : first;
     if (!first || !last || *last < *first) {
-      throw std::invalid_argument(
+      throw ExitError(
+          kUsageStatus,
           ("\"" + word + "\" is not a controller. Give numbers from 0 to 31, such as 1,2,5 or 0-3,7.")
               .toStdString());
     }

@@ -16,8 +16,8 @@ std::vector<std::string> WordsToParse(const QStringList& arguments);
 /// A whole number of digits only, without a sign or blanks, from `low` to `high`; nothing for other words.
 std::optional<int> NumberWithin(const QString& word, int low, int high);
 
-/// The controllers of a list such as "1,2,5" or "0-3,7", in its order. Raises std::invalid_argument; its text
-/// names the wrong part.
+/// The controllers of a list such as "1,2,5" or "0-3,7", in its order. Raises ExitError with kUsageStatus;
+/// its text names the wrong part.
 QList<int> ParseControllers(const QString& list);
 
 }  // namespace quillon

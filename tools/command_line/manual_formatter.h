@@ -2,7 +2,6 @@
 
 #include <CLI/CLI.hpp>
 #include <cctype>
-#include <iostream>
 #include <set>
 #include <sstream>
 #include <string>
@@ -82,14 +81,5 @@ class ManualFormatter : public CLI::Formatter {
     return lines + line + '\n';
   }
 };
-
-/// Prints the help, the version, or the error in the command line. Returns the exit status: 0, 2 for an
-/// error, 4 if the output can't be written.
-inline int PrintAndGetStatus(const CLI::App& app, const CLI::ParseError& error) {
-  constexpr int kUsage = 2;
-  constexpr int kFile = 4;
-  if (app.exit(error) != 0) return kUsage;
-  return std::cout.flush() ? 0 : kFile;
-}
 
 }  // namespace quillon

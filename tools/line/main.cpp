@@ -9,7 +9,7 @@
 #include <set>
 
 #include "command_line/arguments.h"
-#include "command_line/manual_formatter.h"
+#include "command_line/program.h"
 #include "commands/frames.h"
 #include "desktop/desktop_clock.h"
 #include "desktop/desktop_events.h"
@@ -110,12 +110,8 @@ std::optional<int> ParseCommandLine(Options& options) {
   const auto add = [&options](const std::vector<std::string>& lists) {
     for (const std::string& list : lists) AddControllers(list, options);
   };
-  CLI::App app(kDescription, "quillon-line");
-  app.formatter(std::make_shared<ManualFormatter>());
-  app.footer(kFooter);
-  app.allow_windows_style_options(false);  // a path can begin with a slash
-  app.set_help_flag("-h,--help", "print this text");
-  app.set_version_flag("--version", "quillon-line " QUILLON_VERSION, "print the version");
+  CommandLine app("quillon-line", kDescription, kFooter);
+  app.AddHelp(QUILLON_VERSION);
   app.add_option_function<std::vector<std::string>>("CONTROLLERS", add)->required();
   const auto number = [&app](const char* name, int& target, int low, int high, const char* help) {
     return app.add_option(name, target, help)->type_name("N")->check(CLI::Range(low, high).description(""));
@@ -134,16 +130,10 @@ std::optional<int> ParseCommandLine(Options& options) {
       ->excludes(json);
   app.add_option("--html", options.html, "write a page with a plot for each controller")->type_name("FILE");
   app.add_option("--record", options.record, "write a job record into a folder")->type_name("DIR");
-  try {
-    app.parse(WordsToParse(QCoreApplication::arguments()));
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : static_cast<int>(ErrorCategory::kUsage);
-  } catch (const std::invalid_argument& error) {
-    throw Failure(ErrorCategory::kUsage, error.what());
-  }
+  const auto status = app.Parse(WordsToParse(QCoreApplication::arguments()));
   options.plan.protocolByte = static_cast<std::uint8_t>(protocol + 1);
   options.plan.timeout = timeout / 1000.0;
-  return std::nullopt;
+  return status;
 }
 
 void Print(const std::string& text) {
@@ -230,26 +220,16 @@ ErrorCategory Run(Options options) {
   return status;
 }
 
-int RunWithErrors() {
-  try {
-    Options options;
-    if (const auto status = ParseCommandLine(options)) return *status;
-    return static_cast<int>(Run(std::move(options)));
-  } catch (const Failure& failure) {
-    std::fprintf(stderr, "quillon-line: %s\n", failure.what());
-    return static_cast<int>(failure.category);
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "quillon-line: %s\n", error.what());
-    return static_cast<int>(ErrorCategory::kFile);
-  }
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
   system_files::OpenMissingStreams();
   const QCoreApplication application(argc, argv);
   console::Prepare();
-  const int status = RunWithErrors();
-  return std::ferror(stdout) == 0 ? status : static_cast<int>(ErrorCategory::kFile);
+  const int status = RunProgram("quillon-line", [] {
+    Options options;
+    if (const auto answered = ParseCommandLine(options)) return *answered;
+    return static_cast<int>(Run(std::move(options)));
+  });
+  return std::ferror(stdout) == 0 ? status : kFileStatus;
 }

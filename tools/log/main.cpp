@@ -1,12 +1,11 @@
 // quillon-log explains a log of the tool. This file has its documentation, command line and exit status.
 #include <cstdint>
-#include <exception>
 #include <iostream>
 #include <iterator>
 #include <stdexcept>
 #include <string>
 
-#include "command_line/manual_formatter.h"
+#include "command_line/program.h"
 #include "log/log_report.h"
 #include "platform/system_files.h"
 #include "platform/text_file.h"
@@ -65,8 +64,6 @@ EXAMPLES
     quillon-log --summary Log.txt
 )";
 
-constexpr int kFile = 4;
-
 std::string ReadStandardInput() {
   std::string text(std::istreambuf_iterator<char>(std::cin), {});
   if (text.size() > UINT32_MAX) throw std::runtime_error("the standard input has more than 4 GiB");
@@ -74,33 +71,21 @@ std::string ReadStandardInput() {
 }
 
 int Run(int argc, char** argv) {
-  CLI::App app(kDescription, "quillon-log");
-  app.formatter(std::make_shared<quillon::ManualFormatter>());
-  app.footer(kFooter);
+  quillon::CommandLine app("quillon-log", kDescription, kFooter);
   std::string file = "-";
   bool summary = false;
   app.add_option("LOG", file);
   app.add_flag("-s,--summary", summary, "print only the first two parts");
-  app.set_help_flag("-h,--help", "print this text");
-  app.set_version_flag("--version", "quillon-log " QUILLON_VERSION, "print the version");
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return quillon::PrintAndGetStatus(app, error);
-  }
+  app.AddHelp(QUILLON_VERSION);
+  if (const auto status = app.Parse(argc, argv)) return *status;
   const std::string log = file == "-" ? ReadStandardInput() : quillon::ReadFile(file);
   quillon::WriteLogReport(log, summary ? quillon::Detail::kSummary : quillon::Detail::kEverything, std::cout);
-  return std::cout.flush() ? 0 : kFile;
+  return std::cout.flush() ? 0 : quillon::kFileStatus;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   quillon::system_files::OpenMissingStreams();
-  try {
-    return Run(argc, argv);
-  } catch (const std::exception& error) {
-    std::cerr << std::string("quillon-log: ") + error.what() + '\n';
-    return kFile;
-  }
+  return quillon::RunProgram("quillon-log", [=] { return Run(argc, argv); });
 }

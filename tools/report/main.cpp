@@ -1,15 +1,13 @@
 // quillon-report prints job records as pages. This file has its documentation, command line and exit status.
 #include <QFileInfo>
 #include <QGuiApplication>
-#include <cstdio>
-#include <exception>
 #include <iostream>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "command_line/arguments.h"
-#include "command_line/manual_formatter.h"
+#include "command_line/program.h"
 #include "platform/system_files.h"
 #include "report/report.h"
 
@@ -56,8 +54,6 @@ EXAMPLES
     quillon-report --csv *.jsonl >jobs.csv
 )";
 
-constexpr int kFile = 4;
-
 struct Options {
   std::vector<std::string> files;
   std::string known;
@@ -71,8 +67,6 @@ struct NamedRecord {
   quillon::JobRecord record;
 };
 
-void PrintError(const std::string& reason) { std::cerr << "quillon-report: " + reason + '\n'; }
-
 std::vector<NamedRecord> ReadAll(const std::vector<std::string>& files, bool& complete) {
   std::vector<NamedRecord> records;
   for (const std::string& file : files) {
@@ -80,7 +74,7 @@ std::vector<NamedRecord> ReadAll(const std::vector<std::string>& files, bool& co
       const QString path = QString::fromStdString(file);
       records.push_back({QFileInfo(path).fileName(), quillon::ReadRecord(path)});
     } catch (const std::runtime_error& error) {
-      PrintError(file + ": " + error.what());
+      std::cerr << "quillon-report: " + file + ": " + error.what() + '\n';
       complete = false;
     }
   }
@@ -107,10 +101,7 @@ void Print(const std::vector<NamedRecord>& records, const Options& options) {
 /// Returns a status that ends the program, or nothing when there is work.
 std::optional<int> ParseCommandLine(int argc, char** argv, Options& options) {
   const QCoreApplication withoutWindows(argc, argv);
-  CLI::App app(kDescription, "quillon-report");
-  app.formatter(std::make_shared<quillon::ManualFormatter>());
-  app.footer(kFooter);
-  app.allow_windows_style_options(false);  // a path can begin with a slash
+  quillon::CommandLine app("quillon-report", kDescription, kFooter);
   app.add_option("FILE", options.files)->required();
   auto* html = app.add_flag("--html", options.html, "print HTML");
   auto* csv = app.add_flag("--csv", options.csv,
@@ -123,14 +114,8 @@ std::optional<int> ParseCommandLine(int argc, char** argv, Options& options) {
   app.add_option("--known", options.known,
                  "name the firmware of each controller by its checksum, from the HEX files in this folder")
       ->type_name("DIR");
-  app.set_help_flag("-h,--help", "print this text");
-  app.set_version_flag("--version", "quillon-report " QUILLON_VERSION, "print the version");
-  try {
-    app.parse(quillon::WordsToParse(QCoreApplication::arguments()));
-    return std::nullopt;
-  } catch (const CLI::ParseError& error) {
-    return quillon::PrintAndGetStatus(app, error);
-  }
+  app.AddHelp(QUILLON_VERSION);
+  return app.Parse(quillon::WordsToParse(QCoreApplication::arguments()));
 }
 
 int Run(int argc, char** argv) {
@@ -145,7 +130,7 @@ int Run(int argc, char** argv) {
   const QGuiApplication application(argumentCount, argv);
   bool complete = true;
   Print(ReadAll(options.files, complete), options);
-  return complete && std::cout.flush() ? 0 : kFile;
+  return complete && std::cout.flush() ? 0 : quillon::kFileStatus;
 }
 
 }  // namespace
@@ -154,10 +139,5 @@ int main(int argc, char** argv) {
   quillon::system_files::OpenMissingStreams();
   qInstallMessageHandler(
       [](QtMsgType, const QMessageLogContext&, const QString&) {});  // drops Qt's warnings about the desktop
-  try {
-    return Run(argc, argv);
-  } catch (const std::exception& error) {
-    PrintError(error.what());
-    return kFile;
-  }
+  return quillon::RunProgram("quillon-report", [=] { return Run(argc, argv); });
 }

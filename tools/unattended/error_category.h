@@ -1,7 +1,8 @@
 #pragma once
 
 #include <QString>
-#include <stdexcept>
+
+#include "command_line/exit_error.h"
 
 namespace quillon {
 
@@ -22,8 +23,9 @@ ErrorCategory Worse(ErrorCategory one, ErrorCategory other);
 ErrorCategory BoxCategory(int number, const QString& text);
 
 /// An error that ends the work; the text names the thing and what to do.
-struct Failure : std::runtime_error {
-  Failure(ErrorCategory kind, const QString& reason) : runtime_error(reason.toStdString()), category(kind) {}
+struct Failure : ExitError {
+  Failure(ErrorCategory kind, const QString& reason)
+      : ExitError(static_cast<int>(kind), reason.toStdString()), category(kind) {}
   ErrorCategory category;
 };
 

@@ -2,7 +2,6 @@
 // window or port is used. kDescription and kFooter below are the documentation of the program.
 #include "unattended/task.h"
 
-#include <CLI/CLI.hpp>
 #include <QDir>
 #include <QFileInfo>
 #include <algorithm>
@@ -12,7 +11,7 @@
 #include <memory>
 
 #include "command_line/arguments.h"
-#include "command_line/manual_formatter.h"
+#include "command_line/program.h"
 #include "forms/quillon.h"
 
 namespace quillon {
@@ -186,7 +185,7 @@ Task::Step ParseStep(const QString& words) {
   }
   try {
     step.controllers = ParseControllers(words.section(':', 1));
-  } catch (const std::invalid_argument& error) {
+  } catch (const ExitError& error) {
     Refuse(words + ": " + error.what());
   }
   return step;
@@ -217,7 +216,7 @@ QString CheckControllers(const QString& value) {
   try {
     ParseControllers(value);
     return "";
-  } catch (const std::invalid_argument& error) {
+  } catch (const ExitError& error) {
     return error.what();
   }
 }
@@ -305,8 +304,8 @@ bool Parse(CLI::App& app, std::vector<std::string> words, Task& task) {
     return true;
   } catch (const CLI::CallForHelp&) {
     task.answer = QString::fromStdString(app.help());
-  } catch (const CLI::CallForVersion&) {
-    task.answer = "quillon-unattended " QUILLON_VERSION "\n";
+  } catch (const CLI::CallForVersion& version) {
+    task.answer = QString(version.what()) + "\n";
   } catch (const CLI::ValidationError& error) {
     Refuse(error.what());
   } catch (const CLI::ParseError& error) {
@@ -342,10 +341,7 @@ Task ParseCommandLine(const QStringList& arguments) {
   Task task;
   QString controllers;
   std::vector<std::string> steps;
-  CLI::App app(kDescription, "quillon-unattended");
-  app.formatter(std::make_shared<ManualFormatter>());
-  app.footer(kFooter);
-  app.allow_windows_style_options(false);  // a path can begin with a slash
+  CommandLine app("quillon-unattended", kDescription, kFooter);
   CLI::Option* hex = Add(app, kHex, task.hex);
   Add(app, kPort, task.port);
   Add(app, kSpeed, task.speed);
@@ -362,8 +358,7 @@ Task ParseCommandLine(const QStringList& arguments) {
          "--forecast", task.forecastOnly,
          "print batches and seconds of downloads, and run nothing; needs --speed, and --delay for parallel")
       ->excludes(resume);
-  app.set_help_flag("-h,--help", "print this text");
-  app.set_version_flag("--version", "", "print the version");
+  app.AddHelp(QUILLON_VERSION);
   app.add_option("STEP", steps)->excludes(resume);
 
   if (!Parse(app, WordsToParse(arguments), task)) return task;
