@@ -2,6 +2,7 @@
 // lines, and Work() writes them to the file.
 #include "records/record_writer.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
 #include <QJsonDocument>
@@ -40,8 +41,11 @@ void RecordWriter::Write(const QJsonObject& line, bool flush) {
 }
 
 void RecordWriter::Wait() {
-  std::unique_lock lock(mutex_);
-  changed_.wait(lock, [this] { return items_.empty(); });
+  {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return items_.empty(); });
+  }
+  QCoreApplication::sendPostedEvents(&context_);
 }
 
 /// Removes an item after its execution, so that an empty queue means that all is written.

@@ -28,7 +28,7 @@ class RecordWriter {
   /// `flush`: the line and all lines before it are written to the disk.
   void Write(const QJsonObject& line, bool flush);
 
-  /// Returns when all lines are written, and a failure is queued as an event of the calling thread.
+  /// Returns when all lines are written. A failure was then reported.
   void Wait();
 
  private:

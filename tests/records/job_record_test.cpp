@@ -272,7 +272,6 @@ TEST(JobRecord, HasAFileOfItsOwnForEachRun) {
     program.Press(kInfo);
     program.Press(kInfo);
     recorder.Wait();
-    QCoreApplication::processEvents();
   };
   recordTwo(folder.path());
   const QStringList names = QDir(folder.path()).entryList(QDir::Files);

@@ -116,10 +116,7 @@ ErrorCategory RunSteps(const Task& task, const std::string& folder, OutputFormat
   program.Start();
   QTimer::singleShot(0, &application, [&] { runner.Work(); });
   program.ServeUntilEnd();
-  if (recorder) {
-    recorder->Wait();
-    QApplication::processEvents();  // reports a record that could not be written
-  }
+  if (recorder) recorder->Wait();
   runner.ReportEnd();
   return runner.Outcome();
 }
