@@ -179,6 +179,14 @@ bool IsCut(const QList<QByteArray>& lines, qsizetype line) {
 
 }  // namespace
 
+void AddVerdict(const Verdict& verdict, QJsonObject& fields) {
+  fields["good"] = verdict.good;
+  fields["verdict"] = QString::fromStdString(verdict.word);
+  fields["evidence"] = QString::fromStdString(verdict.evidence);
+  fields["reason"] = QString::fromStdString(verdict.reason);
+  fields["advice"] = QString::fromStdString(verdict.advice);
+}
+
 QJsonObject RecordLine(const char* event, double seconds, QJsonObject fields) {
   fields["event"] = event;
   fields["seconds"] = std::round(seconds * 1000) / 1000;

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "results/verdict.h"
+
 namespace quillon {
 
 inline constexpr int kRecordFormat = 1;  ///< the version of the format that docs/job-record.md documents
@@ -17,6 +19,9 @@ QString Sha256(const std::string& contents);
 
 /// A line of a record: the fields, the event, and the seconds since the run began.
 QJsonObject RecordLine(const char* event, double seconds, QJsonObject fields);
+
+/// Adds the fields of a verdict: `good`, `verdict`, `evidence`, `reason` and `advice`.
+void AddVerdict(const Verdict& verdict, QJsonObject& fields);
 
 /// The contents of the first line of each record.
 struct JobFacts {

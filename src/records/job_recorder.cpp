@@ -177,18 +177,10 @@ void RecordLines::Add(const RunFailure& e) {
 }
 
 MissingBatches RecordLines::PutResult(int controller, const Tally& tally) {
-  const Verdict verdict = results_.VerdictOf(controller);
-  QJsonObject result{{"controller", controller},
-                     {"acknowledged", tally.acknowledged},
-                     {"repeats", tally.repeats},
-                     {"refusals", tally.refusals},
-                     {"damaged", tally.damaged},
-                     {"unanswered", tally.unanswered},
-                     {"good", verdict.good},
-                     {"verdict", Text(verdict.word)},
-                     {"evidence", Text(verdict.evidence)},
-                     {"reason", Text(verdict.reason)},
-                     {"advice", Text(verdict.advice)}};
+  QJsonObject result{{"controller", controller}, {"acknowledged", tally.acknowledged},
+                     {"repeats", tally.repeats}, {"refusals", tally.refusals},
+                     {"damaged", tally.damaged}, {"unanswered", tally.unanswered}};
+  AddVerdict(results_.VerdictOf(controller), result);
   if (!tally.before.isEmpty()) result["before"] = tally.before;
   if (!tally.after.isEmpty()) result["after"] = tally.after;
   const MissingBatches missing = sums_ ? GapOf(results_.EvidenceOf(controller), *sums_) : MissingBatches{};
