@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "page/page.h"
+
 namespace quillon {
 namespace {
 
@@ -146,18 +148,7 @@ Report MakeReport(const JobRecord& record, const QString& name, const KnownFirmw
 QString AsText(const Report& report) {
   QString text = report.title + "\n\n";
   for (const auto& [label, value] : report.facts) text += label.leftJustified(10) + value + "\n";
-  QList<QStringList> lines = report.rows;
-  lines.push_front(report.columns);
-  QList<qsizetype> widths(report.columns.size(), 0);
-  for (const QStringList& line : lines) {
-    for (qsizetype i = 0; i < line.size(); ++i) widths[i] = std::max(widths[i], line[i].size());
-  }
-  text += "\n";
-  for (const QStringList& line : lines) {
-    QString row;
-    for (qsizetype i = 0; i < line.size(); ++i) row += line[i].leftJustified(widths[i] + 2);
-    text += row.trimmed() + "\n";
-  }
+  text += "\n" + TextTable(QList<QStringList>{report.columns} + report.rows);
   text += "\n";
   for (qsizetype i = 0; i < report.notes.size(); ++i)
     text += QString("[%1] %2\n").arg(i + 1).arg(report.notes[i]);
@@ -165,33 +156,29 @@ QString AsText(const Report& report) {
 }
 
 QString AsHtml(const QList<Report>& reports) {
-  QString html =
-      "<!DOCTYPE html><html><head><meta charset=\"utf-8\"><title>Job report</title><style>\n"
+  constexpr char kStyle[] =
       "body { font-family: sans-serif; font-size: 7.5pt; }\n"
       "h1 { font-size: 14pt; }\n"
       "p { margin: 3px 0px; }\n"
-      "th, td { padding: 1px 4px; text-align: left; white-space: nowrap; }\n"
-      "</style></head><body>\n";
+      "th, td { padding: 1px 4px; text-align: left; white-space: nowrap; }\n";
+  QString html;
   for (const Report& report : reports) {
     html += QString("<h1%1>%2</h1>\n<table>\n")
                 .arg(&report == &reports.front() ? "" : " style=\"page-break-before: always\"",
                      report.title.toHtmlEscaped());
     for (const auto& [label, value] : report.facts)
-      html += "<tr><td><b>" + label + "</b></td><td>" + value.toHtmlEscaped() + "</td></tr>\n";
-    html += "</table>\n<br>\n<table border=\"1\" cellspacing=\"0\">\n<tr>";
-    for (const QString& column : report.columns) html += "<th>" + column + "</th>";
-    html += "</tr>\n";
-    for (const QStringList& row : report.rows) {
-      html += "<tr>";
-      for (const QString& cell : row) html += "<td>" + cell.toHtmlEscaped() + "</td>";
-      html += "</tr>\n";
+      html += HtmlRow({"<b>" + label + "</b>", value.toHtmlEscaped()});
+    html += "</table>\n<br>\n<table border=\"1\" cellspacing=\"0\">\n" + HtmlRow(report.columns, "th");
+    for (QStringList row : report.rows) {
+      for (QString& cell : row) cell = cell.toHtmlEscaped();
+      html += HtmlRow(row);
     }
     html += "</table>\n";
     for (qsizetype i = 0; i < report.notes.size(); ++i)
       html += QString("<p>[%1] %2</p>\n").arg(i + 1).arg(report.notes[i].toHtmlEscaped());
     html += "<p><b>" + report.summary + "</b></p>\n";
   }
-  return html + "</body></html>\n";
+  return HtmlPage("Job report", kStyle, html);
 }
 
 void WritePdf(const QList<Report>& reports, const QString& path) {
