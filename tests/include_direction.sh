@@ -25,9 +25,10 @@ check src/shell "$logic"
 check src/records 'platform|forms|link|image|results|records'
 check src/desktop "$logic|records|desktop"
 check tools/driver 'driver'
-check tools/line 'platform|results|records|link|commands|desktop|command_line|unattended|line'
+check tools/line 'platform|results|records|link|commands|desktop|command_line|unattended|page|line'
 check tools/command_line 'command_line'
-check tools/report 'platform|forms|image|records|command_line|report'
+check tools/page 'page'
+check tools/report 'platform|forms|image|records|command_line|page|report'
 check tools/unattended "$logic|records|desktop|driver|command_line|unattended"
 check tools/log 'platform|forms|link|commands|results|command_line|log'
 check bus 'bus|tools/command_line'

@@ -102,17 +102,17 @@ void Measure(const SeededLine& line, Totals& totals) {
     if (plan.controllers.size() < 4) plan.controllers.push_back(setup.number);
   }
   computer.bus = &bus;
-  LineCheck check(computer, computer, computer, plan, [] { return false; });
-  const LineDiagnosis diagnosis = Diagnose(check.Run([](const LineMeasurement&, int) {}));
+  const LineDiagnosis diagnosis =
+      Diagnose(MeasureLine(computer, computer, computer, plan, [] { return false; }, {}));
 
-  EXPECT_LE(computer.Now(), check.LongestSeconds()) << "longer than announced";
+  EXPECT_LE(computer.Now(), LongestSeconds(plan)) << "longer than announced";
   for (const SentBytes& sent : computer.sent)
     ASSERT_EQ(sent.bytes, FlashCheckFrame(plan.protocolByte, sent.bytes[1])) << "another frame";
 
   bool allGood = true;
   for (std::size_t i = 0; i < diagnosis.controllers.size(); ++i) {
     const ControllerDiagnosis& controller = diagnosis.controllers[i];
-    allGood &= controller.verdict == LineVerdict::kGood;
+    allGood &= controller.verdict.good;
     if (line.failing == 0 || static_cast<int>(i) < line.affectedFrom) continue;
     ++totals.bounds;
     totals.boundsHeld += line.failing < controller.bound;
@@ -122,7 +122,8 @@ void Measure(const SeededLine& line, Totals& totals) {
     totals.falseAlarms += !allGood;
   }
   if (!line.plain && !line.cause.empty()) return;
-  const std::string& said = diagnosis.controllers[static_cast<std::size_t>(line.affectedFrom)].cause;
+  const std::string& said =
+      diagnosis.controllers[static_cast<std::size_t>(line.affectedFrom)].verdict.evidence;
   ++totals.matrix[{line.cause, said}];
   if (!line.plain) return;
   ++totals.plain;
@@ -204,18 +205,18 @@ TEST(LineCheck, FindsCausesThatNoSeededLineHas) {
   for (const auto& row : rows) {
     LineMeasurement measurement;
     measurement.controllers = {row.controller, Measured(9, 20, good)};
-    const ControllerDiagnosis found = Diagnose(measurement).controllers[0];
-    EXPECT_STREQ(VerdictText(found.verdict), row.verdict) << row.cause;
-    EXPECT_EQ(found.cause, row.cause);
-    EXPECT_THAT(found.remedy, testing::HasSubstr(row.remedy));
+    const Verdict found = Diagnose(measurement).controllers[0].verdict;
+    EXPECT_EQ(found.word, row.verdict) << row.cause;
+    EXPECT_EQ(found.evidence, row.cause);
+    EXPECT_THAT(found.advice, testing::HasSubstr(row.remedy));
   }
 }
 
 TEST(LineCheck, WatchesControllersThatAreSilent) {
   FakeComputer computer;
-  LineCheck check(computer, computer, computer, {.controllers = {5}, .watch = true},
-                  [&] { return computer.Now() > 60; });
-  const LineMeasurement watched = check.Run([](const LineMeasurement&, int) {});
+  const LineMeasurement watched =
+      MeasureLine(computer, computer, computer, {.controllers = {5}, .watch = true},
+                  [&] { return computer.Now() > 60; }, {});
   EXPECT_GT(watched.controllers[0].questions.size(), 20U);
 }
 

@@ -67,7 +67,8 @@ TEST_F(LineProgram, EndsAsTheControllersAre) {
   }
   EXPECT_THAT(Read("-line-check.jsonl"),
               testing::ContainsRegex("\"event\":\"job\".*\n.*\"good\":true.*\n.*\n.*\"how\":\"finished\""));
-  EXPECT_THAT(Read(".html"), testing::AllOf(HasSubstr("<td>1</td><td><b>good</b>"), HasSubstr("<circle")));
+  EXPECT_THAT(Read(".html"),
+              testing::AllOf(HasSubstr("<td>1</td><td><b class='good'>good</b>"), HasSubstr("<circle")));
 }
 
 TEST_F(LineProgram, AnInterruptEndsItWithWhatWasMeasured) {

@@ -5,10 +5,14 @@
 #include <vector>
 
 #include "line/measurement.h"
+#include "results/verdict.h"
 
 namespace quillon {
 
-enum class LineVerdict { kGood, kMarginal, kBad, kNotThere, kNotMeasured };
+enum class LineVerdict { kGood, kMarginal, kBad, kNotMeasured, kNotThere };
+
+/// Their words, which programs rely on.
+inline constexpr const char* kLineVerdicts[] = {"good", "marginal", "bad", "not measured", "not there"};
 
 /// When none of them fails, fewer than 17 % of all questions do, with 95 % confidence.
 inline constexpr int kQuestionsForVerdict = 20;
@@ -21,24 +25,20 @@ struct ControllerDiagnosis {
   int damaged = 0;
   int late = 0;
   int missing = 0;
-  int repeats = 0;             ///< that one question would have needed at most
-  std::vector<int> damagedAt;  ///< how often each byte of an answer was wrong
-  double shortest =
-      0;  ///< time to the first byte of intact answers; this and the next four are 0 without one
-  double median = 0;
-  double longest = 0;
+  int repeats = 0;               ///< that one question would have needed at most
+  std::vector<int> damagedAt{};  ///< how often each byte of an answer was wrong
+  /// Time to the first byte of intact answers. Without one, these and the next two are 0.
+  double shortest = 0, median = 0, longest = 0;
   double byteTime = 0;     ///< mean distance of two bytes
   std::size_t length = 0;  ///< of an answer, in bytes
   double bound = 1;        ///< WilsonBound of what failed
-  LineVerdict verdict = LineVerdict::kNotMeasured;
-  std::string
-      cause;  ///< a word for programs, such as "slow-clock"; this and `remedy` are empty for a good one
-  std::string reason;
-  std::string remedy;
+  Verdict verdict{};       ///< `evidence` is the cause, a word for programs such as "slow-clock"
+
+  bool IsThere() const { return verdict.word != kLineVerdicts[static_cast<int>(LineVerdict::kNotThere)]; }
 };
 
 struct LineDiagnosis {
-  std::vector<ControllerDiagnosis> controllers;
+  std::vector<ControllerDiagnosis> controllers{};
   bool echo = false;
   int idleBytes = 0;
   double latency = 0;  ///< of the adapter, in seconds; 0: too short to be seen
@@ -46,8 +46,6 @@ struct LineDiagnosis {
 };
 
 LineDiagnosis Diagnose(const LineMeasurement& measurement);
-
-const char* VerdictText(LineVerdict verdict);
 
 /// The upper end of Wilson's interval: with 95 % confidence a smaller share of all questions fails.
 double WilsonBound(int failed, int asked);

@@ -1,7 +1,6 @@
 // quillon-line measures how good the line to each controller is, and names the probable cause of damage. This
 // file parses the command line, runs the check and determines the exit status.
 #include <QCoreApplication>
-#include <QDateTime>
 #include <QJsonDocument>
 #include <algorithm>
 #include <cmath>
@@ -92,48 +91,45 @@ struct Options {
   std::string record;  // folder of job records; "" for none
 };
 
-/// Adds the controllers of a list, such as "1,2" or "0-31", to the plan.
-void AddControllers(const std::string& list, Options& options) {
-  std::set<int> all(options.plan.controllers.begin(), options.plan.controllers.end());
-  const QString text = QString::fromStdString(list);
-  const QList<int> numbers = ParseControllers(text);
-  all.insert(numbers.begin(), numbers.end());
-  for (const QString& word : text.split(','))
-    if (!word.contains('-')) options.namedAlone.insert(word.toInt());
+/// Puts the controllers of lists, such as "1,2" or "0-31", into the plan.
+void ReadControllers(const std::vector<std::string>& lists, Options& options) {
+  std::set<int> all;
+  for (const std::string& list : lists) {
+    const QString text = QString::fromStdString(list);
+    for (const int number : ParseControllers(text)) all.insert(number);
+    for (const QString& word : text.split(','))
+      if (!word.contains('-')) options.namedAlone.insert(word.toInt());
+  }
   options.plan.controllers.assign(all.begin(), all.end());
 }
 
 /// Returns a status that ends the program, or nothing when there is work.
-std::optional<int> ParseCommandLine(Options& options) {
+std::optional<int> ReadCommandLine(Options& options) {
   int protocol = 63;
   int timeout = 500;
-  const auto add = [&options](const std::vector<std::string>& lists) {
-    for (const std::string& list : lists) AddControllers(list, options);
-  };
-  CommandLine app("quillon-line", kDescription, kFooter);
-  app.AddHelp(QUILLON_VERSION);
-  app.add_option_function<std::vector<std::string>>("CONTROLLERS", add)->required();
-  const auto number = [&app](const char* name, int& target, int low, int high, const char* help) {
-    return app.add_option(name, target, help)->type_name("N")->check(CLI::Range(low, high).description(""));
-  };
-  number("--port", options.plan.port, 1, 99, "number of the port, as in \"Com Port\", 1 to 99")->required();
-  number("--speed", options.plan.baud, 300, 1000000, "bits per second (9600)");
-  number("--protocol", protocol, 0, 254, "as in the field \"Protocol\" (63)");
-  number("--questions", options.plan.questions, 1, 100000,
-         "questions to each controller (20); fewer allow no verdict");
-  number("--timeout", timeout, 10, 60000, "milliseconds after which an answer is late (500)");
-  auto* file = app.add_option("--for", options.file, "compare the questions with a parallel download of FILE")
-                   ->type_name("FILE");
-  app.add_flag("--prove", options.proveFile, "ask as many questions as the whole file needs")->needs(file);
-  auto* json = app.add_flag("--json", options.json, "print one JSON object a line");
-  app.add_flag("--watch", options.plan.watch, "ask until Ctrl-C, and print one line for each round")
-      ->excludes(json);
-  app.add_option("--html", options.html, "write a page with a plot for each controller")->type_name("FILE");
-  app.add_option("--record", options.record, "write a job record into a folder")->type_name("DIR");
-  const auto status = app.Parse(WordsToParse(QCoreApplication::arguments()));
-  options.plan.protocolByte = static_cast<std::uint8_t>(protocol + 1);
-  options.plan.timeout = timeout / 1000.0;
-  return status;
+  std::vector<std::string> controllers;
+  LinePlan& plan = options.plan;
+  CommandLine line("quillon-line", kDescription, kFooter);
+  line.AddHelp(QUILLON_VERSION);
+  line.add_option("CONTROLLERS", controllers)->required();
+  line.AddNumber("--port", plan.port, 1, 99, "number of the port, as in \"Com Port\", 1 to 99")->required();
+  line.AddNumber("--speed", plan.baud, 300, 1000000, "bits per second (9600)");
+  line.AddNumber("--protocol", protocol, 0, 254, "as in the field \"Protocol\" (63)");
+  line.AddNumber("--questions", plan.questions, 1, 100000,
+                 "questions to each controller (20); fewer allow no verdict");
+  line.AddNumber("--timeout", timeout, 10, 60000, "milliseconds after which an answer is late (500)");
+  auto* file =
+      line.AddText("--for", options.file, "FILE", "compare the questions with a parallel download of FILE");
+  line.add_flag("--prove", options.proveFile, "ask as many questions as the whole file needs")->needs(file);
+  auto* json = line.add_flag("--json", options.json, "print one JSON object a line");
+  line.add_flag("--watch", plan.watch, "ask until Ctrl-C, and print one line for each round")->excludes(json);
+  line.AddText("--html", options.html, "FILE", "write a page with a plot for each controller");
+  line.AddText("--record", options.record, "DIR", "write a job record into a folder");
+  if (const auto status = line.Parse(WordsToParse(QCoreApplication::arguments()))) return status;
+  ReadControllers(controllers, options);
+  plan.protocolByte = static_cast<std::uint8_t>(protocol + 1);
+  plan.timeout = timeout / 1000.0;
+  return std::nullopt;
 }
 
 void Print(const std::string& text) {
@@ -145,8 +141,8 @@ void PrintEvent(const QJsonObject& event) {
   Print(QJsonDocument(event).toJson(QJsonDocument::Compact).toStdString() + "\n");
 }
 
-void Announce(const Options& options, const LineCheck& check) {
-  const double longest = std::ceil(check.LongestSeconds());
+void Announce(const Options& options) {
+  const double longest = std::ceil(LongestSeconds(options.plan));
   const auto controllers = static_cast<int>(options.plan.controllers.size());
   if (options.json)
     return PrintEvent({{"event", "start"},
@@ -154,33 +150,24 @@ void Announce(const Options& options, const LineCheck& check) {
                        {"questions", options.plan.questions},
                        {"secondsAtMost", longest}});
   if (options.plan.watch) return Print("Ends with Ctrl-C.\n");
-  Print(QString("Asks %1 controllers, each %2 times. Takes about %3 s, at most %4 s.\n")
-            .arg(controllers)
-            .arg(options.plan.questions)
-            .arg(std::ceil(check.UsualSeconds()))
-            .arg(longest)
-            .toStdString());
+  std::printf("Asks %d controllers, each %d times. Takes about %.0f s, at most %.0f s.\n", controllers,
+              options.plan.questions, std::ceil(UsualSeconds(options.plan)), longest);
+  std::fflush(stdout);
 }
-
-/// Overwrites one line of the terminal with the percentage.
-void ShowProgress(int round, int rounds) { std::fprintf(stderr, "\r%3d %%", 100 * round / rounds); }
-void EraseProgress() { std::fputs("\r     \r", stderr); }
 
 LineMeasurement Measure(const Options& options) {
   DesktopClock clock;
   DesktopEvents events(clock);
   SerialPort port(system_files::ProgramFolder());
-  LineCheck check(clock, events, port, options.plan, console::Interrupted);
-  Announce(options, check);
+  Announce(options);
   const bool showsProgress = !options.plan.watch && console::IsTerminal(stderr);
-  const ScopeExit erase([showsProgress] {
-    if (showsProgress) EraseProgress();
-  });
+  const ScopeExit erase([showsProgress] { std::fputs(showsProgress ? "\r     \r" : "", stderr); });
+  const auto observe = [&](const LineMeasurement& soFar, int round) {
+    if (showsProgress) std::fprintf(stderr, "\r%3d %%", 100 * round / options.plan.questions);
+    if (options.plan.watch) Print(RoundText(soFar) + "\n");
+  };
   try {
-    return check.Run([&](const LineMeasurement& soFar, int round) {
-      if (showsProgress) ShowProgress(round, options.plan.questions);
-      if (options.plan.watch) Print(RoundText(soFar) + "\n");
-    });
+    return MeasureLine(clock, events, port, options.plan, console::Interrupted, observe);
   } catch (const RunError& error) {
     // The number of a RunError does not show that: some are used for both ports and files.
     throw Failure(ErrorCategory::kPort, error.what());
@@ -191,16 +178,10 @@ ErrorCategory StatusOf(const Options& options, const LineReport& report) {
   if (report.measurement.cancelled) return ErrorCategory::kCancelled;
   const auto isAsExpected = [&](const ControllerDiagnosis& controller) {
     // A controller that was only part of a range may be missing.
-    if (controller.verdict == LineVerdict::kNotThere) return !options.namedAlone.contains(controller.number);
-    return controller.verdict == LineVerdict::kGood;
+    return controller.IsThere() ? controller.verdict.good : !options.namedAlone.contains(controller.number);
   };
   return std::ranges::all_of(report.diagnosis.controllers, isAsExpected) ? ErrorCategory::kNone
                                                                          : ErrorCategory::kController;
-}
-
-void Print(const LineReport& report, bool json) {
-  if (!json) return Print(TextReport(report));
-  for (const QJsonObject& event : JsonReport(report)) PrintEvent(event);
 }
 
 ErrorCategory Run(Options options) {
@@ -210,9 +191,10 @@ ErrorCategory Run(Options options) {
     options.plan.questions = std::max(options.plan.questions, ProveFile({}, batchFrameSizes).questions);
   const LineMeasurement measurement = Measure(options);
   const LineReport report{measurement, Diagnose(measurement), std::move(batchFrameSizes)};
-  Print(report, options.json);
-  if (!options.html.empty())
-    ReplaceFile(options.html, HtmlReport(report, QDateTime::currentDateTime().toString("yyyy-MM-dd hh:mm")));
+  if (!options.json) Print(TextReport(report));
+  if (options.json)
+    for (const QJsonObject& event : JsonReport(report)) PrintEvent(event);
+  if (!options.html.empty()) ReplaceFile(options.html, HtmlReport(report));
   ErrorCategory status = StatusOf(options, report);
   if (!options.record.empty() && !WriteRecord(report, options.record))
     status = Worse(status, ErrorCategory::kFile);
@@ -228,7 +210,7 @@ int main(int argc, char** argv) {
   console::Prepare();
   const int status = RunProgram("quillon-line", [] {
     Options options;
-    if (const auto answered = ParseCommandLine(options)) return *answered;
+    if (const auto answered = ReadCommandLine(options)) return *answered;
     return static_cast<int>(Run(std::move(options)));
   });
   return std::ferror(stdout) == 0 ? status : kFileStatus;

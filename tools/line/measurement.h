@@ -39,7 +39,7 @@ struct MeasuredController {
 
 struct LineMeasurement {
   LinePlan plan;
-  std::vector<MeasuredController> controllers;
+  std::vector<MeasuredController> controllers{};
   int idleBytes = 0;    ///< received without a question
   int echoes = 0;       ///< questions received before the answer
   double lateness = 0;  ///< by which this computer woke the program too late at most, in seconds
@@ -53,40 +53,18 @@ inline constexpr int kSilentRounds = 4;
 /// How long a question, the answer that begins so long after it, and the pause take at most, in seconds.
 double QuestionSeconds(int baud, double answerAfter);
 
+/// How long a measurement takes at most, whatever is received, and when each controller answers at once.
+double LongestSeconds(const LinePlan& plan);
+double UsualSeconds(const LinePlan& plan);
+
+/// Called after each round: each controller was asked once more. May be empty.
+using RoundObserver = std::function<void(const LineMeasurement& soFar, int round)>;
+
 /// Measures a line by the check of the flash alone, which changes nothing in a controller. It follows the
 /// rules of the line: one question at a time, and the pause of the tool after each answer. The controllers
-/// are asked in turn.
-class LineCheck {
- public:
-  /// Called after each round: each controller was asked once more.
-  using Observer = std::function<void(const LineMeasurement& soFar, int round)>;
-
-  /// `cancelled` is called at least ten times a second.
-  LineCheck(Clock& clock, Events& events, SerialDevice& device, LinePlan plan,
-            std::function<bool()> cancelled);
-
-  double LongestSeconds() const;  ///< until the end, whatever is received
-  double UsualSeconds() const;    ///< when each controller answers at once
-
-  /// Asks all questions. Raises RunError as `SerialDevice` does; the port is closed then.
-  LineMeasurement Run(const Observer& observe);
-
- private:
-  bool Ends() const;
-  Bytes ReadUntil(double time);
-  void Listen(double seconds);
-  void AskRounds(const Observer& observe);
-  void SearchSpeeds();
-  Question Ask(int number, int baud);
-  void AwaitReply(const Bytes& frame, double frameEnds, Question& question);
-
-  Clock& clock_;
-  Events& events_;
-  SerialDevice& device_;
-  std::function<bool()> cancelled_;
-  double start_ = 0;
-  int asked_ = 0;
-  LineMeasurement result_;
-};
+/// are asked in turn. `cancelled` is called at least ten times a second. Raises RunError as `SerialDevice`
+/// does; the port is closed then.
+LineMeasurement MeasureLine(Clock& clock, Events& events, SerialDevice& device, const LinePlan& plan,
+                            const std::function<bool()>& cancelled, const RoundObserver& observe);
 
 }  // namespace quillon

@@ -2,15 +2,13 @@
 // customer and a job record for the archive. All four show the same diagnosis.
 #include "line/report.h"
 
-#include <QCoreApplication>
 #include <QDateTime>
 #include <QJsonArray>
-#include <QString>
-#include <QStringList>
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 
+#include "page/page.h"
 #include "platform/serial_control.h"
 #include "platform/system_files.h"
 #include "records/job_record.h"
@@ -23,186 +21,168 @@ int Milliseconds(double seconds) { return static_cast<int>(std::ceil(1000 * seco
 
 QString TimesText(const ControllerDiagnosis& controller) {
   if (controller.longest == 0) return "-";
-  return QString("%1 / %2 / %3")
-      .arg(Milliseconds(controller.shortest))
-      .arg(Milliseconds(controller.median))
-      .arg(Milliseconds(controller.longest));
+  return QString::asprintf("%d / %d / %d", Milliseconds(controller.shortest), Milliseconds(controller.median),
+                           Milliseconds(controller.longest));
 }
 
-QString Sentences(const ControllerDiagnosis& controller) {
-  return QString::fromStdString(controller.reason + ". " + controller.remedy).trimmed();
+QString Sentences(const Verdict& verdict) {
+  return QString::fromStdString(verdict.reason + ". " + verdict.advice).trimmed();
 }
 
-/// How long the longest batch of the file is on the line, or that of a usual file, in ms.
-int BatchTime(const LineReport& report) {
+/// The recommended "Time Out" and "Parallel Waiting Delay", and what they depend on. All in ms.
+struct Settings {
+  int slowest;                                // answer
+  int batch;                                  // the longest one of the file, or a usual one
+  int timeOut = std::max(3000, 3 * slowest);  // 3000: for an erase
+  int delay = (batch + slowest + 9) / 10 * 10;
+};
+Settings Recommend(const LineReport& report) {
   constexpr std::size_t kUsualBatch = 140;  // bytes of a frame with 128 bytes of data
   const auto& frames = report.batchFrameSizes;
-  const std::size_t longest = frames.empty() ? kUsualBatch : *std::ranges::max_element(frames);
-  return Milliseconds(LineSeconds(longest, report.measurement.plan.baud));
-}
-
-/// The recommended "Time Out" and "Parallel Waiting Delay", in ms.
-int TimeOut(const LineDiagnosis& line) {
-  constexpr int kForErase = 3000;
-  return std::max(kForErase, 3 * Milliseconds(line.slowest));
-}
-int Delay(const LineReport& report) {
-  return (BatchTime(report) + Milliseconds(report.diagnosis.slowest) + 9) / 10 * 10;
+  const std::size_t longest = frames.empty() ? kUsualBatch : std::ranges::max(frames);
+  return {.slowest = Milliseconds(report.diagnosis.slowest),
+          .batch = Milliseconds(LineSeconds(longest, report.measurement.plan.baud))};
 }
 
 /// "Controllers: 3 good, 1 bad, 2 not there."
 QString Summary(const LineDiagnosis& line) {
   QStringList parts;
-  for (const LineVerdict verdict : {LineVerdict::kGood, LineVerdict::kMarginal, LineVerdict::kBad,
-                                    LineVerdict::kNotMeasured, LineVerdict::kNotThere}) {
-    const auto count = std::ranges::count(line.controllers, verdict, &ControllerDiagnosis::verdict);
-    if (count > 0) parts << QString("%1 %2").arg(count).arg(VerdictText(verdict));
+  for (const char* word : kLineVerdicts) {
+    const auto has = [word](const ControllerDiagnosis& controller) {
+      return controller.verdict.word == word;
+    };
+    const auto count = std::ranges::count_if(line.controllers, has);
+    if (count > 0) parts << QString::number(count) + " " + word;
   }
   return "Controllers: " + parts.join(", ") + ".";
 }
 
-QString SettingsText(const LineReport& report) {
-  return QString(
-             "Time Out: %1 ms. Reason: an erase has to end within it; the slowest answer to a check took "
-             "%2 ms.\nParallel Waiting Delay: at least %3 ms. Reason: a batch is on the line for %4 ms, and "
-             "a controller acts within %2 ms. Writing its flash may take longer.")
-      .arg(TimeOut(report.diagnosis))
-      .arg(Milliseconds(report.diagnosis.slowest))
-      .arg(Delay(report))
-      .arg(BatchTime(report));
-}
-
-QString ProofText(const LineReport& report) {
-  const FileProof proof = ProveFile(report.diagnosis, report.batchFrameSizes);
-  const LinePlan& plan = report.measurement.plan;
-  return QString(
-             "Proven for up to %1 of the %2 batches of the file without a loss, by bytes. The whole file "
-             "needs %3 questions to each controller, about %4 s for each.")
-      .arg(proof.provenBatches)
-      .arg(proof.batches)
-      .arg(proof.questions)
-      .arg(std::ceil(proof.questions * QuestionSeconds(plan.baud, report.diagnosis.slowest)));
-}
-
 /// What was found on the line as a whole, and what the numbers show.
 QStringList Conclusions(const LineReport& report) {
-  const LineDiagnosis& line = report.diagnosis;
-  QStringList lines{Summary(line)};
+  const auto& [measurement, line, batchFrameSizes] = report;
+  QStringList texts{Summary(line)};
   double bound = 0;
   for (const ControllerDiagnosis& controller : line.controllers)
-    if (controller.verdict == LineVerdict::kGood) bound = std::max(bound, controller.bound);
+    if (controller.verdict.good) bound = std::max(bound, controller.bound);
   if (bound > 0)
-    lines << QString("Of the questions to a good controller fewer than %1 % fail, with 95 % confidence.")
+    texts << QString("Of the questions to a good controller fewer than %1 % fail, with 95 % confidence.")
                  .arg(std::ceil(100 * bound));
-  lines << QString("Echo of the adapter: %1. Bytes while nobody was asked: %2. Latency of the adapter: %3.")
+  texts << QString("Echo of the adapter: %1. Bytes while nobody was asked: %2. Latency of the adapter: %3.")
                .arg(line.echo ? "yes" : "no")
                .arg(line.idleBytes)
                .arg(line.latency > 0 ? QString("about %1 ms").arg(Milliseconds(line.latency)) : "below 8 ms");
-  if (report.measurement.lateness > 0.005)
-    lines << QString("This computer was busy: times are up to %1 ms too long.")
-                 .arg(Milliseconds(report.measurement.lateness));
-  if (line.slowest > 0) lines += SettingsText(report).split('\n');
-  if (!report.batchFrameSizes.empty()) lines << ProofText(report);
-  lines << "An answer is short and goes the other way than a batch: a good line can still lose a batch.";
-  return lines;
+  if (measurement.lateness > 0.005)
+    texts << QString("This computer was busy: times are up to %1 ms too long.")
+                 .arg(Milliseconds(measurement.lateness));
+  const Settings settings = Recommend(report);
+  if (line.slowest > 0)
+    texts << QString::asprintf(
+                 "Time Out: %d ms. Reason: an erase has to end within it; the slowest answer to "
+                 "a check took %d ms.",
+                 settings.timeOut, settings.slowest)
+          << QString::asprintf(
+                 "Parallel Waiting Delay: at least %d ms. Reason: a batch is on the line for %d "
+                 "ms, and a controller acts within %d ms. Writing its flash may take longer.",
+                 settings.delay, settings.batch, settings.slowest);
+  if (!batchFrameSizes.empty()) {
+    const FileProof proof = ProveFile(line, batchFrameSizes);
+    texts << QString::asprintf(
+        "Proven for up to %d of the %d batches of the file without a loss, by bytes. The whole file needs %d "
+        "questions to each controller, about %.0f s for each.",
+        proof.provenBatches, proof.batches, proof.questions,
+        std::ceil(proof.questions * QuestionSeconds(measurement.plan.baud, line.slowest)));
+  }
+  return texts
+         << "An answer is short and goes the other way than a batch: a good line can still lose a batch.";
 }
 
 QJsonObject ControllerEvent(const ControllerDiagnosis& controller) {
   QJsonArray damagedAt;
   for (const int count : controller.damagedAt) damagedAt.append(count);
-  return {{"event", "controller"},
-          {"number", controller.number},
-          {"asked", controller.asked},
-          {"answered", controller.answered},
-          {"damaged", controller.damaged},
-          {"damagedAt", damagedAt},
-          {"late", controller.late},
-          {"unanswered", controller.missing},
-          {"repeatsAtMost", controller.repeats},
-          {"failureBound", controller.bound},
-          {"bytes", static_cast<int>(controller.length)},
-          {"byteMs", 1000 * controller.byteTime},
-          {"minMs", 1000 * controller.shortest},
-          {"medianMs", 1000 * controller.median},
-          {"maxMs", 1000 * controller.longest},
-          {"good", controller.verdict == LineVerdict::kGood},
-          {"verdict", VerdictText(controller.verdict)},
-          {"evidence", QString::fromStdString(controller.cause)},
-          {"reason", QString::fromStdString(controller.reason)},
-          {"advice", QString::fromStdString(controller.remedy)}};
-}
-
-QJsonObject LineEvent(const LineReport& report) {
-  const LineDiagnosis& line = report.diagnosis;
-  QJsonObject event{{"event", "line"},
-                    {"echo", line.echo},
-                    {"idleBytes", line.idleBytes},
-                    {"latencyMs", 1000 * line.latency}};
-  if (line.slowest == 0) return event;
-  event["timeOut"] = TimeOut(line);
-  event["delay"] = Delay(report);
+  QJsonObject event{{"event", "controller"},
+                    {"number", controller.number},
+                    {"asked", controller.asked},
+                    {"answered", controller.answered},
+                    {"damaged", controller.damaged},
+                    {"damagedAt", damagedAt},
+                    {"late", controller.late},
+                    {"unanswered", controller.missing},
+                    {"repeatsAtMost", controller.repeats},
+                    {"failureBound", controller.bound},
+                    {"bytes", static_cast<int>(controller.length)},
+                    {"byteMs", 1000 * controller.byteTime},
+                    {"minMs", 1000 * controller.shortest},
+                    {"medianMs", 1000 * controller.median},
+                    {"maxMs", 1000 * controller.longest}};
+  AddVerdict(controller.verdict, event);
   return event;
 }
 
 /// One dot for each question: to the right its moment, upwards the time to the answer, on top the failures.
 QString Plot(const MeasuredController& controller, double end, double slowest) {
-  constexpr int kWidth = 360;
-  constexpr int kHeight = 48;
-  constexpr int kMargin = 4;
+  constexpr int kWidth = 352, kHeight = 40;  // between the dots at the edges
   constexpr const char* kClasses[] = {"good", "bad", "missing"};
   QString dots;
   for (const Question& question : controller.questions) {
     const double height = question.reply == LineReply::kGood ? 0.8 * question.firstByte / slowest : 1;
-    dots += QString("<circle cx='%1' cy='%2' r='3' class='%3'/>")
-                .arg(kMargin + (kWidth - 2 * kMargin) * question.asked / end, 0, 'f', 1)
-                .arg(kHeight - kMargin - (kHeight - 2 * kMargin) * height, 0, 'f', 1)
-                .arg(kClasses[static_cast<std::size_t>(question.reply)]);
+    dots += QString::asprintf("<circle cx='%.1f' cy='%.1f' r='3' class='%s'/>", kWidth * question.asked / end,
+                              kHeight * (1 - height), kClasses[static_cast<std::size_t>(question.reply)]);
   }
-  return QString("<svg width='%1' height='%2'><rect width='%1' height='%2'/>%3</svg>")
-      .arg(kWidth)
-      .arg(kHeight)
-      .arg(dots);
+  return "<svg width='360' height='48' viewBox='-4 -4 360 48'><rect x='-4' y='-4' width='360' height='48'/>" +
+         dots + "</svg>";
 }
 
-constexpr char kPage[] = R"(<!DOCTYPE html>
-<html lang="en"><head><meta charset="utf-8"><title>Line check</title><style>
-body { font: 15px sans-serif; max-width: 60em; margin: 2em auto; color: #222 }
+constexpr char kStyle[] = R"(body { font: 15px sans-serif; max-width: 64em; margin: 2em auto; color: #222 }
 table { border-collapse: collapse } td, th { padding: .4em .8em; border-top: 1px solid #bbb; text-align: left }
-rect { fill: #f2f2f2 } .good { fill: #27803b } .bad { fill: #c22 } .missing { fill: #fff; stroke: #c22 }
-</style></head><body>
-<h1>Line check</h1><p>%1, COM %2 at %3 bits per second</p>
-<table><tr><th>Controller</th><th>Verdict</th><th>Intact answers</th><th>Over time</th></tr>
-%4</table>
-<p>Each dot is a question. Green: the answer is intact; the higher, the later it came, up to %5 ms. On top: the
-answer is damaged (red) or missing (empty).</p>
-<ul>%6</ul></body></html>
+rect { fill: #f2f2f2 } .good { fill: #27803b; color: #27803b } .bad { fill: #c22; color: #c22 }
+.marginal { color: #b05a00 } .not { color: #666 } .missing { fill: #fff; stroke: #c22 }
 )";
+
+QString PageRow(const LineReport& report, std::size_t index) {
+  const ControllerDiagnosis& controller = report.diagnosis.controllers[index];
+  const QString word = QString::fromStdString(controller.verdict.word);
+  QString sentences = Sentences(controller.verdict);
+  sentences.front() = sentences.front().toUpper();
+  return HtmlRow(
+      {QString::number(controller.number),
+       QString("<b class='%1'>%1</b><br>%2").arg(word, sentences.toHtmlEscaped()),
+       QString("%1 of %2").arg(controller.answered).arg(controller.asked),
+       Plot(report.measurement.controllers[index], report.measurement.seconds, report.diagnosis.slowest)});
+}
 
 }  // namespace
 
 std::string TextReport(const LineReport& report) {
-  QString text = "number  answered  damaged  late  time (ms) min/median/max  verdict\n";
+  QList<QStringList> lines{{"number", "answered", "damaged", "late", "time (ms) min/median/max", "verdict"}};
   for (const ControllerDiagnosis& controller : report.diagnosis.controllers) {
-    const bool silent = controller.verdict == LineVerdict::kNotThere;
-    const bool plain = silent || controller.verdict == LineVerdict::kGood;
-    text += QString("%1  %2  %3  %4  %5  %6%7\n")
-                .arg(controller.number, 6)
-                .arg(silent ? "-" : QString("%1/%2").arg(controller.answered).arg(controller.asked), 8)
-                .arg(silent ? "-" : QString::number(controller.damaged), 7)
-                .arg(silent ? "-" : QString::number(controller.late), 4)
-                .arg(TimesText(controller), -24)
-                .arg(VerdictText(controller.verdict), plain ? "" : ": " + Sentences(controller));
+    const auto number = [&](const QString& text) { return controller.IsThere() ? text : "-"; };
+    const bool explained = controller.IsThere() && !controller.verdict.good;
+    lines << QStringList{QString::number(controller.number),
+                         number(QString("%1/%2").arg(controller.answered).arg(controller.asked)),
+                         number(QString::number(controller.damaged)),
+                         number(QString::number(controller.late)),
+                         TimesText(controller),
+                         QString::fromStdString(controller.verdict.word) +
+                             (explained ? ": " + Sentences(controller.verdict) : "")};
   }
-  return (text + "\n" + Conclusions(report).join("\n") + "\n").toStdString();
+  return (TextTable(lines, 4) + "\n" + Conclusions(report).join("\n") + "\n").toStdString();
 }
 
 std::vector<QJsonObject> JsonReport(const LineReport& report) {
+  const LineDiagnosis& line = report.diagnosis;
   std::vector<QJsonObject> events;
-  for (const ControllerDiagnosis& controller : report.diagnosis.controllers)
+  for (const ControllerDiagnosis& controller : line.controllers)
     events.push_back(ControllerEvent(controller));
-  events.push_back(LineEvent(report));
+  events.push_back({{"event", "line"},
+                    {"echo", line.echo},
+                    {"idleBytes", line.idleBytes},
+                    {"latencyMs", 1000 * line.latency}});
+  if (line.slowest > 0) {
+    events.back()["timeOut"] = Recommend(report).timeOut;
+    events.back()["delay"] = Recommend(report).delay;
+  }
   if (report.batchFrameSizes.empty()) return events;
-  const FileProof proof = ProveFile(report.diagnosis, report.batchFrameSizes);
+  const FileProof proof = ProveFile(line, report.batchFrameSizes);
   events.push_back({{"event", "file"},
                     {"batches", proof.batches},
                     {"provenBatches", proof.provenBatches},
@@ -210,28 +190,26 @@ std::vector<QJsonObject> JsonReport(const LineReport& report) {
   return events;
 }
 
-std::string HtmlReport(const LineReport& report, const QString& when) {
+std::string HtmlReport(const LineReport& report) {
   const LineMeasurement& measurement = report.measurement;
-  QString rows;
-  for (std::size_t i = 0; i < measurement.controllers.size(); ++i) {
-    const ControllerDiagnosis& controller = report.diagnosis.controllers[i];
-    rows += QString("<tr><td>%1</td><td><b>%2</b><br>%3</td><td>%4 of %5</td><td>%6</td></tr>\n")
-                .arg(controller.number)
-                .arg(VerdictText(controller.verdict), Sentences(controller).toHtmlEscaped())
-                .arg(controller.answered)
-                .arg(controller.asked)
-                .arg(Plot(measurement.controllers[i], measurement.seconds, report.diagnosis.slowest));
-  }
-  QString conclusions;
-  for (const QString& line : Conclusions(report)) conclusions += "<li>" + line.toHtmlEscaped() + "</li>";
-  return QString(kPage)
-      .arg(when)
-      .arg(measurement.plan.port)
-      .arg(measurement.plan.baud)
-      .arg(rows)
-      .arg(Milliseconds(1.25 * report.diagnosis.slowest))
-      .arg(conclusions)
-      .toStdString();
+  QString rows = HtmlRow({"Controller", "Verdict", "Intact answers", "Over time"}, "th");
+  for (std::size_t i = 0; i < measurement.controllers.size(); ++i) rows += PageRow(report, i);
+  QStringList conclusions = Conclusions(report);
+  const QString summary = conclusions.takeFirst();
+  const QString body =
+      QString(
+          "<h1>Line check</h1><p>%1, COM %2 at %3 bits per second</p><p><b>%4</b></p>\n<table>%5</table>\n<p>"
+          "Each dot is a question, from the start of the check on the left to its end after %6 s. Green: the "
+          "answer is intact; the higher, the later it came, up to %7 ms. On top: the answer is damaged (red) "
+          "or missing (empty).</p>\n<ul><li>%8</li></ul>\n")
+          .arg(QDateTime::currentDateTime().toString("yyyy-MM-dd hh:mm"))
+          .arg(measurement.plan.port)
+          .arg(measurement.plan.baud)
+          .arg(summary, rows)
+          .arg(std::ceil(measurement.seconds))
+          .arg(Milliseconds(1.25 * report.diagnosis.slowest))
+          .arg(conclusions.join("\n").toHtmlEscaped().replace("\n", "</li><li>"));
+  return HtmlPage("Line check", kStyle, body).toStdString();
 }
 
 std::string RoundText(const LineMeasurement& measurement) {
@@ -240,45 +218,40 @@ std::string RoundText(const LineMeasurement& measurement) {
   for (const MeasuredController& controller : measurement.controllers) {
     if (controller.questions.empty()) continue;
     const Question& last = controller.questions.back();
-    if (text.isEmpty()) text = QString("%1 s").arg(last.asked, 7, 'f', 1);
+    if (text.isEmpty()) text = QString::asprintf("%7.1f s", last.asked);
     text +=
-        QString("  %1 %2").arg(controller.number, 3).arg(kReplies[static_cast<std::size_t>(last.reply)], -7);
+        QString::asprintf("  %3d %-7s", controller.number, kReplies[static_cast<std::size_t>(last.reply)]);
   }
   return text.toStdString();
 }
 
 bool WriteRecord(const LineReport& report, const std::string& folder) {
+  const auto& [port, baud, protocolByte, controllers, questions, watch, timeout] = report.measurement.plan;
   const double seconds = report.measurement.seconds;
-  const QDateTime began = QDateTime::currentDateTimeUtc().addMSecs(-static_cast<qint64>(1000 * seconds));
+  QJsonObject settings{{"speed", QString::number(baud)},
+                       {"protocol", QString::number(protocolByte - 1)},
+                       {"timeout", QString::number(1000 * timeout)}};
+  if (!watch) settings["questions"] = QString::number(questions);
+  const JobFacts job{.kind = "line-check",
+                     .tool = "quillon-line " QUILLON_VERSION,
+                     .began = QDateTime::currentDateTimeUtc().addMSecs(-static_cast<qint64>(1000 * seconds)),
+                     .port = QString("COM %1").arg(port),
+                     .controllers = controllers,
+                     .settings = settings};
   bool written = true;
   RecordWriter writer(QString::fromStdString(folder), [&written](const QString& reason) {
     std::fprintf(stderr, "quillon-line: %s\n", qUtf8Printable(reason));
     written = false;
   });
-  const auto write = [&](const char* event, double at, QJsonObject fields) {
-    writer.Write(RecordLine(event, at, std::move(fields)), event == std::string_view("end"));
-  };
-  const LinePlan& plan = report.measurement.plan;
-  QJsonObject settings{{"speed", QString::number(plan.baud)},
-                       {"protocol", QString::number(plan.protocolByte - 1)},
-                       {"timeout", QString::number(1000 * plan.timeout)}};
-  if (!plan.watch) settings["questions"] = QString::number(plan.questions);
-  write("job", 0,
-        JobFields({.kind = "line-check",
-                   .tool = "quillon-line " QUILLON_VERSION,
-                   .began = began,
-                   .port = QString("COM %1").arg(plan.port),
-                   .controllers = plan.controllers,
-                   .settings = settings},
-                  system_files::ProgramFolder()));
+  writer.Write(RecordLine("job", 0, JobFields(job, system_files::ProgramFolder())), false);
   for (const ControllerDiagnosis& controller : report.diagnosis.controllers) {
     QJsonObject result = ControllerEvent(controller);
     result["controller"] = result.take("number");
-    write("result", seconds, result);
+    writer.Write(RecordLine("result", seconds, result), false);
   }
-  write("end", seconds, {{"how", report.measurement.cancelled ? "cancelled" : "finished"}});
+  const char* how = report.measurement.cancelled ? "cancelled" : "finished";
+  writer.Write(RecordLine("end", seconds, {{"how", how}}), true);
   writer.Wait();
-  QCoreApplication::processEvents();  // a failure is among them
   return written;
 }
 

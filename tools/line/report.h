@@ -20,11 +20,11 @@ std::string TextReport(const LineReport& report);
 /// The events `controller` (one for each), `line` and, with a file, `file`.
 std::vector<QJsonObject> JsonReport(const LineReport& report);
 
-/// A page for a customer. `when` is the date and time.
-std::string HtmlReport(const LineReport& report, const QString& when);
+/// A page for a customer.
+std::string HtmlReport(const LineReport& report);
 
-/// Writes a job record into a folder (docs/job-record.md). False: it could not be written, which was
-/// reported.
+/// Writes a job record into a folder (docs/job-record.md). Returns false when it could not be written, after
+/// reporting that.
 bool WriteRecord(const LineReport& report, const std::string& folder);
 
 /// One line for a round: "   12.5 s    3 good     12 DAMAGED   13 -".
