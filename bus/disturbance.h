@@ -23,7 +23,7 @@ using Random = std::mt19937_64;
 ///
 ///                  The edges have a jitter of a few microseconds, a larger part of a bit at higher speeds.
 ///
-///     lostStart    the first byte of an answer is missing: the driver is enabled too late.
+///     lostStart    the first byte of an answer is missing: the line driver is switched on too late.
 struct Disturbance {
   double noise = 0;
   double reflections = 0;

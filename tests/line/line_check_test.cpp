@@ -198,7 +198,7 @@ TEST(LineCheck, FindsCausesThatNoSeededLineHas) {
       {Measured(1, 19, good), "not measured", "few-questions", "at least 20"},
       {Measured(1, 3, none), "not measured", "few-questions", "at least 20"},
       {Measured(1, 4, none), "not there", "absent", "supply"},
-      {Measured(1, 20, late), "bad", "late", "time-out"},
+      {Measured(1, 20, late), "bad", "late", "Time Out"},
       {Measured(1, 19, other), "bad", "other-number", "numbers of both"},
       {slow, "not measured", "other-speed", "--speed 19200"},
   };

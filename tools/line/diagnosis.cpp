@@ -56,18 +56,18 @@ constexpr Cause kCauses[] = {
     {"other-number", kBad, [](auto& s) { return s.otherNumbers > 0; },
      "the answers contain the number of another controller", "Look at the numbers of both controllers."},
     {"late-driver", kMarginal, [](auto& s) { return s.lostStarts > 0 && 2 * s.lostStarts >= s.damaged; },
-     "answers lack their first byte, as when the driver is enabled too late",
+     "answers lack their first byte, as when the line driver is switched on too late",
      "Exchange this controller; if all suffer, the adapter."},
     {"doubled-number", kBad,
      [](auto& s) { return s.mostFrequentDamage >= kFewest && 4 * s.mostFrequentDamage >= 3 * s.damaged; },
      "the answers are damaged in the same way each time, as when two controllers have this number",
      "Unplug one controller after the other until the answers are intact."},
     {"weak-bias", kMarginal, [](auto& s) { return s.line.idleBytes + s.extras > 1; },
-     "bytes come that nobody has sent, as when the bias of the line is too weak",
-     "Look for the bias resistors, and for terminators beyond the two at the ends."},
+     "bytes arrive that nobody has sent, as when the bias of the line is too weak",
+     "Check the bias resistors, and look for terminators beyond the two at the ends."},
     // Of noisy bytes one in eight is wrong in its last bit alone.
     {"slow-clock", kMarginal, [](auto& s) { return s.wrongBytes >= 2 && s.wrongInLastBit == s.wrongBytes; },
-     "only the last bit of bytes is wrong, as when the clock of the controller is off",
+     "only the last bit of bytes is wrong, as when its clock is too fast or too slow",
      "Exchange this controller, or use a lower speed."},
     // Noise damages questions too, which are then not answered.
     {"reflections", kMarginal,
@@ -79,7 +79,7 @@ constexpr Cause kCauses[] = {
     {"noise", kMarginal, [](auto& s) { return s.damaged + s.missing > 0; },
      "answers are damaged at any place or missing", "Look at the cable %1."},
     {"late", kMarginal, [](auto& s) { return s.late > 0; }, "answers begin after the time-out",
-     "Raise the time-out."},
+     "Enter at least the Time Out that the check recommends."},
     {"latency", kMarginal, [](auto& s) { return s.line.latency > 0; },
      "the adapter passes bytes on in groups", "Set the latency timer of the adapter to 1 ms."},
     {"few-questions", kNotMeasured, [](auto& s) { return s.asked < kQuestionsForVerdict; },
@@ -117,8 +117,8 @@ void CountAnswers(const MeasuredController& controller, double timeout, Symptoms
   for (const Question& question : controller.questions) {
     const bool intact = question.reply == LineReply::kGood;
     const bool inTime = intact && question.firstByte <= timeout;
-    const bool missing = question.reply == LineReply::kNone;
-    ++(inTime ? counts.answered : intact ? counts.late : missing ? counts.missing : counts.damaged);
+    const bool silent = question.reply == LineReply::kNone;
+    ++(inTime ? counts.answered : intact ? counts.late : silent ? counts.missing : counts.damaged);
     failedInARow = inTime ? 0 : failedInARow + 1;
     counts.repeats = std::max(counts.repeats, failedInARow);
   }
@@ -148,12 +148,11 @@ void MeasureTimes(const MeasuredController& controller, Symptoms& times) {
 }
 
 /// How long the adapter delays bytes. The bytes of an answer then arrive in groups, and the last one at
-/// times that differ by that delay. If one controller does not show both symptoms, the adapter is not the
-/// cause. A busy computer causes the same symptoms, so the delay must be long compared with its lateness.
-double Latency(const std::vector<Symptoms>& controllers, double lateness) {
-  constexpr int kEnough = 5;                                // answers
-  constexpr double kShareTogether = 0.75;                   // of the bytes
-  const double noticeable = std::max(0.008, 3 * lateness);  // seconds
+/// times that differ by that delay, at least by `noticeable`. If one controller does not show both symptoms,
+/// the adapter is not the cause.
+double Latency(const std::vector<Symptoms>& controllers, double noticeable) {
+  constexpr int kEnough = 5;               // answers
+  constexpr double kShareTogether = 0.75;  // of the bytes
   double latency = 0;
   for (const Symptoms& symptoms : controllers) {
     if (symptoms.answered + symptoms.late < kEnough) continue;
@@ -236,10 +235,6 @@ std::string NoisePlace(const LineDiagnosis& line) {
   return "behind controller " + std::to_string(lastOther) + ": all behind it suffer";
 }
 
-void FillIn(const std::string& word, std::string& text) {
-  if (const std::size_t gap = text.find("%1"); gap != std::string::npos) text.replace(gap, 2, word);
-}
-
 }  // namespace
 
 LineDiagnosis Diagnose(const LineMeasurement& measurement) {
@@ -248,7 +243,9 @@ LineDiagnosis Diagnose(const LineMeasurement& measurement) {
   std::vector<Symptoms> all;
   for (const MeasuredController& controller : measurement.controllers)
     all.push_back(FindSymptoms(controller, measurement.plan, line, numbers));
-  line.latency = Latency(all, measurement.lateness);
+  // A busy computer causes the same symptoms, so the delay must be long compared with its lateness.
+  line.latencyLimit = std::max(0.008, 3 * measurement.lateness);
+  line.latency = Latency(all, line.latencyLimit);
   for (Symptoms& symptoms : all) {
     if (!numbers.OtherNumbersAreEvidence()) symptoms.otherNumbers = 0;
     symptoms.verdict = Judge(symptoms);
@@ -256,8 +253,9 @@ LineDiagnosis Diagnose(const LineMeasurement& measurement) {
     line.controllers.push_back(symptoms);
   }
   for (std::size_t i = 0; i < all.size(); ++i) {
-    const int speed = all[i].otherSpeed;
-    FillIn(speed != 0 ? std::to_string(speed) : NoisePlace(line), line.controllers[i].verdict.advice);
+    std::string& advice = line.controllers[i].verdict.advice;
+    const std::string word = all[i].otherSpeed != 0 ? std::to_string(all[i].otherSpeed) : NoisePlace(line);
+    if (const std::size_t gap = advice.find("%1"); gap != std::string::npos) advice.replace(gap, 2, word);
   }
   return line;
 }

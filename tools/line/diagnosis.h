@@ -41,8 +41,9 @@ struct LineDiagnosis {
   std::vector<ControllerDiagnosis> controllers{};
   bool echo = false;
   int idleBytes = 0;
-  double latency = 0;  ///< of the adapter, in seconds; 0: too short to be seen
-  double slowest = 0;  ///< first byte of an answer, in seconds; 0: no controller answered
+  double latency = 0;       ///< of the adapter, in seconds; 0: too short to be seen
+  double latencyLimit = 0;  ///< a shorter delay is not distinguished from the lateness of this computer
+  double slowest = 0;       ///< first byte of an answer, in seconds; 0: no controller answered
 };
 
 LineDiagnosis Diagnose(const LineMeasurement& measurement);

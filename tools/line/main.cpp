@@ -34,11 +34,12 @@ DESCRIPTION
   changes nothing.
 
     good          at least 20 questions, all answered intact and in time
-    marginal      some questions failed, and a repeat of each was answered;
-                  or a cause was found that has done no damage so far
+    marginal      at most one question in ten failed, and never three in a
+                  row; or a cause was found that has done no damage so far
     bad           more than one question in ten failed, or three in a row,
                   or the cause allows no download
-    not there     no answer at any of the four speeds
+    not there     no answer at any of the four speeds, as expected for some
+                  numbers of a range such as 0-31
     not measured  fewer than 20 questions, or it answers at another speed
                   only
 

@@ -48,10 +48,8 @@ Settings Recommend(const LineReport& report) {
 QString Summary(const LineDiagnosis& line) {
   QStringList parts;
   for (const char* word : kLineVerdicts) {
-    const auto has = [word](const ControllerDiagnosis& controller) {
-      return controller.verdict.word == word;
-    };
-    const auto count = std::ranges::count_if(line.controllers, has);
+    const auto wordOf = [](const ControllerDiagnosis& controller) { return controller.verdict.word; };
+    const auto count = std::ranges::count(line.controllers, word, wordOf);
     if (count > 0) parts << QString::number(count) + " " + word;
   }
   return "Controllers: " + parts.join(", ") + ".";
@@ -70,7 +68,8 @@ QStringList Conclusions(const LineReport& report) {
   texts << QString("Echo of the adapter: %1. Bytes while nobody was asked: %2. Latency of the adapter: %3.")
                .arg(line.echo ? "yes" : "no")
                .arg(line.idleBytes)
-               .arg(line.latency > 0 ? QString("about %1 ms").arg(Milliseconds(line.latency)) : "below 8 ms");
+               .arg(line.latency > 0 ? QString("about %1 ms").arg(Milliseconds(line.latency))
+                                     : QString("below %1 ms").arg(Milliseconds(line.latencyLimit)));
   if (measurement.lateness > 0.005)
     texts << QString("This computer was busy: times are up to %1 ms too long.")
                  .arg(Milliseconds(measurement.lateness));
@@ -92,8 +91,8 @@ QStringList Conclusions(const LineReport& report) {
         proof.provenBatches, proof.batches, proof.questions,
         std::ceil(proof.questions * QuestionSeconds(measurement.plan.baud, line.slowest)));
   }
-  return texts
-         << "An answer is short and goes the other way than a batch: a good line can still lose a batch.";
+  return texts << "An answer is shorter than a batch and is sent in the other direction: a good line can "
+                  "still lose a batch.";
 }
 
 QJsonObject ControllerEvent(const ControllerDiagnosis& controller) {
