@@ -73,7 +73,7 @@ void ShowRecordFailure(const QString& text) {
 }
 
 int Run(int argc, char** argv) {
-  quillon::system_files::OpenMissingStreams();
+  quillon::system_files::PrepareProcess();
   if (const char* answer = argc > 1 ? AnswerTo(argv[1]) : nullptr) {
     std::fputs(answer, stdout);
     return std::fflush(stdout) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;

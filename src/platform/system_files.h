@@ -11,9 +11,10 @@ namespace quillon {
 /// in UTF-8 on Windows. A function that fails sets `errno`, on Windows too.
 namespace system_files {
 
-/// Opens closed standard streams on the null device. Call it first: otherwise the log could get the
-/// descriptor of such a stream, and would then receive printed text.
-void OpenMissingStreams();
+/// Call it first. Opens closed standard streams on the null device: otherwise the log could get the
+/// descriptor of such a stream, and would then receive printed text. A limit of the size of files makes a
+/// write fail; it does not end the program, which would leave a controller with a part of the image.
+void PrepareProcess();
 
 /// The folder of the program, with a separator at its end. Raises std::runtime_error when it is unknown.
 std::string ProgramFolder();

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <iterator>
 #include <stdexcept>
 #include <utility>
@@ -157,7 +158,8 @@ bool OnlyInPlace() {
 
 }  // namespace
 
-void OpenMissingStreams() {
+void PrepareProcess() {
+  std::signal(SIGXFSZ, SIG_IGN);  // the write fails instead
   int descriptor = 0;
   do {
     descriptor = open("/dev/null", O_RDWR);  // gets the lowest free number

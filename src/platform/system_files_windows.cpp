@@ -163,7 +163,7 @@ std::FILE* CreateBeside(const std::string& name, std::string& fresh) {
 
 }  // namespace
 
-void OpenMissingStreams() {}  // not necessary: files never get the descriptors of streams
+void PrepareProcess() {}  // not necessary: files never get the descriptors of streams, nor a limit
 
 std::string ProgramFolder() {
   std::wstring file(MAX_PATH, 0);

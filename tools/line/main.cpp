@@ -206,7 +206,7 @@ ErrorCategory Run(Options options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  system_files::OpenMissingStreams();
+  system_files::PrepareProcess();
   const QCoreApplication application(argc, argv);
   console::Prepare();
   const int status = RunProgram("quillon-line", [] {

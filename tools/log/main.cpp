@@ -86,6 +86,6 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  quillon::system_files::OpenMissingStreams();
+  quillon::system_files::PrepareProcess();
   return quillon::RunProgram("quillon-log", [=] { return Run(argc, argv); });
 }

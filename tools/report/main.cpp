@@ -136,7 +136,7 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  quillon::system_files::OpenMissingStreams();
+  quillon::system_files::PrepareProcess();
   qInstallMessageHandler(
       [](QtMsgType, const QMessageLogContext&, const QString&) {});  // drops Qt's warnings about the desktop
   return quillon::RunProgram("quillon-report", [=] { return Run(argc, argv); });

@@ -149,7 +149,7 @@ Ending RunWithErrors(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  quillon::system_files::OpenMissingStreams();
+  quillon::system_files::PrepareProcess();
   qInstallMessageHandler(HandleQtMessage);
   const Ending ending = RunWithErrors(argc, argv);
   if (!ending.outputWritten) std::_Exit(ending.status);
