@@ -25,7 +25,8 @@ constexpr char kHelp[] = R"(SYNOPSIS
 DESCRIPTION
   Opens the service window, which loads firmware into controllers on a
   serial bus and shows which firmware they contain. F1 opens the manual.
-  Settings, log and links to ports are in the folder of the program.
+  Settings and log are in the folder of the program. A symbolic link COM7
+  there replaces the device of port COM 7.
 
 OPTIONS
   -h,--help               print this text

@@ -104,7 +104,7 @@ std::int64_t AnalyseImage(LineReader lines, ImageFacts& facts) {
   std::int64_t dataSum = 0;
   while (!lines.AtEnd()) {
     const HexLine line(lines.Next());
-    if (line.IsFirstSegment()) continue;
+    if (line.IsFirstSegment()) continue;  // selects the first 64 KiB, and has no data
     const unsigned length = line.DataLength();
     lengthSum += length;
     if (length != 0) dataSum += DataSum(line, length);

@@ -53,6 +53,7 @@ bool ConfirmFile(Quillon& form, const std::string& path) {
 }  // namespace
 
 std::string AnalyseHexFile(Quillon& form) {
+  // A file that fixes no speed leaves that of the former file in force.
   form.image = {.ImageBaudRate = form.image.ImageBaudRate};
   if (!FileExists(form.FileName.Text())) {
     form.dialogs.ShowBox("File not Found!", "Quillon", BoxKind::kInformation);

@@ -90,7 +90,8 @@ std::optional<Verdict> FailureOf(const Evidence& evidence) {
       break;
   }
   if (evidence.row == RowContent::kNothing) return JudgeUnread(evidence);
-  // A failure in the row is that of the exchange, or of the comparison with the file.
+  // The row is that of the controller in the table `Info`. It shows a failure if an exchange failed, or if
+  // the checksum differs from that of the file.
   const bool exchangeFailed = failed || evidence.checksum.empty();
   if (evidence.row == RowContent::kFailure && exchangeFailed) return JudgeFailure(evidence);
   const bool compared =
@@ -167,6 +168,7 @@ Verdict Judge(const Evidence& evidence) {
   return verdict;
 }
 
+/// `gap` names the batches that may be missing; empty if none is known.
 std::string Describe(const Verdict& verdict, const std::string& gap) {
   return verdict.word + ": " + verdict.reason + (gap.empty() ? "" : "; " + gap) +
          (verdict.advice.empty() ? "" : "; " + verdict.advice);

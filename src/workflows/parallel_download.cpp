@@ -46,6 +46,8 @@ bool ProgramAll(Quillon& form) {
   return !form.AbortRequested;
 }
 
+/// Reads the controllers back and compares them with the file. A row keeps the failure of the last speed
+/// while another speed is tried.
 void CheckTicked(Quillon& form) {
   ForEachController(form, [&](int& i) {
     const auto check = [&] { return CheckProgrammed(form, i); };

@@ -94,13 +94,13 @@ auto IntactAnswers(const MeasuredController& controller) {
 
 /// The first byte of an answer is the protocol byte, as in the question.
 bool LacksItsStart(const Bytes& bytes, std::uint8_t protocolByte) {
-  Bytes whole{protocolByte};
-  whole.insert(whole.end(), bytes.begin(), bytes.end());
+  Bytes whole(bytes.size() + 1, protocolByte);
+  std::ranges::copy(bytes, whole.begin() + 1);
   return CrcMatches(whole);
 }
 
 void CompareBytes(const Bytes& bytes, const Bytes& reference, Symptoms& symptoms) {
-  constexpr std::size_t kTail = 8;
+  constexpr std::size_t kTail = 8;     // reflections spare the first bytes of an answer
   constexpr unsigned kLastBit = 0x80;  // the lowest bit is sent first
   for (std::size_t i = 0; i < bytes.size(); ++i) {
     const unsigned wrong = bytes[i] ^ reference[i];
@@ -191,6 +191,7 @@ Symptoms FindSymptoms(const MeasuredController& controller, const LinePlan& plan
   return symptoms;
 }
 
+/// A run sends a question `kSends` times. If so many in a row fail, it would fail too.
 LineVerdict VerdictOf(const Symptoms& symptoms, LineVerdict bestVerdict) {
   if (bestVerdict == kNotThere || bestVerdict == kNotMeasured) return bestVerdict;
   const int failed = symptoms.asked - symptoms.answered;
@@ -267,6 +268,7 @@ double WilsonBound(int failed, int asked) {
   return std::min(1.0, (share + z / 2 + std::sqrt(z * (share * (1 - share) + z / 4))) / (1 + z));
 }
 
+/// A file is proven as far as the questions exchanged as many bytes without a loss as its first batches have.
 FileProof ProveFile(const LineDiagnosis& diagnosis, const std::vector<std::size_t>& batchFrameSizes) {
   constexpr int kPerQuestion = 7 + 13;  // bytes of question and answer
   // The bytes that the worst controller exchanged without a loss.

@@ -82,6 +82,7 @@ std::pair<int, int> Place(LoggedRunKind kind, const LoggedMessage& message) {
 
 /// Whether `next` continues the run of `last`, a run of the kind `joined`.
 bool Continues(const LoggedMessage& last, LoggedRunKind joined, const LoggedMessage& next) {
+  // A detection that was cancelled ends with an unfinished question.
   if (joined == LoggedRunKind::kDetection && last.outcome == Outcome::kUnfinished) return false;
   const auto before = Place(joined, last);
   const auto now = Place(joined, next);
