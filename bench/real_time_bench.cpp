@@ -90,7 +90,7 @@ void ParallelStream(benchmark::State& state) {
   constexpr double kDelay = 0.010;  // seconds
   for (auto _ : state) {
     Technician technician({"--count", "1", "--quick", "--delay", "0"}, {.delay = "10", .controllers = {0}});
-    // The last batch has room for the end-of-file record, so that makes none of its own.
+    // The end-of-file record fits into the last batch, so it does not begin another one.
     technician.ChooseFirmware(0x2000 - 128, (kBatches - 63) * 128 - 16);
     const QTemporaryDir records;
     JobRecorder recorder(records.path(), "", {}, [](const QString&) {});

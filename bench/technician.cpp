@@ -30,7 +30,7 @@ Technician::Technician(const std::vector<std::string>& busOptions, const Setting
 }
 
 Technician::~Technician() {
-  // A program that ended has told the application to quit; the next file dialog needs it to run again.
+  // A program that ends makes the application quit. The next file dialog needs it to run again.
   QTimer::singleShot(0, qApp, [] { QCoreApplication::exit(); });
   QCoreApplication::exec();
   bus_.End(SIGTERM);

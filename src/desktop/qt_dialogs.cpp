@@ -79,6 +79,7 @@ class ShownInactive final : public QObject {
   explicit ShownInactive(Box& box) {
     front_.setAttribute(Qt::WA_DontShowOnScreen);
     front_.setWindowModality(Qt::ApplicationModal);
+    front_.winId();  // creates its window now, because Qt iterates over the windows while it blocks them
     box.parentWidget()->windowHandle()->installEventFilter(this);
   }
 

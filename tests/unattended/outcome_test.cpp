@@ -14,6 +14,7 @@ TEST(ErrorCategory, OfABox) {
       {0, "something new", ErrorCategory::kController},
       {8020, "Error #  8020\nDevice failed: COM 7 was disconnected.", ErrorCategory::kPort},
       {70, "Error #  70\nPermission denied: you have no right to COM 7 (/dev/ttyS6).", ErrorCategory::kPort},
+      {53, "Error #  53\nFile not found", ErrorCategory::kFile},
       {70, "Error #  70\nPermission denied: another copy writes \"/a/Log.txt\".", ErrorCategory::kFile},
   };
   for (const auto& [number, text, category] : kBoxes) EXPECT_EQ(BoxCategory(number, text), category) << text;

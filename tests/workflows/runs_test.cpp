@@ -2,6 +2,7 @@
 // after them. quillon-explore presses Cancel and closes the main window at each frame of each run.
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <sstream>
 
 #include "link/outcome.h"
@@ -250,6 +251,35 @@ class EventWords : public RunObserver {
 
   std::ostringstream text_;
 };
+
+TEST(RunEvents, ReportHowARunEnds) {
+  struct Case {
+    const char* name;
+    Button button;
+    int controller;
+    std::function<void(RunProgram&)> prepare;
+    const char* events;
+  };
+  const Case cases[] = {
+      {"cancelled", kInfo, 4, [](RunProgram& program) { program.CancelAt(100ms); },
+       "run <3:3 s c0:3:4 3=NoAnswer @4800 >3:3 end:1"},
+      {"failed", kInfo, 3, [](RunProgram& program) { program.tool.Protocol.SetText("x"); }, "run #13 end:2"},
+      {"closed", kInfo, 4,
+       [](RunProgram& program) { program.computer.At(100ms, [&program] { program.tool.Close(); }); },
+       "run <3:3 s >3:3 end:3"},
+      {"boot code", kBoot, 3, [](RunProgram&) {}, "run <3:4 s r3:0:3 c4:3:0 3=01/00/00B007 >3:4 end:0"},
+  };
+  for (const Case& c : cases) {
+    RunProgram program(std::vector<ControllerSetup>{{.number = c.controller}});
+    program.ChooseHex(kImage);
+    program.Tick({3});
+    c.prepare(program);
+    EventWords words;
+    program.tool.observers.push_back(&words);
+    program.Press(c.button);
+    EXPECT_EQ(words.Text(), c.events) << c.name;
+  }
+}
 
 TEST(Download, LogsEachFrameToTheByteAndReportsEvents) {
   const std::string kSent = "40 03 04 74 55 AA F0 BA 1A 04 ";
