@@ -48,8 +48,7 @@ Settings Recommend(const LineReport& report) {
 QString Summary(const LineDiagnosis& line) {
   QStringList parts;
   for (const char* word : kLineVerdicts) {
-    const auto wordOf = [](const ControllerDiagnosis& controller) { return controller.verdict.word; };
-    const auto count = std::ranges::count(line.controllers, word, wordOf);
+    const auto count = std::ranges::count(line.controllers, word, [](auto& c) { return c.verdict.word; });
     if (count > 0) parts << QString::number(count) + " " + word;
   }
   return "Controllers: " + parts.join(", ") + ".";
