@@ -33,7 +33,7 @@ class LineProgram : public testing::Test {
   /// The contents of the files whose names end so.
   std::string Read(const std::string& ending) const {
     std::stringstream text;
-    for (const auto& entry : std::filesystem::directory_iterator(folder_))
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder_))
       if (entry.path().string().ends_with(ending)) text << std::ifstream(entry.path()).rdbuf();
     return text.str();
   }
@@ -50,7 +50,8 @@ TEST_F(LineProgram, EndsAsTheControllersAre) {
     const char* said;
     const char* port = "7";
   } cases[] = {
-      {{"--html", folder_ + "page.html", "--record", folder_, "--for", QUILLON_DEMO_HEX, "1-2"},
+      {{"--html", folder_ + "page.html", "--record", folder_ + "new/records", "--for", QUILLON_DEMO_HEX,
+        "1-2"},
        0,
        "Proven for up to "},
       {{"--questions", "2", "--json", "1"}, 1, R"("verdict":"not measured")"},

@@ -125,7 +125,7 @@ std::optional<int> ReadCommandLine(Options& options) {
   auto* json = line.add_flag("--json", options.json, "print one JSON object a line");
   line.add_flag("--watch", plan.watch, "ask until Ctrl-C, and print one line for each round")->excludes(json);
   line.AddText("--html", options.html, "FILE", "write a page with a plot for each controller");
-  line.AddText("--record", options.record, "DIR", "write a job record into a folder");
+  line.AddText("--record", options.record, "DIR", "write a job record into this folder, which is created");
   if (const auto status = line.Parse(WordsToParse(QCoreApplication::arguments()))) return status;
   ReadControllers(controllers, options);
   plan.protocolByte = static_cast<std::uint8_t>(protocol + 1);

@@ -3,6 +3,7 @@
 #include "line/report.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QJsonArray>
 #include <algorithm>
 #include <cmath>
@@ -237,6 +238,7 @@ bool WriteRecord(const LineReport& report, const std::string& folder) {
                      .controllers = controllers,
                      .settings = settings};
   bool written = true;
+  QDir().mkpath(QString::fromStdString(folder));  // if that fails, the writer reports it
   RecordWriter writer(QString::fromStdString(folder), [&written](const QString& reason) {
     std::fprintf(stderr, "quillon-line: %s\n", qUtf8Printable(reason));
     written = false;

@@ -53,7 +53,7 @@ std::optional<Request> ParseFullChecksum(const Bytes& frame, int y) {
                  "asks " + Name(y) + " to confirm the checksum, sent as " + digits};
 }
 
-/// The two frames that change the protocol consist of text, such as "p400:4/".
+/// The frame that moves a controller to protocol 4 consists of text, such as "p400:4/".
 std::optional<Request> ParseTextFrame(const Bytes& frame) {
   for (int y = 0; y < kControllers; ++y) {
     if (frame == ToProtocol4Frame(y))

@@ -106,14 +106,10 @@ std::optional<int> ParseCommandLine(int argc, char** argv, Options& options) {
   auto* html = app.add_flag("--html", options.html, "print HTML");
   auto* csv = app.add_flag("--csv", options.csv,
                            "print comma-separated values, a line for each controller and record");
-  app.add_option("--pdf", options.pdf, "write a PDF file, A4")
-      ->type_name("FILE")
-      ->excludes(html)
-      ->excludes(csv);
+  app.AddText("--pdf", options.pdf, "FILE", "write a PDF file, A4")->excludes(html)->excludes(csv);
   csv->excludes(html);
-  app.add_option("--known", options.known,
-                 "name the firmware of each controller by its checksum, from the HEX files in this folder")
-      ->type_name("DIR");
+  app.AddText("--known", options.known, "DIR",
+              "name the firmware of each controller by its checksum, from the HEX files in this folder");
   app.AddHelp(QUILLON_VERSION);
   return app.Parse(quillon::WordsToParse(QCoreApplication::arguments()));
 }
