@@ -97,13 +97,16 @@ void Operator::ChooseHex() {
   } catch (const std::runtime_error& error) {
     throw Failure(ErrorCategory::kFile, error.what());
   }
+  // The tool does not ask about a file that it can't read at that moment.
+  const QString fault = ToolTip(kMain, "Warning about the file");
+  if (refused_.isEmpty() && !fault.isEmpty() && !task_.force)
+    refused_ = task_.hex + " is damaged: " + fault + ".";
   if (!refused_.isEmpty()) {
     throw Failure(ErrorCategory::kFile, refused_ + " Get a good copy, or give --force to use it anyway.");
   }
   if (Text(kMain, "File to download") != task_.hex)
     throw Failure(ErrorCategory::kFile,
                   "the file dialog does not choose \"" + task_.hex + "\". Rename the file.");
-  const QString fault = ToolTip(kMain, "Warning about the file");
   if (!fault.isEmpty()) output_.Report("warning", "the file contradicts itself: " + fault, {{"text", fault}});
 }
 
