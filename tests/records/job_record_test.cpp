@@ -24,83 +24,45 @@ QByteArray LinesOf(RecordLines& lines, const RunEvent& event) {
   return text;
 }
 
-/// Records a run, and kills the program at the event of this number: it throws through the run.
-class Killer : public RunObserver {
+/// A program with two controllers that records its run.
+class JobProgram : public RunProgram, private RunObserver {
  public:
-  struct Killed {};
-
-  explicit Killer(int eventsLeft) : eventsLeft_(eventsLeft) {}
-  void OnRunEvent(const RunEvent& event) override {
-    if (eventsLeft_ > 0) {
-      record += LinesOf(lines_, event);
-      ended |= std::holds_alternative<RunEnded>(event.what);
-      const auto* answered = std::get_if<CommandAnswered>(&event.what);
-      if (answered && answered->command == quillon::Command::kFullChecksum)
-        refused[answered->controller] = answered->reply == quillon::Reply::kRefused;
-    }
-    --eventsLeft_;
-    // These come from destructors, and the next event follows before anything is sent.
-    const bool fromDestructor =
-        std::holds_alternative<ControllerEnded>(event.what) || std::holds_alternative<RunEnded>(event.what);
-    if (eventsLeft_ <= 0 && !fromDestructor && !std::exchange(killed_, true)) throw Killed{};
-  }
-  bool Survived() const { return eventsLeft_ > 0; }
-
-  QByteArray record;
-  bool ended = false;           ///< the record is complete
-  std::map<int, bool> refused;  ///< the last reply to the full checksum of a controller
-
- private:
-  RecordLines lines_{"", {}};
-  int eventsLeft_;
-  bool killed_ = false;
-};
-
-struct Job {
-  Button button;
-  std::vector<bus::ControllerSetup> controllers;
-  bool loses = false;  ///< killed only after the losses: resumed before, it would lose batches itself
-  bool prot3 = false;
-};
-
-/// A program with two controllers whose program can be killed and started again.
-class JobProgram : public RunProgram {
- public:
-  explicit JobProgram(const Job& job) : RunProgram(job.controllers), button_(job.button) {
+  struct Job {
+    Button button;
+    std::vector<bus::ControllerSetup> controllers;
+    bool prot3 = false;
+  };
+  explicit JobProgram(const Job& job) : RunProgram(job.controllers), job_(job) {
     ChooseHex(ImageWithSilentGap());
     tool.RUD3.SetValue(job.prot3);
   }
-
-  /// Runs the job until its end or its death; the record so far.
-  Killer RunUntil(int events) {
-    Killer killer(events);
-    Tick({3, 5});
-    tool.observers = {&killer};
-    try {
-      Press(button_);
-    } catch (const Killer::Killed&) {
-    }
-    tool.observers.clear();
-    return killer;
+  /// As it is started after the other one was killed: the line is as that one left it.
+  JobProgram(const JobProgram& killed, const JobRecord& begun) : JobProgram(killed.job_) {
+    bus = killed.bus;
+    computer.SleepUntil(std::chrono::duration<double>(killed.computer.Time() + 10s).count());
+    tool.Vitesse.SetText(begun.job["settings"]["speed"].toString().toStdString());
   }
 
-  /// As a new program does, with the settings of the record.
-  void Finish(const JobRecord& record) {
-    tool.message.Unload();
-    tool.MSComm1.SetPortOpen(false);
-    tool.Vitesse.SetText(record.job["settings"]["speed"].toString().toStdString());
+  /// Returns the record.
+  QByteArray Run() {
+    Tick({3, 5});
+    tool.observers = {this};
+    Press(job_.button);
+    return record;
+  }
+
+  void Finish(const JobRecord& begun) {
     RunResults results;
     tool.observers = {&results};
-    Resume resume(record);
+    Resume resume(begun);
     while (const auto step = resume.Next()) {
       tool.Protocol.SetText(step->protocol.toStdString());
       tool.NONE.Press();
       for (const int y : step->controllers) tool.C(y).SetValue(CheckBox::kTicked);
-      Press(step->load ? button_ : kInfo);
+      Press(step->load ? job_.button : kInfo);
       if (step->load) continue;
       for (const int y : step->controllers) resume.SetReading(y, results.EvidenceOf(y));
     }
-    tool.observers.clear();
   }
 
   const Bytes& Flash(int number) { return bus.At(number).Flash(); }
@@ -110,15 +72,32 @@ class JobProgram : public RunProgram {
     }));
   }
 
+  QByteArray record;
+  std::function<void()> onLine;  ///< whenever the record has grown
+  bool ended = false;            ///< the record is complete
+  std::map<int, bool> refused;   ///< the last reply to the full checksum of a controller
+
  private:
-  Button button_;
+  void OnRunEvent(const RunEvent& event) override {
+    record += LinesOf(lines_, event);
+    ended |= std::holds_alternative<RunEnded>(event.what);
+    const auto* answered = std::get_if<CommandAnswered>(&event.what);
+    if (answered && answered->command == quillon::Command::kFullChecksum)
+      refused[answered->controller] = answered->reply == quillon::Reply::kRefused;
+    if (onLine) onLine();
+  }
+
+  Job job_;
+  RecordLines lines_{"", {}};
 };
 
-/// What a record of a cut run claims is so, and resuming leaves what the whole job would have.
-void ExpectTrueAndResumable(JobProgram& program, const Killer& killer, const std::map<int, Bytes>& image) {
-  const JobRecord record = ParseRecord(killer.record);
-  EXPECT_EQ(record.cut.isEmpty(), killer.ended);
-  std::map<int, int> erases;  // of loaded controllers; those that refused the image need another
+/// What the record of a program says that is killed now is so, and resuming leaves what the whole job would
+/// have.
+void ExpectTrueAndResumable(const JobProgram& killed, const std::map<int, Bytes>& image) {
+  const JobRecord record = ParseRecord(killed.record);
+  JobProgram program(killed, record);
+  EXPECT_EQ(record.cut.isEmpty(), killed.ended);
+  std::map<int, int> erases;  // of loaded controllers
   for (const auto& [number, controller] : record.controllers) {
     const bool erased = program.Flash(number) == Bytes(0x10000, 0xFF);
     const bool loaded = program.Flash(number) == image.at(number);
@@ -127,11 +106,11 @@ void ExpectTrueAndResumable(JobProgram& program, const Killer& killer, const std
     const bool confirmed = controller.progress == Progress::kConfirmed || controller.allAcknowledged;
     if (loaded && confirmed) erases[number] = program.Erases(number);
   }
-  if (!record.job.isEmpty()) program.Finish(record);
+  program.Finish(record);
   for (const auto& [number, flash] : image) EXPECT_TRUE(program.Flash(number) == flash) << number;
   for (const auto& [number, count] : erases) {
-    const auto refused = killer.refused.find(number);
-    const bool wasGood = refused == killer.refused.end() || !refused->second;
+    const auto refused = killed.refused.find(number);
+    const bool wasGood = refused == killed.refused.end() || !refused->second;
     EXPECT_EQ(program.Erases(number) == count, wasGood) << number;
   }
 }
@@ -140,33 +119,34 @@ TEST(JobRecord, IsTrueAndResumableWhereverTheRunIsKilled) {
   using bus::Fault;
   const Fault loses{.first = 3, .last = 5, .command = bus::Command::Batch};
   const Fault refuses{.kind = Fault::Kind::Code, .last = 3, .value = 0xE1, .command = bus::Command::Checksum};
-  const Job kJobs[] = {
-      {kParallel, {{.number = 3}, {.number = 5}}},
-      {kSerial, {{.number = 3}, {.number = 5, .protocol = 0x41}}},
-      {kParallel, {{.number = 3}, {.number = 5, .faults = {loses}}}, true},
-      {kSerial, {{.number = 3}, {.number = 5, .protocol = 0x41, .faults = {refuses}}}, false, true}};
-  for (const Job& job : kJobs) {
+  const struct {
+    JobProgram::Job job;
+    const char* from = "";  // resumed before the losses, it would lose batches itself
+  } cases[] = {{{kParallel, {{.number = 3}, {.number = 5}}}},
+               {{kSerial, {{.number = 3}, {.number = 5, .protocol = 0x41}}}},
+               {{kParallel, {{.number = 3}, {.number = 5, .faults = {loses}}}}, "\"begun\":6,"},
+               {{kSerial, {{.number = 3}, {.number = 5, .protocol = 0x41, .faults = {refuses}}}, true}}};
+  for (const auto& [job, from] : cases) {
     JobProgram whole({job.button, {{.number = 3}, {.number = 5, .protocol = job.controllers[1].protocol}}});
-    whole.RunUntil(INT_MAX);
+    whole.Run();
     const std::map<int, Bytes> image{{3, whole.Flash(3)}, {5, whole.Flash(5)}};
     ASSERT_NE(image.at(3), Bytes(0x10000, 0xFF));
-    int killed = 0;
-    for (bool survived = false; !survived;) {
-      JobProgram program(job);
-      const Killer killer = program.RunUntil(++killed);
-      survived = killer.Survived();
-      if (job.loses && !killer.record.contains("\"begun\":6,")) continue;
-      SCOPED_TRACE("event " + std::to_string(killed) + "\n" + killer.record.toStdString());
-      ExpectTrueAndResumable(program, killer, image);
-      if (testing::Test::HasFailure()) return;
-    }
-    EXPECT_GT(killed, 40);
+    int kills = 0;
+    JobProgram program(job);
+    program.onLine = [&, from = from] {
+      if (!program.record.contains(from) || testing::Test::HasFailure()) return;
+      SCOPED_TRACE("killed after\n" + program.record.toStdString());
+      ExpectTrueAndResumable(program, image);
+      ++kills;
+    };
+    program.Run();
+    EXPECT_GT(kills, 20);
   }
 }
 
 TEST(JobRecord, IsReadWhereverItIsCut) {
   JobProgram program({kSerial, {{.number = 3}}});
-  const QByteArray text = program.RunUntil(INT_MAX).record;
+  const QByteArray text = program.Run();
   const JobRecord whole = ParseRecord(text);
   EXPECT_EQ(whole.ending, "finished");
   EXPECT_EQ(whole.controllers.at(3).acknowledged, 6);
@@ -216,7 +196,8 @@ std::string StepsOf(Resume resume, const std::map<int, Evidence>& readings) {
 
 TEST(Resume, ReadsFirstAndLoadsEachSilentControllerAlone) {
   JobProgram program({kSerial, {{.number = 3}, {.number = 5}}});
-  const JobRecord record = ParseRecord(program.RunUntil(1).record);
+  const QByteArray text = program.Run();
+  const JobRecord record = ParseRecord(text.first(text.indexOf('\n') + 1));
   Evidence loaded, other;
   loaded.checksum = record.File()["checksum"].toString().toStdString();
   other.checksum = "0000";
