@@ -1,30 +1,21 @@
 // The real program at the virtual bus, from a folder of its own.
-#include <gmock/gmock.h>
-
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <sstream>
 
 #include "support/image.h"
-#include "support/started_program.h"
+#include "support/program_folder.h"
 #include "unattended/output_queue.h"
 
 namespace quillon {
 namespace {
 
-class ProgramAtTheBus : public testing::Test {
+class ProgramAtTheBus : public test::ProgramFolder {
  protected:
-  ProgramAtTheBus()
-      : folder_(testing::TempDir() + "unattended" + std::to_string(getpid()) + "/"),
-        bus_((std::filesystem::create_directory(folder_), BusWords(7))) {
-    EXPECT_THAT(bus_.ReadLine(), testing::StartsWith("bus: "));
-    std::filesystem::copy_file(QUILLON_UNATTENDED, folder_ + "quillon-unattended");
+  ProgramAtTheBus() : ProgramFolder(QUILLON_UNATTENDED, QUILLON_BUS) {
+    StartBus(kBus);
     std::filesystem::copy_file(QUILLON_DEMO_HEX, folder_ + "demo.hex");
     std::ofstream(folder_ + "Boot.ini") << "38400\n";
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
@@ -32,31 +23,16 @@ class ProgramAtTheBus : public testing::Test {
     unsetenv("XDG_CONFIG_HOME");
     unsetenv("XDG_RUNTIME_DIR");  // the toolkit would warn about it
   }
-  ~ProgramAtTheBus() override {
-    bus_.End(SIGTERM);
-    std::filesystem::remove_all(folder_);
-  }
 
-  /// The command line of a bus with controllers 1 and 2.
-  std::vector<std::string> BusWords(int port, const std::string& options = "") const {
-    return WithOptions(QUILLON_BUS, "--controller 1-2,baud=38400 --download-baud 38400 --link " + folder_ +
-                                        "COM" + std::to_string(port) + " " + options);
-  }
+  /// A bus with controllers 1 and 2.
+  static constexpr const char* kBus = "--controller 1-2,baud=38400 --download-baud 38400";
 
   /// The command line of a run with these steps.
   std::vector<std::string> Words(const std::string& steps, const std::string& file = "demo.hex",
                                  int port = 7) const {
-    return WithOptions(
-        folder_ + "quillon-unattended",
-        "--json --speed 38400 --protocol 63 --timeout 200 --delay 50 --controllers 1,2 --port " +
-            std::to_string(port) + " --hex " + folder_ + file + " " + steps);
-  }
-
-  static std::vector<std::string> WithOptions(const std::string& program, const std::string& options) {
-    std::vector<std::string> words{program};
-    std::istringstream split(options);
-    std::copy(std::istream_iterator<std::string>(split), {}, std::back_inserter(words));
-    return words;
+    return WordsOf(program_,
+                   "--json --speed 38400 --protocol 63 --timeout 200 --delay 50 --controllers 1,2 --port " +
+                       std::to_string(port) + " --hex " + folder_ + file + " " + steps);
   }
 
   /// The next event; empty at the end. Any other line is a failure.
@@ -88,9 +64,6 @@ class ProgramAtTheBus : public testing::Test {
     }
     return verdicts;
   }
-
-  std::string folder_;
-  test::StartedProgram bus_;
 };
 
 TEST_F(ProgramAtTheBus, ReportsARunInJsonAndHowLongItTakes) {
@@ -120,8 +93,7 @@ TEST_F(ProgramAtTheBus, ExitsWithStatus1WhereAControllerIsNotAsWantedAndContinue
 
 // Controller 2 misses a batch of the parallel download.
 TEST_F(ProgramAtTheBus, LoadsFailedControllersAgain) {
-  test::StartedProgram bus(BusWords(8, "--quick --fault 2:lost-batch@1"));
-  EXPECT_THAT(bus.ReadLine(), testing::StartsWith("bus: "));
+  StartBus(kBus + std::string(" --quick --fault 2:lost-batch@1"), 8);
   std::ofstream image(folder_ + "image.hex");
   for (const std::string& line : test::kImage) image << line << "\n";
   image.close();
@@ -133,8 +105,7 @@ TEST_F(ProgramAtTheBus, LoadsFailedControllersAgain) {
 
 // The cable is pulled when both controllers are erased, and is back half a second later.
 TEST_F(ProgramAtTheBus, EndsAtAPulledCableAndTheNextDownloadUsesTheNewDevice) {
-  test::StartedProgram bus(BusWords(8, "--quick --unplug 4,500"));
-  EXPECT_THAT(bus.ReadLine(), testing::StartsWith("bus: "));
+  StartBus(kBus + std::string(" --quick --unplug 4,500"), 8);
   for (const int status : {3, 0}) {
     while (!std::filesystem::exists(folder_ + "COM8")) usleep(10'000);
     test::StartedProgram program(Words("parallel", "demo.hex", 8));
@@ -150,8 +121,8 @@ TEST_F(ProgramAtTheBus, FinishesARecordedDownload) {
   test::StartedProgram killed(Words("--record " + records + " --by Ann parallel"));
   ReadUntilBatch(killed, 3);
   killed.End(SIGKILL);
-  const std::vector<std::string> resume{folder_ + "quillon-unattended", "--json", "--resume",
-                                        std::filesystem::directory_iterator(records)->path()};
+  const auto resume =
+      WordsOf(program_, "--json --resume " + std::filesystem::directory_iterator(records)->path().string());
   test::StartedProgram resumed(resume);
   EXPECT_EQ(Verdicts(resumed), "1 other-image; 2 other-image; 1 good; 2 good; ");
   EXPECT_EQ(resumed.Wait(), 0);
@@ -204,8 +175,7 @@ TEST_F(ProgramAtTheBus, IsNotDelayedByAReaderThatNeverReads) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(program.Wait(), row.status);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(12));
-    std::ifstream file(log);
-    const std::string text(std::istreambuf_iterator<char>(file), {});
+    const std::string text = Read("Log.txt");
     EXPECT_THAT(text, testing::HasSubstr(row.signal == 0 ? "40 02 01 73" : "Message : $74"));
     EXPECT_EQ(text.find("Sending Full checksum"), std::string::npos) << "the run was not cancelled";
   }
