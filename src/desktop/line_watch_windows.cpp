@@ -1,4 +1,5 @@
 // Watches the event of the pending read.
+#include <QAbstractEventDispatcher>
 #include <QWinEventNotifier>
 
 #include "desktop/line_watch.h"
@@ -10,9 +11,14 @@ struct LineWatch::Notifiers {
   QWinEventNotifier received;
 };
 
+// Qt delivers the event at the beginning of a pass of its event loop and then sleeps, although a wait for these
+// bytes is over. The wake-up ends that sleep.
 LineWatch::LineWatch(std::intptr_t watched, std::function<void()> onReceived, std::function<void()>)
     : notifiers_(std::make_unique<Notifiers>(watched)) {
-  QObject::connect(&notifiers_->received, &QWinEventNotifier::activated, std::move(onReceived));
+  QObject::connect(&notifiers_->received, &QWinEventNotifier::activated, [onReceived] {
+    onReceived();
+    QAbstractEventDispatcher::instance()->wakeUp();
+  });
 }
 
 LineWatch::~LineWatch() = default;
