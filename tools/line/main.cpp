@@ -3,8 +3,10 @@
 #include <QCoreApplication>
 #include <QJsonDocument>
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <set>
 
 #include "command_line/arguments.h"
@@ -19,6 +21,7 @@
 #include "platform/text_file.h"
 #include "unattended/console.h"
 #include "unattended/error_category.h"
+#include "unattended/output_queue.h"
 
 namespace {
 
@@ -133,39 +136,37 @@ std::optional<int> ReadCommandLine(Options& options) {
   return std::nullopt;
 }
 
-void Print(const std::string& text) {
-  std::fputs(text.c_str(), stdout);
-  std::fflush(stdout);
+void PrintEvent(OutputQueue& output, const QJsonObject& event) {
+  output.Write(QJsonDocument(event).toJson(QJsonDocument::Compact).toStdString() + "\n");
 }
 
-void PrintEvent(const QJsonObject& event) {
-  Print(QJsonDocument(event).toJson(QJsonDocument::Compact).toStdString() + "\n");
-}
-
-void Announce(const Options& options) {
+void Announce(const Options& options, OutputQueue& output) {
   const double longest = std::ceil(LongestSeconds(options.plan));
   const auto controllers = static_cast<int>(options.plan.controllers.size());
   if (options.json)
-    return PrintEvent({{"event", "start"},
-                       {"controllers", controllers},
-                       {"questions", options.plan.questions},
-                       {"secondsAtMost", longest}});
-  if (options.plan.watch) return Print("Ends with Ctrl-C.\n");
-  std::printf("Asks %d controllers, each %d times. Takes about %.0f s, at most %.0f s.\n", controllers,
-              options.plan.questions, std::ceil(UsualSeconds(options.plan)), longest);
-  std::fflush(stdout);
+    return PrintEvent(output, {{"event", "start"},
+                               {"controllers", controllers},
+                               {"questions", options.plan.questions},
+                               {"secondsAtMost", longest}});
+  if (options.plan.watch) return output.Write("Ends with Ctrl-C.\n");
+  output.Write(QString("Asks %1 controllers, each %2 times. Takes about %3 s, at most %4 s.\n")
+                   .arg(controllers)
+                   .arg(options.plan.questions)
+                   .arg(std::ceil(UsualSeconds(options.plan)))
+                   .arg(longest)
+                   .toStdString());
 }
 
-LineMeasurement Measure(const Options& options) {
+LineMeasurement Measure(const Options& options, OutputQueue& output) {
   DesktopClock clock;
   DesktopEvents events(clock);
   SerialPort port(system_files::ProgramFolder());
-  Announce(options);
+  Announce(options, output);
   const bool showsProgress = !options.plan.watch && console::IsTerminal(stderr);
   const ScopeExit erase([showsProgress] { std::fputs(showsProgress ? "\r     \r" : "", stderr); });
   const auto observe = [&](const LineMeasurement& soFar, int round) {
     if (showsProgress) std::fprintf(stderr, "\r%3d %%", 100 * round / options.plan.questions);
-    if (options.plan.watch) Print(RoundText(soFar) + "\n");
+    if (options.plan.watch) output.Write(RoundText(soFar) + "\n");
   };
   try {
     return MeasureLine(clock, events, port, options.plan, console::Interrupted, observe);
@@ -185,21 +186,21 @@ ErrorCategory StatusOf(const Options& options, const LineReport& report) {
                                                                          : ErrorCategory::kController;
 }
 
-ErrorCategory Run(Options options) {
+ErrorCategory Run(Options options, OutputQueue& output) {
   std::vector<std::size_t> batchFrameSizes;
   if (!options.file.empty()) batchFrameSizes = BatchFrameSizes(ReadFile(options.file));
   if (options.proveFile)
     options.plan.questions = std::max(options.plan.questions, ProveFile({}, batchFrameSizes).questions);
-  const LineMeasurement measurement = Measure(options);
+  const LineMeasurement measurement = Measure(options, output);
   const LineReport report{measurement, Diagnose(measurement), std::move(batchFrameSizes)};
-  if (!options.json) Print(TextReport(report));
+  if (!options.json) output.Write(TextReport(report));
   if (options.json)
-    for (const QJsonObject& event : JsonReport(report)) PrintEvent(event);
-  if (!options.html.empty()) ReplaceFile(options.html, HtmlReport(report));
+    for (const QJsonObject& event : JsonReport(report)) PrintEvent(output, event);
   ErrorCategory status = StatusOf(options, report);
   if (!options.record.empty() && !WriteRecord(report, options.record))
     status = Worse(status, ErrorCategory::kFile);
-  if (options.json) PrintEvent({{"event", "end"}, {"code", static_cast<int>(status)}});
+  if (!options.html.empty()) ReplaceFile(options.html, HtmlReport(report));
+  if (options.json) PrintEvent(output, {{"event", "end"}, {"code", static_cast<int>(status)}});
   return status;
 }
 
@@ -209,10 +210,13 @@ int main(int argc, char** argv) {
   system_files::PrepareProcess();
   const QCoreApplication application(argc, argv);
   console::Prepare();
-  const int status = RunProgram("quillon-line", [] {
+  OutputQueue output(stdout);  // a reader that stalls must not delay the check or the reaction to Ctrl-C
+  const int status = RunProgram("quillon-line", [&output] {
     Options options;
     if (const auto answered = ReadCommandLine(options)) return *answered;
-    return static_cast<int>(Run(std::move(options)));
+    return static_cast<int>(Run(std::move(options), output));
   });
-  return std::ferror(stdout) == 0 ? status : kFileStatus;
+  constexpr std::chrono::seconds kLongestWait(5);
+  if (output.Finish(std::chrono::steady_clock::now() + kLongestWait)) return status;
+  std::_Exit(kFileStatus);
 }
