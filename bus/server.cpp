@@ -4,6 +4,7 @@
 
 #include <poll.h>
 #include <sys/signalfd.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -37,6 +38,12 @@ std::string HexText(const Bytes& bytes) {
     text += digits.data();
   }
   return text;
+}
+
+/// Whether the standard output accepts a line at once. A reader that stalls must not stop the bus.
+bool OutputIsReady() {
+  pollfd output{STDOUT_FILENO, POLLOUT, 0};
+  return poll(&output, 1, 0) > 0;
 }
 
 }  // namespace
@@ -150,7 +157,7 @@ void Server::Log(Time at, const LineFormat& format, const std::string& text) {
 
 void Server::LogLine(const std::string& line) {
   if (log_.is_open()) log_ << line << std::endl;
-  if (options_.verbose) std::cout << line << std::endl;
+  if (options_.verbose && OutputIsReady()) std::cout << line << std::endl;
 }
 
 Time Server::Now() const { return std::chrono::steady_clock::now() - start_; }
