@@ -61,7 +61,11 @@ void RunResults::On(const AnswerReceived& event) {
 void RunResults::On(const CommandAnswered& event) {
   Evidence& evidence = At(event.controller);
   const bool accepted = event.reply == Reply::kAccepted;
-  evidence.last = {event.command, event.reply};
+  // A controller that refused, or whose answers were damaged, is asked again at the other speeds. Its silence
+  // there says nothing: it was there at the first one.
+  const bool wasThere = evidence.last && evidence.last->command == event.command &&
+                        (evidence.last->reply == Reply::kRefused || evidence.last->reply == Reply::kDamaged);
+  if (!wasThere || event.reply != Reply::kNoAnswer) evidence.last = {event.command, event.reply};
   if (event.command == Command::kFlashErase && accepted) evidence.erasure = Erasure::kDone;
   if (event.command == Command::kBatch && accepted) ++evidence.batchesAcknowledged;
   if (event.command == Command::kFullChecksum && (accepted || event.reply == Reply::kRefused))

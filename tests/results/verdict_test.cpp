@@ -76,6 +76,8 @@ TEST(RunResults, JudgeAllEvidence) {
       {"silent, confirmed", {kSerial}, {}, {On(Check, {})}, "good/proven no-answer",
        "it did not answer, but it confirmed the full checksum"},
       {"damaged", {kParallel}, {On(Erase, {.kind = Kind::Corrupt})}, {}, "damaged-answers not-read", "not erased"},
+      {"damaged at its speed, silent at others", {kInfo}, {}, {On(Check, {.kind = Kind::Corrupt})},
+       "other-image damaged-answers", "damaged"},
       {"erase refused", {kSerial}, {}, {On(Erase, {.kind = Kind::Code, .value = 0xE1})},
        "good/proven erase-refused", ""},
       {"cancelled", {kSerial}, {}, {}, "good/proven not-read", "it is erased", cancelled},
