@@ -85,7 +85,9 @@ MissingBatches BatchSums::Explain(std::uint16_t reported) const {
 std::string DescribeMissing(const MissingBatches& missing, const std::string& fileName) {
   if (!missing.Useful()) return "";
   std::string text = "the checksum fits if ";
-  if (!missing.onlyFirst.empty()) {
+  if (missing.onlyFirst == std::vector{0}) {
+    text += "its flash is erased";
+  } else if (!missing.onlyFirst.empty()) {
     text += "it contains the first " + JoinWithOr(missing.onlyFirst) + " of " +
             std::to_string(missing.batches) + " batches of " + fileName;
   }

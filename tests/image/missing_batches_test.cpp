@@ -74,6 +74,8 @@ TEST(MissingBatches, AreDescribedWhileAtMostThreeFit) {
   EXPECT_EQ(DescribeMissing(other, "demo.hex"),
             "the checksum fits if it contains the first 10 of 25 batches of demo.hex, or if batch 3 or 20 is "
             "missing");
+  EXPECT_EQ(DescribeMissing({.oneMissing = {2}, .onlyFirst = {0}, .batches = 25}, "demo.hex"),
+            "the checksum fits if its flash is erased, or if batch 2 is missing");
   EXPECT_EQ(DescribeMissing(many, "demo.hex") + DescribeMissing({}, "demo.hex"), "");
   EXPECT_EQ(SuggestCause({one, many, other, one}), "3 controllers miss the same: raise the delay");
   EXPECT_EQ(SuggestCause({part, other}), "2 controllers contain the same part: load them again");
