@@ -15,12 +15,14 @@ namespace quillon {
 // with its flash: the third refusal is final. Silence and damaged answers are final at once, because the
 // exchange has already sent the frame three times.
 
-/// The protocol byte. When `Protocol` does not contain a valid number, shows the run-error box and returns 0.
-std::uint8_t ProtocolByteOrBox(Quillon& form);
+/// The protocol byte of the setting `Protocol`. If the setting is not a valid number, shows the run-error box
+/// and returns 0: a command then sends its frame anyway.
+std::uint8_t ProtocolByte(Quillon& form);
 
-/// Sends a command to controller `y` until it acknowledges (kAnswered), an exchange fails (its result), or it
-/// has refused three times (kRefused). `onResult` receives each result. Raises RunError like SendFrame.
-ExchangeResult SendForAcknowledge(Quillon& form, Command command, int y, const Bytes& frame,
+/// Sends a command until the controller acknowledges (kAnswered), an exchange fails (its result), or the
+/// controller has refused three times (kRefused). `onResult` receives the result of each exchange; a
+/// refusal is kAnswered there. Raises RunError like SendFrame.
+ExchangeResult SendForAcknowledge(Quillon& form, Command command, int controller, const Bytes& frame,
                                   const std::function<void(ExchangeResult result)>& onResult = {});
 
 /// A command with the texts of its results.
@@ -32,8 +34,8 @@ struct RequestTexts {
   std::string errorTitle = BoxWording().title;
 };
 
-/// Sends a command to controller `y`, writes the result into its row and closes `Message`. Returns whether
-/// `y` acknowledged; its row is then empty.
-bool RequestAcknowledge(Quillon& form, int y, const Bytes& frame, const RequestTexts& texts);
+/// Sends a command, writes the result into the controller's row and closes `Message`. Returns whether the
+/// controller acknowledged; its row is then empty.
+bool RequestAcknowledge(Quillon& form, int controller, const Bytes& frame, const RequestTexts& texts);
 
 }  // namespace quillon

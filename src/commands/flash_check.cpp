@@ -1,5 +1,10 @@
-// Sends the message $73 to read version and checksum of a controller into its row, `Ver(y)` and `CkSum(y)`. A
-// checksum other than that of the chosen file (`FileCheksum`) is shown white on red.
+// The message $73 reads version and checksum of a controller's flash into its row of the table window.
+//
+//     message   40 05 01 73 F8 A9 04    to controller 5, with the protocol byte 40
+//     answer    13 or 14 bytes, with version and checksum (flash_answer.h)
+//
+// The row of controller n has the fields `Ver(n)` for the version and `CkSum(n)` for the checksum. If it
+// differs from the checksum of the chosen file, the box `FileCheksum` (spelled so), it is white on red.
 #include "commands/flash_check.h"
 
 #include <string>
@@ -13,39 +18,49 @@
 namespace quillon {
 namespace {
 
-/// Writes version and checksum of `y` into its row. Returns false when the exchange failed. A late answer to
-/// an earlier message has a correct CRC, but another length. Therefore $73 is sent again until an answer has
-/// a known length, no answer is received, or the operator cancels.
-bool ReadFlash(Quillon& form, int y) {
-  for (;;) {
-    form.FrameBuffer = FlashCheckFrame(ProtocolByteOrBox(form), y);
-    ShowProgress(form, ControllerText(y) + " : Checking Flash ", StatusForm::kWithSpeed);
-    LogFrame(form, "Message : $73  - Checking Flash", form.FrameBuffer);
-    ExchangeResult result = ExchangeResult::kNoAnswer;  // also after a run-time failure
-    Try(form, [&] {
-      result = SendFrame(form, form.FrameBuffer, form.AnswerText, ShortAnswer::kIsBad);
-      form.Report(CommandAnswered{Command::kFlashCheck, y, ReplyOf(form, result)});
-    });
-    ReportFailure(form, y, FailureOf(result));  // an answer empties the row
-    if (result != ExchangeResult::kAnswered) return false;
+/// Sends the message once. A failure is shown in the row; after an answer the row is empty.
+ExchangeResult SendFlashCheck(Quillon& form, int controller) {
+  form.FrameBuffer = FlashCheckFrame(ProtocolByte(form), controller);
+  ShowProgress(form, ControllerText(controller) + " : Checking Flash ", StatusForm::kWithSpeed);
+  LogFrame(form, "Message : $73  - Checking Flash", form.FrameBuffer);
+  ExchangeResult result = ExchangeResult::kNoAnswer;  // remains if SendFrame raises RunError
+  Try(form, [&] {
+    result = SendFrame(form, form.FrameBuffer, form.AnswerText, ShortAnswer::kIsBad);
+    form.Report(CommandAnswered{Command::kFlashCheck, controller, ReplyOf(form, result)});
+  });
+  ReportFailure(form, controller, FailureOf(result));
+  return result;
+}
+
+/// Writes version and checksum into the row. Returns false after a failed exchange. A late answer to an
+/// earlier message has a correct CRC, but another length. The message is then sent again. Silence and Cancel
+/// end the repetition, because the exchange fails.
+bool ReadFlash(Quillon& form, int controller) {
+  while (SendFlashCheck(form, controller) == ExchangeResult::kAnswered) {
     if (const auto facts = ReadFlashAnswer(form.AnswerText)) {
-      FillRow(form, y, RowContent::kFlash, facts->version, facts->checksum);
+      FillRow(form, controller, RowContent::kFlash, facts->version, facts->checksum);
       return true;
     }
   }
+  return false;
+}
+
+void ShowMismatch(Quillon& form, TextBox& checksum) {
+  form.dialogs.Beep();
+  checksum.SetBackColor(colour::kRed);
+  checksum.SetForeColor(colour::kWhite);
+  checksum.SetFontBold(true);
 }
 
 }  // namespace
 
-bool FlashCheck(Quillon& form, int& y) {
-  const bool checked = ReadFlash(form, y);
+// The number is the shared loop variable `CurrentController`, hence the reference. It is not changed here.
+bool FlashCheck(Quillon& form, int& controller) {
+  const bool checked = ReadFlash(form, controller);
+  TextBox& checksum = form.info.CkSum(controller);
   const std::string& fileChecksum = form.info.FileCheksum.Text();
-  if (checked && !fileChecksum.empty() && fileChecksum != form.info.CkSum(y).Text()) {
-    form.dialogs.Beep();
-    form.info.CkSum(y).SetBackColor(colour::kRed);
-    form.info.CkSum(y).SetForeColor(colour::kWhite);
-    form.info.CkSum(y).SetFontBold(true);
-  }
+  const bool fileChosen = !fileChecksum.empty();
+  if (checked && fileChosen && checksum.Text() != fileChecksum) ShowMismatch(form, checksum);
   form.message.Unload();
   return checked;
 }

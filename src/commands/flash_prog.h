@@ -20,8 +20,8 @@ namespace quillon {
 /// erased. Only Cancel ends the pass early, between two batches.
 void FlashProg(Quillon& form);
 
-/// Sends the image's checksum to `y` for confirmation, and writes the result of each exchange into its row.
-/// `status` ends the status line; `logLine` precedes the frame. Raises RunError like SendFrame.
-ExchangeResult SendFullChecksum(Quillon& form, int y, const char* status, const char* logLine);
+/// Sends the image's checksum to a controller, which compares it. Writes the result of each exchange into its
+/// row. `status` ends the status line; `logLine` precedes the frame. Raises RunError like SendFrame.
+ExchangeResult SendFullChecksum(Quillon& form, int controller, const char* status, const char* logLine);
 
 }  // namespace quillon

@@ -1,6 +1,10 @@
-// The programming pass of a serial download: sends each batch until the controller acknowledges it, then the
-// full checksum. Because the controller acknowledges each batch, no delay is needed between batches. But the
-// tool waits 0.5 s for the end of each answer.
+// The programming pass of a serial download, for one controller:
+//
+//     for each batch   send it; after a refusal send it again, after the third one end the pass
+//     at the end       send the checksum of the whole image; the controller compares it
+//
+// The controller acknowledges each batch. So the delay between batches that a parallel download needs is not
+// needed here, but each exchange waits 0.5 s for the end of the answer.
 #include "commands/flash_prog00.h"
 
 #include <string>
@@ -16,35 +20,36 @@
 namespace quillon {
 namespace {
 
-/// Returns whether `y` acknowledged the batch. A missing or damaged answer is not shown: the run reads the
-/// flash next (FlashCheck), and the controller's row in the table window `Info` shows what was read.
-bool SendBatch(Quillon& form, int y, const Bytes& frame) {
+/// Returns whether the controller acknowledged the batch. A missing or damaged answer is not shown here:
+/// the run reads the flash next, and the row then shows the result.
+bool SendBatch(Quillon& form, int controller, const Bytes& frame) {
   ExchangeResult result{};
-  // If the serial device fails here, the error text reports that one controller is erased.
-  WhileErased(1, [&] { result = SendForAcknowledge(form, Command::kBatch, y, frame); });
+  const int erased = 1;  // for the error text if the serial device fails
+  WhileErased(erased, [&] { result = SendForAcknowledge(form, Command::kBatch, controller, frame); });
   if (result == ExchangeResult::kAnswered) Log(form, "Answer : 61");
   if (result == ExchangeResult::kRefused) {
     Log(form, "Answer : Failure 3*E1");
-    ReportFailure(form, y, FailureCode::kCommunicationFailure);
+    ReportFailure(form, controller, FailureCode::kCommunicationFailure);
   }
   return result == ExchangeResult::kAnswered;
 }
 
-/// Returns whether `y` acknowledged all batches. If not, or after Cancel, the window `Message` is closed.
-bool SendBatches(Quillon& form, int y) {
+/// Returns whether the controller acknowledged all batches. If not, `Message` is closed, by Cancel or here.
+bool SendBatches(Quillon& form, int controller) {
   const std::string file = ReadFile(form.FileName.Text());
   BatchReader batches(file);
   const int count = CountBatches(file);
   for (int batchNumber = 1; !batches.AtEnd(); ++batchNumber) {
     const std::string number = std::to_string(batchNumber);
     form.message.ShowSent(batchNumber, count);
-    ShowProgress(form, ControllerText(y) + " : Programming Batch " + number + "   ", StatusForm::kBrief);
+    ShowProgress(form, ControllerText(controller) + " : Programming Batch " + number + "   ",
+                 StatusForm::kBrief);
     form.run.Yield();
     if (form.AbortRequested) return false;  // Cancel has closed `Message`
-    form.Report(BatchBegun{y, batchNumber, count});
-    form.FrameBuffer = BatchFrame(y, batches.Next());
+    form.Report(BatchBegun{controller, batchNumber, count});
+    form.FrameBuffer = BatchFrame(controller, batches.Next());
     LogFrame(form, "Message : $75 - Programmation Batch " + number, form.FrameBuffer);
-    if (!SendBatch(form, y, form.FrameBuffer)) {
+    if (!SendBatch(form, controller, form.FrameBuffer)) {
       form.message.Unload();
       return false;
     }
@@ -52,23 +57,24 @@ bool SendBatches(Quillon& form, int y) {
   return true;
 }
 
-void ConfirmImage(Quillon& form, int y) {
+void ConfirmImage(Quillon& form, int controller) {
   const auto result =
-      SendFullChecksum(form, y, " : Sending full CheckSum ", "Message : $75 Sending Full Checksum");
+      SendFullChecksum(form, controller, " : Sending full CheckSum ", "Message : $75 Sending Full Checksum");
   if (result != ExchangeResult::kRefused) return;
   Log(form, ExchangeResultText(result));
-  ReportFailure(form, y, FailureCode::kCommunicationFailure);
+  ReportFailure(form, controller, FailureCode::kCommunicationFailure);
 }
 
 }  // namespace
 
-void FlashProg00(Quillon& form, int& y) {
-  const PhaseScope phase(form, y, Phase::kProgram);
+// By reference, like the number of every command. It is not changed here.
+void FlashProg00(Quillon& form, int& controller) {
+  const PhaseScope phase(form, controller, Phase::kProgram);
   Try(form, [&] {
-    Log(form, "******** PROGRAMMATION DU CTRL " + std::to_string(y) + " **********");
-    if (!SendBatches(form, y)) return;
+    Log(form, "******** PROGRAMMATION DU CTRL " + std::to_string(controller) + " **********");
+    if (!SendBatches(form, controller)) return;
     FlushInput(form);
-    ConfirmImage(form, y);
+    ConfirmImage(form, controller);
     form.message.Unload();
   });
 }

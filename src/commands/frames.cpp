@@ -35,11 +35,13 @@ Bytes FrameTo(int address, std::uint8_t protocol, const Bytes& payload) {
 
 }  // namespace
 
-Bytes FlashCheckFrame(std::uint8_t protocol, int y) { return FrameTo(y, protocol, {kFlashCheck}); }
+Bytes FlashCheckFrame(std::uint8_t protocol, int controller) {
+  return FrameTo(controller, protocol, {kFlashCheck});
+}
 
-Bytes FlashEraseFrame(std::uint8_t protocol, int y, SpeedWhileProgramming speed) {
+Bytes FlashEraseFrame(std::uint8_t protocol, int controller, SpeedWhileProgramming speed) {
   const bool kept = speed == SpeedWhileProgramming::kKept;
-  return FrameTo(y, protocol, {kFlashErase, 0x55, kept ? kKeepSpeed : kUseDownloadSpeed, 0xF0});
+  return FrameTo(controller, protocol, {kFlashErase, 0x55, kept ? kKeepSpeed : kUseDownloadSpeed, 0xF0});
 }
 
 Bytes BatchFrame(int address, const Bytes& payload) {
@@ -61,25 +63,26 @@ std::vector<std::size_t> BatchFrameSizes(std::string_view file) {
   return sizes;
 }
 
-Bytes FullChecksumFrame(int y, const std::string& checksum) {
+Bytes FullChecksumFrame(int controller, const std::string& checksum) {
   const std::string padding(checksum.size() < kMinChecksumDigits ? kMinChecksumDigits - checksum.size() : 0,
                             '0');
   const std::string digits = padding + checksum;
   const auto pair = [&](std::size_t n) {
     return static_cast<std::uint8_t>(HexToNumber(std::string_view(digits).substr(2 * n, 2)));
   };
-  return FrameTo(y, kFixedProtocol, {kProgramming, 0xAA, 0x55, kFullChecksum, pair(0), pair(1), pair(2)});
+  return FrameTo(controller, kFixedProtocol,
+                 {kProgramming, 0xAA, 0x55, kFullChecksum, pair(0), pair(1), pair(2)});
 }
 
-Bytes BootCheckFrame(std::uint8_t protocol, int y) {
-  return FrameTo(y, protocol, {kProgramming, 0xAA, 0x55, kBootCheck});
+Bytes BootCheckFrame(std::uint8_t protocol, int controller) {
+  return FrameTo(controller, protocol, {kProgramming, 0xAA, 0x55, kBootCheck});
 }
 
-Bytes ToProtocol4Frame(int y) {
-  const auto address = static_cast<std::uint8_t>(y + kTextFrameAddressOffset);
+Bytes ToProtocol4Frame(int controller) {
+  const auto address = static_cast<std::uint8_t>(controller + kTextFrameAddressOffset);
   return {kFixedProtocol, address, 'p', '4', '0', '0', ':', '4', '/'};
 }
 
-Bytes ToProtocol3Frame(int y) { return FrameTo(y, kFixedProtocol, {kToProtocol3}); }
+Bytes ToProtocol3Frame(int controller) { return FrameTo(controller, kFixedProtocol, {kToProtocol3}); }
 
 }  // namespace quillon

@@ -24,13 +24,13 @@ namespace quillon {
 /// The two reading frames and the erase have the protocol byte of the setting `Protocol`, the others 0x40.
 /// Controllers on protocol 3 read text, so the frame that changes them to protocol 4 is the text "p400:4/"
 /// behind protocol byte and address. The address is the controller's number plus 30. The frame has no length,
-/// no CRC and no end byte, and its answer is 68 2F. The functions return closed frames. `y` is a controller's
-/// number, 0 to 31.
+/// no CRC and no end byte, and its answer is 68 2F. The functions return closed frames. `controller` is
+/// a number from 0 to 31.
 
-Bytes FlashCheckFrame(std::uint8_t protocol, int y);
+Bytes FlashCheckFrame(std::uint8_t protocol, int controller);
 
 enum class SpeedWhileProgramming { kKept, kDownload };
-Bytes FlashEraseFrame(std::uint8_t protocol, int y, SpeedWhileProgramming speed);
+Bytes FlashEraseFrame(std::uint8_t protocol, int controller, SpeedWhileProgramming speed);
 
 /// `address` is a controller's number or kBroadcast. `payload` is the load address, high byte first, and the
 /// data. Raises RunError 6 for a payload of more than 251 bytes, the most that fit into a frame.
@@ -40,10 +40,10 @@ Bytes BatchFrame(int address, const Bytes& payload);
 std::vector<std::size_t> BatchFrameSizes(std::string_view file);
 
 /// The frame contains the first six digits of `checksum`, hex text that is padded to five digits with zeros.
-Bytes FullChecksumFrame(int y, const std::string& checksum);
+Bytes FullChecksumFrame(int controller, const std::string& checksum);
 
-Bytes BootCheckFrame(std::uint8_t protocol, int y);
-Bytes ToProtocol4Frame(int y);
-Bytes ToProtocol3Frame(int y);
+Bytes BootCheckFrame(std::uint8_t protocol, int controller);
+Bytes ToProtocol4Frame(int controller);
+Bytes ToProtocol3Frame(int controller);
 
 }  // namespace quillon

@@ -1,5 +1,9 @@
-// Changes the protocol of a controller. A controller on protocol 3 ("RUD3" in the log) reads text. So the
-// change to protocol 4 is the text "p400:4/", and the change back is the message $55.
+// Changes the protocol of a controller. On protocol 3 ("RUD3" in the log) a controller reads text, on
+// protocol 4 frames. So each change is sent in the form that the controller can still read:
+//
+//     3 to 4   40 23 "p400:4/"         to controller 5; in this text the address is the number plus 30
+//              68 2F                   its answer
+//     4 to 3   40 05 01 55 .. .. 04    the message $55 in a frame, acknowledged by the code 61
 #include "commands/protocol_switch.h"
 
 #include "commands/acknowledge.h"
@@ -8,12 +12,13 @@
 
 namespace quillon {
 
-bool SendP4(Quillon& form, int& y) {
+// The number is the shared loop variable `CurrentController`, hence the reference. It is not changed here.
+bool SendP4(Quillon& form, int& controller) {
   const auto send = [&] {
-    form.FrameBuffer = ToProtocol4Frame(y);
+    form.FrameBuffer = ToProtocol4Frame(controller);
     LogFrame(form, "Message : p4 => RUD3", form.FrameBuffer);
     const ExchangeResult result = SendFrame(form, form.FrameBuffer, form.AnswerText, ShortAnswer::kIsGood);
-    form.Report(CommandAnswered{Command::kToProtocol4, y, ReplyOf(form, result)});
+    form.Report(CommandAnswered{Command::kToProtocol4, controller, ReplyOf(form, result)});
     return result == ExchangeResult::kAnswered;
   };
   bool answered = false;
@@ -22,10 +27,11 @@ bool SendP4(Quillon& form, int& y) {
   return answered;
 }
 
-bool Send55(Quillon& form, int& y) {
-  form.FrameBuffer = ToProtocol3Frame(y);
+// The number is the shared loop variable `CurrentController`, hence the reference. It is not changed here.
+bool Send55(Quillon& form, int& controller) {
+  form.FrameBuffer = ToProtocol3Frame(controller);
   LogFrame(form, "Message : Cmd 55 to return to RUD3", form.FrameBuffer);
-  return RequestAcknowledge(form, y, form.FrameBuffer,
+  return RequestAcknowledge(form, controller, form.FrameBuffer,
                             {.command = Command::kToProtocol3,
                              .acknowledgedLog = "Answer : Ok",
                              .acknowledgedStatus = " : Sending p4 OK",

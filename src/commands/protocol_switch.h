@@ -6,10 +6,12 @@ namespace quillon {
 
 // Changes the protocol of a controller: on protocol 3, "RUD3" in the log, it reads text, on 4 frames.
 
-/// Changes `y` from protocol 3 to 4. Returns whether it answered; if so, after a box was closed.
-bool SendP4(Quillon& form, int& y);
+/// Changes a controller from protocol 3 to 4. If it answers, a box is shown, and true is returned when the
+/// operator has closed it.
+bool SendP4(Quillon& form, int& controller);
 
-/// Changes `y` from protocol 4 to 3. Returns whether it did, with its row empty. Closes `Message`.
-bool Send55(Quillon& form, int& y);
+/// Changes a controller from protocol 4 to 3. Returns whether it acknowledged; its row is then empty. Closes
+/// `Message`.
+bool Send55(Quillon& form, int& controller);
 
 }  // namespace quillon

@@ -22,8 +22,8 @@ constexpr FailureText kFailureTexts[] = {
     {" : Erasing Failure", "Erasing", "Failure"},
 };
 
-void PaintRow(Quillon& form, int y, int foreColor, bool bold) {
-  for (TextBox* box : {&form.info.Ver(y), &form.info.CkSum(y)}) {
+void PaintRow(Quillon& form, int controller, int foreColor, bool bold) {
+  for (TextBox* box : {&form.info.Ver(controller), &form.info.CkSum(controller)}) {
     box->SetForeColor(foreColor);
     box->SetFontBold(bold);
   }
@@ -31,33 +31,33 @@ void PaintRow(Quillon& form, int y, int foreColor, bool bold) {
 
 }  // namespace
 
-std::string ControllerText(int y) { return "Controller " + std::to_string(y); }
+std::string ControllerText(int controller) { return "Controller " + std::to_string(controller); }
 
-void ReportFailure(Quillon& form, int y, FailureCode code) {
+void ReportFailure(Quillon& form, int controller, FailureCode code) {
   if (code == FailureCode::kNone) {
-    ClearRow(form, y);
+    ClearRow(form, controller);
     return;
   }
   const auto index = static_cast<std::size_t>(code) - 1;
   if (index >= std::size(kFailureTexts)) return;
   const FailureText& text = kFailureTexts[index];
-  ShowProgressPaused(form, ControllerText(y) + text.status);
-  PaintRow(form, y, colour::kRed, true);
-  FillRow(form, y, RowContent::kFailure, text.version, text.checksum);
+  ShowProgressPaused(form, ControllerText(controller) + text.status);
+  PaintRow(form, controller, colour::kRed, true);
+  FillRow(form, controller, RowContent::kFailure, text.version, text.checksum);
 }
 
-void MarkController(Quillon& form, int y) { PaintRow(form, y, colour::kBlack, false); }
+void MarkController(Quillon& form, int controller) { PaintRow(form, controller, colour::kBlack, false); }
 
-void ClearRow(Quillon& form, int y) {
-  MarkController(form, y);
-  FillRow(form, y, RowContent::kNothing, "", "");
+void ClearRow(Quillon& form, int controller) {
+  MarkController(form, controller);
+  FillRow(form, controller, RowContent::kNothing, "", "");
 }
 
-void FillRow(Quillon& form, int y, RowContent content, const std::string& version,
+void FillRow(Quillon& form, int controller, RowContent content, const std::string& version,
              const std::string& checksum) {
-  form.info.Ver(y).SetText(version);
-  form.info.CkSum(y).SetText(checksum);
-  form.Report(RowFilled{y, content, version, checksum});
+  form.info.Ver(controller).SetText(version);
+  form.info.CkSum(controller).SetText(checksum);
+  form.Report(RowFilled{controller, content, version, checksum});
 }
 
 void ShowProgress(Quillon& form, const std::string& text, StatusForm statusForm) {

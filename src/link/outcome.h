@@ -28,11 +28,11 @@ enum class StatusForm { kWithSpeed, kBrief };
 inline FailureCode FailureOf(ExchangeResult result) { return static_cast<FailureCode>(result); }
 
 /// "Controller 5": the name of a controller in all texts.
-std::string ControllerText(int y);
+std::string ControllerText(int controller);
 
-/// Shows a failure of controller `y`: a status line for two seconds, then red text in its row. kNone empties
-/// the row. Raises RunError 9 for a `y` outside 0 to 31.
-void ReportFailure(Quillon& form, int y, FailureCode code);
+/// Shows a failure of controller `controller`: a status line for two seconds, then red text in its row. kNone empties
+/// the row. Raises RunError 9 for a `controller` outside 0 to 31.
+void ReportFailure(Quillon& form, int controller, FailureCode code);
 
 /// Shows a status line on `Message` and returns.
 void ShowProgress(Quillon& form, const std::string& text, StatusForm statusForm);
@@ -43,14 +43,14 @@ void ShowProgressPaused(Quillon& form, const std::string& text);
 /// Shows `Message` with the text `line` and one of its pictures.
 void ShowStatus(Quillon& form, const Picture& picture, const std::string& line);
 
-/// Makes row `y` black and not bold. Its texts and backgrounds are unchanged.
-void MarkController(Quillon& form, int y);
+/// Makes row `controller` black and not bold. Its texts and backgrounds are unchanged.
+void MarkController(Quillon& form, int controller);
 
-/// Calls MarkController and empties the texts of row `y`.
-void ClearRow(Quillon& form, int y);
+/// Calls MarkController and empties the texts of row `controller`.
+void ClearRow(Quillon& form, int controller);
 
-/// Writes the texts of row `y`.
-void FillRow(Quillon& form, int y, RowContent content, const std::string& version,
+/// Writes the texts of row `controller`.
+void FillRow(Quillon& form, int controller, RowContent content, const std::string& version,
              const std::string& checksum);
 
 }  // namespace quillon

@@ -1,8 +1,10 @@
-// Checks a programmed controller. The controller executes the new firmware, so the check uses the protocol of
-// the image, and its speed if the image fixes one. Both are set before the first message to the controller.
-// The names of the controls are fixed: `Vitesse` is the list of speeds, `RUD3` the box "Prot 3",
-// `FileCheksum` (spelled so) the checksum of the file; `Ver(y)` and `CkSum(y)` are version and checksum of
-// controller y.
+// The last step of both downloads: reads the flash of a programmed controller and compares its checksum with
+// that of the file. The controller now executes the new firmware. So the tool first adopts the protocol of
+// the image, and its speed if the image fixes one.
+//
+// The names of the controls are fixed. Main window: `Protocol` is the box of the protocol number, `Vitesse`
+// the list of speeds, `RUD3` the check box "Prot 3". Table window: `FileCheksum` (spelled so) is the checksum
+// of the file, `Ver(n)` and `CkSum(n)` are version and checksum of controller n.
 #include "workflows/after_programming.h"
 
 #include <string>
@@ -15,25 +17,27 @@
 namespace quillon {
 
 void ApplyImageProtocol(Quillon& form) {
-  // The number in the box is one less than the protocol byte.
-  form.Protocol.SetText(std::to_string(static_cast<int>(HexToNumber(form.image.ImageProtocol)) - 1));
+  const int protocolByte = static_cast<int>(HexToNumber(form.image.ImageProtocol));
+  form.Protocol.SetText(
+      std::to_string(protocolByte - 1));  // by definition, the box is one less than the byte
 }
 
 void ApplyImageSpeed(Quillon& form) {
   if (!form.image.ImageBaudRate.empty()) form.Vitesse.SetText(form.image.ImageBaudRate);
 }
 
-bool CheckProgrammed(Quillon& form, int& i) {
-  // A check uses protocol 4. SendP4 moves a controller from protocol 3 to it.
-  if (form.RUD3.Ticked()) SendP4(form, i);
-  return FlashCheck(form, i);
+// The number is the shared loop variable `CurrentController`, hence the reference. It is not changed here.
+bool CheckProgrammed(Quillon& form, int& controller) {
+  // FlashCheck needs protocol 4. With "Prot 3" the controller is on protocol 3, and SendP4 changes it to 4.
+  if (form.RUD3.Ticked()) SendP4(form, controller);
+  return FlashCheck(form, controller);
 }
 
-void CompareWithFile(Quillon& form, int y) {
-  TextBox& version = form.info.Ver(y);
-  TextBox& checksum = form.info.CkSum(y);
+void CompareWithFile(Quillon& form, int controller) {
+  TextBox& version = form.info.Ver(controller);
+  TextBox& checksum = form.info.CkSum(controller);
   if (checksum.Text() == form.info.FileCheksum.Text()) {
-    ShowProgress(form, ControllerText(y) + " : Programming OK", StatusForm::kWithSpeed);
+    ShowProgress(form, ControllerText(controller) + " : Programming OK", StatusForm::kWithSpeed);
     return;
   }
   version.SetForeColor(colour::kRed);
@@ -41,8 +45,8 @@ void CompareWithFile(Quillon& form, int y) {
   checksum.SetForeColor(colour::kWhite);
   checksum.SetBackColor(colour::kRed);
   checksum.SetFontBold(true);
-  FillRow(form, y, RowContent::kFailure, "Programmation", "ERROR");
-  ShowProgressPaused(form, ControllerText(y) + " : Programming failure");
+  FillRow(form, controller, RowContent::kFailure, "Programmation", "ERROR");
+  ShowProgressPaused(form, ControllerText(controller) + " : Programming failure");
 }
 
 }  // namespace quillon

@@ -15,12 +15,12 @@ void ApplyImageProtocol(Quillon& form);
 /// If the image fixes a speed, selects it in `Vitesse`. Raises RunError 383 if the list does not contain it.
 void ApplyImageSpeed(Quillon& form);
 
-/// Writes version and checksum of `i` into its row, and returns whether it could. If `RUD3` is ticked,
-/// changes the controller to protocol 4 first, where it can be read.
-bool CheckProgrammed(Quillon& form, int& i);
+/// Writes version and checksum of a controller into its row, and returns whether it could. If `RUD3` is
+/// ticked, changes the controller to protocol 4 first, where it can be read.
+bool CheckProgrammed(Quillon& form, int& controller);
 
-/// Compares the checksum in row `y` with that of the file. Shows success in the status line, or writes
-/// "Programmation" and "ERROR" into the row.
-void CompareWithFile(Quillon& form, int y);
+/// Compares the checksum in the controller's row with that of the file. Shows success in the status line, or
+/// writes "Programmation" and "ERROR" into the row.
+void CompareWithFile(Quillon& form, int controller);
 
 }  // namespace quillon

@@ -1,7 +1,15 @@
-// Boot Info: reads version and checksum of the boot code, by the message $75 AA 55 50 to each ticked
-// controller. The boot code of some controllers accepts only the protocol byte 0x40. So after the first
-// failed exchange with another byte, this run and all later ones send 0x40. They repeat it at one speed until
-// an answer or Cancel. Other speeds are tried only if the box `Protocol` itself gives 0x40.
+// Boot Info, the click handler `ComBoot_Click`: reads version and checksum of the boot code of each ticked
+// controller into its row of the table window.
+//
+//     message   40 05 04 75 AA 55 50 38 39 04    to controller 5, with the protocol byte 40
+//     answer    13 bytes, with version and checksum (flash_answer.h)
+//
+// The boot code of some controllers accepts only the protocol byte 40, whatever their firmware accepts. So
+// the byte that the box `Protocol` gives decides what follows a failed exchange:
+//
+//     40        The message is sent at the next speed, until all speeds were tried.
+//     another   `BootProtocolFallback` is set: this run and all later ones send 40. The message is sent again
+//               at the same speed, until it is answered or the operator cancels.
 #include "workflows/boot_info.h"
 
 #include <optional>
@@ -19,53 +27,60 @@
 namespace quillon {
 namespace {
 
-enum class Attempt { kDone, kAgain };
-
-/// After a failed exchange, selects the protocol byte 0x40 or the next speed. kDone: no speed is left.
-Attempt PrepareBootRetry(Quillon& form, int i) {
-  if (form.ProtocolNumber() != kFixedProtocol) {
-    form.BootProtocolFallback = true;
-    return Attempt::kAgain;
-  }
-  if (!NextUntriedSpeed(form)) return Attempt::kDone;
-  MarkController(form, i);
-  return Attempt::kAgain;
-}
-
-/// Sends the message to controller `i` once, at the current speed. The first attempt begins `phase`.
-Attempt ReadBootOnce(Quillon& form, int i, std::optional<PhaseScope>& phase) {
-  ApplySpeed(form);
-  if (!TakesPart(form, i)) return Attempt::kDone;
-  if (!phase) phase.emplace(form, i, Phase::kBootCheck);
-  form.FrameBuffer = BootCheckFrame(form.BootProtocolFallback ? kFixedProtocol : form.ProtocolNumber(), i);
-  ShowProgress(form, ControllerText(i) + " : Checking Boot ", StatusForm::kWithSpeed);
+/// Sends the message at the current speed. A failure is shown in the row; after an answer the row is empty.
+ExchangeResult SendBootCheck(Quillon& form, int controller) {
+  const std::uint8_t protocol = form.BootProtocolFallback ? kFixedProtocol : form.ProtocolNumber();
+  form.FrameBuffer = BootCheckFrame(protocol, controller);
+  ShowProgress(form, ControllerText(controller) + " : Checking Boot ", StatusForm::kWithSpeed);
   LogFrame(form, "Message Checking BOOT", form.FrameBuffer);
   const ExchangeResult result = SendFrame(form, form.FrameBuffer, form.AnswerText, ShortAnswer::kIsBad);
-  form.Report(CommandAnswered{Command::kBootCheck, i, ReplyOf(form, result)});
-  ReportFailure(form, i, FailureOf(result));
-  if (result != ExchangeResult::kAnswered) return PrepareBootRetry(form, i);
-  const auto facts = ReadBootAnswer(form.AnswerText);
-  if (!facts) return Attempt::kAgain;  // a late answer to another message
-  FillRow(form, i, RowContent::kBoot, facts->version, facts->checksum);
-  return Attempt::kDone;
+  form.Report(CommandAnswered{Command::kBootCheck, controller, ReplyOf(form, result)});
+  ReportFailure(form, controller, FailureOf(result));
+  return result;
+}
+
+/// Selects the protocol byte 40 or the next speed. Returns false when all speeds were tried.
+bool PrepareRetry(Quillon& form, int controller) {
+  if (form.ProtocolNumber() != kFixedProtocol) {
+    form.BootProtocolFallback = true;
+    return true;
+  }
+  if (!NextUntriedSpeed(form)) return false;
+  MarkController(form, controller);  // the failure at the former speed is no longer red
+  return true;
+}
+
+/// Repeats the message until it is answered, all speeds were tried or the controller no longer takes part.
+void ReadBoot(Quillon& form, int controller) {
+  std::optional<PhaseScope> phase;  // begins with the first message: a skipped controller reports no phase
+  ResetTriedSpeeds(form);
+  for (;;) {
+    ApplySpeed(form);
+    // The operator may untick the controller or cancel during each exchange.
+    if (!TakesPart(form, controller)) return;
+    if (!phase) phase.emplace(form, controller, Phase::kBootCheck);
+    if (SendBootCheck(form, controller) != ExchangeResult::kAnswered) {
+      if (!PrepareRetry(form, controller)) return;
+    } else if (const auto facts = ReadBootAnswer(form.AnswerText)) {
+      FillRow(form, controller, RowContent::kBoot, facts->version, facts->checksum);
+      return;
+    }
+    // An answer of another length belongs to an earlier message: the message is sent again.
+  }
 }
 
 }  // namespace
 
 bool ComBoot_Click(Quillon& form) {
-  return Try(form,
-             [&] {
-               OpenRun(form, Table::kBootInfo);
-               ForEachController(form, [&](int& i) {
-                 ResetTriedSpeeds(form);
-                 std::optional<PhaseScope> phase;
-                 while (ReadBootOnce(form, i, phase) == Attempt::kAgain) {
-                 }
-                 return Next::kContinue;
-               });
-               EndRun(form);
-             },
-             {.addition = "\r\n comBoot_Click"});
+  const auto run = [&] {
+    OpenRun(form, Table::kBootInfo);
+    ForEachController(form, [&](int controller) {
+      ReadBoot(form, controller);
+      return Next::kContinue;
+    });
+    EndRun(form);
+  };
+  return Try(form, run, {.addition = "\r\n comBoot_Click"});  // spelled so on purpose
 }
 
 }  // namespace quillon

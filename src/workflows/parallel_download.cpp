@@ -1,11 +1,12 @@
-// Download (Parallel):
+// Download (Parallel), the click handler `ComLoad_Click`:
 //
-//     erase each ticked controller, at any speed  ->  broadcast the image at the download speed
-//     ->  confirm the full checksum (FlashProg)   ->  read each flash and compare it with the file
+//     1  erase each ticked controller, at the speed at which it answers
+//     2  broadcast the image at the download speed, send each controller the full checksum (FlashProg)
+//     3  read the flash of each ticked controller and compare it with the file
 //
 // If one controller can't be erased, the run ends before the first batch: that controller would write the
-// broadcast batches over the image that it still has. `useBB` is the check box that keeps the speed of the
-// line during the broadcast.
+// broadcast batches over the image that it still has. If the check box `useBB` is ticked, the line keeps its
+// speed in step 2.
 #include "workflows/parallel_download.h"
 
 #include "commands/flash_erase.h"
@@ -20,17 +21,19 @@
 namespace quillon {
 namespace {
 
+/// Erases one controller at the current speed. Returns whether it acknowledged.
+bool Erase(Quillon& form, int& controller) {
+  ShowProgress(form, ControllerText(controller) + " : Erasing ", StatusForm::kWithSpeed);
+  form.run.Yield();  // paints the status line
+  FlushInput(form);
+  return FlashErase(form, controller);
+}
+
 /// Returns false after Cancel, or when a controller did not acknowledge at any speed.
 bool EraseTicked(Quillon& form) {
-  const Next next = ForEachController(form, [&](int& i) {
-    const auto erase = [&] {
-      ShowProgress(form, ControllerText(i) + " : Erasing ", StatusForm::kWithSpeed);
-      form.run.Yield();
-      FlushInput(form);
-      return FlashErase(form, i);
-    };
-    const SearchResult result = SearchSpeed(form, i, erase, {.phase = Phase::kErase});
-    if (result == SearchResult::kDone) MarkController(form, i);
+  const Next next = ForEachController(form, [&](int& controller) {
+    const auto erase = [&] { return Erase(form, controller); };
+    const SearchResult result = SearchSpeed(form, controller, erase, {.phase = Phase::kErase});
     return result == SearchResult::kNoSpeedLeft ? Next::kEnd : Next::kContinue;
   });
   if (next == Next::kEnd) return false;
@@ -46,14 +49,13 @@ bool ProgramAll(Quillon& form) {
   return !form.AbortRequested;
 }
 
-/// Reads the controllers back and compares them with the file. A row keeps the failure of the last speed
-/// while another speed is tried.
+/// Reads the controllers back and compares them with the file.
 void CheckTicked(Quillon& form) {
-  ForEachController(form, [&](int& i) {
-    const auto check = [&] { return CheckProgrammed(form, i); };
-    if (SearchSpeed(form, i, check, {.phase = Phase::kCheck, .rowBetweenSpeeds = Search::Row::kKept}) ==
-        SearchResult::kDone)
-      CompareWithFile(form, i);
+  ForEachController(form, [&](int& controller) {
+    const auto check = [&] { return CheckProgrammed(form, controller); };
+    const SearchResult result =
+        SearchSpeed(form, controller, check, {.phase = Phase::kCheck, .failedRow = FailedRow::kRed});
+    if (result == SearchResult::kSucceeded) CompareWithFile(form, controller);
     return Next::kContinue;
   });
 }
@@ -64,6 +66,7 @@ bool ComLoad_Click(Quillon& form) {
   return Try(form, [&] {
     OpenRun(form, Table::kFlashInfo);
     if (EraseTicked(form) && ProgramAll(form)) {
+      // The controllers now execute the new firmware, with the protocol and the speed of the image.
       ApplyImageProtocol(form);
       ApplyImageSpeed(form);
       CheckTicked(form);

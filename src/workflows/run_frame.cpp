@@ -4,6 +4,9 @@
 //     ForEachController  calls the step of the run for controllers 0 to 31
 //     EndRun             closes the progress window and the port
 //
+// Most runs end at the first step that fails, since nothing was changed yet or everything can be repeated.
+// The serial download continues (OnFailure::kContinue): do not leave an erased controller empty.
+//
 // The names of the controls are fixed. Main window: `ComPort` is the list of ports, `Protocol` the box of the
 // protocol number, `MSComm1` the serial port. Table window: `Titre` is the heading, `Label41` the caption of
 // the file's checksum `FileCheksum`, `Ver(0)` the version of controller 0.
@@ -33,7 +36,8 @@ void ShowTable(Quillon& form, Table table) {
   form.info.Ver(0).SetFocus();  // not "&Close", which the next Enter would press
 }
 
-void ValidateProtocol(const Quillon& form) { form.ProtocolNumber(); }  // throws if it is not a number
+/// Raises RunError unless `Protocol` contains a valid number.
+void ValidateProtocol(const Quillon& form) { form.ProtocolNumber(); }
 
 }  // namespace
 
@@ -46,7 +50,8 @@ void RunStep(Quillon& form, OnFailure onFailure, const std::function<void()>& st
 }
 
 void OpenRun(Quillon& form, Table table, OnFailure onFailure) {
-  for (int i = 0; i < kControllers; ++i) MarkController(form, i);
+  // The rows of an earlier run keep their texts, but not the red of its failures.
+  for (int controller = 0; controller < kControllers; ++controller) MarkController(form, controller);
   form.AbortRequested = false;
   if (table != Table::kNone) ShowTable(form, table);
   // Boot Info checks `Protocol` itself, before each message.
@@ -65,9 +70,9 @@ void SelectPort(Quillon& form) {
   form.MSComm1.SetCommPort(ToInteger(name.substr(kPortNumberIndex), "Com Port"));
 }
 
-/// The counter is the shared variable `CurrentController`. Steps and commands receive it by reference and do
-/// not change it: no run repeats or skips a number.
-Next ForEachController(Quillon& form, const std::function<Next(int& i)>& step) {
+// `CurrentController` is shared by runs and commands: they are defined to receive it by reference. None of
+// them changes it, so each number is processed exactly once.
+Next ForEachController(Quillon& form, const std::function<Next(int& controller)>& step) {
   for (form.CurrentController = 0; form.CurrentController < kControllers; ++form.CurrentController) {
     if (step(form.CurrentController) == Next::kEnd) return Next::kEnd;
   }

@@ -34,7 +34,8 @@ void SelectPort(Quillon& form);
 enum class Next { kContinue, kEnd };
 
 /// Calls `step(CurrentController)` for each number, 0 to 31, until it returns kEnd. Returns the last result.
-Next ForEachController(Quillon& form, const std::function<Next(int& i)>& step);
+/// The step receives the variable by reference, as the commands do, and does not change it.
+Next ForEachController(Quillon& form, const std::function<Next(int& controller)>& step);
 
 /// Closes `Message` and the port.
 void EndRun(Quillon& form);

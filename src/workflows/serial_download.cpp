@@ -1,10 +1,12 @@
-// Download (Serial), for one ticked controller after the other:
+// Download (Serial), the click handler `ComLoad00_Click`. For one ticked controller after the other:
 //
-//     erase, at any speed  ->  send each batch until it is acknowledged (FlashProg00), at the download speed
-//     ->  read the flash and compare it with the file
+//     1  erase it, at the speed at which it answers
+//     2  send it each batch and then the full checksum, at the download speed (FlashProg00)
+//     3  read its flash and compare it with the file
 //
-// A failed step shows its box and the next one follows: an erased controller must not be left empty because
-// one request to the port failed. `useBB` is the check box that keeps the speed while programming.
+// A request to the port that fails shows the run-error box (Try), and the run continues: an erased controller
+// must not be left empty because one request failed. If the check box `useBB` is ticked, the line keeps its
+// speed in step 2.
 #include "workflows/serial_download.h"
 
 #include "commands/flash_erase.h"
@@ -19,44 +21,43 @@
 namespace quillon {
 namespace {
 
-SearchResult EraseForDownload(Quillon& form, int& i) {
+SearchResult EraseForDownload(Quillon& form, int& controller) {
   const auto erase = [&] {
-    ShowProgress(form, ControllerText(i) + " : Erasing ", StatusForm::kWithSpeed);
-    form.run.Yield();
+    ShowProgress(form, ControllerText(controller) + " : Erasing ", StatusForm::kWithSpeed);
+    form.run.Yield();  // paints the status line
     Try(form, [&] { FlushInput(form); });
-    return FlashErase(form, i);
+    return FlashErase(form, controller);
   };
-  return SearchSpeed(form, i, erase, {.phase = Phase::kErase, .onFailure = OnFailure::kContinue});
+  return SearchSpeed(form, controller, erase, {.phase = Phase::kErase, .onFailure = OnFailure::kContinue});
 }
 
 /// Reads the programmed flash, also after Cancel and when the operator unticked the controller meanwhile.
-SearchResult CheckDownload(Quillon& form, int& i) {
-  const auto check = [&] { return CheckProgrammed(form, i); };
+SearchResult CheckDownload(Quillon& form, int& controller) {
+  const auto check = [&] { return CheckProgrammed(form, controller); };
   return SearchSpeed(
-      form, i, check,
-      {.phase = Phase::kCheck, .onFailure = OnFailure::kContinue, .controllers = Search::Controllers::kAny});
+      form, controller, check,
+      {.phase = Phase::kCheck, .onFailure = OnFailure::kContinue, .searchFor = SearchFor::kAnyController});
 }
 
 /// Returns kEnd after Cancel, or when the controller did not acknowledge the erase at any speed.
-Next DownloadTo(Quillon& form, int& i) {
-  const SearchResult erased = EraseForDownload(form, i);
+Next DownloadTo(Quillon& form, int& controller) {
+  const SearchResult erased = EraseForDownload(form, controller);
   if (erased == SearchResult::kSkipped) return Next::kContinue;
   if (erased == SearchResult::kNoSpeedLeft) return Next::kEnd;
-  MarkController(form, i);
   Try(form, [&] { FlushInput(form); });
   if (form.AbortRequested) return Next::kEnd;
 
   // The erased controller expects the download speed, unless `useBB` made it keep the current one.
   if (!form.useBB.Ticked()) Try(form, [&] { SetLine(form, form.DownloadSettings); });
-  int y = i;  // a copy: FlashProg00 must not change `CurrentController`
-  FlashProg00(form, y);
+  int copy = controller;  // FlashProg00 must not change `CurrentController`
+  FlashProg00(form, copy);
   Try(form, [&] { FlushInput(form); });
   if (form.AbortRequested) return Next::kEnd;
 
   // The controller now executes the new firmware, with the protocol and the speed of the image.
   ApplyImageProtocol(form);
   Try(form, [&] { ApplyImageSpeed(form); });
-  if (CheckDownload(form, i) == SearchResult::kDone) CompareWithFile(form, i);
+  if (CheckDownload(form, controller) == SearchResult::kSucceeded) CompareWithFile(form, controller);
   return Next::kContinue;
 }
 
@@ -64,7 +65,9 @@ Next DownloadTo(Quillon& form, int& i) {
 
 bool ComLoad00_Click(Quillon& form) {
   OpenRun(form, Table::kFlashInfo, OnFailure::kContinue);
-  ForEachController(form, [&](int& i) { return form.C(i).Ticked() ? DownloadTo(form, i) : Next::kContinue; });
+  ForEachController(form, [&](int& controller) {
+    return form.C(controller).Ticked() ? DownloadTo(form, controller) : Next::kContinue;
+  });
   return Try(form, [&] { EndRun(form); });
 }
 

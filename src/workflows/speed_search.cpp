@@ -1,7 +1,13 @@
-// Searches the speed of a controller. Its speed is unknown, and at a wrong one it receives noise and does not
-// answer. So a command that failed is repeated at the other speeds: first at the one in the list `Vitesse`,
-// then in ascending order. The ticks of the hidden boxes `V4800` to `V38400` are the tried speeds, `MSComm1`
-// is the serial port.
+// Searches the speed of a controller. It is unknown: a new controller has its factory setting, a programmed
+// one the speed of its image. At a wrong speed a controller receives noise and does not answer. So a command
+// that failed is repeated at the other speeds:
+//
+//     from 19200:  19200, 4800, 9600, 38400
+//
+// The first is the speed in the list `Vitesse`, since the controllers on one line mostly have the same. The
+// others follow in ascending order. Each speed is selected in `Vitesse`, so the search for the next
+// controller begins with the speed at which this one answered. The hidden check boxes `V4800` to `V38400` of
+// the main window store which speeds were tried (`triedSpeeds`). `MSComm1` is the serial port.
 #include "workflows/speed_search.h"
 
 #include <optional>
@@ -12,7 +18,7 @@
 namespace quillon {
 namespace {
 
-/// The speed of a box: "9600" for "V9600".
+/// The speed of a box of `triedSpeeds`: "9600" for "V9600".
 std::string SpeedOf(const CheckBox& box) { return box.Caption().substr(1); }
 
 }  // namespace
@@ -45,18 +51,21 @@ bool NextUntriedSpeed(Quillon& form) {
   return false;
 }
 
-bool TakesPart(const Quillon& form, int i) { return form.C(i).Ticked() && !form.AbortRequested; }
+bool TakesPart(const Quillon& form, int controller) {
+  return form.C(controller).Ticked() && !form.AbortRequested;
+}
 
-SearchResult SearchSpeed(Quillon& form, int i, const std::function<bool()>& command, const Search& search) {
-  std::optional<PhaseScope> phase;
-  for (ResetTriedSpeeds(form);;) {
+SearchResult SearchSpeed(Quillon& form, int controller, const std::function<bool()>& command,
+                         const Search& search) {
+  std::optional<PhaseScope> phase;  // begins with the first attempt: a skipped controller reports no phase
+  ResetTriedSpeeds(form);
+  for (;;) {
     RunStep(form, search.onFailure, [&] { ApplySpeed(form); });
-    if (search.controllers == Search::Controllers::kTicked && !TakesPart(form, i))
-      return SearchResult::kSkipped;
-    if (!phase) phase.emplace(form, i, search.phase);
-    if (command()) return SearchResult::kDone;
+    if (search.searchFor == SearchFor::kTicked && !TakesPart(form, controller)) return SearchResult::kSkipped;
+    if (!phase) phase.emplace(form, controller, search.phase);
+    if (command()) return SearchResult::kSucceeded;
     if (!NextUntriedSpeed(form)) return SearchResult::kNoSpeedLeft;
-    if (search.rowBetweenSpeeds == Search::Row::kMarked) MarkController(form, i);
+    if (search.failedRow == FailedRow::kBlack) MarkController(form, controller);
   }
 }
 

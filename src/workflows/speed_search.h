@@ -28,26 +28,33 @@ void ApplySpeed(Quillon& form);
 /// Selects the lowest untried speed in `Vitesse`. Returns false when none is left.
 bool NextUntriedSpeed(Quillon& form);
 
-/// Whether controller `i` is ticked and the run is not cancelled.
-bool TakesPart(const Quillon& form, int i);
+/// Whether the controller is ticked and the run is not cancelled. Both can change during each exchange.
+bool TakesPart(const Quillon& form, int controller);
+
+/// The controllers for which a command is executed.
+enum class SearchFor {
+  kTicked,         ///< those that take part (TakesPart)
+  kAnyController,  ///< also unticked ones, and after Cancel
+};
+
+/// The colour of a failure in the controller's row while the next speed is tried.
+enum class FailedRow { kBlack, kRed };
 
 struct Search {
   Phase phase;                               ///< the phase that the run events report
   OnFailure onFailure = OnFailure::kEndRun;  ///< when the device refuses a speed
-  enum class Controllers {
-    kTicked,
-    kAny
-  } controllers = Controllers::kTicked;                               ///< kTicked: and not after Cancel
-  enum class Row { kMarked, kKept } rowBetweenSpeeds = Row::kMarked;  ///< kMarked: MarkController is called
+  SearchFor searchFor = SearchFor::kTicked;
+  FailedRow failedRow = FailedRow::kBlack;
 };
 
 enum class SearchResult {
-  kDone,         ///< `command` returned true
+  kSucceeded,    ///< `command` returned true
   kSkipped,      ///< the controller does not take part
   kNoSpeedLeft,  ///< `command` returned false at all speeds
 };
 
-/// Executes `command` for controller `i` at one speed after the other until it returns true.
-SearchResult SearchSpeed(Quillon& form, int i, const std::function<bool()>& command, const Search& search);
+/// Executes `command` for a controller at one speed after the other until it returns true.
+SearchResult SearchSpeed(Quillon& form, int controller, const std::function<bool()>& command,
+                         const Search& search);
 
 }  // namespace quillon
