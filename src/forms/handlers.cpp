@@ -1,12 +1,12 @@
 // The event handlers of the main window that only change other controls. Buttons that start a run have their
-// handlers in workflows/. The names of the controls are fixed:
+// handlers in workflows/. A handler is named after control and event: a click on `ALL` calls ALL_Click.
 //
 //     Protocol             the number of the protocol, which every run needs
-//     FileCheksum          the checksum of the chosen file; empty: no file
+//     FileCheksum          the checksum of the chosen file; empty: no file (spelled so on purpose)
 //     ComLoad, ComLoad00   the buttons "Download (Parallel)" and "Download (Serial)"
 //     ComInfo, ComBoot     the buttons "Flash Info" and "Boot Info"
 //     Auto                 the button that finds the controllers on the line
-//     C(i)                 the check box of controller i
+//     ALL, NONE, C(n)      the buttons "All" and "None"; the check box of controller n
 //     RUD3                 the check box "Prot 3": the controllers are on protocol 3
 //     Cmd3to4, Cmd4to3     the buttons that change the protocol of controllers
 //     ChkProto             a check box that is only saved with the settings
@@ -14,7 +14,7 @@
 
 namespace quillon {
 
-// Called when a file was read, and by the next handler.
+// Not a handler: called by Protocol_Change, and when the file changes.
 void Quillon::EnableDownloads(bool enabled) {
   ComLoad.SetEnabled(enabled);
   ComLoad00.SetEnabled(enabled);
@@ -36,14 +36,13 @@ void Quillon::RUD3_Click() {
   Cmd4to3.SetVisible(RUD3.Ticked());
 }
 
-// The button "All".
 void Quillon::ALL_Click() {
-  for (int i = 0; i < kControllers; ++i) C(i).SetValue(CheckBox::kTicked);
+  for (int controller = 0; controller < kControllers; ++controller) C(controller).SetValue(CheckBox::kTicked);
 }
 
-// The button "None".
 void Quillon::NONE_Click() {
-  for (int i = 0; i < kControllers; ++i) C(i).SetValue(CheckBox::kUnticked);
+  for (int controller = 0; controller < kControllers; ++controller)
+    C(controller).SetValue(CheckBox::kUnticked);
 }
 
 // Shift+F12 shows the check box that is hidden because it has no effect on runs.
@@ -51,14 +50,16 @@ void Quillon::Form_KeyUp(Key key, bool shiftHeld) {
   if (key == Key::kF12 && shiftHeld) ChkProto.SetVisible(true);
 }
 
-// The button "Exit": acts like the close button of the window.
+// The button "Exit" acts like the close button of the window.
 void Quillon::ComClose_Click() { Close(); }
 
-// The button "Cancel" of the progress window: the run stops at its next step.
+// The button "Cancel" of the progress window `message`. The run tests AbortRequested between its steps and
+// ends.
 void Quillon::MessageCommand1_Click() {
   AbortRequested = true;
   message.Unload();
-  // Close an open error box too: with a failed line each batch shows one, and the run would wait for it.
+  // Close an open error box too. On a failed line each batch shows one, and the run would wait for its
+  // answer.
   dialogs.AnswerBox();
 }
 

@@ -36,9 +36,10 @@ Info::Info(Screen& screen) : Form(screen, "Info", "Flash Info", Border::kSizable
 
 std::string Info::RowsText() const {
   std::string rows;
-  for (int y = 0; y < kControllersInBlock * kBlocks; ++y) {
-    if (Ver(y).Text().empty() && CkSum(y).Text().empty()) continue;
-    rows += std::to_string(y) + "\t" + Ver(y).Text() + "\t" + CkSum(y).Text() + "\n";
+  for (int controller = 0; controller < kControllersInBlock * kBlocks; ++controller) {
+    if (Ver(controller).Text().empty() && CkSum(controller).Text().empty()) continue;
+    rows +=
+        std::to_string(controller) + "\t" + Ver(controller).Text() + "\t" + CkSum(controller).Text() + "\n";
   }
   return rows;
 }

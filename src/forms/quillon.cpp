@@ -1,11 +1,17 @@
-// The main window: creates the controls that are arranged in rows. quillon.h has the others, and the meaning
-// of each. All lengths are in twips, 1/1440 inch. `Frame1` contains:
+// The main window. Most controls are members of the class, declared in quillon.h with their meaning. Created
+// here are some labels and the check boxes of the controllers, which are inside the frame `Frame1`, and the
+// hidden check boxes of the speed search.
 //
-//     Time Out:  [Text1] MSec   Parallel Waiting Delay: [Text2] MSec   Com Port  Speed  Protocol  Prot 3
-//     [ALL]      C(0)  C(1)  ... C(15)
-//     [NONE]       0     1         15
-//     [Auto]     C(16) C(17) ... C(31)
-//                 16    17         31
+//     Time Out:        Parallel Waiting Delay:    Com Port:    Speed:      Protocol:
+//     [Text1] MSec     [Text2] MSec               [ComPort]    [Vitesse]   [Protocol]   [RUD3] Prot 3
+//     [ALL]    C(0)   C(1)  ... C(15)
+//     [NONE]     0      1         15
+//     [Auto]   C(16)  C(17) ... C(31)
+//                16     17        31
+//
+// `C(n)` is the check box of controller n. Its number is below it. `Label39` is the array of the labels "Time
+// Out:", "MSec", "MSec", "Parallel Waiting Delay:" and "Protocol:". All lengths are in twips, 1/1440 inch.
+// The names, places and sizes of the controls are fixed.
 #include "forms/quillon.h"
 
 #include "platform/conversions.h"
@@ -13,6 +19,7 @@
 namespace quillon {
 namespace {
 
+constexpr int kLabelHeight = 195;
 constexpr int kBoxesInRow = 16;
 constexpr int kFirstBoxLeft = 1320;
 constexpr int kBoxPitch = 392;
@@ -44,27 +51,32 @@ Quillon::Quillon(const Computer& computer)
 }
 
 void Quillon::AddFrameLabels() {
-  Label39.Add(Frame1, "Label39", {300, 240, 1100, 195}, {.text = "Time Out:"});
-  Label39.Add(Frame1, "Label39", {975, 540, 500, 195}, {.text = "MSec"});
-  Label39.Add(Frame1, "Label39", {2250, 540, 500, 195}, {.text = "MSec"});
-  Label39.Add(Frame1, "Label39", {1485, 240, 1650, 195}, {.text = "Parallel Waiting Delay:"});
-  Label39.Add(Frame1, "Label39", {6120, 240, 700, 195}, {.text = "Protocol:"});
+  const auto add = [this](int left, int top, int width, const char* text) {
+    Label39.Add(Frame1, "Label39", {left, top, width, kLabelHeight}, {.text = text});
+  };
+  add(300, 240, 1100, "Time Out:");
+  add(975, 540, 500, "MSec");   // right of `Text1`
+  add(2250, 540, 500, "MSec");  // right of `Text2`
+  add(1485, 240, 1650, "Parallel Waiting Delay:");
+  add(6120, 240, 700, "Protocol:");
 }
 
 void Quillon::AddControllerBoxes() {
-  for (int number = 0; number < kControllers; ++number) {
-    const int left = kFirstBoxLeft + number % kBoxesInRow * kBoxPitch;
-    const int top = kBoxRowTops[number / kBoxesInRow];
-    const std::string name = "Controller " + std::to_string(number);
+  for (int controller = 0; controller < kControllers; ++controller) {
+    const std::string number = std::to_string(controller);
+    const std::string name = "Controller " + number;
+    const int left = kFirstBoxLeft + controller % kBoxesInRow * kBoxPitch;
+    const int top = kBoxRowTops[controller / kBoxesInRow];
     C.Add(Frame1, "C", {left, top, kBoxWidth, kBoxHeight},
           {.value = CheckBox::kTicked, .accessibleName = name});
-    numbers_.Add(Frame1, "Number",
-                 {left + (kBoxWidth - kNumberWidth) / 2, top + kNumberDrop, kNumberWidth, 195},
-                 {.text = std::to_string(number), .centred = true});
+    const int numberLeft = left + (kBoxWidth - kNumberWidth) / 2;  // centred below the box
+    numbers_.Add(Frame1, "Number", {numberLeft, top + kNumberDrop, kNumberWidth, kLabelHeight},
+                 {.text = number, .centred = true});
   }
 }
 
-/// These boxes are never shown. The speed search ticks the speeds that it has tried.
+// The check boxes `V4800` to `V38400` store which speeds a speed search has tried. They are never shown, but
+// have fixed places as all controls have.
 void Quillon::AddTriedSpeedBoxes() {
   int top = kFirstSpeedBoxTop;
   for (const char* speed : kSpeeds) {
@@ -74,8 +86,10 @@ void Quillon::AddTriedSpeedBoxes() {
   }
 }
 
+// By definition, the protocol byte of a frame is one more than the number in the box: 64, or hex 40, for 63.
 std::uint8_t Quillon::ProtocolNumber() const {
-  return static_cast<std::uint8_t>(ToWholeNumber(Protocol.Text(), 0, 254, "Protocol") + 1);
+  const auto number = ToWholeNumber(Protocol.Text(), 0, 254, "Protocol");
+  return static_cast<std::uint8_t>(number + 1);
 }
 
 }  // namespace quillon
