@@ -1,5 +1,5 @@
 // Sends a command that a controller acknowledges, and shows the result. Byte 3 of the answer is its code: 61
-// when the controller executed the command, another code, mostly E1, when it refused.
+// when the controller executed the command, another code, such as E1, when it refused.
 //
 //     acknowledged          success
 //     refused               sent again, because the controller may have been busy with its flash; the third

@@ -1,5 +1,6 @@
-// If the serial device fails while controllers are erased, they have no firmware. The run-error box then also
-// contains how many there are, and that they must be loaded again.
+// If the serial device fails during a download, for example because its cable was pulled out, the controllers
+// that are already erased have no firmware. The run-error box then also contains how many there are, and that
+// they must be loaded again. This file adds that text to the exception.
 #include "commands/erased.h"
 
 #include <string>

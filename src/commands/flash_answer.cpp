@@ -1,7 +1,13 @@
-// Extracts version and checksum from an answer. It has one of two forms, which only its length distinguishes:
+// Extracts version and checksum from the answer to Flash Info (message $73) or Boot Info (message $75). The
+// answer has one of two forms, which only their length distinguishes:
 //
-//     short, 13 bytes   pp yy 07 .. .. V1 V2 V3 S1 S2 CC CC 04
-//     long,  14 bytes   pp yy 08 .. .. .. V1 V2 V3 S1 S2 CC CC 04
+//     byte               0  1  2  3  4  5  6  7  8  9 10 11 12 13
+//     short, 13 bytes   pp nn 07 .. .. V1 V2 V3 S1 S2 CC CC 04
+//     long,  14 bytes   pp nn 08 .. .. .. V1 V2 V3 S1 S2 CC CC 04
+//
+// pp is the protocol byte, nn the controller's number, 07 or 08 the length of the payload, CC CC the CRC. The
+// version V1 V2 V3 is shown as "02/10/31", the checksum S1 S2 as "58C3". The answer is hex text, so its
+// digits are copied, not converted. The boot code always answers in the short form.
 #include "commands/flash_answer.h"
 
 #include "link/frame.h"

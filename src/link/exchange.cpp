@@ -28,6 +28,7 @@
 namespace quillon {
 namespace {
 
+/// kEnded: bytes were received, or the time-out has expired.
 enum class WaitResult { kEnded, kCancelled };
 
 /// The bytes as hex digits without blanks, the form of `AnswerText`.
@@ -53,12 +54,12 @@ struct Received {
   double delay = 0;  ///< seconds from the start of the wait to the first byte
 };
 
-/// One exchange: the frame, and the controller that it addresses.
+/// One exchange: the frame, and whether the short answer 68 2F is valid.
 struct Exchange {
   const Bytes& frame;
   ShortAnswer shortAnswer;
-  /// The frame of SendP4, the only one that a short answer confirms, was built as text: its byte 1 is the
-  /// controller plus kTextFrameAddressOffset.
+  /// The number of the addressed controller. The text "p400:4/", the only frame with a short answer, has an
+  /// address that is larger by kTextFrameAddressOffset.
   int Controller() const {
     return shortAnswer == ShortAnswer::kIsGood ? frame[1] - kTextFrameAddressOffset : frame[1];
   }
@@ -116,7 +117,7 @@ std::string ExchangeResultText(ExchangeResult result) {
     case ExchangeResult::kBadAnswer:
       return "Communication Error - CRC false 3 time";  // spelled so on purpose
     case ExchangeResult::kRefused:
-      return "Communication Failure - 3 * E1";
+      return "Communication Failure - 3 * E1";  // three answers with the code E1, refused
   }
   return "";
 }
@@ -137,7 +138,7 @@ ExchangeResult SendFrame(Quillon& form, const Bytes& frame, std::string& answer,
     form.MSComm1.SetInputLen(0);
     Received received;
     if (AwaitAnswer(form, exchange, timeout, received) == WaitResult::kCancelled)
-      return ExchangeResult::kNoAnswer;
+      return ExchangeResult::kNoAnswer;  // for the operator; ReplyOf reports kCancelled to observers
     result = JudgeAnswer(form, exchange, received, answer);
     if (result == ExchangeResult::kAnswered) break;
   }

@@ -1,6 +1,9 @@
-// Closes the frames that the tool sends, and reads bytes of the answers; frame.h draws a frame. The CRC is
-// computed from hex text, and an answer is stored as hex digits. This is their form in the log, so the same
-// functions can check a line of the log.
+// Closes the frames that the tool sends, and reads bytes of the answers. Both have the same form:
+//
+//     protocol  address  L  code and rest of the payload, L bytes  CRC high  CRC low  04
+//
+// The CRC is computed from hex text, and an answer is stored as hex digits. This is their form in the log, so
+// the same functions can check a line of the log.
 #include "link/frame.h"
 
 #include <string_view>
@@ -19,11 +22,12 @@ Bytes CloseFrame(Bytes frame) {
 }
 
 std::string AnswerByte(const std::string& answer, std::size_t n) {
-  return 2 * n < answer.size() ? answer.substr(2 * n, 2) : std::string();
+  const std::size_t firstDigit = 2 * n;
+  return firstDigit < answer.size() ? answer.substr(firstDigit, 2) : std::string();
 }
 
 bool IsAcknowledge(const std::string& answer) {
-  constexpr std::size_t kCode = 3;
+  constexpr std::size_t kCode = 3;  // index of the byte
   constexpr const char* kAccepted = "61";
   return AnswerByte(answer, kCode) == kAccepted;
 }

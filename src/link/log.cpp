@@ -1,4 +1,10 @@
-// Writes Log.txt. A failure shows its box but never ends a run.
+// Writes "Log.txt": for each message its purpose and its frame, then the received bytes and the result.
+//
+//     Message : $74
+//     40 02 04 74 55 AA F0 FF BA 04
+//     Recu en String : 40 02 01 61 4F 4A 04
+//
+// A run does not depend on its log. A failure shows the run-error box (Try), and the run continues.
 #include "link/log.h"
 
 #include "forms/run_error_box.h"

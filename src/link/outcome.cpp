@@ -1,6 +1,12 @@
-// Shows results: in the progress window `Message` (`Label1` is its status line, `Inquiet` and `Stop` are its
-// pictures for work and failure), and in the row of the controller (`Ver(y)` version, `CkSum(y)` checksum).
-// Operators and scripts know these texts: they must not change. `Vitesse` is the speed.
+// Shows the result of an exchange twice: in the progress window `Message` during the run, and in the
+// controller's row of the table window `Info`, where it can be read after the run.
+//
+//     status line   "Controller 5 : No Answer   (Speed : 9600 Bds) ", for two seconds
+//     row           Ver(5) "No", CkSum(5) "Answer", red and bold
+//
+// `Label1` is the status line of `Message`, `Inquiet` and `Stop` are its pictures for work and failure.
+// `Ver(n)` and `CkSum(n)` are the fields for version and checksum of controller n. `Vitesse` is the speed.
+// Operators and scripts know these texts: they must not change.
 #include "link/outcome.h"
 
 #include <iterator>
@@ -38,7 +44,7 @@ void ReportFailure(Quillon& form, int controller, FailureCode code) {
     ClearRow(form, controller);
     return;
   }
-  const auto index = static_cast<std::size_t>(code) - 1;
+  const auto index = static_cast<std::size_t>(code) - 1;  // kNone has no text
   if (index >= std::size(kFailureTexts)) return;
   const FailureText& text = kFailureTexts[index];
   ShowProgressPaused(form, ControllerText(controller) + text.status);
@@ -46,6 +52,7 @@ void ReportFailure(Quillon& form, int controller, FailureCode code) {
   FillRow(form, controller, RowContent::kFailure, text.version, text.checksum);
 }
 
+// Only the colours: the texts of an earlier failure remain until the row is cleared or filled.
 void MarkController(Quillon& form, int controller) { PaintRow(form, controller, colour::kBlack, false); }
 
 void ClearRow(Quillon& form, int controller) {
@@ -69,7 +76,7 @@ void ShowProgress(Quillon& form, const std::string& text, StatusForm statusForm)
 void ShowProgressPaused(Quillon& form, const std::string& text) {
   ShowStatus(form, form.message.Stop, text + "   (Speed : " + form.Vitesse.Text() + " Bds) ");
   const double end = form.clock.Now() + kFailurePause;
-  while (form.clock.Now() < end) form.run.YieldUntil(end);
+  while (form.clock.Now() < end) form.run.YieldUntil(end);  // an event ends the wait early
 }
 
 void ShowStatus(Quillon& form, const Picture& picture, const std::string& line) {

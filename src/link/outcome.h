@@ -30,8 +30,8 @@ inline FailureCode FailureOf(ExchangeResult result) { return static_cast<Failure
 /// "Controller 5": the name of a controller in all texts.
 std::string ControllerText(int controller);
 
-/// Shows a failure of controller `controller`: a status line for two seconds, then red text in its row. kNone empties
-/// the row. Raises RunError 9 for a `controller` outside 0 to 31.
+/// Shows a failure of a controller: a status line for two seconds, then red text in its row. kNone, the
+/// result of an answer, empties the row. Raises RunError 9 for a number outside 0 to 31.
 void ReportFailure(Quillon& form, int controller, FailureCode code);
 
 /// Shows a status line on `Message` and returns.
@@ -43,13 +43,13 @@ void ShowProgressPaused(Quillon& form, const std::string& text);
 /// Shows `Message` with the text `line` and one of its pictures.
 void ShowStatus(Quillon& form, const Picture& picture, const std::string& line);
 
-/// Makes row `controller` black and not bold. Its texts and backgrounds are unchanged.
+/// Makes the controller's row black and not bold. Its texts and backgrounds are unchanged.
 void MarkController(Quillon& form, int controller);
 
-/// Calls MarkController and empties the texts of row `controller`.
+/// Calls MarkController and empties the texts of the row.
 void ClearRow(Quillon& form, int controller);
 
-/// Writes the texts of row `controller`.
+/// Writes the texts of the controller's row.
 void FillRow(Quillon& form, int controller, RowContent content, const std::string& version,
              const std::string& checksum);
 

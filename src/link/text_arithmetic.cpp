@@ -1,4 +1,10 @@
-// The CRC is computed a byte at a time, with a table that contains the CRC of each byte value.
+// Converts bytes to text and back, and computes the CRC of a frame:
+//
+//     bytes   40 05 01 73     hex text "40050173", byte text "40 05 01 73 "     CRC "F8A9"
+//
+// The CRC is CRC-16/XMODEM: polynomial 0x1021, initial value 0. It is computed one byte at a time, with a
+// table that contains the CRC of each byte value. It is computed from text, the form of answers and of the
+// log.
 #include "link/text_arithmetic.h"
 
 #include <algorithm>
@@ -8,6 +14,7 @@ namespace {
 
 constexpr char kDigits[] = "0123456789ABCDEF";
 
+/// The CRC of each byte value.
 constexpr auto kCrcTable = [] {
   std::array<std::uint16_t, 256> table{};
   for (unsigned byte = 0; byte < 256; ++byte) {
@@ -20,6 +27,8 @@ constexpr auto kCrcTable = [] {
 
 }  // namespace
 
+// The CRC covers protocol byte, address, length and payload. A damaged frame may be shorter than its length
+// says.
 std::span<const std::uint8_t> CrcPart(std::span<const std::uint8_t> frame) {
   constexpr std::size_t kLengthIndex = 2;
   if (frame.size() <= kLengthIndex) return frame;
@@ -27,12 +36,13 @@ std::span<const std::uint8_t> CrcPart(std::span<const std::uint8_t> frame) {
 }
 
 std::string ByteArrayToHex(std::span<const std::uint8_t> bytes) {
-  std::string text(3 * bytes.size(), ' ');
+  constexpr std::size_t kCharactersPerByte = 3;  // two digits and a blank
+  std::string text(kCharactersPerByte * bytes.size(), ' ');
   char* out = text.data();
   for (const std::uint8_t byte : bytes) {
     out[0] = kDigits[byte >> 4];
     out[1] = kDigits[byte & 0xF];
-    out += 3;
+    out += kCharactersPerByte;
   }
   return text;
 }
@@ -53,12 +63,13 @@ std::string HexToBits(std::string_view digits) {
 
 std::string FrameCrc(std::string_view digits) {
   unsigned crc = 0;
-  unsigned high = 0;
+  unsigned high = 0;  // the first digit of the current byte
   bool haveHigh = false;
   for (const char digit : digits) {
     if (digit == ' ') continue;
     if (haveHigh) {
-      crc = ((crc << 8) ^ kCrcTable[(crc >> 8) ^ (high << 4 | HexDigit(digit))]) & 0xFFFF;
+      const unsigned byte = high << 4 | HexDigit(digit);
+      crc = ((crc << 8) ^ kCrcTable[(crc >> 8) ^ byte]) & 0xFFFF;
     } else {
       high = HexDigit(digit);
     }
