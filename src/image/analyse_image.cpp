@@ -1,5 +1,10 @@
-// A firmware file contains its version, bit rate, protocol and product in two of its lines. They are
-// recognised by their load address: 2010 and 2020, or 007B and 008B. Columns as in hex_line.h.
+// Reads a firmware file (Intel HEX) for its checksum and its metadata. A line has the columns, from 1:
+//
+//     :  LL   AAAA  TT   data, LL bytes  check byte        LL: length, AAAA: load address, TT: type
+//     1  2-3  4-7   8-9  10 on
+//
+// Two lines contain version, bit rate, protocol and product. They are recognised by their load address, 2010
+// and 2020, or 007B and 008B:
 //
 //     address  columns
 //     2010     21 23, 27 29, 33 35      version: three pairs of single digits
@@ -65,7 +70,7 @@ std::string Joined(std::string_view first, std::string_view second, std::string_
   return std::string(first).append("-").append(second).append("-").append(third);
 }
 
-/// The low digits of data bytes 5, 6, 8, 9, 11 and 12, counted from 0, in pairs.
+/// "12-05-31" from the low digits of data bytes 5, 6, 8, 9, 11 and 12, counted from 0.
 std::string LowDigitVersion(const HexLine& line) {
   const auto digit = [&line](std::size_t column) { return std::string(line.Columns(column, column)); };
   return Joined(digit(21) + digit(23), digit(27) + digit(29), digit(33) + digit(35));
@@ -104,7 +109,7 @@ std::int64_t AnalyseImage(LineReader lines, ImageFacts& facts) {
   std::int64_t dataSum = 0;
   while (!lines.AtEnd()) {
     const HexLine line(lines.Next());
-    if (line.IsFirstSegment()) continue;  // selects the first 64 KiB, and has no data
+    if (line.IsFirstSegment()) continue;  // only selects the first 64 KiB; its two bytes are no firmware
     const unsigned length = line.DataLength();
     lengthSum += length;
     if (length != 0) dataSum += DataSum(line, length);

@@ -1,4 +1,5 @@
-// A batch, the contents of one frame, is a load address and the data of lines that are adjacent in the flash.
+// Divides a firmware file (Intel HEX) into batches. A batch is the contents of one programming frame: a load
+// address and the data of lines that are adjacent in the flash. A line is ":", length, address, type, data:
 //
 //     :10 0000 00 ...16 bytes      begins a batch at address 0000
 //     :10 0010 00 ...16 bytes      address 0000 + 16: is appended

@@ -1,4 +1,9 @@
-// Checks each line of an Intel HEX file from left to right: colon, digits, length, check byte.
+// Finds the first fault of an Intel HEX file, so that the operator is warned before anything is erased. Each
+// line is checked from left to right:
+//
+//     :10008000 data, 16 bytes 3E      colon, hex digits only, as many as the length (hex 10) requires, and a
+//                                      check byte that makes the sum of all bytes 0 (modulo 256)
+//     :00000001FF                      the end record, type 01; only empty lines may follow it
 #include "image/hex_faults.h"
 
 #include <cctype>
@@ -41,7 +46,7 @@ std::optional<std::string> FaultOf(std::string_view text) {
     return "has " + std::to_string(digits.size()) + " digits, should have " + std::to_string(expected) +
            " by its length";
   }
-  unsigned sum = 0;
+  unsigned sum = 0;  // of all bytes, with the check byte
   for (std::size_t i = 0; i < digits.size(); i += 2)
     sum += HexDigit(digits[i]) << 4 | HexDigit(digits[i + 1]);
   if (sum % 256 == 0) return std::nullopt;

@@ -1,5 +1,14 @@
-// The chosen file: choosing, confirming, analysing and displaying it. `Command1` is the button "Browse ...",
-// `useBB` the check box that keeps the speed while programming, `FileCheksum` the end of the checksum.
+// The chosen firmware file: the operator chooses it, the tool checks and analyses it, and the main window
+// shows the result before a download can start.
+//
+//     "Browse ..." or a dropped file  ->  ConfirmFile: a damaged file needs the operator's consent
+//       ->  `FileName` changes        ->  FileName_Change: analyses the file and shows what it contains
+//
+// AnalyseHexFile is also called during a download, for each full checksum, in case the file has changed.
+//
+// The names of the controls are fixed: `Command1` is the button "Browse ...", `FileName` the path,
+// `FileCheksum` (spelled so) the last digits of the checksum, `FileWarning` the warning sign beside it,
+// `ComLoad` the button "Download (Parallel)", `useBB` the check box that keeps the speed while programming.
 #include "image/hex_file.h"
 
 #include <utility>
@@ -25,7 +34,8 @@ std::string FileNameOf(const std::string& path) {
   return system_files::NameOf(system_files::PathOf(path).filename());
 }
 
-/// Stores the first fault of the file. A file that can't be read has none here: the run reports it.
+/// Stores the first fault of the file in `fileFault`. A file that can't be read has none here: the run
+/// reports it.
 void FindFault(Quillon& form) {
   form.fileFault.clear();
   if (form.FileCheksum.Text().empty()) return;
@@ -34,6 +44,32 @@ void FindFault(Quillon& form) {
   } catch (const RunError&) {
     // `fileFault` remains empty.
   }
+}
+
+/// Shows the last digits of the checksum, and enables the downloads if everything they need is there.
+void ShowChecksum(Quillon& form, const std::string& checksum) {
+  const bool longer = checksum.size() > kShownDigits;
+  form.FileCheksum.SetText(longer ? checksum.substr(checksum.size() - kShownDigits) : checksum);
+  if (form.FileCheksum.Text().empty() || form.Protocol.Text().empty()) return;
+  form.EnableDownloads(true);
+  form.ComLoad.SetFocus();
+}
+
+void OfferToKeepSpeed(Quillon& form) {
+  const bool keepsSpeed = form.image.ImageProduct == kSpeedKeepingProduct;
+  form.useBB.SetEnabled(keepsSpeed);
+  form.useBB.SetValue(keepsSpeed ? CheckBox::kTicked : CheckBox::kUnticked);
+}
+
+void ShowNoFile(Quillon& form) {
+  form.EnableDownloads(false);
+  form.FileCheksum.SetText("");
+  form.FileName.SetToolTip("");
+  form.fileFault.clear();
+  form.chosenInRun = false;
+  RefreshFileWarning(form);
+  form.useBB.SetValue(CheckBox::kUnticked);
+  form.useBB.SetVisible(false);
 }
 
 /// Whether to use a file. For a damaged one the operator decides.
@@ -45,7 +81,7 @@ bool ConfirmFile(Quillon& form, const std::string& path) {
     question =
         (ContainsData(LineReader::OfFile(path)) ? " is damaged: " : " contains no firmware: ") + *fault;
   } catch (const RunError&) {
-    return true;  // AnalyseHexFile shows the failure
+    return true;  // AnalyseHexFile will read the file again and show the failure
   }
   return form.dialogs.Ask(FileNameOf(path) + question + ". Use it anyway?", "Quillon");
 }
@@ -53,7 +89,7 @@ bool ConfirmFile(Quillon& form, const std::string& path) {
 }  // namespace
 
 std::string AnalyseHexFile(Quillon& form) {
-  // A file that fixes no speed leaves that of the former file in force.
+  // Empties all facts but the speed: a file that fixes no speed leaves that of the former file in force.
   form.image = {.ImageBaudRate = form.image.ImageBaudRate};
   if (!FileExists(form.FileName.Text())) {
     form.dialogs.ShowBox("File not Found!", "Quillon", BoxKind::kInformation);
@@ -90,39 +126,22 @@ void RefreshFileWarning(Quillon& form) {
 }
 
 void FileName_Change(Quillon& form) {
-  if (form.FileName.Text().empty()) {
-    form.EnableDownloads(false);
-    form.FileCheksum.SetText("");
-    form.FileName.SetToolTip("");
-    form.fileFault.clear();
-    form.chosenInRun = false;
-    RefreshFileWarning(form);
-    form.useBB.SetValue(CheckBox::kUnticked);
-    form.useBB.SetVisible(false);
-    return;
-  }
+  if (form.FileName.Text().empty()) return ShowNoFile(form);
   form.SetPointer(Form::MousePointer::kHourglass);
-  const bool outer = std::exchange(form.fileBeingRead, true);
-  const ScopeExit over([&] {
-    form.fileBeingRead = outer;
+  // Another file can be chosen inside a yield. This function is then called inside itself.
+  const bool alreadyReading = std::exchange(form.fileBeingRead, true);
+  const ScopeExit finished([&] {
+    form.fileBeingRead = alreadyReading;
     form.SetPointer(Form::MousePointer::kDefault);
   });
   form.chosenInRun = form.run.UnderWay();
-  form.run.Yield();  // shows the pointer
-  const std::string checksum = AnalyseHexFile(form);
-  form.FileCheksum.SetText(checksum.size() > kShownDigits ? checksum.substr(checksum.size() - kShownDigits)
-                                                          : checksum);
-  if (!form.FileCheksum.Text().empty() && !form.Protocol.Text().empty()) {
-    form.EnableDownloads(true);
-    form.ComLoad.SetFocus();
-  }
-  form.run.Yield();  // shows the checksum
+  form.run.Yield();  // paints the pointer before the analysis, which takes time
+  ShowChecksum(form, AnalyseHexFile(form));
+  form.run.Yield();  // paints the checksum
   form.FileName.SetToolTip(ToolTipOf(form.image));
   FindFault(form);
   RefreshFileWarning(form);
-  const bool keepsSpeed = form.image.ImageProduct == kSpeedKeepingProduct;
-  form.useBB.SetEnabled(keepsSpeed);
-  form.useBB.SetValue(keepsSpeed ? CheckBox::kTicked : CheckBox::kUnticked);
+  OfferToKeepSpeed(form);
 }
 
 }  // namespace quillon

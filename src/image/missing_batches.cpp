@@ -1,10 +1,11 @@
-// Finds the missing batches that explain the checksum of a controller.
+// Finds the missing batches that explain the checksum of a controller. In a parallel download the controllers
+// do not acknowledge batches, so a lost batch shows only in the checksum.
 //
 // A controller adds up its whole flash, in which an erased byte is 255, and reports the low 16 bits. So each
 // batch changes the checksum of an erased flash by the sum of (byte - 255) over its data:
 //
-//     all batches but the k-th     erased + all changes - change k
-//     only the first n batches     erased + changes 1 to n
+//     all batches but the k-th     checksum of an erased flash + all changes - change k
+//     only the first n batches     checksum of an erased flash + changes 1 to n
 #include "image/missing_batches.h"
 
 #include <algorithm>
