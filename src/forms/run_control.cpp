@@ -1,6 +1,10 @@
-// Executes one run at a time. A waiting run handles window events, and their handlers may wait and handle
-// events in turn. So closing the main window can be received several calls below the run that it must abort.
-// `Aborted` is thrown only at the depth at which the run began, after these handlers have returned.
+// Executes one run at a time. There is one thread: a waiting run calls Yield, which handles window events.
+// Their handlers may wait in turn:
+//
+//     Run  ->  workflow  ->  Yield  ->  click handler  ->  Yield  ->  another handler
+//
+// So closing the main window can be received several calls below the run that it must abort. Yield throws
+// `Aborted` only at the depth at which the run began, after these handlers have returned.
 #include "forms/run_control.h"
 
 #include <utility>
@@ -12,7 +16,7 @@ namespace quillon {
 bool RunControl::Run(const std::function<void()>& body) {
   if (std::exchange(underWay_, true)) return false;
   runYieldDepth_ = yieldDepth_;
-  const ScopeExit over([this] { underWay_ = false; });
+  const ScopeExit finished([this] { underWay_ = false; });
   try {
     body();
   } catch (const Aborted&) {
@@ -32,7 +36,7 @@ void RunControl::YieldUntil(double time) {
 void RunControl::HandleEvents(const std::function<void()>& handle) {
   ++yieldDepth_;
   {
-    const ScopeExit back([this] { --yieldDepth_; });
+    const ScopeExit restoreDepth([this] { --yieldDepth_; });
     handle();
   }
   if (ending_ && InRunItself()) throw Aborted{};

@@ -1,4 +1,5 @@
-// The run-error box: "Error #  53", a line break, "File not found: ...".
+// Executes a step of a run or of a handler. If the step raises RunError, the operator sees the run-error box
+// ("Error #  53", a line break, "File not found: ...") and Try returns false.
 #include "forms/run_error_box.h"
 
 #include "forms/quillon.h"
@@ -12,7 +13,7 @@ bool Try(Quillon& form, const std::function<void()>& step, const BoxWording& wor
     return true;
   } catch (const RunError& error) {
     form.Report(RunFailure{error.number, error.description});
-    // The second blank is the place of a minus sign.
+    // The second blank is where a negative number would have its sign.
     form.dialogs.ShowBox(
         "Error #  " + std::to_string(error.number) + "\r" + error.description + wording.addition,
         wording.title, BoxKind::kRunError);

@@ -1,4 +1,5 @@
-// Reads and writes the settings of the main window. The format of Quillon.cfg; " 1 " is a ticked box:
+// Reads and writes the settings of the main window, the file "Quillon.cfg". It has one value on each of its
+// 39 lines, in a fixed order. A check box is " 1 " if it is ticked, else " 0 ":
 //
 //     3000         line 1: time-out in milliseconds (`Text1`)
 //     COM 33       line 2: port
@@ -28,11 +29,12 @@ std::string BoxLine(const CheckBox& box) {
 
 void SetBox(CheckBox& box, const std::string& line) { box.SetValue(ToInteger(line, box.Name())); }
 
+/// Executes a step of reading. A missing or damaged file must not prevent the start of the program.
 void TrySilently(const std::function<void()>& step) {
   try {
     step();
   } catch (const RunError&) {
-    // A missing line counts as equal to the one before. A control keeps its value if a line is not valid.
+    // A control keeps its value if its line is not valid. If its line is missing, the line before is used.
   }
 }
 

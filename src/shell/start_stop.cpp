@@ -18,7 +18,7 @@
 namespace quillon {
 namespace {
 
-constexpr int kHighestPort = 99;
+constexpr int kHighestPort = 99;                // of the list "COM 1" to "COM 99"
 constexpr const char* kStandardSpeed = "9600";  // bits per second
 
 }  // namespace
@@ -48,7 +48,7 @@ void Form_Load(Quillon& form) {
   for (const char* speed : kSpeeds) form.Vitesse.AddItem(speed);
   OpenLog(form);
   ReadConfig(form);
-  form.Check1.SetValue(CheckBox::kTicked);
+  form.Check1.SetValue(CheckBox::kTicked);  // not one of the settings: ticked at each start
   StartLink(form);
 }
 

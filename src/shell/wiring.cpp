@@ -4,7 +4,7 @@
 //     ComLoad, ComLoad00   "Download (Parallel)", "Download (Serial)"    Text1     time-out
 //     ComInfo, ComBoot     "Flash Info", "Boot Info"                     Text2     delay between batches
 //     Cmd3to4, Cmd4to3     change the protocol of controllers            Vitesse   speed
-//     Command1             "Browse ..."; of `message`: "Cancel"          C(i)      box of controller i
+//     Command1             "Browse ..."; of `message`: "Cancel"          C(n)      box of controller n
 //     useBB                keeps the speed while programming             RUD3      box "Prot 3"
 #include "shell/wiring.h"
 
@@ -42,12 +42,13 @@ RunStarted MakeRunStarted(const Quillon& form, RunKind kind) {
                      .prot3 = form.RUD3.Ticked(),
                      .keepSpeed = form.useBB.Ticked(),
                      .controllers = {}};
-  for (int i = 0; i < kControllers; ++i) {
-    if (form.C(i).Ticked()) started.controllers.push_back(i);
+  for (int controller = 0; controller < kControllers; ++controller) {
+    if (form.C(controller).Ticked()) started.controllers.push_back(controller);
   }
   return started;
 }
 
+/// Whether a run writes results into the rows of the table window `info`.
 bool FillsTable(RunKind kind) {
   return kind != RunKind::kAuto && kind != RunKind::kToProtocol4 && kind != RunKind::kToProtocol3;
 }
@@ -76,7 +77,8 @@ void ReportRun(Quillon& form, RunKind kind, Workflow workflow) {
 std::function<void()> StartsRun(Quillon& form, RunKind kind, Workflow workflow) {
   return [&form, kind, workflow] {
     if (form.fileBeingRead) return form.dialogs.Beep();
-    if (!form.run.Run([&] { ReportRun(form, kind, workflow); })) return form.dialogs.Beep();
+    const bool executed = form.run.Run([&] { ReportRun(form, kind, workflow); });
+    if (!executed) return form.dialogs.Beep();  // another run is under way
     if (form.run.EndRequested()) return Form_Unload(form);
     if (FillsTable(kind) && form.info.Visible()) form.info.Show();
     form.dialogs.RequestAttention();
