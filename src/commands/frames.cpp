@@ -1,6 +1,22 @@
-// Builds every frame that the tool sends. frames.h lists the payloads. All frames but one have this form:
+// Builds every frame that the tool sends. All frames but one have this form, in hex:
 //
 //     protocol  address  length  payload (length bytes)  CRC high  CRC low  04
+//
+//     payload                 purpose                                      answer
+//     73                      read version and checksum of the flash       version and checksum
+//     74 55 ss F0             erase; ss is the speed of the batches:       61 done, else refused
+//                             BB the current, AA the download speed
+//     75 AA 55 10 aaaa data   program one batch at load address aaaa       61 done, else refused;
+//                                                                          none to a broadcast
+//     75 AA 55 0F cccccc      compare the checksum of the whole flash      61 equal, else refused
+//     75 AA 55 50             read version and checksum of the boot code   version and checksum
+//     55                      change from protocol 4 to 3                  61 done, else refused
+//
+// The two reading frames and the erase have the protocol byte of the setting `Protocol`, the others 40.
+//
+// Controllers on protocol 3 read text, so the frame that changes them to protocol 4 is the text "p400:4/"
+// after the protocol byte 40 and an address, the controller's number plus 30 (decimal). It has no length, no
+// CRC and no end byte, and its answer is 68 2F.
 #include "commands/frames.h"
 
 #include "image/batch_reader.h"
@@ -24,7 +40,7 @@ constexpr std::uint8_t kKeepSpeed = 0xBB;
 constexpr std::uint8_t kUseDownloadSpeed = 0xAA;
 
 constexpr std::size_t kBatchHeaderBytes = 4;  // kProgramming AA 55 kBatch
-constexpr std::size_t kMaxPayload = 255;
+constexpr std::size_t kMaxPayload = 255;      // the length is one byte
 constexpr std::size_t kMinChecksumDigits = 5;
 
 Bytes FrameTo(int address, std::uint8_t protocol, const Bytes& payload) {
@@ -64,14 +80,13 @@ std::vector<std::size_t> BatchFrameSizes(std::string_view file) {
 }
 
 Bytes FullChecksumFrame(int controller, const std::string& checksum) {
-  const std::string padding(checksum.size() < kMinChecksumDigits ? kMinChecksumDigits - checksum.size() : 0,
-                            '0');
-  const std::string digits = padding + checksum;
-  const auto pair = [&](std::size_t n) {
+  std::string digits = checksum;
+  if (digits.size() < kMinChecksumDigits) digits.insert(0, kMinChecksumDigits - digits.size(), '0');
+  const auto byte = [&](std::size_t n) {
     return static_cast<std::uint8_t>(HexToNumber(std::string_view(digits).substr(2 * n, 2)));
   };
   return FrameTo(controller, kFixedProtocol,
-                 {kProgramming, 0xAA, 0x55, kFullChecksum, pair(0), pair(1), pair(2)});
+                 {kProgramming, 0xAA, 0x55, kFullChecksum, byte(0), byte(1), byte(2)});
 }
 
 Bytes BootCheckFrame(std::uint8_t protocol, int controller) {

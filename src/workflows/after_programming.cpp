@@ -18,8 +18,8 @@ namespace quillon {
 
 void ApplyImageProtocol(Quillon& form) {
   const int protocolByte = static_cast<int>(HexToNumber(form.image.ImageProtocol));
-  form.Protocol.SetText(
-      std::to_string(protocolByte - 1));  // by definition, the box is one less than the byte
+  const int protocolNumber = protocolByte - 1;  // by definition, see Quillon::ProtocolNumber
+  form.Protocol.SetText(std::to_string(protocolNumber));
 }
 
 void ApplyImageSpeed(Quillon& form) {

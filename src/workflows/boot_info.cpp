@@ -61,11 +61,12 @@ void ReadBoot(Quillon& form, int controller) {
     if (!phase) phase.emplace(form, controller, Phase::kBootCheck);
     if (SendBootCheck(form, controller) != ExchangeResult::kAnswered) {
       if (!PrepareRetry(form, controller)) return;
-    } else if (const auto facts = ReadBootAnswer(form.AnswerText)) {
-      FillRow(form, controller, RowContent::kBoot, facts->version, facts->checksum);
-      return;
+      continue;
     }
-    // An answer of another length belongs to an earlier message: the message is sent again.
+    const auto facts = ReadBootAnswer(form.AnswerText);
+    if (!facts) continue;  // a late answer to an earlier message: it has another length
+    FillRow(form, controller, RowContent::kBoot, facts->version, facts->checksum);
+    return;
   }
 }
 
@@ -80,7 +81,8 @@ bool ComBoot_Click(Quillon& form) {
     });
     EndRun(form);
   };
-  return Try(form, run, {.addition = "\r\n comBoot_Click"});  // spelled so on purpose
+  // The addition follows the description of a failure in the run-error box. It is spelled so on purpose.
+  return Try(form, run, {.addition = "\r\n comBoot_Click"});
 }
 
 }  // namespace quillon

@@ -5,7 +5,7 @@
 //     EndRun             closes the progress window and the port
 //
 // Most runs end at the first step that fails, since nothing was changed yet or everything can be repeated.
-// The serial download continues (OnFailure::kContinue): do not leave an erased controller empty.
+// The serial download continues (OnFailure::kContinue), so that it leaves no erased controller empty.
 //
 // The names of the controls are fixed. Main window: `ComPort` is the list of ports, `Protocol` the box of the
 // protocol number, `MSComm1` the serial port. Table window: `Titre` is the heading, `Label41` the caption of
@@ -21,7 +21,7 @@
 namespace quillon {
 namespace {
 
-constexpr std::size_t kPortNumberIndex = 4;  // where the number begins in "COM 7"
+constexpr std::size_t kPortNumberIndex = 4;  // the number's first digit in "COM 7"
 
 /// Prepares `Info` and shows it. Boot Info shows no file checksum, since no file contains boot code.
 void ShowTable(Quillon& form, Table table) {
@@ -70,8 +70,8 @@ void SelectPort(Quillon& form) {
   form.MSComm1.SetCommPort(ToInteger(name.substr(kPortNumberIndex), "Com Port"));
 }
 
-// `CurrentController` is shared by runs and commands: they are defined to receive it by reference. None of
-// them changes it, so each number is processed exactly once.
+// All runs and commands share the loop variable `CurrentController` and receive it by reference. None of them
+// changes it, so each number is processed exactly once.
 Next ForEachController(Quillon& form, const std::function<Next(int& controller)>& step) {
   for (form.CurrentController = 0; form.CurrentController < kControllers; ++form.CurrentController) {
     if (step(form.CurrentController) == Next::kEnd) return Next::kEnd;

@@ -2,7 +2,7 @@
 // one the speed of its image. At a wrong speed a controller receives noise and does not answer. So a command
 // that failed is repeated at the other speeds:
 //
-//     from 19200:  19200, 4800, 9600, 38400
+//     selected: 19200   tried: 19200, 4800, 9600, 38400
 //
 // The first is the speed in the list `Vitesse`, since the controllers on one line mostly have the same. The
 // others follow in ascending order. Each speed is selected in `Vitesse`, so the search for the next
