@@ -14,7 +14,7 @@
 
 namespace quillon {
 
-// Not a handler: called by Protocol_Change, and when the file changes.
+// Not a handler: called by Protocol_Change and when the file changes.
 void Quillon::EnableDownloads(bool enabled) {
   ComLoad.SetEnabled(enabled);
   ComLoad00.SetEnabled(enabled);
@@ -53,13 +53,11 @@ void Quillon::Form_KeyUp(Key key, bool shiftHeld) {
 // The button "Exit" acts like the close button of the window.
 void Quillon::ComClose_Click() { Close(); }
 
-// The button "Cancel" of the progress window `message`. The run tests AbortRequested between its steps and
-// ends.
+// The button "Cancel" of the progress window `message`. The run ends when it next tests AbortRequested.
 void Quillon::MessageCommand1_Click() {
   AbortRequested = true;
   message.Unload();
-  // Close an open error box too. On a failed line each batch shows one, and the run would wait for its
-  // answer.
+  // Close an open error box too: on a failed line each batch shows one, and the run waits for it.
   dialogs.AnswerBox();
 }
 

@@ -23,7 +23,7 @@ namespace quillon {
 namespace {
 
 constexpr std::size_t kShownDigits = 4;  // the last digits of the checksum, which a controller reports
-constexpr const char* kSpeedKeepingProduct = "ORVA";  // can be programmed at the existing speed
+constexpr const char* kSpeedKeepingProduct = "ORVA";  // the only one that can keep the existing speed
 
 std::string ToolTipOf(const ImageFacts& image) {
   return image.ImageProduct + " " + image.ImageVersion + " " + image.ImageBaudText + "  [" +
@@ -55,6 +55,7 @@ void ShowChecksum(Quillon& form, const std::string& checksum) {
   form.ComLoad.SetFocus();
 }
 
+/// Enables and ticks `useBB` for the product that can keep the speed, else disables and unticks it.
 void OfferToKeepSpeed(Quillon& form) {
   const bool keepsSpeed = form.image.ImageProduct == kSpeedKeepingProduct;
   form.useBB.SetEnabled(keepsSpeed);

@@ -21,6 +21,7 @@ namespace {
 
 constexpr std::size_t kMaxCandidates = 3;  // more would not help the technician
 constexpr std::size_t kAddressBytes = 2;   // at the beginning of a payload
+constexpr int kErasedByte = 255;
 
 /// The checksum of an empty image is that of an erased flash.
 std::uint16_t ErasedChecksum() {
@@ -28,8 +29,9 @@ std::uint16_t ErasedChecksum() {
   return static_cast<std::uint16_t>(AnalyseImage(LineReader(""), unused));
 }
 
+/// How a batch changes the checksum of an erased flash.
 std::uint16_t ChangeOf(const Bytes& payload) {
-  const auto add = [](int sum, std::uint8_t byte) { return sum + byte - 255; };
+  const auto add = [](int sum, std::uint8_t byte) { return sum + byte - kErasedByte; };
   return static_cast<std::uint16_t>(std::accumulate(payload.begin() + kAddressBytes, payload.end(), 0, add));
 }
 

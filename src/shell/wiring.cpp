@@ -24,11 +24,13 @@
 namespace quillon {
 namespace {
 
-/// A click handler that acts at once, also during a run. A failure is shown in the run-error box.
+/// A click handler that does not start a run. It acts at once, also during a run. A failure is shown in the
+/// run-error box.
 std::function<void()> Handler(Quillon& form, void (Quillon::*handler)()) {
   return [&form, handler] { Try(form, [&] { (form.*handler)(); }); };
 }
 
+/// The settings at the start of a run, for observers such as the job record.
 RunStarted MakeRunStarted(const Quillon& form, RunKind kind) {
   RunStarted started{.kind = kind,
                      .file = form.FileName.Text(),
