@@ -1,13 +1,14 @@
-// The line in memory. Each byte has the time at which it begins and ends, so that overlaps can be found:
+// Simulates a serial bus in memory, for tests and for the program quillon-bus. The caller passes the time, so
+// a test needs no real waiting. Each byte has the times at which it begins and ends, so overlaps are found:
 //
 //     tool sends    -> Framer finds frames -> each controller answers -> arriving_ (ordered by the end)
 //     tool receives <- the bytes of arriving_ whose time has come
 //
-// bus.h describes which overlaps destroy bytes, and why two answers in step are combined.
+// Answers that begin at the same moment are combined bit by bit, as on a real line. Other bytes that overlap
+// are destroyed: the tool does not receive them, and no controller acts on a frame that lost one.
 #include "bus/bus.h"
 
 #include <algorithm>
-#include <map>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -15,8 +16,8 @@
 namespace bus {
 namespace {
 
-/// Combines the bytes of one more sender with those on the line: the line is 0 where any sender sends a 0.
-/// An idle line is 1.
+/// Adds the bytes of one more sender to those on the line. The line is 0 where any sender sends a 0. Where no
+/// sender is left it is idle, which is 1.
 void PullDown(Bytes& line, const Bytes& sent) {
   constexpr std::uint8_t kIdle = 0xFF;
   line.resize(std::max(line.size(), sent.size()), kIdle);
@@ -25,6 +26,7 @@ void PullDown(Bytes& line, const Bytes& sent) {
 
 }  // namespace
 
+// Another seed for idleRandom_, so that the two do not produce the same numbers.
 Bus::Bus(LineOptions options) : options_(options), random_(options.seed), idleRandom_(~options.seed) {
   ScheduleIdleByte({});
 }
@@ -78,25 +80,35 @@ void Bus::ForgetTraffic() {
   answers_.clear();
 }
 
+/// Passes an intact frame to all controllers and puts their answers on the line.
 void Bus::DeliverFrame(const ReceivedFrame& frame) {
-  std::map<Time, Transmission> onTheLine;  // combined answers, by the moment at which they begin
+  std::map<Time, Transmission> transmissions;  // by the moment at which they begin
   for (Controller& controller : controllers_) {
-    const Disturbance& disturbance = controller.Disturbed();
+    const Disturbance& disturbance = controller.GetDisturbance();
+    // A controller ignores a frame that reaches it damaged.
     if (Damage(frame.bytes, disturbance, frame.format.baud, random_) != frame.bytes) continue;
     const std::optional<Answer> answer = controller.Receive(frame, random_);
     if (!answer) continue;
-    Time begins = frame.ends + options_.answerDelay + answer->extraDelay;
+    const Time begins = frame.ends + options_.answerDelay + answer->extraDelay;
     const Time ends = ByteEnd(begins, answer->bytes.size(), frame.format, disturbance.slowClock);
     answers_.push_back({controller.Number(), begins, ends, frame.format, answer->bytes});
-    Bytes bytes = Damage(answer->bytes, disturbance, frame.format.baud, random_);
-    if (Happens(disturbance.lostStart, random_)) {
-      bytes.erase(bytes.begin());
-      begins = ByteEnd(begins, 1, frame.format, disturbance.slowClock);
-    }
-    onTheLine[begins].slowClock = disturbance.slowClock;
-    PullDown(onTheLine[begins].bytes, bytes);
+    Combine(answers_.back(), disturbance, transmissions);
   }
-  for (const auto& [begins, answer] : onTheLine) PutAnswer(answer, begins, frame.format);
+  for (const auto& [begins, transmission] : transmissions) PutAnswer(transmission, begins, frame.format);
+}
+
+/// Adds an answer, with its damage, to the transmission that begins at the same moment.
+void Bus::Combine(const SentAnswer& answer, const Disturbance& disturbance,
+                  std::map<Time, Transmission>& transmissions) {
+  Bytes bytes = Damage(answer.bytes, disturbance, answer.format.baud, random_);
+  Time begins = answer.begins;
+  if (Happens(disturbance.lostStart, random_)) {
+    bytes.erase(bytes.begin());
+    begins = ByteEnd(begins, 1, answer.format, disturbance.slowClock);
+  }
+  Transmission& transmission = transmissions[begins];
+  transmission.slowClock = disturbance.slowClock;  // of several controllers, that of the last one is used
+  PullDown(transmission.bytes, bytes);
 }
 
 void Bus::PutAnswer(const Transmission& answer, Time answerBegins, const LineFormat& format) {
@@ -115,12 +127,13 @@ void Bus::PutByte(const Arriving& byte) {
   arriving_.insert(later, byte);
 }
 
-/// Destroys the bytes that are on their way to the tool at that time. Returns Garbled when a station had sent
-/// any of them: a byte sent at that time is then destroyed as well.
+/// Destroys the bytes on their way to the tool that overlap the time from `begins` to `ends`. Returns how a
+/// byte sent in that time is received: Garbled when a station had sent one of the others.
 Reception Bus::DestroyOverlapped(Time begins, Time ends) {
   Reception ownByte = Reception::Clean;
   const auto endsAfter = [](Time moment, const Arriving& byte) { return moment < byte.ends; };
   auto other = std::upper_bound(arriving_.begin(), arriving_.end(), begins, endsAfter);
+  // A byte takes at most longestByte_. So those that end later than `ends + longestByte_` begin after `ends`.
   for (; other != arriving_.end() && other->ends - longestByte_ < ends; ++other) {
     if (other->begins >= ends) continue;
     other->reception = Reception::Garbled;
@@ -135,14 +148,16 @@ Time Bus::ByteEnd(Time begins, std::size_t count, const LineFormat& format, doub
   return begins + std::chrono::duration_cast<Time>(TimeOf(count, format) / (1 - slowClock));
 }
 
-/// When the adapter passes a byte on to the tool: at the next multiple of its latency.
+/// When the adapter passes a byte on to the tool: at the end of the byte, rounded up to a multiple of the
+/// adapter's latency.
 Time Bus::ArrivalOf(const Arriving& byte) const {
   if (options_.latency == Time{}) return byte.ends;
   const auto periods = (byte.ends.count() + options_.latency.count() - 1) / options_.latency.count();
   return periods * options_.latency;
 }
 
-/// Puts the next byte of a weak bias on the line, if the line has such bytes and is idle at that moment.
+/// Schedules the next random byte of a line whose bias is too weak, if this line is such a line. The byte is
+/// destroyed unless the line is idle at its time. Its arrival schedules the one after it (TakeBytesForTool).
 void Bus::ScheduleIdleByte(Time after) {
   if (options_.idleInterval == Time{}) return;
   const Time begins = after + RandomInterval(options_.idleInterval, idleRandom_);

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <optional>
 #include <span>
 #include <vector>
@@ -95,12 +96,14 @@ class Bus {
     Reception reception;
     Sender sender = Sender::Station;
   };
-  struct Transmission {
+  struct Transmission {  // one answer, or several that begin at the same moment
     Bytes bytes;
     double slowClock = 0;  // of the sender: its bytes take longer
   };
 
   void DeliverFrame(const ReceivedFrame& frame);
+  void Combine(const SentAnswer& answer, const Disturbance& disturbance,
+               std::map<Time, Transmission>& transmissions);
   void PutAnswer(const Transmission& answer, Time answerBegins, const LineFormat& format);
   void PutByte(const Arriving& byte);
   Reception DestroyOverlapped(Time begins, Time ends);

@@ -1,5 +1,12 @@
-// One simulated controller: decides whether a frame is for it, executes the command and builds the answer.
-// A fault that only changes the answer is applied last: the controller has then acted on the message.
+// One simulated controller. `Receive` handles a frame in these steps:
+//
+//     CommandOf       recognises the command; other frames are ignored
+//     IsForMe         checks the address and the protocol byte
+//     CountMessage    finds the faults that affect this message; some of them prevent the answer
+//     HandleMessage   executes the command and builds the answer
+//     ApplyFaults     changes the answer, after the controller has acted on the message
+//
+// controller.h shows the bytes of each command and answer, and how a controller is programmed.
 #include "bus/controller.h"
 
 #include <algorithm>
@@ -122,18 +129,19 @@ std::optional<Answer> Controller::Receive(const ReceivedFrame& frame, Random& ra
   const std::optional<Command> command = CommandOf(frame.bytes);
   if (!command || !IsForMe(*command, frame.bytes)) return std::nullopt;
   const bool atOwnSpeed = frame.format == LineFormat{baud_};
+  // The answer to the last message that changed the speed may be lost. The tool then repeats that message.
   const bool repeated = speedChange_ && frame.format == LineFormat{speedChange_->formerBaud} &&
                         frame.bytes == speedChange_->message;
   if (!atOwnSpeed && !repeated) return std::nullopt;
 
-  const std::vector<Fault> striking = CountMessage(*command, random);
-  for (const Fault& fault : striking) {
+  const std::vector<Fault> faults = CountMessage(*command, random);
+  for (const Fault& fault : faults) {
     if (fault.kind == Fault::Kind::Dead) dead_ = true;
     if (fault.kind == Fault::Kind::Dead || fault.kind == Fault::Kind::Silent) return std::nullopt;
   }
   const Bytes answer = atOwnSpeed ? HandleMessage(*command, frame.bytes) : speedChange_->answer;
   if (answer.empty()) return std::nullopt;
-  return ApplyFaults({answer, {}}, frame.bytes, striking);
+  return ApplyFaults({answer, {}}, frame.bytes, faults);
 }
 
 /// True when address and protocol byte are valid for such a command to this controller in its current state.
@@ -163,29 +171,29 @@ bool Controller::IsForMe(Command command, const Bytes& message) const {
 /// Counts the message for each fault that it concerns. Returns the faults that affect it.
 std::vector<Fault> Controller::CountMessage(Command command, Random& random) {
   constexpr std::uint64_t kParts = 1'000'000;
-  std::vector<Fault> striking;
+  std::vector<Fault> active;
   for (CountedFault& counted : faults_) {
     const Fault& fault = counted.fault;
     if (fault.command && *fault.command != command) continue;
     ++counted.seen;
     if (counted.seen < fault.first || (fault.last != Fault::kForever && counted.seen > fault.last)) continue;
-    const bool strikes = fault.chance >= 1.0 ||
+    const bool happens = fault.chance >= 1.0 ||
                          static_cast<double>(random() % kParts) < fault.chance * static_cast<double>(kParts);
-    if (strikes) striking.push_back(fault);
+    if (happens) active.push_back(fault);
   }
-  return striking;
+  return active;
 }
 
 /// Executes a message received at its own speed. Returns the answer; empty for a broadcast.
 Bytes Controller::HandleMessage(Command command, const Bytes& message) {
   speedChange_.reset();
   const int formerBaud = baud_;
-  const Bytes answer = Act(command, message);
+  const Bytes answer = Execute(command, message);
   if (baud_ != formerBaud) speedChange_ = SpeedChange{message, formerBaud, answer};
   return message[kAddress] == kBroadcastAddress ? Bytes{} : answer;
 }
 
-Bytes Controller::Act(Command command, const Bytes& message) {
+Bytes Controller::Execute(Command command, const Bytes& message) {
   switch (command) {
     case Command::Check:
       return CheckAnswer();
@@ -273,9 +281,9 @@ Code Controller::EndProgramming(const Bytes& message) {
 void Controller::ApplyImageSettings() {
   const Metadata place = FoundMetadata();
   if (place != Metadata::None) {
-    const bool high = place == Metadata::At2020;
-    protocol_ = flash_[high ? kProtocolAt2020 : kProtocolAt008B];
-    const int rate = FixedRate(flash_[high ? kFlagsAt2020 : kFlagsAt008B]);
+    const bool at2020 = place == Metadata::At2020;
+    protocol_ = flash_[at2020 ? kProtocolAt2020 : kProtocolAt008B];
+    const int rate = FixedRate(flash_[at2020 ? kFlagsAt2020 : kFlagsAt008B]);
     if (rate != 0) ownBaud_ = rate;
   }
   baud_ = ownBaud_;
@@ -292,7 +300,8 @@ Metadata Controller::FoundMetadata() const {
 }
 
 std::array<std::uint8_t, 3> Controller::Version() const {
-  // Each digit is the low half of a byte of its own; the pairs are one byte apart.
+  // From 0x2010 on the version is text: pairs of digits with one byte between them. The low half of a digit's
+  // ASCII code is its value.
   const auto pair = [this](std::size_t offset) {
     const unsigned high = flash_[kVersionAt2010 + offset] & 0x0F;
     const unsigned low = flash_[kVersionAt2010 + offset + 1] & 0x0F;
@@ -311,15 +320,15 @@ std::array<std::uint8_t, 3> Controller::Version() const {
 }
 
 std::uint32_t Controller::Checksum() const {
+  // flashSum_ adds up 65,536 addresses, but the flash has fewer bytes. Each surplus address counts with 255.
   constexpr std::int64_t kBeyondFlash = kErasedSum - std::int64_t{kErased} * kFlashSize;
   return static_cast<std::uint32_t>(flashSum_ - kBeyondFlash) & 0xFFFFFF;
 }
 
 /// Returns the answer changed by the faults.
-Answer Controller::ApplyFaults(Answer answer, const Bytes& message,
-                               const std::vector<Fault>& striking) const {
+Answer Controller::ApplyFaults(Answer answer, const Bytes& message, const std::vector<Fault>& faults) const {
   Bytes& bytes = answer.bytes;
-  for (const Fault& fault : striking) {
+  for (const Fault& fault : faults) {
     const auto value = static_cast<std::size_t>(fault.value);
     switch (fault.kind) {
       case Fault::Kind::Late:

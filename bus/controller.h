@@ -133,7 +133,7 @@ class Controller {
   std::optional<Answer> Receive(const ReceivedFrame& frame, Random& random);
 
   int Number() const { return setup_.number; }
-  const Disturbance& Disturbed() const { return setup_.disturbance; }
+  const Disturbance& GetDisturbance() const { return setup_.disturbance; }
   int Baud() const { return baud_; }                   // current speed
   std::uint8_t Protocol() const { return protocol_; }  // its own protocol byte
   const Bytes& Flash() const { return flash_; }        // all 65,536 addresses
@@ -160,7 +160,7 @@ class Controller {
   bool IsForMe(Command command, const Bytes& message) const;
   std::vector<Fault> CountMessage(Command command, Random& random);
   Bytes HandleMessage(Command command, const Bytes& message);
-  Bytes Act(Command command, const Bytes& message);
+  Bytes Execute(Command command, const Bytes& message);
   Bytes Acknowledge(Code code) const;
   Bytes AnswerFrame(const Bytes& payload) const;
   Bytes CheckAnswer() const;
@@ -170,7 +170,7 @@ class Controller {
   Code EndProgramming(const Bytes& message);
   void ApplyImageSettings();
   Metadata FoundMetadata() const;
-  Answer ApplyFaults(Answer answer, const Bytes& message, const std::vector<Fault>& striking) const;
+  Answer ApplyFaults(Answer answer, const Bytes& message, const std::vector<Fault>& faults) const;
 
   ControllerSetup setup_;
   int downloadBaud_;

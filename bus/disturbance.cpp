@@ -1,4 +1,9 @@
-// Damages bytes at random. The same seed damages the same bytes on every computer.
+// Damages bytes at random, as the physical causes in disturbance.h do. The same seed damages the same bytes
+// on every computer, so a failed test can be repeated. Each cause has its own chance for each byte:
+//
+//     noise         one bit of any byte
+//     reflections   one bit of a byte after the eighth
+//     slow clock    the last data bit, which is sampled the latest
 #include "bus/disturbance.h"
 
 #include <algorithm>
@@ -12,7 +17,7 @@ namespace {
 constexpr std::size_t kBeforeReflections = 8;  // bytes
 constexpr std::uint8_t kLastDataBit = 0x80;
 
-/// A random number above 0, at most 1. Computed here: standard distributions differ between libraries.
+/// A random number above 0, at most 1. Standard distributions are not used: they differ between libraries.
 double Fraction(Random& random) {
   constexpr double kSteps = 9007199254740992;  // 2^53
   return static_cast<double>((random() >> 11) + 1) / kSteps;
@@ -32,6 +37,7 @@ double ClockDamage(double slowClock, int baud) {
 
 bool Happens(double chance, Random& random) { return chance > 0 && Fraction(random) <= chance; }
 
+/// Independent events have exponentially distributed intervals: -mean * ln(fraction). Never 0.
 Time RandomInterval(Time mean, Random& random) {
   return Time(static_cast<std::int64_t>(-std::log(Fraction(random)) * static_cast<double>(mean.count())) + 1);
 }

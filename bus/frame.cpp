@@ -1,6 +1,9 @@
 // Finds frames in a stream of bytes and computes their CRC. A frame ends with two bytes of CRC and 04:
 //
 //     protocol  address  length  payload (length bytes)  CRC high  CRC low  04
+//
+// Nothing marks the beginning of a frame, so the first byte of the stream is tried as one. If no frame begins
+// there, the byte is noise and the next one is tried. frame.h has an example and describes the CRC.
 #include "bus/frame.h"
 
 #include <algorithm>
@@ -34,7 +37,7 @@ bool IsClosed(View frame) {
 }
 
 struct Classification {
-  enum { Unfinished, Frame, NoFrame } about = Unfinished;
+  enum { Unfinished, Frame, NoFrame } kind = Unfinished;
   std::size_t length = 0;  // of a frame
 };
 
@@ -62,6 +65,7 @@ Time LongestPause(const LineFormat& format) {
 
 }  // namespace
 
+/// Long division of binary numbers, one bit at a time. Exclusive or is the subtraction.
 std::uint16_t Crc16(View bytes) {
   constexpr unsigned kPolynomial = 0x1021;
   constexpr unsigned kTopBit = 0x8000;
@@ -69,9 +73,9 @@ std::uint16_t Crc16(View bytes) {
   for (const std::uint8_t byte : bytes) {
     remainder ^= static_cast<unsigned>(byte) << 8;
     for (int bit = 0; bit < 8; ++bit) {
-      const bool divides = (remainder & kTopBit) != 0;
+      const bool subtract = (remainder & kTopBit) != 0;
       remainder <<= 1;
-      if (divides) remainder ^= kPolynomial;
+      if (subtract) remainder ^= kPolynomial;
     }
   }
   return static_cast<std::uint16_t>(remainder);
@@ -102,15 +106,15 @@ std::vector<ReceivedFrame> Framer::Add(std::uint8_t value, Time begins, Time end
   pending_.timings.push_back({begins, ends, reception});
 
   while (!pending_.bytes.empty()) {
-    const Classification verdict = Classify(pending_.bytes);
-    if (verdict.about == Classification::Unfinished) return found;
-    if (verdict.about == Classification::NoFrame) {
+    const Classification front = Classify(pending_.bytes);
+    if (front.kind == Classification::Unfinished) return found;
+    if (front.kind == Classification::NoFrame) {
       MoveFront(1, pending_, noise_);
       continue;
     }
-    FlushNoise(found);
+    FlushNoise(found);  // the noise came before the frame
     Run frame;
-    MoveFront(verdict.length, pending_, frame);
+    MoveFront(front.length, pending_, frame);
     found.push_back(Describe(frame, Content::Frame));
   }
   FlushNoise(found);
@@ -119,16 +123,16 @@ std::vector<ReceivedFrame> Framer::Add(std::uint8_t value, Time begins, Time end
 
 void Framer::MoveFront(std::size_t count, Run& from, Run& to) {
   const auto bytesEnd = from.bytes.begin() + static_cast<std::ptrdiff_t>(count);
-  const auto stampsEnd = from.timings.begin() + static_cast<std::ptrdiff_t>(count);
+  const auto timingsEnd = from.timings.begin() + static_cast<std::ptrdiff_t>(count);
   std::copy(from.bytes.begin(), bytesEnd, std::back_inserter(to.bytes));
-  std::copy(from.timings.begin(), stampsEnd, std::back_inserter(to.timings));
+  std::copy(from.timings.begin(), timingsEnd, std::back_inserter(to.timings));
   from.bytes.erase(from.bytes.begin(), bytesEnd);
-  from.timings.erase(from.timings.begin(), stampsEnd);
+  from.timings.erase(from.timings.begin(), timingsEnd);
 }
 
 ReceivedFrame Framer::Describe(const Run& run, Content content) const {
   const bool clean = std::all_of(run.timings.begin(), run.timings.end(),
-                                 [](const Timing& stamp) { return stamp.reception == Reception::Clean; });
+                                 [](const Timing& timing) { return timing.reception == Reception::Clean; });
   return {run.timings.front().begins, run.timings.back().ends, format_, run.bytes,
           content == Content::Frame && clean};
 }

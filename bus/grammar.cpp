@@ -1,9 +1,11 @@
-// Parses descriptions of controllers and faults. Errors name the wrong word and the valid ones.
+// Parses the values of the options that describe controllers, faults and physical causes. Two examples:
 //
-//     0-31,baud=4800/9600,protocol=64     controllers 0 to 31, at 4800 and 9600 in turn
-//     3-4:code=E1/checksum@1-3%50         the first three full checksums: half of them are answered with $E1
+//     0-31,baud=4800/9600,protocol=64     controllers 0 to 31, at 4800 and 9600 bits per second in turn
+//     3-4:code=E1/checksum@1-3%50         controllers 3 and 4 answer each of the first three requests to
+//                                         confirm a checksum with the code $E1, with a probability of 50 %
 //
-// grammar.h describes each part.
+// Each list of words is a table: the parser and the error texts use the same one. Errors name the wrong word
+// and the valid ones. grammar.h describes each part of a value.
 #include "bus/grammar.h"
 
 #include <charconv>
@@ -70,18 +72,17 @@ std::array<std::uint8_t, 3> ReadVersion(const std::string& text) {
   return {byte(0), byte(2), byte(4)};
 }
 
-using Text = const std::string&;
-
 /// Controllers that differ only in number and speed.
 struct ControllerGroup {
   ControllerSetup setup;
   std::vector<int> speeds = {setup.baud};
 };
 
-void ReadSpeeds(ControllerGroup& to, Text value) {
-  to.speeds.clear();
-  for (const std::string& speed : Split(value, '/')) to.speeds.push_back(ReadNumber(speed, 1, kHighestSpeed));
-  if (to.speeds.empty()) throw std::invalid_argument("baud needs a speed, or several with / between them");
+void ReadSpeeds(ControllerGroup& group, const std::string& value) {
+  group.speeds.clear();
+  for (const std::string& speed : Split(value, '/'))
+    group.speeds.push_back(ReadNumber(speed, 1, kHighestSpeed));
+  if (group.speeds.empty()) throw std::invalid_argument("baud needs a speed, or several with / between them");
 }
 
 const std::map<std::string, AnswerForm> kForms = {{"13", AnswerForm::Bytes13}, {"14", AnswerForm::Bytes14}};
@@ -92,32 +93,37 @@ const std::map<std::string, Metadata> kMetadataPlaces = {{"find", Metadata::Find
                                                          {"008B", Metadata::At008B},
                                                          {"none", Metadata::None}};
 
-using Setter = void (*)(ControllerGroup& to, Text value);
+/// Parses the value of a key and stores it in the setup.
+using ReadValue = void (*)(ControllerGroup& group, const std::string& value);
 
-const std::map<std::string, Setter> kControllerKeys = {
+const std::map<std::string, ReadValue> kControllerKeys = {
     {"baud", ReadSpeeds},
     {"protocol",
-     [](ControllerGroup& to, Text value) { to.setup.protocol = ReadNumber<std::uint8_t>(value, 0, 0xFF); }},
-    {"version", [](ControllerGroup& to, Text value) { to.setup.version = ReadVersion(value); }},
-    {"boot", [](ControllerGroup& to, Text value) { to.setup.bootVersion = ReadVersion(value); }},
-    {"bootsum", [](ControllerGroup& to,
-                   Text value) { to.setup.bootChecksum = ReadNumber<std::uint16_t>(value, 0, 0xFFFF, 16); }},
-    {"form", [](ControllerGroup& to, Text value) { to.setup.form = LookUp(value, kForms); }},
+     [](auto& group, auto& value) { group.setup.protocol = ReadNumber<std::uint8_t>(value, 0, 0xFF); }},
+    {"version", [](auto& group, auto& value) { group.setup.version = ReadVersion(value); }},
+    {"boot", [](auto& group, auto& value) { group.setup.bootVersion = ReadVersion(value); }},
+    {"bootsum",
+     [](auto& group, auto& value) {
+       group.setup.bootChecksum = ReadNumber<std::uint16_t>(value, 0, 0xFFFF, 16);
+     }},
+    {"form", [](auto& group, auto& value) { group.setup.form = LookUp(value, kForms); }},
     {"bootprotocol",
-     [](ControllerGroup& to, Text value) { to.setup.bootProtocol = LookUp(value, kBootProtocols); }},
-    {"metadata", [](ControllerGroup& to, Text value) { to.setup.metadata = LookUp(value, kMetadataPlaces); }},
-    {"protocol3", [](ControllerGroup& to, Text value) { to.setup.protocol3 = ReadNumber(value, 0, 1) == 1; }},
+     [](auto& group, auto& value) { group.setup.bootProtocol = LookUp(value, kBootProtocols); }},
+    {"metadata", [](auto& group, auto& value) { group.setup.metadata = LookUp(value, kMetadataPlaces); }},
+    {"protocol3", [](auto& group, auto& value) { group.setup.protocol3 = ReadNumber(value, 0, 1) == 1; }},
 };
 
+/// "lost-batch" is short for "silent/batch"; ReadFault adds the command.
 const std::map<std::string, Fault::Kind> kFaultKinds = {
     {"silent", Fault::Kind::Silent},   {"dead", Fault::Kind::Dead}, {"late", Fault::Kind::Late},
     {"corrupt", Fault::Kind::Corrupt}, {"code", Fault::Kind::Code}, {"length", Fault::Kind::Length},
     {"short", Fault::Kind::Short},     {"echo", Fault::Kind::Echo}, {"lost-batch", Fault::Kind::Silent}};
 
 const std::map<std::string, Command> kCommands = {
-    {"check", Command::Check},       {"erase", Command::Erase}, {"batch", Command::Batch},
-    {"checksum", Command::Checksum}, {"boot", Command::Boot},   {"55", Command::ToProtocol3},
-    {"text", Command::ToProtocol4}};
+    {"check", Command::Check},     {"erase", Command::Erase},
+    {"batch", Command::Batch},     {"checksum", Command::Checksum},
+    {"boot", Command::Boot},       {"55", Command::ToProtocol3},  // the command byte $55
+    {"text", Command::ToProtocol4}};                              // the text frame, which has no command byte
 
 void ReadFaultValue(Fault& fault, const std::string& value) {
   switch (fault.kind) {
@@ -160,8 +166,8 @@ std::vector<ControllerSetup> ReadControllers(const std::string& text) {
   const std::string keys = comma == std::string::npos ? "" : text.substr(comma + 1);
   for (const std::string& key : Split(keys, ',')) {
     const std::size_t equals = key.find('=');
-    const Setter set = LookUp(key.substr(0, equals), kControllerKeys);
-    set(group, equals == std::string::npos ? "" : key.substr(equals + 1));
+    const ReadValue read = LookUp(key.substr(0, equals), kControllerKeys);
+    read(group, equals == std::string::npos ? "" : key.substr(equals + 1));
   }
   std::vector<ControllerSetup> controllers;
   for (int number = numbers.first; number <= numbers.last; ++number) {
@@ -173,10 +179,11 @@ std::vector<ControllerSetup> ReadControllers(const std::string& text) {
 }
 
 FaultOption ReadFault(const std::string& text) {
-  // From the right: no mark occurs in the parts before it.
+  // Splits off the last part first. A mark never occurs in the parts before its own, so the first occurrence
+  // is the right one.
   std::string rest = text;
   const std::optional<std::string> chance = SplitOff(rest, '%');
-  const std::optional<std::string> strikes = SplitOff(rest, '@');
+  const std::optional<std::string> messages = SplitOff(rest, '@');
   const std::optional<std::string> command = SplitOff(rest, '/');
   const std::optional<std::string> value = SplitOff(rest, '=');
   const std::optional<std::string> kind = SplitOff(rest, ':');
@@ -189,8 +196,8 @@ FaultOption ReadFault(const std::string& text) {
   ReadFaultValue(fault, value.value_or(""));
   if (*kind == "lost-batch") fault.command = Command::Batch;
   if (command) fault.command = LookUp(*command, kCommands);
-  if (strikes) {
-    const Range range = ReadMessageRange(*strikes);
+  if (messages) {
+    const Range range = ReadMessageRange(*messages);
     fault.first = range.first;
     fault.last = range.last;
   }

@@ -1,5 +1,7 @@
-// Parses the command line of quillon-bus. The text of --help below documents it. The values of --controller,
-// --fault and of the physical causes have a grammar of their own (grammar.h).
+// Parses the command line of quillon-bus. The texts of --help below document the program. CLI11 parses the
+// options; the values of --controller, --fault and of the physical causes have a grammar of their own
+// (grammar.h). They are checked while CLI11 parses. Afterwards they are read again and applied, because a
+// fault can be given before its controller.
 #include "bus/options.h"
 
 #include <algorithm>
@@ -204,53 +206,70 @@ std::vector<ControllerSetup> AllControllers(int count, const std::vector<std::st
   return all;
 }
 
-}  // namespace
-
-Options ParseOptions(std::span<const std::string> arguments) {
-  Options options;
+/// The values that are not stored in `Options` as they are given.
+struct GivenValues {
   int count = 0;
   std::vector<std::string> controllers;
   std::vector<std::string> faults;
   Causes causes;
-  std::pair<int, int> unplug;
+  std::pair<int, int> unplug;  // frames, milliseconds
   int delay = 5;
   bool quick = false;
+};
 
-  quillon::CommandLine app("quillon-bus", kDescription, kFooter);
-  app.AddHelp(QUILLON_VERSION "\n");
-  app.option_defaults()->take_last();
+void AddOptions(CLI::App& app, GivenValues& given, Options& options) {
   const auto add = [&app](const char* name, auto& target, const char* type, const char* help) {
     return app.add_option(name, target, help)->type_name(type);
   };
-  const auto* counted = add("--count", count, "N", "simulate the controllers 0 to N-1; 0: an empty line")
-                            ->transform(NumberIn(0, kControllerNumbers));
-  add("--controller", controllers, "N,...",
+  add("--count", given.count, "N", "simulate the controllers 0 to N-1; 0: an empty line")
+      ->transform(NumberIn(0, kControllerNumbers));
+  add("--controller", given.controllers, "N,...",
       "describe a controller, see CONTROLLERS; it replaces the one of --count")
       ->take_all()
       ->allow_extra_args(false)
       ->check(Checked(ReadControllers));
-  add("--fault", faults, "N:...", "simulate an error of a controller, see FAULTS")
+  add("--fault", given.faults, "N:...", "simulate an error of a controller, see FAULTS")
       ->take_all()
       ->allow_extra_args(false)
       ->check(Checked(ReadFault));
   add("--seed", options.line.seed, "N", "seed of the random numbers (1)")
       ->transform(NumberIn<std::uint64_t>(0, UINT64_MAX));
-  const auto* unplugged = add("--unplug", unplug, "FRAMES,MS",
-                              "unplug the cable after so many frames, and plug it in MS milliseconds later")
-                              ->delimiter(',')
-                              ->transform(NumberIn(1, kLongestWait));
+  add("--unplug", given.unplug, "FRAMES,MS",
+      "unplug the cable after so many frames, and plug it in MS milliseconds later")
+      ->delimiter(',')
+      ->transform(NumberIn(1, kLongestWait));
   add("--link", options.link, "PATH", "make a symbolic link to the pseudo-terminal, removed at the end");
   add("--download-baud", options.line.downloadBaud, "BAUD",
       "speed of a controller after an erase with $AA (9600)")
       ->transform(NumberIn(1, kHighestSpeed));
-  add("--delay", delay, "MS", "milliseconds from a frame to its answer (5)")
+  add("--delay", given.delay, "MS", "milliseconds from a frame to its answer (5)")
       ->transform(NumberIn(0, kLongestWait));
   app.add_flag("--echo", options.line.echo, "the adapter returns what it sends");
-  app.add_flag("--quick", quick,
+  app.add_flag("--quick", given.quick,
                "transmit bytes without the time they need on a real line; --delay still applies");
   add("--log", options.logFile, "FILE", "write every frame with time, speed and direction to a file");
   app.add_flag("--verbose", options.verbose, "print every frame as --log writes it");
-  AddCauseOptions(app, causes);
+  AddCauseOptions(app, given.causes);
+}
+
+/// Completes `options` by the given values.
+void Apply(const GivenValues& given, Options& options) {
+  options.controllers = AllControllers(given.count, given.controllers);
+  for (const std::string& fault : given.faults) AssignFault(fault, options.controllers);
+  ApplyCauses(given.causes, options);
+  options.line.answerDelay = std::chrono::milliseconds(given.delay);
+  options.line.paced = !given.quick;
+}
+
+}  // namespace
+
+Options ParseOptions(std::span<const std::string> arguments) {
+  Options options;
+  GivenValues given;
+  quillon::CommandLine app("quillon-bus", kDescription, kFooter);
+  app.AddHelp(QUILLON_VERSION "\n");
+  app.option_defaults()->take_last();
+  AddOptions(app, given, options);
   try {
     app.parse(
         std::vector<std::string>(arguments.rbegin(), arguments.rend()));  // CLI11 expects the last one first
@@ -263,14 +282,11 @@ Options ParseOptions(std::span<const std::string> arguments) {
   } catch (const CLI::ParseError& error) {
     throw OptionError(std::string(error.what()) + ". See quillon-bus --help.");
   }
-  if (counted->empty() && controllers.empty())
+  if (app.count("--count") == 0 && given.controllers.empty())
     throw OptionError("No controllers: give --count N or --controller N. See quillon-bus --help.");
-  options.controllers = AllControllers(count, controllers);
-  for (const std::string& text : faults) AssignFault(text, options.controllers);
-  ApplyCauses(causes, options);
-  options.line.answerDelay = std::chrono::milliseconds(delay);
-  options.line.paced = !quick;
-  if (!unplugged->empty()) options.unplug = {unplug.first, std::chrono::milliseconds(unplug.second)};
+  Apply(given, options);
+  if (app.count("--unplug") != 0)
+    options.unplug = {given.unplug.first, std::chrono::milliseconds(given.unplug.second)};
   return options;
 }
 

@@ -1,5 +1,6 @@
-// A pseudo-terminal in place of a serial port. Its calls are those of Linux; pseudo_terminal.h lists how it
-// differs from a real port, and what is done about each difference.
+// Creates a pseudo-terminal that serves as a serial port, and a link to it. The bus keeps the master end; the
+// tool opens the slave end by its path. pseudo_terminal.h lists how a pseudo-terminal differs from a real
+// port, and what is done about each difference. All calls are those of Linux.
 #include "bus/pseudo_terminal.h"
 
 #include <asm/termbits.h>  // termios2, for unusual speeds; conflicts with <termios.h>
@@ -106,6 +107,7 @@ PseudoTerminal::PseudoTerminal()
   Check(inotify_add_watch(watch_.Number(), name.data(), IN_OPEN | IN_CLOSE), "watching the pseudo-terminal");
 }
 
+/// inotify reports each open and close of the slave, in order. So the last event is the present state.
 void PseudoTerminal::UpdateOpenState() {
   std::array<char, 4096> events{};
   bool sawEvent = false;
