@@ -1,5 +1,5 @@
-// The console on Linux. An interrupt is only recorded: ending the program at once could leave a controller
-// with half an image.
+// The console on Linux. A signal that asks the program to end is only recorded, and the run is cancelled at
+// its next step. Ending the program at once could leave a controller with half an image.
 #include <unistd.h>
 
 #include <csignal>
@@ -11,15 +11,15 @@ namespace {
 
 volatile std::sig_atomic_t interrupted = 0;
 
-void Keep(int) { interrupted = 1; }
+void RecordSignal(int) { interrupted = 1; }
 
 }  // namespace
 
 void Prepare() {
-  std::signal(SIGINT, Keep);
-  std::signal(SIGTERM, Keep);
-  if (std::signal(SIGHUP, Keep) == SIG_IGN) std::signal(SIGHUP, SIG_IGN);  // started by nohup
-  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGINT, RecordSignal);
+  std::signal(SIGTERM, RecordSignal);
+  if (std::signal(SIGHUP, RecordSignal) == SIG_IGN) std::signal(SIGHUP, SIG_IGN);  // nohup ignores it
+  std::signal(SIGPIPE, SIG_IGN);  // a reader that ends makes writing fail, but does not end the program
 }
 
 bool Interrupted() { return interrupted != 0; }

@@ -1,5 +1,6 @@
-// The console on Windows. An interrupt is only recorded: ending the program at once could leave a controller
-// with half an image. The console shows UTF-8 while the program runs.
+// The console on Windows. An event that asks the program to end is only recorded, and the run is cancelled at
+// its next step. Ending the program at once could leave a controller with half an image. The console shows
+// UTF-8 while the program runs.
 #include <windows.h>
 // The system's header comes first; the others use its types.
 #include <io.h>
@@ -15,11 +16,11 @@ namespace {
 std::atomic<bool> interrupted = false;  // set by the system in another thread
 UINT formerCodePage = 0;
 
-BOOL WINAPI Keep(DWORD event) {
+BOOL WINAPI RecordEvent(DWORD event) {
   constexpr DWORD kLongest = 10'000;  // milliseconds; the system waits for less
   interrupted = true;
-  // When this returns from the closing of the console or the end of the session, the program is ended at
-  // once. So it does not return: the run comes to its end first, and the program with it.
+  // When the console is closed or the session ends, Windows ends the program as soon as this function
+  // returns. So it sleeps instead, and the run has time to end the program by itself.
   if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) Sleep(kLongest);
   return TRUE;
 }
@@ -27,7 +28,7 @@ BOOL WINAPI Keep(DWORD event) {
 }  // namespace
 
 void Prepare() {
-  SetConsoleCtrlHandler(Keep, TRUE);
+  SetConsoleCtrlHandler(RecordEvent, TRUE);
   formerCodePage = GetConsoleOutputCP();
   if (formerCodePage == 0) return;  // there is no console
   SetConsoleOutputCP(CP_UTF8);

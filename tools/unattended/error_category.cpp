@@ -1,5 +1,6 @@
-// Finds the exit status: which error a box reports, and which of two errors counts. A later error is often
-// only the consequence of an earlier one: without a port no controller answers. So the cause counts more.
+// Determines the exit status: which kind of error a box reports, and which of two errors counts. A later
+// error is often only the consequence of an earlier one: without a port, for example, no controller answers.
+// So the errors have an order in which a cause outweighs its consequences.
 #include "unattended/error_category.h"
 
 #include <algorithm>
@@ -11,14 +12,14 @@ namespace quillon {
 namespace {
 
 /// The categories from the least to the worst.
-constexpr std::array kByWeight = {ErrorCategory::kNone,  ErrorCategory::kController,
-                                  ErrorCategory::kUsage, ErrorCategory::kFile,
-                                  ErrorCategory::kPort,  ErrorCategory::kCancelled};
+constexpr std::array kLeastToWorst = {ErrorCategory::kNone,  ErrorCategory::kController,
+                                      ErrorCategory::kUsage, ErrorCategory::kFile,
+                                      ErrorCategory::kPort,  ErrorCategory::kCancelled};
 
 }  // namespace
 
 ErrorCategory Worse(ErrorCategory one, ErrorCategory other) {
-  const auto weight = [](ErrorCategory category) { return std::ranges::find(kByWeight, category); };
+  const auto weight = [](ErrorCategory category) { return std::ranges::find(kLeastToWorst, category); };
   return weight(one) < weight(other) ? other : one;
 }
 

@@ -1,6 +1,11 @@
-// Runs the steps of the command line at the windows: fills the fields, presses the button of each step,
-// answers the boxes and reports each controller. "Exit" is pressed also after an error, so that the log is
-// complete.
+// Operates the windows of Quillon in place of a person. A task is run in this order:
+//
+//     SetUp        fills the fields and chooses the file
+//     Run          for each step: ticks the controllers, presses the button, reports each controller
+//     Press Exit   also after an error, because the window then completes the log
+//
+// While a button is pressed, the run takes place inside that call and handles window events. The functions
+// On... are called meanwhile: they report progress, answer boxes, and press Cancel after an interrupt.
 #include "unattended/operator.h"
 
 #include <QApplication>
@@ -22,9 +27,10 @@ const QString kMain = "Quillon";
 const QString kTable = "Info";
 const QString kProgress = "Message";
 
+/// "3:05" for 185 seconds.
 QString Minutes(double seconds) {
-  const int whole = static_cast<int>(seconds + 0.5);
-  return QString("%1:%2").arg(whole / 60).arg(whole % 60, 2, 10, QChar('0'));
+  const int rounded = static_cast<int>(seconds + 0.5);
+  return QString("%1:%2").arg(rounded / 60).arg(rounded % 60, 2, 10, QChar('0'));
 }
 
 }  // namespace
@@ -32,7 +38,7 @@ QString Minutes(double seconds) {
 Operator::Operator(Task task, std::string folder, OutputFormatter& output)
     : task_(std::move(task)), folder_(std::move(folder)), output_(output) {}
 
-void Operator::Work() {
+void Operator::RunTask() {
   try {
     QApplication::processEvents();
     SetUp();
@@ -47,7 +53,7 @@ void Operator::Work() {
 }
 
 void Operator::ReportEnd() {
-  if (!output_.Finish()) Record(ErrorCategory::kFile);  // "end" reports the exit status
+  if (!output_.Finish()) Record(ErrorCategory::kFile);  // before the exit status is reported
   output_.Report("end", Outcome() == ErrorCategory::kNone ? "all went well" : "it did not go well",
                  {{"code", static_cast<int>(Outcome())}});
 }
@@ -65,6 +71,7 @@ void Operator::RunResume(Resume& resume) {
   const QString keepSpeed = "Keep the existing baud rate for firmware download (ORVA only)";
   Tick("Prot 3", settings["prot3"].toBool());
   if (Enabled(kMain, keepSpeed)) Tick(keepSpeed, settings["keepSpeed"].toBool());
+  // A step either reads controllers or loads them. What it read decides the steps after it.
   while (const auto next = resume.Next()) {
     CheckInterrupt();
     if (!CanContinue()) return;
@@ -91,13 +98,15 @@ void Operator::SetUp() {
   if (!task_.hex.isEmpty()) ChooseHex();
 }
 
+/// Chooses the firmware file. If the file contradicts itself, the window asks whether to use it, and
+/// OnQuestion answers during ChooseFile.
 void Operator::ChooseHex() {
   try {
     ChooseFile(task_.hex);
   } catch (const std::runtime_error& error) {
     throw Failure(ErrorCategory::kFile, error.what());
   }
-  // The tool does not ask about a file that it can't read at that moment.
+  // The window does not ask about a file that it can't read at that moment. Then its warning is used.
   const QString fault = ToolTip(kMain, "Warning about the file");
   if (refused_.isEmpty() && !fault.isEmpty() && !task_.force)
     refused_ = task_.hex + " is damaged: " + fault + ".";
@@ -115,28 +124,29 @@ void Operator::Run(const Task::Step& step) {
   if (step.failedOnly) {
     const QList<int> failed = FailedControllers();
     if (failed.isEmpty()) {
-      const QString reason = "step " + step.words + " is skipped: no controller has failed";
-      return output_.Report("skipped", reason, {{"step", step.words}, {"text", reason}});
+      const QString reason = "step " + step.text + " is skipped: no controller has failed";
+      return output_.Report("skipped", reason, {{"step", step.text}, {"text", reason}});
     }
     TickOnly(failed);
   }
   CheckReady(step);
   if (Shows(kTable)) Press(kTable, "Close");  // its rows are those of an earlier step
-  RunOnce(step);
+  PressButton(step);
   SaveScreenshot(kMain);
   SaveScreenshot(kTable);
   CheckInterrupt();
   Report(step);
 }
 
-void Operator::RunOnce(const Task::Step& step) {
-  stepWords_ = step.words;
+/// Presses the button of a step. Returns when its run has ended.
+void Operator::PressButton(const Task::Step& step) {
+  stepText_ = step.text;
   Press(kMain, step.button);
   QApplication::processEvents();
   output_.ShowProgress("");
   estimate_.reset();
   giveUp_ = false;
-  output_.Explain("step " + step.words + " is over");
+  output_.Explain("step " + step.text + " is over");
 }
 
 QList<int> Operator::FailedControllers() const {
@@ -157,23 +167,23 @@ void Operator::CheckInterrupt() {
 }
 
 void Operator::CheckReady(const Task::Step& step) const {
-  const auto need = [&](const QString& field, const QString& way) {
+  const auto require = [&](const QString& field, const QString& option) {
     if (!Text(kMain, field).isEmpty()) return;
     throw Failure(ErrorCategory::kUsage,
-                  step.words + ": \"" + field + "\" is empty, here and in the settings. Give " + way + ".");
+                  step.text + ": \"" + field + "\" is empty, here and in the settings. Give " + option + ".");
   };
-  need("Com Port", "--port");
-  need("Speed", "--speed");
-  need("Time Out", "--timeout");
-  need("Protocol", "--protocol");
-  if (step.kind == RunKind::kParallel) need("Parallel Waiting Delay", "--delay");
+  require("Com Port", "--port");
+  require("Speed", "--speed");
+  require("Time Out", "--timeout");
+  require("Protocol", "--protocol");
+  if (step.kind == RunKind::kParallel) require("Parallel Waiting Delay", "--delay");
   if (IsDownload(step.kind) && Text(kMain, "File Cheksum").isEmpty())
-    throw Failure(ErrorCategory::kFile, step.words + ": the file could not be read. Choose another one.");
+    throw Failure(ErrorCategory::kFile, step.text + ": the file could not be read. Choose another one.");
   if (!Enabled(kMain, step.button))
     throw Failure(ErrorCategory::kUsage,
-                  step.words + ": the button \"" + step.button + "\" can't be pressed.");
+                  step.text + ": the button \"" + step.button + "\" can't be pressed.");
   if (step.kind != RunKind::kAuto && TickedControllers().isEmpty())
-    throw Failure(ErrorCategory::kController, step.words + ": no controller is ticked. Give --controllers.");
+    throw Failure(ErrorCategory::kController, step.text + ": no controller is ticked. Give --controllers.");
 }
 
 void Operator::TickOnly(const QList<int>& controllers) {
@@ -212,8 +222,8 @@ void Operator::On(const RunStarted& event) {
   estimate_.emplace(std::move(facts));
   stepStart_ = output_.Seconds();
   status_.clear();
-  output_.Report("step", "step " + stepWords_,
-                 {{"step", stepWords_},
+  output_.Report("step", "step " + stepText_,
+                 {{"step", stepText_},
                   {"batches", estimate_->Batches()},
                   {"controllers", estimate_->Controllers()},
                   {"seconds", Rounded(estimate_->SecondsLeft(0))}});
@@ -254,7 +264,7 @@ void Operator::OnLook() {
 void Operator::ShowProgress() {
   if (!estimate_) return;
   const double now = output_.Seconds();
-  QString line = stepWords_.section(':', 0, 0);
+  QString line = stepText_.section(':', 0, 0);
   if (estimate_->Batches() != 0)
     line += QString(": batch %1/%2").arg(estimate_->BatchesDone()).arg(estimate_->Batches());
   if (estimate_->Controllers() != 0) {

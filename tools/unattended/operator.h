@@ -14,17 +14,17 @@
 
 namespace quillon {
 
-/// Runs a task at the windows on behalf of an operator: fills the fields, presses the button of each step,
-/// answers the boxes, and reports what happens. One step is one run of the main window; the next one starts
-/// when its row reports are written. Progress, rows and verdicts come from the run events alone, so they do
-/// not depend on which windows are open.
+/// Runs a task by operating the windows of this process, as an operator would: fills the fields, presses the
+/// button of each step, answers the boxes, and reports what happens. One step is one run of the main window;
+/// the next one starts when its row reports are written. Progress, rows and verdicts come from the run events
+/// alone, so they do not depend on which windows are open.
 class Operator final : public WindowDriver, public RunObserver {
  public:
   /// `folder` is the program's. `output` must outlive the operator.
   Operator(Task task, std::string folder, OutputFormatter& output);
 
   /// Runs the whole task and ends the program by its Exit button.
-  void Work();
+  void RunTask();
   /// Reports the end of the work with the exit status.
   void ReportEnd();
 
@@ -40,7 +40,7 @@ class Operator final : public WindowDriver, public RunObserver {
   /// Finishes a recorded download.
   void RunResume(Resume& resume);
   void Run(const Task::Step& step);
-  void RunOnce(const Task::Step& step);
+  void PressButton(const Task::Step& step);
   void TickOnly(const QList<int>& controllers);
   QList<int> TickedControllers() const;
 
@@ -62,7 +62,7 @@ class Operator final : public WindowDriver, public RunObserver {
   void CheckInterrupt();
   /// Reports a row for each controller of the step's run.
   void Report(const Task::Step& step);
-  /// Returns the gap of a controller that does not hold the file.
+  /// Returns the batches that a controller seems to lack, if it reports another checksum than the file's.
   MissingBatches ReportController(int number);
 
   void Record(ErrorCategory category) { outcome_ = Worse(outcome_, category); }
@@ -80,7 +80,7 @@ class Operator final : public WindowDriver, public RunObserver {
   RunResults results_;
   std::optional<BatchSums> sums_;     ///< of the file, when it could be read
   std::optional<Estimate> estimate_;  ///< of the run that is under way
-  QString stepWords_;
+  QString stepText_;
   QString refused_;  ///< the question about the file, when it was answered with No
   double stepStart_ = 0;
   QString status_;                                ///< the status line

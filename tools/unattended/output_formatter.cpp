@@ -1,5 +1,10 @@
-// Formats events as lines of text or JSON, and keeps the progress line below them. OutputQueue writes them,
-// so that a reader that stalls cannot delay a run.
+// Formats events as lines of text or JSON, and keeps the progress line below them:
+//
+//        1.204  Controller 1 : Erasing  (Speed : 9600 Bds) ...
+//     serial: batch 12/25, controller 0/3, 0:14 passed, 1:03 left: ...
+//
+// To print a line, the progress line is blanked out, the new line is written in its place, and the progress
+// line is written again below it. OutputQueue writes all text, so that a stalled reader cannot delay a run.
 #include "unattended/output_formatter.h"
 
 #include <QJsonDocument>
@@ -17,6 +22,7 @@ constexpr std::chrono::milliseconds kLongestWait(4500);
 constexpr std::chrono::milliseconds kErrorWait(500);  // after kLongestWait, so that both are five seconds
 const QString kTimeColumn(10, ' ');                   // "   1.204  "
 
+/// Replaces the progress line on the screen by `text`. A carriage return moves to the beginning of the line.
 QByteArray ProgressUpdate(const QByteArray& text) {
   return '\r' + QByteArray(kProgressWidth, ' ') + '\r' + text;
 }
@@ -49,7 +55,8 @@ void OutputFormatter::Explain(const QString& text) {
   if (form_ == Form::kText) output_.Write(WithProgressBelow((kTimeColumn + text).toUtf8()));
 }
 
-/// On one screen both streams would overtake each other, so the progress line goes to the standard output.
+/// If both streams are shown on one screen, their texts could arrive in the wrong order. So the progress line
+/// then goes to the standard output as well.
 void OutputFormatter::ShowProgress(const QString& text) {
   const QByteArray shown = text.left(kProgressWidth).toUtf8();
   if (!hasProgress_ || shown == progress_) return;
@@ -73,9 +80,8 @@ QByteArray OutputFormatter::LineOf(const QString& event, const QString& text, QJ
 }
 
 std::string OutputFormatter::WithProgressBelow(const QByteArray& line) const {
-  const bool move = sameScreen_ && !progress_.isEmpty();
-  return ((move ? ProgressUpdate("") : QByteArray()) + line + '\n' + (move ? progress_ : QByteArray()))
-      .toStdString();
+  if (!sameScreen_ || progress_.isEmpty()) return (line + '\n').toStdString();
+  return (ProgressUpdate("") + line + '\n' + progress_).toStdString();
 }
 
 std::chrono::steady_clock::time_point OutputFormatter::Deadline() {

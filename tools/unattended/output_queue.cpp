@@ -1,5 +1,9 @@
-// Writes text from a thread of its own, since a write blocks while the reader stalls. The state is shared
-// with the thread, which may still be in a write when the queue is destroyed.
+// Writes text from a thread of its own, since a write blocks while the reader stalls:
+//
+//     Write (any thread) -> State::waiting -> WriteQueued (own thread) -> stream
+//
+// The thread may still be in a blocked write when the queue is destroyed. It is then detached, and State is
+// shared so that it exists for as long as the thread uses it.
 #include "unattended/output_queue.h"
 
 #include <condition_variable>

@@ -1,5 +1,10 @@
-// Parses and checks the command line of quillon-unattended, so that a wrong word is reported before any
-// window or port is used. kDescription and kFooter below are the documentation of the program.
+// Parses and checks the command line of quillon-unattended. A wrong word is reported before any window or
+// port is used, because a guess could erase a controller. For example
+//
+//     quillon-unattended --hex new.hex --port 33 --controllers 1-4 parallel serial:failed
+//
+// becomes a Task with two steps. Each option that has a value is declared once, as a ValueOption: the parser,
+// the check and --help use it. kDescription and kFooter are the rest of the help.
 #include "unattended/task.h"
 
 #include <QDir>
@@ -38,9 +43,9 @@ constexpr char kDescription[] = R"(SYNOPSIS
 DESCRIPTION
   Runs the windows of Quillon without an operator: chooses the file,
   presses the buttons, answers the boxes, and prints what an operator would
-  see. It needs no display. What no option sets is as in the settings of
-  the window, which are not changed. Ctrl-C and the signal TERM cancel the
-  run.
+  see. It needs no display. A value that no option gives is taken from the
+  saved settings, which are not changed. Ctrl-C and the signal TERM cancel
+  the run.
 
   The steps run in the order given:
 
@@ -51,19 +56,19 @@ DESCRIPTION
     boot-info    read version and checksum of the boot code
     auto         tick the controllers that are on the line
 
-  A list after a step ticks these controllers for this step and those after
-  it: serial:1,3 or flash-info:0-3,7. "failed" means the controllers whose
-  last verdict in this invocation is not good; without any the step is
-  skipped.
+  A list after a step ticks these controllers for this step and the steps
+  after it: serial:1,3 or flash-info:0-3,7. The word failed in place of a
+  list means the controllers whose last verdict in this invocation is not
+  good. If there are none, the step is skipped.
 
   On a terminal the last line shows batches and controllers done, the time
   passed and an estimate of the time left, which does not include the
   erasing. After each step one row reports each ticked controller.
 
-  Only one copy at a time can run in one folder: a second one cannot write
-  its log and exits with status 4. A stalled reader of the output does not
-  delay a run. At the end the program waits up to five seconds for it. If
-  lines are lost then, it exits with status 4.
+  Only one copy can run in a folder at a time: a second one cannot write its
+  log and exits with status 4. A program that stops reading the output does
+  not delay a run. At the end quillon-unattended waits for it for up to five
+  seconds. If lines are lost, it exits with status 4.
 )";
 
 constexpr char kFooter[] = R"(VERDICTS
@@ -171,22 +176,23 @@ EXAMPLES
 
 [[noreturn]] void Refuse(const QString& reason) { throw Failure(ErrorCategory::kUsage, reason); }
 
-Task::Step ParseStep(const QString& words) {
-  const QString name = words.section(':', 0, 0);
+/// Parses a step such as "serial:1,3", "serial:failed" or "auto".
+Task::Step ParseStep(const QString& text) {
+  const QString name = text.section(':', 0, 0);
   const auto* known = std::ranges::find_if(kKnownSteps, [&](const auto& step) { return name == step.name; });
   if (known == std::end(kKnownSteps)) {
     Refuse("\"" + name + "\" is not a step. Give parallel, serial, flash-info, boot-info or auto.");
   }
-  Task::Step step{words, known->kind, known->button, std::nullopt};
-  if (!words.contains(':')) return step;
-  if (words.section(':', 1) == "failed") {
+  Task::Step step{text, known->kind, known->button, std::nullopt};
+  if (!text.contains(':')) return step;
+  if (text.section(':', 1) == "failed") {
     step.failedOnly = true;
     return step;
   }
   try {
-    step.controllers = ParseControllers(words.section(':', 1));
+    step.controllers = ParseControllers(text.section(':', 1));
   } catch (const ExitError& error) {
-    Refuse(words + ": " + error.what());
+    Refuse(text + ": " + error.what());
   }
   return step;
 }
@@ -282,30 +288,35 @@ void RefuseTwice(const CLI::App& app) {
   }
 }
 
+/// Whether the command line alone has all that the estimate of a step depends on.
+bool CanEstimate(const Task& task, const Task::Step& step) {
+  if (!IsDownload(step.kind) || step.failedOnly || task.speed.isEmpty()) return false;
+  if (!task.controllers && !step.controllers) return false;
+  return step.kind != RunKind::kParallel || !task.delay.isEmpty();
+}
+
 void CheckSteps(const Task& task) {
-  if (!task.resumeFrom.isEmpty()) return;
+  if (!task.resumeFrom.isEmpty()) return;  // the record determines the steps
   if (task.steps.empty())
     Refuse("no step is given. Give one, such as parallel. See quillon-unattended --help.");
   for (const Task::Step& step : task.steps) {
-    if (IsDownload(step.kind) && task.hex.isEmpty()) Refuse(step.words + " needs a file. Give --hex FILE.");
-    const bool known = !step.failedOnly && !task.speed.isEmpty() && (task.controllers || step.controllers) &&
-                       (step.kind != RunKind::kParallel || !task.delay.isEmpty());
-    if (task.forecastOnly && (!IsDownload(step.kind) || !known)) {
-      Refuse("--forecast: " + step.words +
+    if (IsDownload(step.kind) && task.hex.isEmpty()) Refuse(step.text + " needs a file. Give --hex FILE.");
+    if (task.estimateOnly && !CanEstimate(task, step)) {
+      Refuse("--forecast: " + step.text +
              " can't be estimated. Give downloads, with --speed, --controllers and, for parallel, --delay.");
     }
   }
 }
 
-/// Parses the words. Returns false when the answer in `task` is to be printed instead of any work.
+/// Parses the words. Returns false for --help and --version, whose text is then in `task`.
 bool Parse(CLI::App& app, std::vector<std::string> words, Task& task) {
   try {
     app.parse(std::move(words));
     return true;
   } catch (const CLI::CallForHelp&) {
-    task.answer = QString::fromStdString(app.help());
+    task.textToPrint = QString::fromStdString(app.help());
   } catch (const CLI::CallForVersion& version) {
-    task.answer = QString(version.what()) + "\n";
+    task.textToPrint = QString(version.what()) + "\n";
   } catch (const CLI::ValidationError& error) {
     Refuse(error.what());
   } catch (const CLI::ParseError& error) {
@@ -314,6 +325,7 @@ bool Parse(CLI::App& app, std::vector<std::string> words, Task& task) {
   return false;
 }
 
+/// Reads the record to resume from. What the command line does not give is as in the recorded run.
 void PrepareResume(Task& task) {
   try {
     task.resume.emplace(ReadRecord(task.resumeFrom), task.protocol);
@@ -355,7 +367,7 @@ Task ParseCommandLine(const QStringList& arguments) {
   Add(app, kBy, task.by)->needs(Add(app, kRecord, task.record));
   CLI::Option* resume = Add(app, kResume, task.resumeFrom)->excludes(hex)->excludes(controllerList);
   app.add_flag(
-         "--forecast", task.forecastOnly,
+         "--forecast", task.estimateOnly,
          "print batches and seconds of downloads, and run nothing; needs --speed, and --delay for parallel")
       ->excludes(resume);
   app.AddHelp(QUILLON_VERSION);

@@ -12,11 +12,11 @@
 
 namespace quillon {
 
-/// The parsed command line. An empty text leaves the field as it is in the settings.
+/// The parsed command line. An empty text means that the option was not given: the saved setting is used.
 struct Task {
-  QString answer;  ///< the help or the version, to be printed instead of any work
+  QString textToPrint;  ///< for --help or --version; then nothing else is done. Else empty
   struct Step {
-    QString words;  ///< as given, such as "serial:1,3"
+    QString text;  ///< as given, such as "serial:1,3"
     RunKind kind;
     QString button;  ///< of the main window
     std::optional<QList<int>> controllers;
@@ -27,7 +27,7 @@ struct Task {
   QString hexGiven;    ///< as given
   bool force = false;  ///< use a file that contradicts itself
   bool json = false;
-  bool forecastOnly = false;
+  bool estimateOnly = false;
   QString port;
   QString speed;
   QString protocol;
