@@ -1,6 +1,10 @@
 // Finds the probable cause of damage on a line. Each cause damages answers in its own way: noise at any
-// place, reflections only at the end, a slow clock only in the last bit of a byte. So the damaged answers of
-// a controller are compared with an intact one, and the first cause whose symptoms are found is reported.
+// place, reflections only at the end, a slow clock only in the last bit of a byte. It has these steps:
+//
+//     FindSymptoms   counts for each controller how its answers differ from an intact one
+//     Latency        finds the delay of the adapter, which affects all controllers
+//     Judge          selects the first cause in kCauses whose symptoms are found, and the verdict
+//     ProveFile      computes how much of a download the exchanged bytes would have covered
 #include "line/diagnosis.h"
 
 #include <algorithm>
@@ -17,7 +21,7 @@ namespace {
 
 using enum LineVerdict;
 
-constexpr int kFewest = 3;  // damaged answers of a kind, before it is more than chance
+constexpr int kFewest = 3;  // fewer damaged answers of one kind may be chance
 constexpr char kAskMore[] = "Ask at least 20 for a verdict.";
 
 /// What the questions to one controller show.
@@ -31,8 +35,8 @@ struct Symptoms : ControllerDiagnosis {
   int wrongBytes = 0;  // compared with an intact answer
   int wrongInTail = 0;
   int wrongInLastBit = 0;
-  double lastSpread = 0;  // of the times of the last bytes of intact answers
-  double together = 0;    // share of their bytes that arrive together with the one before
+  double lastByteSpread = 0;  // the latest last byte of an intact answer minus the earliest, in seconds
+  double shareTogether = 0;   // share of the bytes of intact answers that arrive together with the one before
 };
 
 /// The table of causes. The first one whose symptoms are found is reported. The manual has the same table.
@@ -92,15 +96,17 @@ auto IntactAnswers(const MeasuredController& controller) {
          std::views::filter([](const Question& question) { return question.reply == LineReply::kGood; });
 }
 
-/// The first byte of an answer is the protocol byte, as in the question.
-bool LacksItsStart(const Bytes& bytes, std::uint8_t protocolByte) {
+/// Whether an answer lacks only its first byte. That is the protocol byte, as in the question: with it the
+/// CRC is right.
+bool LacksFirstByte(const Bytes& bytes, std::uint8_t protocolByte) {
   Bytes whole(bytes.size() + 1, protocolByte);
   std::ranges::copy(bytes, whole.begin() + 1);
   return CrcMatches(whole);
 }
 
+/// Counts the bytes of a damaged answer that differ from those of an intact one.
 void CompareBytes(const Bytes& bytes, const Bytes& reference, Symptoms& symptoms) {
-  constexpr std::size_t kTail = 8;     // reflections spare the first bytes of an answer
+  constexpr std::size_t kTail = 8;     // index from which on reflections damage bytes
   constexpr unsigned kLastBit = 0x80;  // the lowest bit is sent first
   for (std::size_t i = 0; i < bytes.size(); ++i) {
     const unsigned wrong = bytes[i] ^ reference[i];
@@ -128,13 +134,13 @@ void CountAnswers(const MeasuredController& controller, double timeout, Symptoms
 void MeasureTimes(const MeasuredController& controller, Symptoms& times) {
   std::vector<double> first;
   std::vector<double> last;
-  double steps = 0;  // from one byte of an answer to the next
+  double steps = 0;  // number of steps from one byte of an answer to the next, in all answers
   for (const Question& question : IntactAnswers(controller)) {
     first.push_back(question.firstByte);
     last.push_back(question.lastByte);
     times.length = question.bytes.size();
     times.byteTime += question.lastByte - question.firstByte;
-    times.together += question.together;
+    times.shareTogether += question.together;
     steps += static_cast<double>(times.length - 1);
   }
   if (first.empty()) return;
@@ -143,8 +149,8 @@ void MeasureTimes(const MeasuredController& controller, Symptoms& times) {
   times.median = first[first.size() / 2];
   times.longest = first.back();
   times.byteTime /= steps;
-  times.together /= steps;
-  times.lastSpread = std::ranges::max(last) - std::ranges::min(last);
+  times.shareTogether /= steps;
+  times.lastByteSpread = std::ranges::max(last) - std::ranges::min(last);
 }
 
 /// How long the adapter delays bytes. The bytes of an answer then arrive in groups, and the last one at
@@ -156,13 +162,13 @@ double Latency(const std::vector<Symptoms>& controllers, double noticeable) {
   double latency = 0;
   for (const Symptoms& symptoms : controllers) {
     if (symptoms.answered + symptoms.late < kEnough) continue;
-    if (symptoms.together < kShareTogether || symptoms.lastSpread < noticeable) return 0;
-    latency = latency == 0 ? symptoms.lastSpread : std::min(latency, symptoms.lastSpread);
+    if (symptoms.shareTogether < kShareTogether || symptoms.lastByteSpread < noticeable) return 0;
+    latency = latency == 0 ? symptoms.lastByteSpread : std::min(latency, symptoms.lastByteSpread);
   }
   return latency;
 }
 
-/// `numbers` counts the answers of all controllers.
+/// Adds the numbers in the answers to `numbers`, which counts those of all controllers.
 Symptoms FindSymptoms(const MeasuredController& controller, const LinePlan& plan, const LineDiagnosis& line,
                       AnswerNumbers& numbers) {
   Symptoms symptoms{{.number = controller.number, .asked = static_cast<int>(controller.questions.size())},
@@ -180,7 +186,7 @@ Symptoms FindSymptoms(const MeasuredController& controller, const LinePlan& plan
     if (question.reply != LineReply::kDamaged) continue;
     const Bytes& bytes = question.bytes;
     symptoms.mostFrequentDamage = std::max(symptoms.mostFrequentDamage, ++damaged[bytes]);
-    if (LacksItsStart(bytes, plan.protocolByte)) {
+    if (LacksFirstByte(bytes, plan.protocolByte)) {
       ++symptoms.lostStarts;
     } else if (!std::ranges::search(bytes, reference).empty()) {
       ++symptoms.extras;
@@ -191,7 +197,8 @@ Symptoms FindSymptoms(const MeasuredController& controller, const LinePlan& plan
   return symptoms;
 }
 
-/// A run sends a question `kSends` times. If so many in a row fail, it would fail too.
+/// `bestVerdict` is that of the cause; many failures make it worse. A run of the tool sends a message up to
+/// kSends times. If so many questions in a row failed, the run would have failed.
 LineVerdict VerdictOf(const Symptoms& symptoms, LineVerdict bestVerdict) {
   if (bestVerdict == kNotThere || bestVerdict == kNotMeasured) return bestVerdict;
   const int failed = symptoms.asked - symptoms.answered;
@@ -199,7 +206,7 @@ LineVerdict VerdictOf(const Symptoms& symptoms, LineVerdict bestVerdict) {
   return 10 * failed > symptoms.asked || symptoms.repeats >= kSends ? kBad : bestVerdict;
 }
 
-/// "4 damaged, 1 missing of 20: "
+/// "4 damaged, 1 missing of 20: ", the beginning of a reason.
 std::string Failures(const ControllerDiagnosis& counts) {
   std::string text;
   for (const auto& [count, what] : {std::pair(counts.damaged, "damaged"),
@@ -244,7 +251,7 @@ LineDiagnosis Diagnose(const LineMeasurement& measurement) {
   std::vector<Symptoms> all;
   for (const MeasuredController& controller : measurement.controllers)
     all.push_back(FindSymptoms(controller, measurement.plan, line, numbers));
-  // A busy computer causes the same symptoms, so the delay must be long compared with its lateness.
+  // A busy computer, which wakes this program late, causes the same symptoms. So the delay must be longer.
   line.latencyLimit = std::max(0.008, 3 * measurement.lateness);
   line.latency = Latency(all, line.latencyLimit);
   for (Symptoms& symptoms : all) {
@@ -253,10 +260,11 @@ LineDiagnosis Diagnose(const LineMeasurement& measurement) {
     line.slowest = std::max(line.slowest, symptoms.longest);
     line.controllers.push_back(symptoms);
   }
+  // The place of noise depends on the verdicts on all controllers, so the advice is completed afterwards.
   for (std::size_t i = 0; i < all.size(); ++i) {
     std::string& advice = line.controllers[i].verdict.advice;
-    const std::string word = all[i].otherSpeed != 0 ? std::to_string(all[i].otherSpeed) : NoisePlace(line);
-    if (const std::size_t gap = advice.find("%1"); gap != std::string::npos) advice.replace(gap, 2, word);
+    const std::string value = all[i].otherSpeed != 0 ? std::to_string(all[i].otherSpeed) : NoisePlace(line);
+    if (const std::size_t at = advice.find("%1"); at != std::string::npos) advice.replace(at, 2, value);
   }
   return line;
 }
@@ -268,10 +276,11 @@ double WilsonBound(int failed, int asked) {
   return std::min(1.0, (share + z / 2 + std::sqrt(z * (share * (1 - share) + z / 4))) / (1 + z));
 }
 
-/// A file is proven as far as the questions exchanged as many bytes without a loss as its first batches have.
+/// A batch of the file counts as proven if the questions exchanged at least as many bytes without a loss as
+/// it and the batches before it have.
 FileProof ProveFile(const LineDiagnosis& diagnosis, const std::vector<std::size_t>& batchFrameSizes) {
   constexpr int kPerQuestion = 7 + 13;  // bytes of question and answer
-  // The bytes that the worst controller exchanged without a loss.
+  // The bytes that the worst controller exchanged without a loss; none if no controller answered.
   int carried = diagnosis.slowest > 0 ? INT_MAX : 0;
   for (const ControllerDiagnosis& controller : diagnosis.controllers) {
     const bool lossless = controller.answered == controller.asked;

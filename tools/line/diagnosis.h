@@ -51,7 +51,7 @@ LineDiagnosis Diagnose(const LineMeasurement& measurement);
 /// The upper end of Wilson's interval: with 95 % confidence a smaller share of all questions fails.
 double WilsonBound(int failed, int asked);
 
-/// What the questions show about a parallel download of a file.
+/// How much of a parallel download of a file the questions cover, by the number of bytes.
 struct FileProof {
   int batches = 0;
   int provenBatches = 0;  ///< the questions carried as many bytes as these without a loss

@@ -39,26 +39,25 @@ DESCRIPTION
     good          at least 20 questions, all answered intact and in time
     marginal      at most one question in ten failed, and never three in a
                   row; or a cause was found that has done no damage so far
-    bad           more than one question in ten failed, or three in a row,
-                  or the cause allows no download
-    not there     no answer at any of the four speeds, as expected for some
-                  numbers of a range such as 0-31
-    not measured  fewer than 20 questions, or it answers at another speed
-                  only
+    bad           more than one question in ten failed, or three in a row;
+                  or a cause was found that makes a download impossible
+    not there     no answer at any of the four speeds
+    not measured  fewer than 20 questions were asked, or the controller
+                  answers only at another speed
 
-  An answer is shorter than a batch and is sent in the other direction: a
+  An answer is shorter than a batch and is sent in the other direction. So a
   good line can still lose a batch.
 )";
 
 constexpr char kFooter[] = R"(JSON
-  Each line of the output is an object with "event": start, one controller
-  each, line, file (with --for) and end, whose "code" is the exit status.
+  With --json each line of the output is an object. Its "event" is start,
+  controller (once for each), line, file (only with --for) or end. "code" of
+  the end is the exit status.
 
 EXIT STATUS
-  0   each controller that is there is good, and each one named alone (1,2,
-      not 0-31) is there
-  1   a controller is marginal, bad or not measured, or one named alone is
-      not there
+  0   each controller is good; those of a range such as 0-31 may be absent
+  1   a controller is marginal, bad or not measured, or one that was given
+      as a single number is not there
   2   an option or argument is not valid
   3   the port is missing, in use, not permitted, or was removed during the
       check
@@ -76,7 +75,7 @@ EXAMPLES
         13         -        -     -  -                         not there
     ...
 
-  Ask as many questions as a download of the file needs, and make a page:
+  Exchange as many bytes as a download of the file has, and write a page:
 
     quillon-line --port 33 --for pump.hex --prove --html check.html 1,2,5
 
@@ -89,7 +88,7 @@ struct Options {
   LinePlan plan;
   std::set<int> namedAlone;  // controllers named outside ranges: each is expected to be there
   std::string file;          // firmware for whose download the line is to be judged; "" for none
-  bool proveFile = false;    // ask as many questions as the file needs
+  bool proveFile = false;    // exchange at least as many bytes as the download of `file`
   bool json = false;
   std::string html;    // "" for none
   std::string record;  // folder of job records; "" for none
@@ -113,25 +112,24 @@ std::optional<int> ReadCommandLine(Options& options) {
   int timeout = 500;
   std::vector<std::string> controllers;
   LinePlan& plan = options.plan;
-  CommandLine line("quillon-line", kDescription, kFooter);
-  line.AddHelp(QUILLON_VERSION);
-  line.add_option("CONTROLLERS", controllers)->required();
-  line.AddNumber("--port", plan.port, 1, 99, "number of the port, as in \"Com Port\", 1 to 99")->required();
-  line.AddNumber("--speed", plan.baud, 300, 1000000, "bits per second (9600)");
-  line.AddNumber("--protocol", protocol, 0, 254, "as in the field \"Protocol\" (63)");
-  line.AddNumber("--questions", plan.questions, 1, 100000,
-                 "questions to each controller (20); fewer allow no verdict");
-  line.AddNumber("--timeout", timeout, 10, 60000, "milliseconds after which an answer is late (500)");
+  CommandLine app("quillon-line", kDescription, kFooter);
+  app.AddHelp(QUILLON_VERSION);
+  app.add_option("CONTROLLERS", controllers)->required();
+  app.AddNumber("--port", plan.port, 1, 99, "number of the port, as in \"Com Port\", 1 to 99")->required();
+  app.AddNumber("--speed", plan.baud, 300, 1000000, "bits per second (9600)");
+  app.AddNumber("--protocol", protocol, 0, 254, "as in the field \"Protocol\" (63)");
+  app.AddNumber("--questions", plan.questions, 1, 100000, "questions to each controller (20)");
+  app.AddNumber("--timeout", timeout, 10, 60000, "milliseconds after which an answer is late (500)");
   auto* file =
-      line.AddText("--for", options.file, "FILE", "compare the questions with a parallel download of FILE");
-  line.add_flag("--prove", options.proveFile, "ask as many questions as the whole file needs")->needs(file);
-  auto* json = line.add_flag("--json", options.json, "print one JSON object a line");
-  line.add_flag("--watch", plan.watch, "ask until Ctrl-C, and print one line for each round")->excludes(json);
-  line.AddText("--html", options.html, "FILE", "write a page with a plot for each controller");
-  line.AddText("--record", options.record, "DIR", "write a job record into this folder, which is created");
-  if (const auto status = line.Parse(WordsToParse(QCoreApplication::arguments()))) return status;
+      app.AddText("--for", options.file, "FILE", "compare the bytes with those of a download of FILE");
+  app.add_flag("--prove", options.proveFile, "exchange as many bytes as a download of FILE")->needs(file);
+  auto* json = app.add_flag("--json", options.json, "print one JSON object a line");
+  app.add_flag("--watch", plan.watch, "ask until Ctrl-C, and print one line for each round")->excludes(json);
+  app.AddText("--html", options.html, "FILE", "write a page with a plot for each controller");
+  app.AddText("--record", options.record, "DIR", "write a job record into this folder, which is created");
+  if (const auto status = app.Parse(WordsToParse(QCoreApplication::arguments()))) return status;
   ReadControllers(controllers, options);
-  plan.protocolByte = static_cast<std::uint8_t>(protocol + 1);
+  plan.protocolByte = static_cast<std::uint8_t>(protocol + 1);  // the field contains one less
   plan.timeout = timeout / 1000.0;
   return std::nullopt;
 }

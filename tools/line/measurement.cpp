@@ -1,5 +1,11 @@
-// Measures a line: sends the message $73 many times and records each answer with its times. It waits longer
-// than the tool does, so that late answers are seen. A silent controller is asked again at the other speeds.
+// Measures a line: sends the message $73, which asks a controller for version and checksum, many times and
+// records each answer with its times:
+//
+//     Listen         two seconds without a question: bytes received now come from nobody
+//     AskRounds      each round asks each controller once
+//     SearchSpeeds   asks the controllers that never answered once at each other speed
+//
+// Ask waits longer for an answer than the tool does, so that late answers are seen.
 #include "line/measurement.h"
 
 #include <algorithm>
@@ -14,31 +20,31 @@ namespace {
 
 constexpr double kIdleListening = 2.0;  // seconds
 constexpr double kReserve = 1.0;        // seconds for opening the port and for a busy computer
-constexpr double kCancelStep = 0.1;     // seconds between two looks for a cancel
+constexpr double kCancelStep = 0.1;     // seconds between two checks for a cancel
 constexpr std::size_t kQuestionBytes = 7;
 constexpr int kSearchedSpeeds[] = {4800, 9600, 19200, 38400};
 
-// An adapter may pass bytes on at fixed moments only. With a constant pause every question would have the
-// same distance from them, and the delay could not be seen. So the pause grows step by step and begins again.
+// Some adapters pass bytes on only at fixed moments, for example every 16 ms. If the pause between questions
+// were constant, every answer would be delayed by the same time, and the delay could not be seen. So the
+// pause grows by a step after each question, and after kPauses questions begins again at 0.
 constexpr int kPauses = 11;
 constexpr double kPauseStep = 0.002;  // seconds
 
-/// An answer to the check has 13 or 14 bytes. Its CRC is checked as the tool does.
+/// An answer to $73 has 13 or 14 bytes. Its CRC is checked as the tool does.
 LineReply Judge(const Bytes& bytes) {
   if (bytes.empty()) return LineReply::kNone;
   const bool length = bytes.size() == 13 || bytes.size() == 14;
   return length && CrcMatches(bytes) ? LineReply::kGood : LineReply::kDamaged;
 }
 
-/// Whether all bytes of the shorter one are equal.
+/// Whether one is the beginning of the other.
 bool BeginAlike(const Bytes& one, const Bytes& other) {
   const auto [endOfOne, endOfOther] = std::ranges::mismatch(one, other);
   return endOfOne == one.end() || endOfOther == other.end();
 }
 
 bool IsSilent(const MeasuredController& controller) {
-  return std::ranges::all_of(controller.questions,
-                             [](const Question& question) { return question.reply == LineReply::kNone; });
+  return std::ranges::all_of(controller.questions, [](auto& q) { return q.reply == LineReply::kNone; });
 }
 
 /// A measurement under way.
@@ -49,13 +55,14 @@ struct LineCheck {
   const std::function<bool()>& cancelled;
   LineMeasurement result;
   double start = clock.Now();
-  int asked = 0;
+  int questions = 0;  // asked so far
 
-  bool Ends() const {
+  bool MustEnd() const {
     return cancelled() || (!result.plan.watch && clock.Now() - start > LongestSeconds(result.plan));
   }
 
-  /// Waits for bytes until `time`, or for a moment. May return nothing.
+  /// Waits for bytes until `time`, but at most until the next check for a cancel. May return nothing. Also
+  /// measures how late the computer wakes this program.
   Bytes ReadUntil(double time) {
     const double until = std::min(time, clock.Now() + kCancelStep);
     events.YieldUntil(until);
@@ -66,7 +73,7 @@ struct LineCheck {
   /// Counts the bytes received without a question.
   void Listen() {
     const double until = start + kIdleListening;
-    while (clock.Now() < until && !Ends()) result.idleBytes += static_cast<int>(ReadUntil(until).size());
+    while (clock.Now() < until && !MustEnd()) result.idleBytes += static_cast<int>(ReadUntil(until).size());
   }
 
   void AskRounds(const RoundObserver& observe) {
@@ -75,7 +82,7 @@ struct LineCheck {
       for (MeasuredController& controller : result.controllers) {
         if (!plan.watch && round >= kSilentRounds && IsSilent(controller)) continue;
         Question question = Ask(controller.number, plan.baud);
-        if (Ends()) return;  // a wait that was cut short shows nothing
+        if (MustEnd()) return;  // the wait for the answer may have been cut short: this question is dropped
         controller.questions.push_back(std::move(question));
       }
       if (observe) observe(result, round + 1);
@@ -86,7 +93,7 @@ struct LineCheck {
   void SearchSpeeds() {
     for (const int speed : kSearchedSpeeds) {
       for (MeasuredController& controller : result.controllers) {
-        if (Ends()) return;
+        if (MustEnd()) return;
         if (speed == result.plan.baud || controller.otherSpeed != 0 || !IsSilent(controller)) continue;
         device.Configure({speed});
         if (Ask(controller.number, speed).reply == LineReply::kGood) controller.otherSpeed = speed;
@@ -102,24 +109,25 @@ struct LineCheck {
     device.Write(frame);
     AwaitReply(frame, clock.Now() + LineSeconds(frame.size(), baud), question);
     question.reply = Judge(question.bytes);
-    clock.SleepUntil(clock.Now() + kPauseStep * (asked++ % kPauses));
+    clock.SleepUntil(clock.Now() + kPauseStep * (questions++ % kPauses));
     return question;
   }
 
-  /// Waits twice the time-out for a first byte, so that a late answer is seen, and from there on for the
-  /// pause.
+  /// Reads the answer to `frame` with its times. Waits for a first byte for twice the time-out, so that a
+  /// late answer is seen. The answer ends kAnswerPause after its first byte. An adapter may return the
+  /// question first, as an echo, which is removed: the answer begins behind it.
   void AwaitReply(const Bytes& frame, double frameEnds, Question& question) {
     double until = frameEnds + 2 * result.plan.timeout;
     Bytes& bytes = question.bytes;
-    while (clock.Now() < until && !Ends()) {
+    while (clock.Now() < until && !MustEnd()) {
       const Bytes read = ReadUntil(until);
       if (read.empty()) continue;
-      // A simulated line, or an echo, may be earlier than the last bit of the question on a real line.
+      // frameEnds is computed for a real line. A simulated line or an echo can be earlier than that.
       question.lastByte = std::max(0.0, clock.Now() - frameEnds);
       if (bytes.empty()) question.firstByte = question.lastByte;
       question.together += static_cast<int>(read.size()) - 1;
       bytes.insert(bytes.end(), read.begin(), read.end());
-      if (!BeginAlike(bytes, frame)) {
+      if (!BeginAlike(bytes, frame)) {  // not an echo
         until = std::min(until, frameEnds + question.firstByte + kAnswerPause);
       } else if (bytes.size() >= frame.size()) {
         ++result.echoes;

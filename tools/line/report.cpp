@@ -1,5 +1,10 @@
-// Writes the result of a line check in four forms: text for the technician, JSON for programs, a page for the
-// customer and a job record for the archive. All four show the same diagnosis.
+// Writes the result of a line check in four forms: text for the technician, JSON for programs, an HTML page
+// for the customer and a job record for the archive. All four show the same diagnosis:
+//
+//     TextReport    a table of the controllers, then Conclusions
+//     JsonReport    a "controller" event for each, then "line" and "file"
+//     HtmlReport    a row with a plot for each controller, then Conclusions
+//     WriteRecord   the first line with the settings, a "result" for each controller, "end"
 #include "line/report.h"
 
 #include <QDateTime>
@@ -32,11 +37,12 @@ QString Sentences(const Verdict& verdict) {
 
 /// The recommended "Time Out" and "Parallel Waiting Delay", and what they depend on. All in ms.
 struct Settings {
-  int slowest;                                // answer
-  int batch;                                  // the longest one of the file, or a usual one
-  int timeOut = std::max(3000, 3 * slowest);  // 3000: for an erase
-  int delay = (batch + slowest + 9) / 10 * 10;
+  int slowest;                                  // the slowest answer
+  int batch;                                    // the longest batch of the file, or a usual one
+  int timeOut = std::max(3000, 3 * slowest);    // 3000: for an erase
+  int delay = (batch + slowest + 9) / 10 * 10;  // rounded up to tens
 };
+
 Settings Recommend(const LineReport& report) {
   constexpr std::size_t kUsualBatch = 140;  // bytes of a frame with 128 bytes of data
   const auto& frames = report.batchFrameSizes;
@@ -55,7 +61,7 @@ QString Summary(const LineDiagnosis& line) {
   return "Controllers: " + parts.join(", ") + ".";
 }
 
-/// What was found on the line as a whole, and what the numbers show.
+/// Sentences about the line as a whole, the recommended settings and the file.
 QStringList Conclusions(const LineReport& report) {
   const auto& [measurement, line, batchFrameSizes] = report;
   QStringList texts{Summary(line)};
@@ -119,7 +125,7 @@ QJsonObject ControllerEvent(const ControllerDiagnosis& controller) {
 
 /// One dot for each question: to the right its moment, upwards the time to the answer, on top the failures.
 QString Plot(const MeasuredController& controller, double end, double slowest) {
-  constexpr int kWidth = 352, kHeight = 40;  // between the dots at the edges
+  constexpr int kWidth = 352, kHeight = 40;  // pixels from the leftmost dot to the rightmost, and upwards
   constexpr const char* kClasses[] = {"good", "bad", "missing"};
   QString dots;
   for (const Question& question : controller.questions) {
@@ -170,8 +176,7 @@ std::string TextReport(const LineReport& report) {
 std::vector<QJsonObject> JsonReport(const LineReport& report) {
   const LineDiagnosis& line = report.diagnosis;
   std::vector<QJsonObject> events;
-  for (const ControllerDiagnosis& controller : line.controllers)
-    events.push_back(ControllerEvent(controller));
+  for (const auto& controller : line.controllers) events.push_back(ControllerEvent(controller));
   events.push_back({{"event", "line"},
                     {"echo", line.echo},
                     {"idleBytes", line.idleBytes},
