@@ -44,7 +44,7 @@ BENCHMARK(Pause)->Iterations(300)->Unit(benchmark::kMillisecond);
 
 /// Seconds from the press of a button to the end of its run, which no box may stop.
 double TimeOf(Technician& technician, const QString& button) {
-  technician.CloseEyes();
+  technician.StopLooking();
   QElapsedTimer timer;
   timer.start();
   technician.Click("Quillon", button);
@@ -138,7 +138,7 @@ void SilentSurvey(benchmark::State& state) {
   constexpr std::chrono::seconds kSurvey(8);
   for (auto _ : state) {
     Technician technician({"--count", "1"}, {.timeout = "1000", .controllers = {5}});
-    technician.CloseEyes();
+    technician.StopLooking();
     QTimer::singleShot(kSurvey, &technician, [&] { technician.Click("Message", "Cancel"); });
     const double before = ProcessorSeconds();
     technician.Click("Quillon", "Flash Info");

@@ -1,5 +1,5 @@
-// Parses what the command lines of the tools have in common: lists of controllers such as "0-3,7", and
-// numbers.
+// Parses what the command lines of the tools have in common: lists of controllers such as "0-3,7", and whole
+// numbers. Both are strict, because a wrong guess could select another controller.
 #include "command_line/arguments.h"
 
 #include <QRegularExpression>

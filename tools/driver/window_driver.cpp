@@ -1,5 +1,6 @@
-// Operates the windows of this process on behalf of an operator, for tests and quillon-unattended. A timer
-// looks for boxes and file dialogs, because they block the code that opened them until they are closed.
+// Operates the windows of this process on behalf of an operator, for tests and quillon-unattended. A control
+// is found by its accessible name: Find<QCheckBox>("Quillon", "Prot 3"). Boxes and file dialogs block the
+// code that opened them until they are closed. So a timer looks for them every 20 ms, and answers them.
 #include "driver/window_driver.h"
 
 #include <QAbstractButton>
@@ -25,10 +26,11 @@ const QString kInfoWindow = "Info";
 const QString kProgressWindow = "Message";
 const QString kStatusLabel = "Label1";  // the status line of the progress window
 
-[[noreturn]] void GiveUp(const QString& reason) { throw std::runtime_error(reason.toStdString()); }
+[[noreturn]] void ThrowError(const QString& reason) { throw std::runtime_error(reason.toStdString()); }
 
+/// The dialog of this kind that is shown, or nullptr.
 template <class Dialog>
-Dialog* Visible() {
+Dialog* VisibleDialog() {
   for (QWidget* top : QApplication::topLevelWidgets()) {
     auto* dialog = qobject_cast<Dialog*>(top);
     if (dialog != nullptr && dialog->isVisible()) return dialog;
@@ -39,10 +41,10 @@ Dialog* Visible() {
 }  // namespace
 
 WindowDriver::WindowDriver() {
-  // A dialog of the desktop would not be a widget of this process.
+  // Qt's own file dialog is used, because that of the desktop is not a widget of this process.
   QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
-  // Queued: a look can wait for a dialog that it has opened, and the next looks must not wait. A timer does
-  // not fire again before its slot has returned.
+  // Problem: Look() can open a dialog and wait for its end, and a timer does not fire again before its slot
+  // has returned. Remedy: a queued connection, with which the slot returns at once.
   QObject::connect(
       &watch_, &QTimer::timeout, this, [this] { Look(); }, Qt::QueuedConnection);
   watch_.start(kLookEvery);
@@ -63,7 +65,7 @@ Widget* WindowDriver::Find(const QString& window, const QString& name) {
       if (child->accessibleName() == name) return child;
     }
   }
-  GiveUp("there is no \"" + name + "\" in the window " + window);
+  ThrowError("there is no \"" + name + "\" in the window " + window);
 }
 
 void WindowDriver::Press(const QString& window, const QString& name) {
@@ -73,18 +75,18 @@ void WindowDriver::Press(const QString& window, const QString& name) {
 
 void WindowDriver::Click(const QString& window, const QString& name) {
   auto* button = Find<QAbstractButton>(window, name);
-  if (!button->isEnabled()) GiveUp("the button \"" + name + "\" can't be pressed");
+  if (!button->isEnabled()) ThrowError("the button \"" + name + "\" can't be pressed");
   ++presses_;
   button->click();
   --presses_;
 }
 
-void WindowDriver::CloseEyes() {
+void WindowDriver::StopLooking() {
   watch_.stop();
   QApplication::instance()->removeEventFilter(this);
 }
 
-/// A little longer than a screen needs to show the effect of a click.
+/// Handles events for a little longer than a screen needs to show the effect of a click.
 void WindowDriver::Settle() {
   QEventLoop loop;
   QTimer::singleShot(25, &loop, &QEventLoop::quit);
@@ -103,7 +105,7 @@ void WindowDriver::Type(const QString& name, const QString& text) {
 void WindowDriver::Select(const QString& name, const QString& item) {
   auto* list = Find<QComboBox>(kMainWindow, name);
   const int index = list->findText(item);
-  if (index < 0) GiveUp("the list \"" + name + "\" has no item \"" + item + "\"");
+  if (index < 0) ThrowError("the list \"" + name + "\" has no item \"" + item + "\"");
   list->setCurrentIndex(index);
 }
 
@@ -111,8 +113,8 @@ void WindowDriver::ChooseFile(const QString& path) {
   fileToChoose_ = path;
   fileRefused_ = false;
   Press(kMainWindow, "Browse ...");
-  if (!std::exchange(fileToChoose_, "").isEmpty()) GiveUp("no file dialog came for " + path);
-  if (fileRefused_) GiveUp("the file dialog does not open " + path);
+  if (!std::exchange(fileToChoose_, "").isEmpty()) ThrowError("no file dialog came for " + path);
+  if (fileRefused_) ThrowError("the file dialog does not open " + path);
 }
 
 QString WindowDriver::Text(const QString& window, const QString& name) const {
@@ -161,9 +163,9 @@ bool WindowDriver::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void WindowDriver::Look() {
-  if (auto* box = Visible<QMessageBox>()) {
+  if (auto* box = VisibleDialog<QMessageBox>()) {
     AnswerBox(*box);
-  } else if (auto* dialog = Visible<QFileDialog>()) {
+  } else if (auto* dialog = VisibleDialog<QFileDialog>()) {
     ServeFileDialog(*dialog);
   }
   OnLook();
@@ -179,6 +181,8 @@ void WindowDriver::AnswerBox(QMessageBox& box) {
   box.button(answer)->click();
 }
 
+/// Types the path into the dialog and presses Open. Cancels a dialog that refuses the path, or that
+/// ChooseFile has not opened.
 void WindowDriver::ServeFileDialog(QFileDialog& dialog) {
   const QString path = std::exchange(fileToChoose_, "");
   if (!path.isEmpty()) {

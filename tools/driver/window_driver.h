@@ -28,7 +28,7 @@ class WindowDriver : public QObject {
   /// The same, but returns as soon as the run has ended.
   void Click(const QString& window, const QString& name);
   /// Stops looking at the windows, so that a measurement does not include it. Boxes are no longer answered.
-  void CloseEyes();
+  void StopLooking();
   /// Ticks or unticks a box of the main window. The next two are of the main window too.
   void Tick(const QString& name, bool ticked);
   void Type(const QString& name, const QString& text);

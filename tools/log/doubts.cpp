@@ -1,6 +1,8 @@
-// Finds answers that are intact but doubtful, such as one from another controller, so that a reader of a long
-// log is led to them. The verdicts are those of the program itself (results/verdict.h). The evidence for them
-// is collected from the messages of a run.
+// Finds answers that are intact but doubtful, so that a reader of a long log finds them: an answer from
+// another controller, a final refusal, or a checksum "as sent" of a controller that is not good. For each
+// run, Mark first counts the numbers in all answers, since they show whether another number means anything in
+// this run. Then it collects the evidence about each controller, message by message, and asks the tool's own
+// code for the verdict (results/verdict.h).
 #include "log/doubts.h"
 
 #include <functional>
@@ -21,7 +23,8 @@ class RunDoubts {
   void Mark() {
     for (std::size_t n = run_.first; n < run_.end; ++n) CountNumbers(log_.messages[n]);
     if (numbers_.OtherNumbersAreEvidence()) {
-      for (const auto& [entry, other] : foreign_) AddNote(*entry, "from controller " + std::to_string(other));
+      for (const auto& [entry, other] : foreignAnswers_)
+        AddNote(*entry, "from controller " + std::to_string(other));
     }
     for (std::size_t n = run_.first; n < run_.end; ++n) Judge(log_.messages[n]);
   }
@@ -43,15 +46,20 @@ class RunDoubts {
     ForEachAnswer(message, [&](LogEntry& entry, const Answer& answer) {
       if (answer.verdict == AnswerVerdict::kDamaged) return;
       const auto other = numbers_.Count(message.controller, BytesOf(log_, entry));
-      if (other) foreign_.emplace_back(&entry, *other);
+      if (other) foreignAnswers_.emplace_back(&entry, *other);
       if (other) evidence_[message.controller].otherController = other;
     });
   }
 
   void Judge(const LoggedMessage& message) {
     Evidence& evidence = evidence_[message.controller];
-    const bool accepted = message.outcome == Outcome::kGood;
+    AddEvidence(message, evidence);
     if (message.outcome == Outcome::kRefused) MarkRefusal(message);
+    if (message.checksum == ChecksumMatch::kSame) NoteVerdict(message, evidence);
+  }
+
+  static void AddEvidence(const LoggedMessage& message, Evidence& evidence) {
+    const bool accepted = message.outcome == Outcome::kGood;
     if (message.request == RequestKind::kErase && accepted) evidence.erasure = Erasure::kDone;
     if (message.request == RequestKind::kBatch) {
       ++evidence.batches;
@@ -61,15 +69,18 @@ class RunDoubts {
       if (accepted) evidence.checksumConfirmed = true;
       if (message.outcome == Outcome::kRefused) evidence.checksumConfirmed = false;
     }
-    if (message.checksum != ChecksumMatch::kSame) return;
+  }
+
+  /// Adds the verdict on the controller to the answers of a check that reports the checksum that was sent.
+  void NoteVerdict(const LoggedMessage& check, Evidence& evidence) {
     // The tool sends the full checksum after the last batch. So the log of a serial download contains all
     // batches unless its beginning, and with it the erase, is cut off.
     if (evidence.erasure != Erasure::kDone) evidence.batches = 0;
-    evidence.kind = RunKind::kParallel;
+    evidence.kind = RunKind::kParallel;  // also for a serial download; the two are judged alike
     evidence.row = RowContent::kFlash;
     if (!numbers_.OtherNumbersAreEvidence()) evidence.otherController.reset();
     const Verdict verdict = quillon::Judge(evidence);
-    ForEachAnswer(message, [&](LogEntry& entry, const Answer& answer) {
+    ForEachAnswer(check, [&](LogEntry& entry, const Answer& answer) {
       if (answer.verdict != AnswerVerdict::kGood) return;
       if (verdict.good) {
         log_.notes[entry.offset] = verdict.evidence;
@@ -79,12 +90,14 @@ class RunDoubts {
     });
   }
 
+  /// Marks the last answer to a message that stays refused.
   void MarkRefusal(const LoggedMessage& message) {
     LogEntry* last = nullptr;
     ForEachAnswer(message, [&](LogEntry& entry, const Answer&) { last = &entry; });
     if (last != nullptr) last->doubtful = true;
   }
 
+  /// Marks an answer as doubtful.
   void AddNote(LogEntry& entry, const std::string& note) {
     entry.doubtful = true;
     log_.notes[entry.offset] = note;
@@ -93,7 +106,7 @@ class RunDoubts {
   ParsedLog& log_;
   const Run& run_;
   AnswerNumbers numbers_;
-  std::vector<std::pair<LogEntry*, int>> foreign_;
+  std::vector<std::pair<LogEntry*, int>> foreignAnswers_;
   std::map<int, Evidence> evidence_;
 };
 

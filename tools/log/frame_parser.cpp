@@ -1,5 +1,10 @@
-// Decodes frames and answers. Each known frame is built by the functions with which the tool builds it
-// (commands/frames.h) and compared with the bytes. So the parser can't differ from what the tool sends.
+// Decodes frames and answers. A frame is a protocol byte, the address (the number of a controller, or 5F for
+// all), the length of the payload, the payload, two bytes of CRC and 04:
+//
+//     40 05 01 73 F8 A9 04     "asks controller 5 for version and checksum"
+//
+// Each known frame is built by the functions with which the tool builds it (commands/frames.h, with a table
+// of all payloads) and compared with the bytes. So the parser can't differ from what the tool sends.
 #include "log/frame_parser.h"
 
 #include <algorithm>
@@ -13,7 +18,7 @@
 namespace quillon {
 namespace {
 
-constexpr std::size_t kTail = 3;  // bytes of a frame after those that its CRC covers: the CRC and 04
+constexpr std::size_t kTail = 3;  // bytes after the payload: the CRC and 04
 
 std::string Digits(std::span<const std::uint8_t> bytes) {
   std::string digits = ByteArrayToHex(bytes);
@@ -29,6 +34,7 @@ std::string Name(int controller) {
 }
 
 std::optional<Request> ParseBatch(const Bytes& frame, int address) {
+  // The payload of BatchFrame follows the bytes that all batches have.
   const std::size_t head = BatchFrame(address, {}).size() - kTail;
   constexpr std::size_t kLoadAddress = 2;
   if (!IsWhole(frame) || frame.size() < head + kLoadAddress + kTail) return std::nullopt;
@@ -42,58 +48,63 @@ std::optional<Request> ParseBatch(const Bytes& frame, int address) {
                  size};
 }
 
-std::optional<Request> ParseFullChecksum(const Bytes& frame, int y) {
-  const Bytes pattern = FullChecksumFrame(y, "");
+std::optional<Request> ParseFullChecksum(const Bytes& frame, int controller) {
+  const Bytes pattern = FullChecksumFrame(controller, "");
   if (frame.size() != pattern.size()) return std::nullopt;
   constexpr std::size_t kChecksumBytes = 3;
   const std::string digits =
       Digits(std::span(frame).subspan(frame.size() - kTail - kChecksumBytes, kChecksumBytes));
-  if (frame != FullChecksumFrame(y, digits)) return std::nullopt;
-  return Request{RequestKind::kFullChecksum, y,
-                 "asks " + Name(y) + " to confirm the checksum, sent as " + digits};
+  if (frame != FullChecksumFrame(controller, digits)) return std::nullopt;
+  return Request{RequestKind::kFullChecksum, controller,
+                 "asks " + Name(controller) + " to confirm the checksum, sent as " + digits};
 }
 
-/// The frame that moves a controller to protocol 4 consists of text, such as "p400:4/".
+/// Parses the frame that moves a controller to protocol 4: the text "p400:4/" after protocol byte and
+/// address. The address is not the number of the controller, so the frames for all numbers are compared.
 std::optional<Request> ParseTextFrame(const Bytes& frame) {
-  for (int y = 0; y < kControllers; ++y) {
-    if (frame == ToProtocol4Frame(y))
-      return Request{RequestKind::kToProtocol4, y, "moves " + Name(y) + " to protocol 4"};
+  for (int controller = 0; controller < kControllers; ++controller) {
+    if (frame == ToProtocol4Frame(controller))
+      return Request{RequestKind::kToProtocol4, controller, "moves " + Name(controller) + " to protocol 4"};
   }
   return std::nullopt;
 }
 
-/// A frame to the one controller `y`.
-std::optional<Request> ParseRequestTo(int y, const Bytes& frame) {
+/// A frame whose address is the number of a controller.
+std::optional<Request> ParseRequestTo(int controller, const Bytes& frame) {
   const std::uint8_t protocol = frame.front();
-  const auto is = [&](const Bytes& known) { return frame == known; };
-  if (is(FlashCheckFrame(protocol, y)))
-    return Request{RequestKind::kFlashCheck, y, "asks " + Name(y) + " for version and checksum"};
-  if (is(FlashEraseFrame(protocol, y, SpeedWhileProgramming::kKept)))
-    return Request{RequestKind::kErase, y, "asks " + Name(y) + " to erase its flash and to keep its speed"};
-  if (is(FlashEraseFrame(protocol, y, SpeedWhileProgramming::kDownload)))
-    return Request{RequestKind::kErase, y,
-                   "asks " + Name(y) + " to erase its flash and to change to the download speed"};
-  if (is(BootCheckFrame(protocol, y)))
-    return Request{RequestKind::kBootCheck, y,
-                   "asks " + Name(y) + " for version and checksum of its boot code"};
-  if (is(ToProtocol3Frame(y)))
-    return Request{RequestKind::kToProtocol3, y, "moves " + Name(y) + " back to protocol 3"};
-  if (const auto checksum = ParseFullChecksum(frame, y)) return checksum;
-  return ParseBatch(frame, y);
+  const auto equals = [&](const Bytes& known) { return frame == known; };
+  if (equals(FlashCheckFrame(protocol, controller)))
+    return Request{RequestKind::kFlashCheck, controller,
+                   "asks " + Name(controller) + " for version and checksum"};
+  if (equals(FlashEraseFrame(protocol, controller, SpeedWhileProgramming::kKept)))
+    return Request{RequestKind::kErase, controller,
+                   "asks " + Name(controller) + " to erase its flash and to keep its speed"};
+  if (equals(FlashEraseFrame(protocol, controller, SpeedWhileProgramming::kDownload)))
+    return Request{RequestKind::kErase, controller,
+                   "asks " + Name(controller) + " to erase its flash and to change to the download speed"};
+  if (equals(BootCheckFrame(protocol, controller)))
+    return Request{RequestKind::kBootCheck, controller,
+                   "asks " + Name(controller) + " for version and checksum of its boot code"};
+  if (equals(ToProtocol3Frame(controller)))
+    return Request{RequestKind::kToProtocol3, controller,
+                   "moves " + Name(controller) + " back to protocol 3"};
+  if (const auto checksum = ParseFullChecksum(frame, controller)) return checksum;
+  return ParseBatch(frame, controller);
 }
 
 std::string DescribeDamage(const Bytes& received) {
   if (!IsWhole(received)) {
     const std::size_t overhead = CloseFrame({0, 0, 0}).size();
-    const std::string came = "wrong length: " + std::to_string(received.size()) + " bytes received";
+    const std::string text = "wrong length: " + std::to_string(received.size()) + " bytes received";
     constexpr std::size_t kLengthByte = 2;
-    if (received.size() <= kLengthByte) return came;
-    return came + ", " + std::to_string(overhead + received[kLengthByte]) + " announced";
+    if (received.size() <= kLengthByte) return text;
+    return text + ", " + std::to_string(overhead + received[kLengthByte]) + " announced";
   }
-  const std::string there = Digits(std::span(received).last(kTail).first(2));
-  return "false CRC: " + there + " instead of " + FrameCrc(ByteArrayToHex(CrcPart(received)));
+  const std::string receivedCrc = Digits(std::span(received).last(kTail).first(2));
+  return "false CRC: " + receivedCrc + " instead of " + FrameCrc(ByteArrayToHex(CrcPart(received)));
 }
 
+/// The answer to a request for version and checksum; `facts` are nothing if its length is wrong.
 Answer JudgeFacts(const std::optional<FlashFacts>& facts, std::size_t bytes) {
   if (facts)
     return {AnswerVerdict::kGood, "version " + facts->version + ", checksum " + facts->checksum, facts};
@@ -102,6 +113,7 @@ Answer JudgeFacts(const std::optional<FlashFacts>& facts, std::size_t bytes) {
           {}};
 }
 
+/// The answer to a command: a code that accepts or refuses it.
 Answer JudgeAcknowledge(const std::string& digits) {
   if (IsAcknowledge(digits)) return {AnswerVerdict::kGood, "accepted", {}};
   return {AnswerVerdict::kRefused, "refused, code " + AnswerByte(digits, 3), {}};
@@ -138,6 +150,7 @@ Answer ParseAnswer(RequestKind kind, const Bytes& frame, const Bytes& received) 
   }
   if (kind == RequestKind::kToProtocol4 && digits == kShortAnswer)
     return {AnswerVerdict::kGood, "accepted", {}};
+  // An adapter that echoes returns the frame itself, perhaps in the same read as the answer.
   const bool echo = !frame.empty() && received.size() >= frame.size() &&
                     std::equal(frame.begin(), frame.end(), received.begin());
   if (!echo) return {AnswerVerdict::kDamaged, DescribeDamage(received), {}};
@@ -148,11 +161,11 @@ Answer ParseAnswer(RequestKind kind, const Bytes& frame, const Bytes& received) 
 }
 
 bool MatchesChecksum(const Bytes& fullChecksumFrame, const std::string& reported) {
-  // The full checksum has one or two digits more than a controller reports.
-  for (unsigned more = 0; more < 0x100; ++more) {
-    const std::string two = Digits(Bytes{static_cast<std::uint8_t>(more)});
-    for (const std::string& digits : {two.substr(1), two}) {
-      if (FullChecksumFrame(fullChecksumFrame[1], digits + reported) == fullChecksumFrame) return true;
+  // The full checksum begins with one or two digits that a controller does not report. All values are tried.
+  for (unsigned value = 0; value < 0x100; ++value) {
+    const std::string twoDigits = Digits(Bytes{static_cast<std::uint8_t>(value)});
+    for (const std::string& first : {twoDigits.substr(1), twoDigits}) {
+      if (FullChecksumFrame(fullChecksumFrame[1], first + reported) == fullChecksumFrame) return true;
     }
   }
   return false;

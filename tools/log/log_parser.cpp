@@ -3,9 +3,11 @@
 //     Message : $74                          ignored: the frame contains the same
 //     40 02 04 74 55 AA F0 FF BA 04          begins a message
 //     Recu en String : 40 02 01 61 ...       an answer; after a damaged one the frame is sent again
-//     Communication OK  - CRC checked        ends an exchange; a message that is refused has up to three
+//     Communication OK  - CRC checked        ends an exchange
 //
-// link/log_lines.h defines these lines. A log may begin or end anywhere.
+// An exchange is a frame that is sent until an intact answer is received, up to three times. The tool repeats
+// an exchange whose answer is a refusal, so a message can have up to three exchanges. link/log_lines.h
+// defines these lines. A log may begin or end anywhere.
 #include "log/log_parser.h"
 
 #include <algorithm>
@@ -26,7 +28,7 @@ namespace {
 /// read an answer.
 constexpr std::string_view kIgnoredLines[] = {"Message ", "Answer : ", "Programming ", "******** "};
 
-/// The bytes of a byte text; nothing for any other text.
+/// The bytes of a text such as "40 02 04" or "40 02 04 "; nothing for any other text.
 std::optional<Bytes> ParseByteText(std::string_view text) {
   Bytes bytes;
   for (; !text.empty(); text.remove_prefix(std::min<std::size_t>(text.size(), 3))) {
@@ -44,6 +46,8 @@ std::string_view WithoutReceivedTitle(std::string_view line) {
   return line.starts_with(title) ? line.substr(title.size()) : line;
 }
 
+/// Reads the lines one by one. The members after `log_` describe the message that the current line belongs
+/// to.
 class Parser {
  public:
   explicit Parser(std::string_view text) { log_.text = text; }
@@ -77,6 +81,7 @@ class Parser {
       return Begin(EntryKind::kRequest, ParseRequest(*bytes), *bytes);
     }
     if (line == kDetectionLog) return BeginDetection();
+    // A line that ends an exchange has a fixed text for each result.
     for (const auto result : {ExchangeResult::kAnswered, ExchangeResult::kNoAnswer,
                               ExchangeResult::kBadAnswer, ExchangeResult::kRefused}) {
       if (line == ExchangeResultText(result)) return End(result);
@@ -161,9 +166,9 @@ class Parser {
     ++message.answered;
     message.repeated += damaged_;
     if (answer_.verdict == AnswerVerdict::kRefused) ++message.refused;
-    message.outcome = answer_.verdict == AnswerVerdict::kGood      ? Outcome::kGood
-                      : answer_.verdict == AnswerVerdict::kRefused ? Outcome::kRefused
-                                                                   : Outcome::kOtherLength;
+    message.outcome = Outcome::kOtherLength;
+    if (answer_.verdict == AnswerVerdict::kGood) message.outcome = Outcome::kGood;
+    if (answer_.verdict == AnswerVerdict::kRefused) message.outcome = Outcome::kRefused;
   }
 
   void EndFailed(LoggedMessage& message, Outcome outcome, EntryKind kind) {
@@ -178,8 +183,8 @@ class Parser {
   Answer answer_;              // since the last end of an exchange
   std::uint32_t damaged_ = 0;  // answers since then
   bool exchangeEnded_ = false;
-  int detected_ = 0;
-  int attempts_ = 0;
+  int detected_ = 0;  // controller that the auto detection asks
+  int attempts_ = 0;  // speeds at which it was asked
 };
 
 }  // namespace

@@ -51,8 +51,7 @@ struct LoggedMessage {
   std::uint32_t firstEntry;    ///< its request; the entries up to the next message's belong to it
   std::uint32_t answered = 0;  ///< valid answers
   std::uint32_t refused = 0;   ///< of them: without the accepting code
-  std::uint32_t repeated =
-      0;  ///< sends after the first, as far as the log shows: a silent send leaves no line
+  std::uint32_t repeated = 0;  ///< sends after the first; one without an answer leaves no line in the log
   RequestKind request = RequestKind::kUnknown;
   std::int8_t controller = kNoController;  ///< or kAllControllers
   Outcome outcome = Outcome::kUnfinished;

@@ -122,6 +122,7 @@ std::string DescribeAnswer(const ParsedLog& log, const LoggedMessage& message, c
   return answer.description + (same ? ", as sent" : ", NOT the checksum that was sent") + doubt;
 }
 
+/// The text about an entry in the list of doubtful places and in the list of messages.
 std::string Describe(const ParsedLog& log, const LoggedMessage& message, const LogEntry& entry) {
   const std::string sent = ", sent " + std::to_string(kSends) + " times";
   const Bytes bytes = BytesOf(log, entry);
@@ -147,7 +148,7 @@ std::string Describe(const ParsedLog& log, const LoggedMessage& message, const L
   return "the log is cut in this line: " + Printable(LineOf(log, entry));
 }
 
-/// Replaces the message for the lines before the first one.
+/// Used for the lines before the first message.
 constexpr LoggedMessage kNoMessage{.firstEntry = 0};
 
 bool BelongsToMessage(const LogEntry& entry) {

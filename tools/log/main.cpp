@@ -1,4 +1,5 @@
-// quillon-log explains a log of the tool. This file has its documentation, command line and exit status.
+// quillon-log explains a log of the tool. This file has its documentation, command line and exit status;
+// log_report.h writes the report.
 #include <cstdint>
 #include <iostream>
 #include <iterator>
@@ -22,11 +23,11 @@ DESCRIPTION
   1. For each run and controller the number of requests, answers, repeated
      sends and refusals, and the state after the last message.
      A checksum "as sent" is "proven" if the controller accepted every
-     batch and the full checksum, and "confirmed" if it accepted the
-     latter.
+     batch and the full checksum. It is "confirmed" if the controller
+     accepted the full checksum only.
   2. The doubtful lines: a false CRC, an echo, a wrong length, an answer
-     from another controller, a final refusal, or a checksum other than the
-     one that was sent or that the controller did not confirm.
+     from another controller, a final refusal, a checksum other than the
+     one that was sent, or a checksum that the controller did not confirm.
   3. Every message with its frames decoded. Doubtful lines begin with an
      exclamation mark.
 

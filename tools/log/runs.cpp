@@ -1,5 +1,5 @@
-// Finds the runs in a log, which does not mark them. Each kind of run sends its messages in a certain order,
-// and a message out of this order begins a new run:
+// Finds the runs in a log, which does not mark them. Each kind of run sends its messages in a certain order.
+// FindRuns adds message after message to a run; a message out of this order begins a new run:
 //
 //     Flash Info etc.    controllers 0 to 31
 //     parallel download  erase 0 to 31, batches to all, full checksum 0 to 31, check 0 to 31
@@ -52,8 +52,9 @@ int Phase(RequestKind request) {
   }
 }
 
-/// The kind of a run once `next` is part of it; kUnknown when `next` cannot be part of it.
-LoggedRunKind Joined(LoggedRunKind kind, const LoggedMessage& next) {
+/// The kind of a run of the kind `kind` after `next` is added to it. kUnknown when runs of this kind have no
+/// such message.
+LoggedRunKind KindWith(LoggedRunKind kind, const LoggedMessage& next) {
   const LoggedRunKind alone = KindOfFirst(next);
   if (kind == LoggedRunKind::kUnknown || kind == alone) return alone;
   const bool download = kind == LoggedRunKind::kDownload || kind == LoggedRunKind::kParallelDownload ||
@@ -73,36 +74,41 @@ LoggedRunKind Joined(LoggedRunKind kind, const LoggedMessage& next) {
   }
 }
 
-/// The place of a message in the order of its run.
-std::pair<int, int> Place(LoggedRunKind kind, const LoggedMessage& message) {
+/// The position of a message in the order of its run: greater for a later message.
+std::pair<int, int> Position(LoggedRunKind kind, const LoggedMessage& message) {
   const int controller = message.controller == kAllControllers ? 0 : message.controller;
   const int phase = Phase(message.request);
   return kind == LoggedRunKind::kSerialDownload ? std::pair(controller, phase) : std::pair(phase, controller);
 }
 
-/// Whether `next` continues the run of `last`, a run of the kind `joined`.
-bool Continues(const LoggedMessage& last, LoggedRunKind joined, const LoggedMessage& next) {
-  // A detection that was cancelled ends with an unfinished question.
-  if (joined == LoggedRunKind::kDetection && last.outcome == Outcome::kUnfinished) return false;
-  const auto before = Place(joined, last);
-  const auto now = Place(joined, next);
+/// Whether `next` may follow `last` in a run of the kind `kind`: it has a later position, or it repeats a
+/// message.
+bool IsInOrder(LoggedRunKind kind, const LoggedMessage& last, const LoggedMessage& next) {
+  // A detection leaves a message unfinished only when it is cancelled, so `next` belongs to another run.
+  if (kind == LoggedRunKind::kDetection && last.outcome == Outcome::kUnfinished) return false;
+  const auto before = Position(kind, last);
+  const auto now = Position(kind, next);
   if (now != before) return now > before;
+  // At one position a run repeats only messages that failed, and sends many batches. A download moves a
+  // controller to protocol 4 before it checks it.
   const bool afterMove =
       last.request == RequestKind::kToProtocol4 && next.request == RequestKind::kFlashCheck;
   return last.outcome != Outcome::kGood || next.request == RequestKind::kBatch || afterMove;
 }
 
-/// The kind of the run of `last` once `message`, the next one, is part of it; nothing when it begins a new
-/// run.
-std::optional<LoggedRunKind> Extended(LoggedRunKind kind, const LoggedMessage& last,
-                                      const LoggedMessage& message) {
-  if (message.request == RequestKind::kUnknown) return kind;
-  const LoggedRunKind joined = Joined(kind, message);
-  if (joined == LoggedRunKind::kUnknown) return std::nullopt;
-  if (last.request != RequestKind::kUnknown && !Continues(last, joined, message)) return std::nullopt;
-  return joined;
+/// Decides whether `next` continues the run of `last`, a run of the kind `kind`. Returns the kind of the run
+/// with `next`, or nothing when `next` begins a new run. An unknown message continues any run.
+std::optional<LoggedRunKind> KindIfContinued(LoggedRunKind kind, const LoggedMessage& last,
+                                             const LoggedMessage& next) {
+  if (next.request == RequestKind::kUnknown) return kind;
+  const LoggedRunKind extended = KindWith(kind, next);
+  if (extended == LoggedRunKind::kUnknown) return std::nullopt;
+  if (last.request != RequestKind::kUnknown && !IsInOrder(extended, last, next)) return std::nullopt;
+  return extended;
 }
 
+/// Compares the checksum that each check of a run reports with the one that was sent to the controller
+/// before.
 void CompareChecksums(ParsedLog& log, const Run& run) {
   std::map<int, Bytes> sent;
   for (std::size_t n = run.first; n < run.end; ++n) {
@@ -126,7 +132,8 @@ std::vector<Run> FindRuns(ParsedLog& log) {
   std::vector<Run> runs;
   for (std::size_t n = 0; n < log.messages.size(); ++n) {
     const LoggedMessage& message = log.messages[n];
-    const auto kind = runs.empty() ? std::nullopt : Extended(runs.back().kind, log.messages[n - 1], message);
+    const auto kind =
+        runs.empty() ? std::nullopt : KindIfContinued(runs.back().kind, log.messages[n - 1], message);
     if (kind) {
       runs.back().kind = *kind;
       runs.back().end = n + 1;

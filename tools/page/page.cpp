@@ -1,4 +1,5 @@
-// Writes tables as text and HTML, for quillon-line and quillon-report.
+// Writes tables as text and HTML, for quillon-line and quillon-report. In a text table each column is as wide
+// as its longest cell, and two blanks separate the columns.
 #include "page/page.h"
 
 #include <algorithm>

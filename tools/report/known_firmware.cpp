@@ -1,5 +1,6 @@
-// Names a firmware by the checksum that a controller reports: its four digits are compared with the checksums
-// of the HEX files in a folder. Several files can have the same four digits.
+// Names the firmware of a controller by the checksum that the controller reports. The constructor computes
+// the checksums of all HEX files in a folder, of which a controller reports the last four digits. Several
+// files can have the same four digits; NameOf then returns all of them.
 #include "report/known_firmware.h"
 
 #include <QDir>

@@ -1,4 +1,5 @@
-// quillon-report prints job records as pages. This file has its documentation, command line and exit status.
+// quillon-report prints job records as pages for a service book. This file has its documentation, command
+// line and exit status. records/job_record.h reads the records, report.h writes the pages.
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <iostream>
@@ -21,8 +22,8 @@ DESCRIPTION
   what was loaded, through which port, and for each controller the firmware
   before and after, what went wrong, the verdict, and what to do next.
 
-  A record that was cut off by a crash or a power failure is printed up to
-  its end, with the place where the run was cut off.
+  A record that was cut off by a crash or a power failure is printed as far
+  as it goes, and the page says where it stops.
 )";
 
 constexpr char kFooter[] = R"(EXIT STATUS
@@ -67,6 +68,7 @@ struct NamedRecord {
   quillon::JobRecord record;
 };
 
+/// Reads the records. Reports those that can't be read, and sets `complete` to false for them.
 std::vector<NamedRecord> ReadAll(const std::vector<std::string>& files, bool& complete) {
   std::vector<NamedRecord> records;
   for (const std::string& file : files) {
@@ -81,21 +83,30 @@ std::vector<NamedRecord> ReadAll(const std::vector<std::string>& files, bool& co
   return records;
 }
 
+QString AllAsCsv(const std::vector<NamedRecord>& records, const quillon::KnownFirmware* known) {
+  QString text = quillon::CsvHeader();
+  for (const NamedRecord& named : records) text += quillon::AsCsv(named.record, known);
+  return text;
+}
+
+QString AllAsText(const QList<quillon::Report>& reports) {
+  QStringList texts;
+  for (const quillon::Report& report : reports) texts.push_back(quillon::AsText(report));
+  return texts.join("\n\n");
+}
+
 void Print(const std::vector<NamedRecord>& records, const Options& options) {
   std::optional<quillon::KnownFirmware> firmware;
   if (!options.known.empty()) firmware.emplace(QString::fromStdString(options.known));
   const quillon::KnownFirmware* known = firmware ? &*firmware : nullptr;
-  QString text = options.csv ? quillon::CsvHeader() : "";
-  QList<quillon::Report> reports;
-  for (const auto& [name, record] : records) {
-    reports.push_back(quillon::MakeReport(record, name, known));
-    if (options.csv) text += quillon::AsCsv(record, known);
-    if (!options.csv && !options.html)
-      text += (text.isEmpty() ? "" : "\n\n") + quillon::AsText(reports.back());
+  if (options.csv) {
+    std::cout << AllAsCsv(records, known).toStdString();
+    return;
   }
+  QList<quillon::Report> reports;
+  for (const auto& [name, record] : records) reports.push_back(quillon::MakeReport(record, name, known));
   if (!options.pdf.empty()) return quillon::WritePdf(reports, QString::fromStdString(options.pdf));
-  if (options.html) text = quillon::AsHtml(reports);
-  std::cout << text.toStdString();
+  std::cout << (options.html ? quillon::AsHtml(reports) : AllAsText(reports)).toStdString();
 }
 
 /// Returns a status that ends the program, or nothing when there is work.

@@ -1,5 +1,12 @@
 // Turns job records into pages for a service book. MakeReport decides what a page contains, and the other
-// functions write it as text, HTML, PDF or CSV.
+// functions write it as text, HTML, PDF or CSV. A page is laid out as follows:
+//
+//     Parallel download                                  title
+//     Time      2026-11-24 10:11:12 UTC, ...             facts: label and value
+//     No.  Before  After  ...  Verdict                   columns
+//     5    ...                 not-programmed [1]        a row for each controller
+//     [1] not-programmed; it reports the checksum ...    notes
+//     1 of 2 controllers are good.                       summary
 #include "report/report.h"
 
 #include <QAbstractTextDocumentLayout>
@@ -44,6 +51,7 @@ QString NoteOf(const ControllerRecord& controller) {
   return parts.join("; ");
 }
 
+/// The name of the firmware that a controller has after the run; empty if it is not known what it has.
 QString Firmware(const JobRecord& record, const ControllerRecord& controller, const KnownFirmware& known) {
   if (record.Kind() == "boot-info" || controller.after.isEmpty()) return "";
   return known.NameOf(controller.after["checksum"].toString());
@@ -110,16 +118,27 @@ void AddFacts(const JobRecord& record, const QString& name, Report& report) {
   add("Record", name + ", written by " + record.job["tool"].toString());
 }
 
+/// The cell for a firmware such as "pump_1.4.hex" or "unknown: no released file ...". Adds the whole text to
+/// the notes if the cell does not contain all of it.
+QString FirmwareCell(const QString& firmware, QStringList& notes) {
+  const QString cell = Shortened(firmware.section(':', 0, 0));
+  const QString note = firmware.startsWith(cell) ? firmware : cell + ": " + firmware;
+  if (note != cell && !notes.contains(note)) notes.push_back(note);
+  return cell;
+}
+
 }  // namespace
 
 Report MakeReport(const JobRecord& record, const QString& name, const KnownFirmware* known) {
+  constexpr qsizetype kFirmwareColumn = 3;  // after "After"
+  const bool lineCheck = record.Kind() == "line-check";
+  const bool withFirmware = known != nullptr && !lineCheck;  // a line check reads no firmware
   Report report;
   report.title = Title(record);
   AddFacts(record, name, report);
   report.columns = {"No.", "Before", "After", "Batches", "Repeats", "Refusals", "Damaged", "Verdict"};
-  const bool lineCheck = record.Kind() == "line-check";  // it reads no firmware
   if (lineCheck) report.columns = {"No.", "Unanswered", "Damaged", "Verdict"};
-  if (known && !lineCheck) report.columns.insert(3, "Firmware");
+  if (withFirmware) report.columns.insert(kFirmwareColumn, "Firmware");
   int good = 0;
   QStringList firmwareNotes;
   for (const auto& [number, controller] : record.controllers) {
@@ -127,14 +146,8 @@ Report MakeReport(const JobRecord& record, const QString& name, const KnownFirmw
     const QString note = NoteOf(controller);
     if (!note.isEmpty() && !report.notes.contains(note)) report.notes.push_back(note);
     QStringList row = QStringList(QString::number(number)) + CellsOf(record, controller);
-    if (known && !lineCheck) {
-      const QString firmware = Firmware(record, controller, *known);
-      const QString shortName = Shortened(firmware.section(':', 0, 0));
-      row.insert(3, shortName);
-      const QString firmwareNote = firmware.startsWith(shortName) ? firmware : shortName + ": " + firmware;
-      if (firmwareNote != shortName && !firmwareNotes.contains(firmwareNote))
-        firmwareNotes.push_back(firmwareNote);
-    }
+    if (withFirmware)
+      row.insert(kFirmwareColumn, FirmwareCell(Firmware(record, controller, *known), firmwareNotes));
     row.push_back(VerdictText(controller) +
                   (note.isEmpty() ? "" : QString(" [%1]").arg(report.notes.indexOf(note) + 1)));
     report.rows.push_back(row);
@@ -204,8 +217,8 @@ void WritePdf(const QList<Report>& reports, const QString& path) {
 }
 
 QString CsvHeader() {
-  return "time,kind,file,sha256,port,by,end,controller,version before,checksum before,version after,checksum "
-         "after,"
+  return "time,kind,file,sha256,port,by,end,controller,"
+         "version before,checksum before,version after,checksum after,"
          "firmware,acknowledged,repeats,refusals,damaged,silent,verdict,evidence,reason,advice\n";
 }
 
@@ -229,6 +242,7 @@ QString AsCsv(const JobRecord& record, const KnownFirmware* known) {
                             controller.damaged, controller.unanswered})
       cells.push_back(QString::number(count));
     cells += {controller.verdict, controller.evidence, controller.reason, controller.advice};
+    // RFC 4180: a cell with a special character is quoted, and a quote in it is doubled.
     for (QString& cell : cells) {
       if (cell.contains('"') || cell.contains(',') || cell.contains('\n'))
         cell = '"' + cell.replace('"', "\"\"") + '"';
