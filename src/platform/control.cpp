@@ -1,5 +1,6 @@
-// The state that all controls have in common. It is kept apart from any drawing, so that the whole program
-// runs without windows in tests.
+// Implements the state that all controls of a form have in common, such as text, colour and visibility. A
+// control does not draw itself: a view, if one is attached, shows the state. So the whole program runs
+// without windows in tests.
 #include "platform/control.h"
 
 #include <utility>
@@ -7,14 +8,14 @@
 namespace quillon {
 
 Control::Control(Container& parent, std::string name, Place place, const Design& design)
-    : state_{std::string(design.text),
-             "",
-             design.enabled,
-             design.visible,
-             design.value,
-             colour::kBlack,
-             design.backColor,
-             design.fontBold},
+    : state_{.text = std::string(design.text),
+             .toolTip = "",
+             .enabled = design.enabled,
+             .visible = design.visible,
+             .value = design.value,
+             .foreColor = colour::kBlack,
+             .backColor = design.backColor,
+             .fontBold = design.fontBold},
       name_(std::move(name)),
       place_(place),
       readOnly_(design.readOnly),

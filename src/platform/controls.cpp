@@ -1,5 +1,6 @@
-// The kinds of controls. A setter with an impossible value raises RunError and changes nothing. Accept calls
-// the visitor's function for the kind of the control, by which src/desktop finds the widget for it.
+// Implements the kinds of controls. A setter raises RunError for an impossible value and then changes
+// nothing. `Accept` is the visitor pattern: it calls the function for the kind of the control. By it
+// src/desktop creates the right widget for each control, and the controls need no code that knows widgets.
 #include "platform/controls.h"
 
 #include <algorithm>

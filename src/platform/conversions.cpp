@@ -1,5 +1,8 @@
-// Parses the numbers that operators type: decimal, rounded to a whole number. An error names the box, its
-// text and the valid range.
+// Parses the numbers that operators type, and rounds them to whole numbers:
+//
+//     " 63 " -> 63     "2.5" -> 2 (a half is rounded to the even number)     "1e9", "" -> an error
+//
+// An error names the box, its text and the valid range.
 #include "platform/conversions.h"
 
 #include <charconv>
@@ -38,7 +41,8 @@ std::int64_t ToWholeNumber(std::string_view text, std::int64_t low, std::int64_t
                                                 std::string(text) +
                                                 "\", which is not a number. Enter a whole number.");
   }
-  // `from_chars` leaves `magnitude` infinite when the number is too large for a double.
+  // `from_chars` does not change `magnitude` when the number is too large for a double. It is then still
+  // infinite, and the comparison below refuses it.
   double magnitude = std::numeric_limits<double>::infinity();
   std::from_chars(digits.data(), digits.data() + digits.size(), magnitude);
   const double value = std::nearbyint(negative ? -magnitude : magnitude);
@@ -50,11 +54,13 @@ std::int64_t ToWholeNumber(std::string_view text, std::int64_t low, std::int64_t
   return static_cast<std::int64_t>(value);
 }
 
+/// A whole number of 16 bits.
 int ToInteger(std::string_view text, std::string_view what) {
   return static_cast<int>(ToWholeNumber(text, std::numeric_limits<std::int16_t>::min(),
                                         std::numeric_limits<std::int16_t>::max(), what));
 }
 
+/// A whole number of 32 bits.
 std::int32_t ToLong(std::string_view text, std::string_view what) {
   return static_cast<std::int32_t>(ToWholeNumber(text, std::numeric_limits<std::int32_t>::min(),
                                                  std::numeric_limits<std::int32_t>::max(), what));

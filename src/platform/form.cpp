@@ -1,5 +1,5 @@
-// The state of a window. It exists as long as the program: unloading hides it and restores the initial state
-// of its caption and controls.
+// Implements the state of a window; a view, if one is attached, shows it. A form exists as long as the
+// program. Unloading it hides the window and restores the initial state of its caption and controls.
 #include "platform/form.h"
 
 #include <utility>
@@ -31,7 +31,7 @@ void Form::SetPointer(MousePointer pointer) {
 
 void Form::Show() {
   visible_ = true;
-  if (!view_) screen_.Draw(*this);  // sets view_, except on a computer without a screen
+  if (!view_) screen_.Draw(*this);  // attaches a view; a screen for tests attaches none
   if (view_) view_->Show();
 }
 

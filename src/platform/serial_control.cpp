@@ -1,5 +1,6 @@
-// Checks the properties of the serial port, the control `MSComm1` of the main window, and raises RunErrors
-// that contain advice. SerialDevice does the work.
+// Implements the serial port of the main window, the control `MSComm1`. It checks every value that a run
+// sets, and raises RunErrors that contain advice. SerialDevice, of which each operating system has its own,
+// sends and receives the bytes.
 #include "platform/serial_control.h"
 
 #include <utility>
@@ -53,8 +54,9 @@ void SerialControl::SetPortOpen(bool open) {
   }
 }
 
-/// Problem: if the device refuses the current speed, the port could never be opened again. So the next call
-/// uses the default speed; the run sets its own on the open port.
+/// Problem: if the device refuses the current speed, every later attempt to open the port would fail as well.
+/// Remedy: the attempt after a refusal uses the default speed. The run then sets its own speed on the open
+/// port.
 void SerialControl::OpenDevice() {
   if (std::exchange(speedRefused_, false)) SetSettings(kSettingsAtStart);
   try {

@@ -1,4 +1,4 @@
-// Sleeping on Windows, on a waitable timer: Sleep would end up to 16 ms late.
+// Sleeps on Windows by a waitable timer of high resolution. The function Sleep could end up to 16 ms late.
 #include <windows.h>
 // mmsystem.h uses the types of windows.h.
 #include <mmsystem.h>
@@ -12,7 +12,8 @@
 namespace quillon::system_clock {
 namespace {
 
-/// A timer of high resolution. Before Windows 10, 1803, an ordinary one with 1 ms steps.
+/// The timer, created once. Windows before version 10, 1803, has none of high resolution: there an ordinary
+/// one is used, with steps of 1 ms.
 HANDLE Timer() {
   static const HANDLE timer = [] {
     const HANDLE fine =

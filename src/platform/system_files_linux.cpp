@@ -1,4 +1,9 @@
-// Files on Linux. Only regular files are opened: a pipe can block, a serial port changes its control lines.
+// File operations on Linux. Only regular files are opened: opening a pipe can block, and opening a serial
+// port changes its control lines. Replace keeps the old contents until the new ones are safe on the disk:
+//
+//     write NAME.new  ->  fsync  ->  rename NAME.new to NAME  ->  fsync the folder
+//
+// A file that can't be replaced by another one, for example in a write-protected folder, is written in place.
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -16,7 +21,7 @@
 namespace quillon::system_files {
 namespace {
 
-constexpr mode_t kNewFile = 0666;  // reduced by the umask
+constexpr mode_t kModeOfNewFile = 0666;  // reduced by the umask
 constexpr mode_t kModeBits = 07777;
 constexpr mode_t kWritable = S_IWUSR | S_IWGRP | S_IWOTH;
 
@@ -64,7 +69,7 @@ Descriptor Create(const std::string& name, mode_t mode) {
 Descriptor OpenOrCreate(const std::string& name) {
   Descriptor old = OpenRegular(name, O_WRONLY);
   if (old.IsOpen() || errno != ENOENT) return old;
-  Descriptor created = Create(name, kNewFile);
+  Descriptor created = Create(name, kModeOfNewFile);
   if (!created.IsOpen() && errno == EEXIST) errno = ENXIO;  // a broken link
   return created;
 }
@@ -105,9 +110,9 @@ bool WriteInPlace(int file, std::string_view contents) {
   return WriteAll(file, contents) && ftruncate(file, static_cast<off_t>(contents.size())) == 0 && Flush(file);
 }
 
-/// Gives a new file the group and the mode of the old one. Some file systems have neither: there both are
-/// alike from the start.
-bool MakeAlike(int file, const struct stat& old) {
+/// Gives a new file the group and the mode of the old one. Some file systems have neither: there both files
+/// have the same ones from the start, and nothing is changed.
+bool CopyGroupAndMode(int file, const struct stat& old) {
   struct stat fresh {};
   if (fstat(file, &fresh) != 0) return false;
   const bool sameGroup = fresh.st_gid == old.st_gid;
@@ -123,7 +128,8 @@ void FlushFolderOf(const std::string& name) {
   if (opened.IsOpen()) Flush(opened.Number());
 }
 
-/// Creates the file NAME.new, or NAME.new1 and so on when a killed program has left that behind.
+/// Creates the file NAME.new, or NAME.new1 and so on when a killed program has left that behind. Sets `fresh`
+/// to its name.
 Descriptor CreateBeside(const std::string& name, mode_t mode, std::string& fresh) {
   constexpr int kMaxLeft = 1000;
   for (int left = 0;; ++left) {
@@ -134,11 +140,11 @@ Descriptor CreateBeside(const std::string& name, mode_t mode, std::string& fresh
 }
 
 /// Writes a new file and renames it to `name`. `old` is the state of the file that it replaces, or nullptr.
-bool Rename(const std::string& name, const struct stat* old, std::string_view contents) {
+bool ReplaceByRename(const std::string& name, const struct stat* old, std::string_view contents) {
   std::string fresh;
-  const Descriptor file = CreateBeside(name, old != nullptr ? old->st_mode : kNewFile, fresh);
+  const Descriptor file = CreateBeside(name, old != nullptr ? old->st_mode : kModeOfNewFile, fresh);
   if (!file.IsOpen()) return false;
-  if ((old == nullptr || MakeAlike(file.Number(), *old)) && WriteAll(file.Number(), contents) &&
+  if ((old == nullptr || CopyGroupAndMode(file.Number(), *old)) && WriteAll(file.Number(), contents) &&
       Flush(file.Number()) && rename(fresh.c_str(), name.c_str()) == 0) {
     FlushFolderOf(name);
     return true;
@@ -151,7 +157,7 @@ bool Rename(const std::string& name, const struct stat* old, std::string_view co
 
 /// Whether `errno` means that the folder or its file system does not allow a replacement. Then the file is
 /// written in place.
-bool OnlyInPlace() {
+bool FolderForbidsReplacement() {
   constexpr int kReasons[] = {EACCES, EPERM, EROFS, EBUSY, ENOSYS, EOPNOTSUPP};
   return std::find(std::begin(kReasons), std::end(kReasons), errno) != std::end(kReasons);
 }
@@ -159,7 +165,7 @@ bool OnlyInPlace() {
 }  // namespace
 
 void PrepareProcess() {
-  std::signal(SIGXFSZ, SIG_IGN);  // the write fails instead
+  std::signal(SIGXFSZ, SIG_IGN);  // a file that reaches its limit makes the write fail, not end the program
   int descriptor = 0;
   do {
     descriptor = open("/dev/null", O_RDWR);  // gets the lowest free number
@@ -193,16 +199,17 @@ std::FILE* OpenForOneWriter(const std::string& name) {
 bool Replace(const std::string& name, std::string_view contents) {
   const std::string target = TargetOf(name);
   const Descriptor old = OpenRegular(target, O_WRONLY);
-  if (!old.IsOpen()) return errno == ENOENT && Rename(target, nullptr, contents);
+  if (!old.IsOpen()) return errno == ENOENT && ReplaceByRename(target, nullptr, contents);
   struct stat state {};
   if (fstat(old.Number(), &state) != 0) return false;
   if ((state.st_mode & kWritable) == 0) {  // root could write it nevertheless
     errno = EACCES;
     return false;
   }
+  // A new file would have another owner, or would no longer be the file of the other hard links.
   const bool own = state.st_uid == geteuid() && state.st_nlink == 1;
-  if (own && Rename(target, &state, contents)) return true;
-  return (!own || OnlyInPlace()) && WriteInPlace(old.Number(), contents);
+  if (own && ReplaceByRename(target, &state, contents)) return true;
+  return (!own || FolderForbidsReplacement()) && WriteInPlace(old.Number(), contents);
 }
 
 bool Flush(int descriptor) {

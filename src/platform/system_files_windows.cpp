@@ -1,4 +1,5 @@
-// Files on Windows. Names are converted from UTF-8, and the errors of the system to `errno` values.
+// File operations on Windows. Names are converted from UTF-8, and the errors of the system to `errno` values,
+// so that text_file.cpp handles errors alike on all systems. Replace writes NAME.new and renames it to NAME.
 #include <windows.h>
 // The following headers use the types of windows.h.
 #include <fcntl.h>
@@ -111,7 +112,7 @@ std::FILE* Open(const std::string& name, DWORD creation, DWORD shared) {
 }
 
 /// Writes a file to the disk and closes it. Returns whether both succeeded.
-bool CloseOnDisk(std::FILE* file) {
+bool FlushAndClose(std::FILE* file) {
   const bool onDisk = std::fflush(file) == 0 && Flush(_fileno(file));
   const DWORD reason = _doserrno;
   const bool closed = std::fclose(file) == 0;
@@ -120,8 +121,8 @@ bool CloseOnDisk(std::FILE* file) {
 }
 
 /// Renames a closed file to `old`, which is replaced. On failure `old` is unchanged.
-bool PutInPlace(const std::string& fresh, const std::string& old) {
-  constexpr int kTries = 10;    // a virus scanner opens each new file for a short time
+bool RenameOver(const std::string& fresh, const std::string& old) {
+  constexpr int kTries = 10;    // a virus scanner can have the new file open for a short time
   constexpr DWORD kPause = 20;  // milliseconds
   const std::wstring target = Wide(old);
   for (int tries = 1;; ++tries) {
@@ -133,15 +134,15 @@ bool PutInPlace(const std::string& fresh, const std::string& old) {
   }
 }
 
-constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 /// The file that a link leads to; any other name, and a link to nothing, verbatim.
-std::string BehindLinks(const std::string& name) {
+std::string TargetOf(const std::string& name) {
   const std::wstring wide = Wide(name);
   const DWORD attributes = GetFileAttributesW(wide.c_str());
   const bool link = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
   const HANDLE file =
-      link ? CreateFileW(wide.c_str(), 0, kAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)
+      link ? CreateFileW(wide.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)
            : INVALID_HANDLE_VALUE;
   if (file == INVALID_HANDLE_VALUE) return name;
   constexpr DWORD kLongestPath = 1 << 15;
@@ -151,7 +152,8 @@ std::string BehindLinks(const std::string& name) {
   return length == 0 || length >= kLongestPath ? name : Narrow(target.substr(0, length));
 }
 
-/// Creates the file NAME.new, or NAME.new1 and so on when a killed program has left that behind.
+/// Creates the file NAME.new, or NAME.new1 and so on when a killed program has left that behind. Sets `fresh`
+/// to its name.
 std::FILE* CreateBeside(const std::string& name, std::string& fresh) {
   constexpr int kMaxLeft = 1000;
   for (int left = 0;; ++left) {
@@ -189,7 +191,7 @@ bool CanBeName(const std::string& name) {
 }
 
 std::FILE* OpenForReading(const std::string& name) {
-  std::FILE* file = Open(name, OPEN_EXISTING, kAll);
+  std::FILE* file = Open(name, OPEN_EXISTING, kShareAll);
   if (file == nullptr && errno == EWOULDBLOCK) errno = EACCES;  // its writer does not share it
   return file;
 }
@@ -199,7 +201,7 @@ std::FILE* OpenForOneWriter(const std::string& name) {
 }
 
 bool Replace(const std::string& name, std::string_view contents) {
-  const std::string target = BehindLinks(name);
+  const std::string target = TargetOf(name);
   std::string fresh;
   std::FILE* file = CreateBeside(target, fresh);
   if (file == nullptr) {
@@ -207,17 +209,17 @@ bool Replace(const std::string& name, std::string_view contents) {
     return false;
   }
   bool written = std::fwrite(contents.data(), 1, contents.size(), file) == contents.size();
-  written = CloseOnDisk(file) && written;
-  if (written && PutInPlace(fresh, target)) return true;
+  written = FlushAndClose(file) && written;
+  if (written && RenameOver(fresh, target)) return true;
   const int error = written ? errno : TransferError();
   DeleteFileW(Wide(fresh).c_str());
   errno = error;
   return false;
 }
 
-// `errno` has no value for most errors of the system; TransferError therefore reads _doserrno.
 bool Flush(int descriptor) { return _commit(descriptor) == 0; }
 
+/// Reads _doserrno, because `errno` has no value for most errors of the system.
 int TransferError() {
   switch (_doserrno) {
     case ERROR_DISK_FULL:

@@ -1,6 +1,9 @@
-// The serial device on Linux: a terminal in raw mode. Three locks keep other programs away, since each alone
-// has gaps: a lock file such as /var/lock/LCK..ttyUSB0 and flock, which some programs ignore, and TIOCEXCL,
-// which does not stop root.
+// Implements the serial device on Linux: a terminal in raw mode, which never blocks. Three locks keep other
+// programs away, since each alone has gaps:
+//
+//     /var/lock/LCK..ttyUSB0   a file with the number of the process; some programs ignore it
+//     flock                    some programs ignore it
+//     TIOCEXCL                 does not stop root
 
 // <termios.h> supports only some speeds. The header of the kernel supports all, but excludes <termios.h>.
 #include <asm/termbits.h>
@@ -22,6 +25,7 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <optional>
 #include <sstream>
 #include <string_view>
 
@@ -69,10 +73,10 @@ RunError NoPermission(int number, const std::string& device) {
                                            " $USER\" and log in again."));
 }
 
-/// `owner` is the path of the device, or how its use was noticed.
-RunError InUse(int number, const std::string& owner) {
+/// `detail` is the path of the device, or also how its use was noticed.
+RunError InUse(int number, const std::string& detail) {
   return RunError(RunError::kPortAlreadyOpen, "Port already open: another program uses COM " +
-                                                  std::to_string(number) + " (" + owner +
+                                                  std::to_string(number) + " (" + detail +
                                                   "). Close that program and start the run again.");
 }
 
@@ -122,27 +126,40 @@ double BootTime() {
   return now(CLOCK_REALTIME) - now(CLOCK_BOOTTIME);
 }
 
+struct ProcessState {
+  char state;      // a letter, such as Z for a zombie
+  double started;  // seconds from the start of the system to that of the process
+};
+
+/// Reads /proc/NUMBER/stat. Nothing if the process belongs to another user and is hidden.
+std::optional<ProcessState> ReadProcessState(pid_t process) {
+  constexpr int kBetweenStateAndStart = 18;  // fields
+  std::string text;
+  std::getline(std::ifstream("/proc/" + std::to_string(process) + "/stat"), text);
+  const std::size_t name = text.rfind(')');  // ends the program's name, which may contain blanks
+  if (name == text.npos) return std::nullopt;
+  std::istringstream fields(text.substr(name + 1));
+  ProcessState result{};
+  fields >> result.state;
+  std::string other;
+  for (int i = 0; i < kBetweenStateAndStart; ++i) fields >> other;
+  double ticks = 0;
+  fields >> ticks;
+  result.started = ticks / static_cast<double>(sysconf(_SC_CLK_TCK));
+  return result;
+}
+
 /// Whether a process is running that may have written a file at the time `written` (seconds since 1970). A
 /// process that started later has reused the number of the writer. When `written` is before the start of the
 /// system, the clock was set forward since, and the times cannot be compared.
 bool IsRunningSince(pid_t process, double written) {
-  constexpr double kSlack = 2;               // seconds, for adjustments of the clock
-  constexpr int kBetweenStateAndStart = 18;  // fields
+  constexpr double kSlack = 2;  // seconds, for adjustments of the clock
   if (kill(process, 0) != 0 && errno != EPERM) return false;
-  std::string text;
-  std::getline(std::ifstream("/proc/" + std::to_string(process) + "/stat"), text);
-  const std::size_t name = text.rfind(')');  // ends the program's name, which may contain blanks
-  if (name == text.npos) return true;        // the process is hidden: it belongs to another user
-  std::istringstream fields(text.substr(name + 1));
-  char state = 0;
-  fields >> state;
-  std::string other;
-  for (int i = 0; i < kBetweenStateAndStart; ++i) fields >> other;
-  double ticks = 0;  // of the clock, from the start of the system to that of the process
-  fields >> ticks;
-  if (state == 'Z' || state == 'X') return false;  // zombie or dead
+  const std::optional<ProcessState> found = ReadProcessState(process);
+  if (!found) return true;
+  if (found->state == 'Z' || found->state == 'X') return false;  // zombie or dead
   const double boot = BootTime();
-  return written < boot || boot + ticks / static_cast<double>(sysconf(_SC_CLK_TCK)) <= written + kSlack;
+  return written < boot || boot + found->started <= written + kSlack;
 }
 
 /// Whether a lock file contains the number of another running process in its first line. Everybody may write
@@ -206,7 +223,7 @@ SystemLine::~SystemLine() {
 }
 
 bool SystemLine::SetSpeed(int baud) {
-  constexpr tcflag_t kForm = CSIZE | PARENB | CSTOPB | CRTSCTS;
+  constexpr tcflag_t kFormat = CSIZE | PARENB | CSTOPB | CRTSCTS;
   constexpr tcflag_t kWanted = CS8 | CSTOPB;
   termios2 former{};
   if (ioctl(device_->descriptor, TCGETS2, &former) != 0) return false;
@@ -215,12 +232,13 @@ bool SystemLine::SetSpeed(int baud) {
   settings.c_oflag = 0;
   settings.c_lflag = 0;
   settings.c_cflag =
-      (settings.c_cflag & ~(kForm | CBAUD | CBAUD << IBSHIFT)) | kWanted | CREAD | CLOCAL | BOTHER;
+      (settings.c_cflag & ~(kFormat | CBAUD | CBAUD << IBSHIFT)) | kWanted | CREAD | CLOCAL | BOTHER;
   settings.c_ispeed = settings.c_ospeed = static_cast<speed_t>(baud);
   settings.c_cc[VMIN] = 0;
   settings.c_cc[VTIME] = 0;
+  // The device may accept other settings than requested, so they are read back.
   if (ioctl(device_->descriptor, TCSETS2, &settings) == 0 &&
-      ioctl(device_->descriptor, TCGETS2, &settings) == 0 && (settings.c_cflag & kForm) == kWanted &&
+      ioctl(device_->descriptor, TCGETS2, &settings) == 0 && (settings.c_cflag & kFormat) == kWanted &&
       std::abs(static_cast<double>(settings.c_ospeed) - baud) <= baud * kSpeedTolerance) {
     return true;
   }
@@ -233,22 +251,22 @@ std::ptrdiff_t SystemLine::Send(std::span<const std::uint8_t> bytes) {
   while (sent < bytes.size()) {
     // Adapters report a write as sent only when all its bytes are sent.
     const std::size_t count = std::min(bytes.size() - sent, kMostPerStep);
-    const ssize_t taken = write(device_->descriptor, bytes.data() + sent, count);
-    if (taken < 0 && !WouldBlock()) return -1;
-    if (taken <= 0) break;
-    sent += static_cast<std::size_t>(taken);
+    const ssize_t accepted = write(device_->descriptor, bytes.data() + sent, count);
+    if (accepted < 0 && !WouldBlock()) return -1;
+    if (accepted <= 0) break;
+    sent += static_cast<std::size_t>(accepted);
   }
   return static_cast<std::ptrdiff_t>(sent);
 }
 
 bool SystemLine::Receive(std::vector<std::uint8_t>& bytes) {
   std::uint8_t chunk[kChunk];
-  for (std::size_t taken = 0; taken < kMaxPerCall;) {
+  for (std::size_t total = 0; total < kMaxPerCall;) {
     const ssize_t count = read(device_->descriptor, chunk, sizeof chunk);
     if (count < 0) return WouldBlock();
     if (count == 0) break;
     bytes.insert(bytes.end(), chunk, chunk + count);
-    taken += static_cast<std::size_t>(count);
+    total += static_cast<std::size_t>(count);
   }
   return true;
 }
@@ -260,6 +278,7 @@ std::size_t SystemLine::Unsent() const {
 
 void SystemLine::DropUnsent() { ioctl(device_->descriptor, TCFLSH, TCOFLUSH); }
 
+/// TCSBRK with an argument other than 0 waits until all bytes are sent. It sends no break.
 void SystemLine::AwaitLastBytes() { ioctl(device_->descriptor, TCSBRK, 1); }
 
 bool SystemLine::Gone() const {

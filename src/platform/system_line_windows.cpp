@@ -1,5 +1,6 @@
-// The serial device on Windows, with overlapped operations: they continue in the background, and the system
-// accesses their buffers until they have ended. One read is always pending, so that its event reports bytes.
+// Implements the serial device on Windows by overlapped operations, which never block: ReadFile and WriteFile
+// return at once, the operation continues in the background, and an event reports its end. Until then the
+// system accesses the buffer. One read is always pending, so that its event reports received bytes.
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -91,11 +92,11 @@ struct SystemLine::Device {
     if (handle == INVALID_HANDLE_VALUE) return;
     CancelIoEx(handle, nullptr);
     PurgeComm(handle, PURGE_TXABORT | PURGE_RXABORT | PURGE_TXCLEAR | PURGE_RXCLEAR);
-    const bool over = (!readPending || EndsSoon(transfers->reading)) && WritesEndSoon();
+    const bool ended = (!readPending || EndsSoon(transfers->reading)) && WritesEndSoon();
     CloseHandle(handle);
     // Some drivers never end an operation after their adapter was removed. The memory is then leaked, since
     // the driver may still write to it.
-    if (!over) static_cast<void>(transfers.release());
+    if (!ended) static_cast<void>(transfers.release());
   }
 
   static bool EndsSoon(const Transfer& transfer) {
@@ -133,8 +134,8 @@ struct SystemLine::Device {
     std::deque<Transfer>& writes = transfers->writes;
     for (; !writes.empty() && writes.front().HasEnded(); writes.pop_front()) {
       DWORD sent = 0;
-      const bool wentOut = GetOverlappedResult(handle, &writes.front().state, &sent, FALSE) != 0;
-      if (!wentOut || sent != writes.front().bytes.size()) failed = true;
+      const bool succeeded = GetOverlappedResult(handle, &writes.front().state, &sent, FALSE) != 0;
+      if (!succeeded || sent != writes.front().bytes.size()) failed = true;
     }
   }
 
@@ -155,7 +156,7 @@ struct SystemLine::Device {
 
   HANDLE handle = INVALID_HANDLE_VALUE;
   std::unique_ptr<Transfers> transfers = std::make_unique<Transfers>();
-  bool begun = false;  // reading has begun
+  bool readingBegun = false;
   bool readPending = false;
   bool failed = false;
   int baud = 0;
@@ -192,6 +193,7 @@ bool SystemLine::SetSpeed(int baud) {
   form.fOutX = form.fInX = form.fParity = form.fNull = form.fErrorChar = form.fAbortOnError = FALSE;
   form.XonChar = kXon;  // some drivers refuse equal characters, even unused ones
   form.XoffChar = kXoff;
+  // The device may accept other settings than requested, so they are read back.
   const bool met = SetCommState(device_->handle, &form) && GetCommState(device_->handle, &form) &&
                    form.ByteSize == 8 && form.Parity == NOPARITY && form.StopBits == TWOSTOPBITS &&
                    std::abs(static_cast<double>(form.BaudRate) - baud) <= baud * kSpeedTolerance;
@@ -201,7 +203,7 @@ bool SystemLine::SetSpeed(int baud) {
   }
   device_->baud = baud;
   // Reading begins here, since bytes received at another speed are noise.
-  if (!std::exchange(device_->begun, true)) {
+  if (!std::exchange(device_->readingBegun, true)) {
     PurgeComm(device_->handle, PURGE_RXCLEAR);
     device_->StartReading();
   }
@@ -227,12 +229,12 @@ std::ptrdiff_t SystemLine::Send(std::span<const std::uint8_t> bytes) {
 
 bool SystemLine::Receive(std::vector<std::uint8_t>& bytes) {
   Transfer& reading = device_->transfers->reading;
-  for (std::size_t taken = 0; taken < kMaxPerCall && device_->readPending && device_->HasRead();) {
+  for (std::size_t total = 0; total < kMaxPerCall && device_->readPending && device_->HasRead();) {
     DWORD count = 0;
     device_->readPending = false;
     if (!GetOverlappedResult(device_->handle, &reading.state, &count, FALSE)) device_->failed = true;
     bytes.insert(bytes.end(), reading.bytes.begin(), reading.bytes.begin() + count);
-    taken += count;
+    total += count;
     if (!device_->failed) device_->StartReading();
   }
   return !device_->failed;

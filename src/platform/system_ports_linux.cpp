@@ -1,6 +1,11 @@
-// The serial ports on Linux. COM 1 to 32 are /dev/ttyS0 to 31, COM 33 to 64 /dev/ttyUSB0 to 31, COM 65 to 96
-// /dev/ttyACM0 to 31. A link COMn in the program's folder replaces the device of that number. Adapters
-// are described by the files below /sys.
+// Finds and describes the serial ports on Linux. The operator selects a port by a number:
+//
+//     COM 1 to 32     /dev/ttyS0 to 31      built-in ports
+//     COM 33 to 64    /dev/ttyUSB0 to 31    USB adapters
+//     COM 65 to 96    /dev/ttyACM0 to 31    USB devices with their own serial interface
+//
+// A link COMn in the program's folder replaces the device of that number. The files below /sys describe
+// adapters.
 #include "platform/system_ports.h"
 
 #include <filesystem>
@@ -31,6 +36,7 @@ std::string FirstLine(const fs::path& file) {
 /// its terminal device in sysfs. Empty for other devices.
 std::string DescribeAdapter(const fs::path& terminal) {
   std::error_code none;
+  // The USB device is the folder above that of the terminal with a file idVendor.
   fs::path device = fs::canonical(terminal / "device", none);
   while (device.has_relative_path() && !fs::exists(device / "idVendor", none)) device = device.parent_path();
   if (!device.has_relative_path()) return "";

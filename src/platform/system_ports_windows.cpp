@@ -1,4 +1,5 @@
-// The names and the descriptions of serial ports on Windows.
+// Finds and describes the serial ports on Windows, where COM 7 is the device \\.\COM7. The longer name is
+// needed for numbers above 9.
 #include "platform/system_ports.h"
 
 #include <windows.h>

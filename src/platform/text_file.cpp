@@ -1,4 +1,4 @@
-// The files of the program: read line by line or whole, replaced, and written line by line.
+// Reads and writes the files of the program: whole or line by line. It guarantees that:
 //
 // - Every failure becomes a RunError with number, file name and advice.
 // - Replacing a file loses nothing: a killed program, a full disk or a power cut leaves the old contents.
@@ -22,7 +22,7 @@ namespace {
 namespace fs = std::filesystem;
 using system_files::PathOf;
 
-constexpr std::size_t kPiece = 1 << 15;  // bytes read at a time; fit into the first cache of a processor
+constexpr std::size_t kPiece = 1 << 15;           // bytes read at a time; fits into the level 1 cache
 constexpr std::size_t kLongestLine = 1 << 24;     // bytes
 constexpr std::uintmax_t kLargestFile = 1 << 30;  // bytes
 
@@ -82,6 +82,7 @@ FileHandle OpenForReading(const std::string& path) {
 std::string Contents(std::FILE* file, const std::string& path) {
   std::error_code error;
   const std::uintmax_t size = fs::file_size(PathOf(path), error);
+  // One byte more than the size: the read that finds the end then needs no larger buffer.
   std::string contents(error ? kPiece : static_cast<std::size_t>(size) + 1, '\0');
   std::size_t filled = 0;
   while (const std::size_t count = std::fread(contents.data() + filled, 1, contents.size() - filled, file)) {
