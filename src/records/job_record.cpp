@@ -1,6 +1,12 @@
-// Parses job records. A record has one JSON object on each line; its field `event` names what happened. A
-// record without the event `end` was cut: the state of each controller is then judged from the lines that
-// exist. docs/job-record.md documents the format.
+// Parses job records. A record has one JSON object on each line; its field `event` names what happened:
+//
+//     {"event":"job","kind":"serial","controllers":[3],...}              the first line
+//     {"event":"begun","controller":3,"phase":"erase","seconds":0.1}     a phase of a controller
+//     {"event":"result","controller":3,"verdict":"good",...}             one for each controller
+//     {"event":"end","how":"finished",...}                               the last line
+//
+// A record without the last line was cut, for example by a crash: the state of each controller is then judged
+// from the lines that exist. docs/job-record.md documents the format.
 #include "records/job_record.h"
 
 #include <QCryptographicHash>
@@ -70,13 +76,14 @@ class RecordParser {
       throw std::runtime_error("its format is newer than this program; use a newer version of Quillon");
     record_.job = line;
     const QJsonArray controllers = line["controllers"].toArray();
-    if (line["kind"] == "auto") return;  // each controller that it finds has a line of its own
+    // The controllers of an auto detection are those that it finds: each has a line of its own.
+    if (line["kind"] == "auto") return;
     for (const QJsonValue& controller : controllers) record_.controllers[ControllerNumber(controller)];
   }
 
   void AddBatch(const QJsonObject& line) {
     lastBatchLine_ = line;
-    record_.batches = line["begun"].toInt();
+    record_.batches = line["begun"].toInt();  // number of the batch that begins
   }
 
   void AddTo(ControllerRecord& controller, const QString& event, const QJsonObject& line) {
@@ -170,8 +177,8 @@ class RecordParser {
   QJsonObject lastBatchLine_;  // the last line that counts batches
 };
 
-/// Whether a line that is not a JSON object is where the record was cut. If it is the first line, it must
-/// begin with '{' and be the only one; otherwise the text is not a record.
+/// Whether a record was cut in a line that is not a JSON object. Otherwise the text is not a record: its
+/// first line is complete but is no JSON object.
 bool IsCut(const QList<QByteArray>& lines, qsizetype line) {
   if (line > 0 || lines[0].isEmpty()) return true;
   return lines.size() == 1 && lines[0].startsWith('{');

@@ -1,5 +1,12 @@
-// Turns the events of a run into the lines of its job record. The arrays of names below are in the order of
-// the enumerations.
+// Turns the events of a run into the lines of its job record, one JSON object each:
+//
+//     RunStarted                     "job", the settings and the file
+//     ControllerBegun, -Ended        "begun", "ended"
+//     BatchBegun                     "batch", about 16 lines for each pass over the image
+//     answers, failures, repeats     a line each, up to a limit
+//     RunEnded                       a "result" for each controller, then "end"
+//
+// The arrays of names below are in the order of the enumerations.
 #include "records/job_recorder.h"
 
 #include <QDateTime>
@@ -65,6 +72,7 @@ QJsonObject RecordLines::FileFacts() {
     file["batches"] = CountBatches(contents);
     sums_.emplace(contents);
   } catch (const RunError&) {
+    // The run itself reports the error.
   }
   return file;
 }
@@ -152,6 +160,7 @@ void RecordLines::Add(const BatchBegun& e) {
   batch_ = e.number;
   const auto step = [&](int number) { return number * kProgressSteps / std::max(e.of, 1); };
   if (e.controller == kEveryController) batchesSent_ = e.number;
+  // Lines only for the first and the last batch, and whenever another sixteenth of the pass has begun.
   if (e.number != 1 && e.number != e.of && step(e.number) == step(e.number - 1)) return;
   QJsonObject fields{{"begun", e.number}, {"of", e.of}};
   if (e.controller != kEveryController) fields["controller"] = e.controller;

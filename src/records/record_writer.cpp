@@ -1,5 +1,9 @@
-// Writes job records in a thread of its own, so that a slow disk does not delay a run. Write() queues
-// lines, and Work() writes them to the file.
+// Writes job records in a thread of its own, so that a slow disk does not delay a run:
+//
+//     Write (window thread) -> items_ -> Work (own thread) -> file_
+//
+// An item either begins a new file or is a line for the current one. The first failure is reported in the
+// window thread.
 #include "records/record_writer.h"
 
 #include <QCoreApplication>
@@ -86,7 +90,7 @@ void RecordWriter::Fail() {
   const QString reason = "The job record \"" + QDir::toNativeSeparators(file_.fileName()) +
                          "\" can't be written (" + file_.errorString() + "). The run goes on without it.";
   file_.close();
-  if (std::exchange(failed_, true)) return;
+  if (std::exchange(failed_, true)) return;  // only the first failure is reported
   QMetaObject::invokeMethod(
       &context_, [this, reason] { onFailure_(reason); }, Qt::QueuedConnection);
 }

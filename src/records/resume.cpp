@@ -1,5 +1,12 @@
-// Completes a download that was cut. The first steps read the controllers, one step for each protocol. Their
-// answers decide which controllers the next steps load, and with which protocol.
+// Completes a download that was cut. The caller runs the steps that Next returns, and reports with SetReading
+// what the controllers answered:
+//
+//     read all controllers with the protocol of the record
+//     read those that did not answer with the protocol of the image, if that is another
+//     load the controllers that need it, with the protocol that each has answered
+//     load the silent controllers, one by one
+//
+// resume.h gives the reasons.
 #include "records/resume.h"
 
 #include <stdexcept>

@@ -1,5 +1,10 @@
-// Finds answers from another controller by byte 1, which should be the number of the sender. Some controllers
-// may send a fixed value there, so the numbers in all answers of a run are counted first.
+// Finds answers that come from another controller than the one that was asked. Byte 1 of an answer should be
+// the number of its sender:
+//
+//     40 05 07 61 ...     an answer of controller 5
+//
+// Some controllers may send a fixed value there. So the numbers in all answers of a run are counted, and
+// another number is evidence only if the byte varies as it should (OtherNumbersAreEvidence).
 #include "results/answer_numbers.h"
 
 #include "forms/quillon.h"

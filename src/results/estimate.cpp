@@ -1,6 +1,10 @@
-// Estimates how long a run still takes: the sum of the steps that are left, each an exchange or a batch. The
-// events of the run show which step is the current one, at which speed a controller was found, and how long a
-// batch takes.
+// Estimates how long a run still takes: the sum of the steps that are left, each an exchange or a batch. For
+// example a serial download of two batches to the controllers 1 and 2 has the plan
+//
+//     erase 1, batch 1, batch 2, confirm 1, check 1, erase 2, batch 1, batch 2, confirm 2, check 2
+//
+// The events of the run show which step is the current one, at which speed a controller was found, and how
+// long a batch takes. estimate.h has the time of each step.
 #include "results/estimate.h"
 
 #include <algorithm>
@@ -72,7 +76,7 @@ Estimate::Estimate(RunFacts facts) : facts_(std::move(facts)), lineSpeed_(facts_
     case RunKind::kSerial:
       each({Kind::kErase, Kind::kBatch, Kind::kConfirm, Kind::kCheck});
       break;
-    default:
+    default:  // all other runs ask each controller once
       each({Kind::kCheck});
   }
 }
@@ -122,7 +126,8 @@ void Estimate::Begin(const ControllerBegun& event, double now) {
   UseLineSpeed();
 }
 
-/// The speed search sets the speed of the line before it begins with a controller, and between its tries.
+/// Follows the speed search, which tries one speed after the other until the controller answers. The last
+/// speed that it sets for a controller is the one at which it was found.
 void Estimate::UseLineSpeed() {
   facts_.speed = lineSpeed_;
   if (searching_->phase == Phase::kErase) foundAt_[searching_->controller] = lineSpeed_;
@@ -152,7 +157,8 @@ double Estimate::SecondsLeft(double now) const {
   return left;
 }
 
-/// The time of a step. `speed` is that of the line before the step, and is set to the one after it.
+/// The time of a step. `speed` is that of the line before the step, and is set to that after it: a step can
+/// change it by a speed search, or because the controllers take the speed of the new image.
 double Estimate::Seconds(const Step& step, int& speed) const {
   const int programming = facts_.downloadSpeed != 0 ? facts_.downloadSpeed : speed;
   if (step.kind == Kind::kBatch) return BatchSeconds(step, programming);
@@ -172,7 +178,8 @@ double Estimate::BatchSeconds(const Step& step, int speed) const {
   return measured_ != 0 ? measuredSeconds_ / measured_ : ExchangeSeconds(bytes, speed);
 }
 
-/// The time of the speed search before it reaches the wanted speed.
+/// The time of the speed search before it reaches the wanted speed: each speed in between costs kSends frames
+/// without an answer. `speed` is set to the last one that is tried.
 double Estimate::SearchSeconds(int& speed, int wanted) const {
   double seconds = 0;
   std::set<int> tried;

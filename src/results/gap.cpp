@@ -1,4 +1,6 @@
-// Finds the missing batches that explain the checksum of a controller, if it differs from that of the file.
+// Finds out which batches of the file a controller may lack. Its checksum is a sum over the flash. If it
+// differs from that of the file, the difference shows which batches would explain it
+// (image/missing_batches.h).
 #include "results/gap.h"
 
 #include <charconv>

@@ -1,6 +1,6 @@
-// Adds each run event to the evidence about its controller, from which its verdict is judged. No event alone
-// decides: a controller can refuse the full checksum and yet report the right one. So all evidence of a run
-// is collected first.
+// Collects the evidence about each controller from the events of a run; Judge (verdict.h) makes a verdict of
+// it. No event alone decides: a controller can refuse the full checksum and yet report the right one. So each
+// event only sets a field of the Evidence, and the verdict is made when it is asked for.
 #include "results/run_results.h"
 
 namespace quillon {
@@ -12,8 +12,8 @@ void RunResults::OnRunEvent(const RunEvent& event) {
 std::vector<int> RunResults::Controllers() const {
   if (started_.kind != RunKind::kAuto) return started_.controllers;
   std::vector<int> found;
-  for (int y = 0; y < kControllers; ++y) {
-    if (evidence_[static_cast<std::size_t>(y)].foundAt) found.push_back(y);
+  for (int controller = 0; controller < kControllers; ++controller) {
+    if (evidence_[static_cast<std::size_t>(controller)].foundAt) found.push_back(controller);
   }
   return found;
 }
@@ -90,10 +90,11 @@ void RunResults::On(const RowFilled& event) {
 }
 
 void RunResults::On(const RunEnded& event) {
-  for (int y = 0; y < kControllers; ++y) At(y).cancelled = event.how != RunEnded::How::kFinished;
+  for (int controller = 0; controller < kControllers; ++controller)
+    At(controller).cancelled = event.how != RunEnded::How::kFinished;
   if (!IsDownload(started_.kind)) return;
-  for (const int y : started_.controllers)
-    downloads_[static_cast<std::size_t>(y)] = {started_.fileChecksum, Judge(EvidenceOf(y))};
+  for (const int controller : started_.controllers)
+    downloads_[static_cast<std::size_t>(controller)] = {started_.fileChecksum, Judge(EvidenceOf(controller))};
 }
 
 }  // namespace quillon

@@ -1,5 +1,12 @@
-// Judges the evidence about a controller in three steps: a failure of the run (FailureOf), then pieces of
-// evidence that disagree (ContradictionOf), else the grade of a good result (GradeOf).
+// Judges the evidence that a run has found about one controller. The first of these that applies is the
+// verdict:
+//
+//     FailureOf         an exchange failed, or the checksum differs from that of the file
+//     ContradictionOf   nothing failed, but pieces of the evidence disagree
+//     GradeOf           a good result, and how strong the evidence for it is
+//
+// `row` in the evidence is what the table `Info` shows for the controller. verdict.h has a table of all
+// verdicts.
 #include "results/verdict.h"
 
 #include <utility>
@@ -90,8 +97,7 @@ std::optional<Verdict> FailureOf(const Evidence& evidence) {
       break;
   }
   if (evidence.row == RowContent::kNothing) return JudgeUnread(evidence);
-  // The row is that of the controller in the table `Info`. It shows a failure if an exchange failed, or if
-  // the checksum differs from that of the file.
+  // A row shows a failure for two reasons: an exchange failed, or the checksum differs from that of the file.
   const bool exchangeFailed = failed || evidence.checksum.empty();
   if (evidence.row == RowContent::kFailure && exchangeFailed) return JudgeFailure(evidence);
   const bool compared =
