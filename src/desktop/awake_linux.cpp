@@ -1,4 +1,4 @@
-// Prevents sleep on Linux through systemd-logind.
+// Prevents the sleep of the computer on Linux through systemd-logind, because sleep would interrupt a run.
 #include "desktop/awake.h"
 
 #include <QProcess>

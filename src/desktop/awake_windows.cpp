@@ -1,4 +1,4 @@
-// Prevents sleep on Windows.
+// Prevents the sleep of the computer on Windows, because sleep would interrupt a run.
 #include "desktop/awake.h"
 
 #include <windows.h>

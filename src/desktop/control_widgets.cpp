@@ -1,4 +1,5 @@
-// Displays the controls of a form. A view connects a control, which is the state, with its Qt widget:
+// Displays the controls of a form. For each kind of control there is a view, which connects a control with
+// its Qt widget. The control has the state, and the widget only shows it:
 //
 //     the program sets a property  ->  control  ->  ControlView::Refresh  ->  widget
 //     the operator types or clicks ->  widget   ->  a setter or Press of the control
@@ -25,8 +26,10 @@ namespace {
 /// Text for display. Bytes that are not UTF-8 are shown as replacement characters.
 QString Shown(const std::string& text) { return QString::fromUtf8(text); }
 
+/// The caption without the "&" before the letter that Alt selects it by.
 QString WithoutMnemonic(const std::string& caption) { return Shown(caption).remove('&'); }
 
+/// The colour of a number 0xBBGGRR.
 QColor ColourOf(int number) { return QColor(number & 0xFF, number >> 8 & 0xFF, number >> 16 & 0xFF); }
 
 QRect RectOf(const Place& place) {
@@ -86,7 +89,8 @@ class ViewOf : public ControlView {
   bool hadFocus_ = false;
 };
 
-/// `font` with the letters narrowed so that `text` fits into `available` pixels. Unchanged if unreadable.
+/// `font` with the letters narrowed so that `text` fits into `available` pixels. If they would become too
+/// narrow to be read, the font is unchanged.
 QFont Narrowed(QFont font, const QString& text, int available) {
   constexpr int kMinStretch = 55;  // percent
   const int needed = QFontMetrics(font).horizontalAdvance(text);
@@ -95,8 +99,9 @@ QFont Narrowed(QFont font, const QString& text, int available) {
   return font;
 }
 
-/// A label becomes wider than its place for a long text, up to the edge of its window; then the text is
-/// wrapped. With another control on its right, it grows up to that control, and the text is narrowed.
+/// A label becomes wider than its place if its text is long. If another control is on its right, it grows up
+/// to that control, and the text is narrowed. Otherwise it grows up to the edge of its window, and the text
+/// is wrapped.
 class LabelView final : public ViewOf<Label, QLabel> {
  public:
   LabelView(Label& label, QWidget* parent, const Container& container)
@@ -115,6 +120,7 @@ class LabelView final : public ViewOf<Label, QLabel> {
     if (!widget_.isVisible()) {
       ShowText();
     } else if (!std::exchange(paintPending_, true)) {
+      // A run changes the status line faster than the screen can show it, and must not wait for the painting.
       deferred_paint::Add(widget_, [this] {
         paintPending_ = false;
         ShowText();
@@ -215,7 +221,8 @@ class TextBoxView final : public ViewOf<TextBox, QLineEdit> {
     const QString text = Shown(control_.Text());
     if (text == widget_.text()) return;
     widget_.setText(text);
-    // Of a long text, a field of the table shows the beginning, the path box the end with the file's name.
+    // If the text is longer than the box, a field of the table shows its beginning. The box with the path of
+    // the file shows its end, which is the name of the file.
     if (control_.ReadOnly())
       widget_.setCursorPosition(control_.Centred() ? 0 : static_cast<int>(text.size()));
   }
@@ -355,9 +362,10 @@ class FrameView final : public ViewOf<Frame, LineFrame> {
   ControlViews contents_;
 };
 
-class Drawing final : public ControlVisitor {
+/// Creates a widget and a view for each control that it visits.
+class ViewFactory final : public ControlVisitor {
  public:
-  Drawing(const Container& container, QWidget* parent) : container_(container), parent_(parent) {}
+  ViewFactory(const Container& container, QWidget* parent) : container_(container), parent_(parent) {}
 
   void Visit(Label& label) override { Add<LabelView>(label, container_); }
   void Visit(TextBox& box) override { Add<TextBoxView>(box); }
@@ -385,9 +393,9 @@ class Drawing final : public ControlVisitor {
 }  // namespace
 
 ControlViews DrawControls(const Container& container, QWidget* parent) {
-  Drawing drawing(container, parent);
-  for (Control* control : container.Controls()) control->Accept(drawing);
-  return std::move(drawing.views);
+  ViewFactory factory(container, parent);
+  for (Control* control : container.Controls()) control->Accept(factory);
+  return std::move(factory.views);
 }
 
 }  // namespace quillon

@@ -1,4 +1,5 @@
-// A queue of updates and the timer that runs it.
+// Implements deferred painting: a queue of updates, and a timer that runs them 16 ms after the first one was
+// added. So a status line that changes faster than the screen can show it is not painted for every change.
 #include "desktop/deferred_paint.h"
 
 #include <QCoreApplication>
@@ -26,11 +27,11 @@ std::vector<Work>& Queue() {
 /// Runs while the queue is not empty. Destroyed with the application.
 QTimer& QueueTimer() {
   static QTimer* const timer = [] {
-    auto* made = new QTimer(qApp);
-    made->setSingleShot(true);
-    made->setTimerType(Qt::PreciseTimer);
-    QObject::connect(made, &QTimer::timeout, &Do);
-    return made;
+    auto* created = new QTimer(qApp);
+    created->setSingleShot(true);
+    created->setTimerType(Qt::PreciseTimer);
+    QObject::connect(created, &QTimer::timeout, &Do);
+    return created;
   }();
   return *timer;
 }

@@ -1,4 +1,5 @@
-// Sleeps, then waits actively for the exact end of a pause.
+// Reads the steady clock and sleeps exactly. The system wakes a thread late by up to MaxDelay(). So
+// SleepUntil sleeps until that long before the end of the pause, and then reads the clock in a loop.
 #include "desktop/desktop_clock.h"
 
 #include <chrono>

@@ -1,4 +1,5 @@
-// One pass of Qt's event loop, if necessary after a sleep until an event or a time.
+// Handles the events of Qt's windows while a run waits. YieldUntil sleeps until an event arrives or a timer
+// fires, and then handles all pending events once.
 #include "desktop/desktop_events.h"
 
 #include <QCoreApplication>

@@ -1,4 +1,6 @@
-// A signal handler may call only few functions. It writes into a pipe, which wakes the event loop.
+// Turns signals such as SIGTERM into events of the windows. A signal handler may call only few functions, and
+// none of Qt. So it writes a byte into a pipe. The event loop of Qt watches the other end, and calls
+// `onSignal`.
 #include <fcntl.h>
 #include <unistd.h>
 

@@ -1,4 +1,4 @@
-// Windows has no such signals.
+// Does nothing: Windows does not end programs by signals. Qt reports the end of a session.
 #include "desktop/end_signals.h"
 
 namespace quillon {

@@ -1,6 +1,10 @@
 // Places, raises and hides the windows of forms, and handles the keys and the dropped files of a whole
-// window. The progress window is a dialog: it must stay above the other windows of the tool, so that Cancel
-// can always be pressed, but must neither take the keyboard nor cover other programs.
+// window. There are two kinds of windows:
+//
+//     ordinary window   raised with the keyboard focus, unless another program is active
+//     dialog            the progress window of a run. It stays above the other windows of the tool, so that
+//                       Cancel can always be pressed. It never gets the keyboard focus, because it is opened
+//                       for each controller, and it does not cover other programs.
 #include "desktop/form_window.h"
 
 #include <QApplication>
@@ -107,7 +111,7 @@ FormWindow::FormWindow(Form& form, FormWindow* owner)
   views_ = DrawControls(form, dialog ? this : AddScrolledContents());
   if (dialog) {
     DrawEdge();
-    // It is opened for each controller of a run, and must not receive keys that are typed elsewhere.
+    // Keys that are typed in another window must not go to a dialog that opens meanwhile.
     setAttribute(Qt::WA_ShowWithoutActivating);
   }
   setAcceptDrops(form.FileDropped != nullptr);
@@ -143,7 +147,11 @@ void FormWindow::DrawEdge() {
 
 void FormWindow::Show() {
   if (!isVisible()) return ShowInPlace();
-  IsDialog(*this) ? RaiseDeferred() : BringToFront();
+  if (IsDialog(*this)) {
+    RaiseDeferred();
+  } else {
+    BringToFront();
+  }
 }
 
 /// Shows the window in the middle of its owner or of the screen, with its whole frame visible.
@@ -170,9 +178,9 @@ void FormWindow::ShowInPlace() {
 QSize FormWindow::SizeWithin(QSize available) const {
   const QSize form = SizeOf(form_);
   const int bar = style()->pixelMetric(QStyle::PM_ScrollBarExtent);
-  const int forBarBeside = form.height() > available.height() ? bar : 0;
-  const int forBarBelow = form.width() > available.width() ? bar : 0;
-  return (form + QSize(forBarBeside, forBarBelow)).boundedTo(available);
+  const int verticalBar = form.height() > available.height() ? bar : 0;
+  const int horizontalBar = form.width() > available.width() ? bar : 0;
+  return (form + QSize(verticalBar, horizontalBar)).boundedTo(available);
 }
 
 /// Raises the window and gives it the keyboard focus. While another program is active this is deferred, so
@@ -251,8 +259,9 @@ void FormWindow::changeEvent(QEvent* event) {
   if (event->type() == QEvent::ActivationChange && isActiveWindow() && !IsDialog(*this)) RaiseDialogs();
 }
 
-/// Handles a press on this dialog that X11 sends to an open menu or list, since that has grabbed the mouse.
-/// Returns whether `press` was one.
+/// Problem: while a menu or list is open, X11 sends it all mouse events, also a click on Cancel in this
+/// dialog. Remedy: such a click closes the menu or list and is sent to the dialog. Returns whether `press`
+/// was one.
 bool FormWindow::HandlePressFromPopup(QObject* receiver, const QMouseEvent& press) {
   const auto* popup = qobject_cast<QWindow*>(receiver);
   const QPoint position = press.globalPosition().toPoint();
@@ -280,7 +289,11 @@ bool FormWindow::eventFilter(QObject* watched, QEvent* event) {
     case QEvent::MouseButtonPress:
       // An open menu or list would consume the click on Cancel. A click on another window raises that window,
       // so the dialog must be raised again.
-      IsDialog(*this) ? ClosePopups() : RaiseDialogs();
+      if (IsDialog(*this)) {
+        ClosePopups();
+      } else {
+        RaiseDialogs();
+      }
       return false;
     case QEvent::KeyPress:
       return HandleKey(*static_cast<QKeyEvent*>(event));

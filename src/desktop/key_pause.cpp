@@ -1,4 +1,5 @@
-// The pause has one start time for the whole program.
+// Implements the second in which buttons that start a run ignore keys. Its beginning is stored once for the
+// whole program, since a box closed in one window also affects the buttons of the others.
 #include "desktop/key_pause.h"
 
 #include <chrono>

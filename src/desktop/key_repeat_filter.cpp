@@ -1,4 +1,5 @@
-// Drops repeated key events on their way to a window.
+// Drops the repeated events of a held key on their way to a window, so that one press of Return has one
+// effect. The header describes the problem and how a repetition is recognised.
 #include "desktop/key_repeat_filter.h"
 
 #include <QKeyEvent>

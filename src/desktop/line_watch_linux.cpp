@@ -1,4 +1,4 @@
-// Watches the file descriptor of a terminal device.
+// Watches the file descriptor of a serial device by Qt's socket notifiers, which work with terminals as well.
 #include <QSocketNotifier>
 
 #include "desktop/line_watch.h"

@@ -1,4 +1,6 @@
-// The program `quillon`: creates the window program and runs its event loop.
+// The program `quillon`, the service window for controllers on a serial bus. This file prepares Qt, creates
+// the windows (Program) and runs the event loop until the main window is closed. Job records are written only
+// if the folder of the program has a folder `Jobs`.
 #include <QApplication>
 #include <QDir>
 #include <QMessageBox>
@@ -25,8 +27,8 @@ constexpr char kHelp[] = R"(SYNOPSIS
 DESCRIPTION
   Opens the service window, which loads firmware into controllers on a
   serial bus and shows which firmware they contain. F1 opens the manual.
-  Settings and log are in the folder of the program. A symbolic link COM7
-  there replaces the device of port COM 7.
+  Settings and log are in the folder of the program. If that folder
+  contains a symbolic link COM7, its target is used as port COM 7.
 
 OPTIONS
   -h,--help               print this text
@@ -57,7 +59,8 @@ void HandleStartMessage(QtMsgType kind, const QMessageLogContext&, const QString
   std::_Exit(EXIT_FAILURE);
 }
 
-/// Acts like closing the main window, after closing an open box or dialog, which would wait for an answer.
+/// Ends the program as if the operator had closed the main window. Before that it closes open boxes and
+/// dialogs, which would wait for an answer.
 void End(quillon::Program& program) {
   for (QWidget* dialog; (dialog = QApplication::activeModalWidget()) != nullptr;) {
     if (!dialog->close()) break;
@@ -73,17 +76,9 @@ void ShowRecordFailure(const QString& text) {
   box->show();
 }
 
-int Run(int argc, char** argv) {
-  quillon::system_files::PrepareProcess();
-  if (const char* answer = argc > 1 ? AnswerTo(argv[1]) : nullptr) {
-    std::fputs(answer, stdout);
-    return std::fflush(stdout) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
-  }
-  int qtArgc = argc > 0 ? 1 : 0;  // Qt would interpret other arguments
-  qInstallMessageHandler(HandleStartMessage);
-  QApplication application(qtArgc, argv);
-  qInstallMessageHandler(nullptr);
-  QApplication::setQuitOnLastWindowClosed(false);
+/// Creates the windows and serves them until the program is ended.
+void RunWindows(QApplication& application) {
+  QApplication::setQuitOnLastWindowClosed(false);  // Program::ServeUntilEnd decides when to end
   quillon::KeyRepeatFilter keyRepeatFilter;
   application.installEventFilter(&keyRepeatFilter);
   quillon::ApplyTheme(application);
@@ -94,10 +89,24 @@ int Run(int argc, char** argv) {
   quillon::Program program(folder);
   if (QDir(records).exists())
     program.AddObserver(recorder.emplace(records, folder, quillon::RecordLabels{}, ShowRecordFailure));
+  // Signals and the end of the session end the program properly: settings and log are saved.
   const quillon::EndSignals endSignals([&] { End(program); });
   QObject::connect(&application, &QGuiApplication::commitDataRequest, [&] { End(program); });
   program.Start();
   program.ServeUntilEnd();
+}
+
+int Run(int argc, char** argv) {
+  quillon::system_files::PrepareProcess();
+  if (const char* answer = argc > 1 ? AnswerTo(argv[1]) : nullptr) {
+    std::fputs(answer, stdout);
+    return std::fflush(stdout) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+  }
+  int argumentCount = argc > 0 ? 1 : 0;  // only the program's name: Qt would interpret other arguments
+  qInstallMessageHandler(HandleStartMessage);
+  QApplication application(argumentCount, argv);
+  qInstallMessageHandler(nullptr);
+  RunWindows(application);
   return EXIT_SUCCESS;
 }
 

@@ -1,4 +1,5 @@
-// Prefers manual.pdf to manual.md.
+// Opens the manual. A manual beside the program is preferred to the installed one, and in each folder
+// manual.pdf to manual.md.
 #include "desktop/manual.h"
 
 #include <QApplication>

@@ -1,6 +1,12 @@
-// Widgets that Qt lacks, or whose behaviour differs from those of Qt: a button with a picture above its
-// caption, a list of ports that is searched by number, check boxes that the arrow keys connect, a frame, a
-// thin bar and a picture. Each class has its reason in the header.
+// Implements widgets that Qt lacks, or that behave differently from those of Qt. The header has the reason of
+// each:
+//
+//     PictureButton   a button with a picture above its caption
+//     DropList        a list of ports, in which typed digits search for a number
+//     TickBox         a check box from which the arrow keys move the focus to the next box
+//     LineFrame       a frame with a caption
+//     BarWidget       a thin progress bar
+//     PictureWidget   a picture that can have a tool tip
 #include "desktop/picture_widgets.h"
 
 #include <QApplication>
@@ -31,8 +37,8 @@ constexpr int kCaptionFlags = Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextWord
 const QColor kFrameLine(176, 176, 176);
 
 /// Whether a key press activates the button that has the focus.
-bool Presses(const QEvent& press) {
-  const int key = static_cast<const QKeyEvent&>(press).key();
+bool ActivatesButton(const QEvent& keyPress) {
+  const int key = static_cast<const QKeyEvent&>(keyPress).key();
   return key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Space;
 }
 
@@ -78,18 +84,19 @@ PictureButton::PictureButton(std::string picture, bool startsRun, QWidget* paren
 
 bool PictureButton::event(QEvent* event) {
   const bool pressed =
-      event->type() == QEvent::Shortcut || (event->type() == QEvent::KeyPress && Presses(*event));
+      event->type() == QEvent::Shortcut || (event->type() == QEvent::KeyPress && ActivatesButton(*event));
+  // A key that was meant for a box that has just closed must not start a run.
   if (startsRun_ && pressed && key_pause::Lasts()) return true;
   return QPushButton::event(event);
 }
 
 /// The area of picture and caption.
 QRect PictureButton::ContentRect() const {
-  const int upright = picture_.empty() ? kTightMargin : kMargin;
-  return rect().adjusted(kMargin, upright, -kMargin, -upright);
+  const int vertical = picture_.empty() ? kTightMargin : kMargin;
+  return rect().adjusted(kMargin, vertical, -kMargin, -vertical);
 }
 
-/// The area of a caption without a picture.
+/// The area that the caption needs, in the middle of the button.
 QRect PictureButton::CaptionRect() const {
   return fontMetrics().boundingRect(ContentRect(), kCaptionFlags, text());
 }
@@ -101,6 +108,7 @@ void PictureButton::LoadPicture() {
 }
 
 void PictureButton::paintEvent(QPaintEvent*) {
+  // Loaded after the first painting, so that the picture does not delay the window.
   if (!picture_.empty() && !std::exchange(pictureRequested_, true))
     QTimer::singleShot(0, this, [this] { LoadPicture(); });
   QPainter painter(this);
@@ -145,6 +153,9 @@ void DropList::SearchByNumber() {
   if (!std::exchange(searchesByNumber_, true)) setView(new NumberList(this));
 }
 
+/// An arrow key moves the focus to the nearest box in its direction, if that is in the same row or column.
+/// (dx, dy) is the direction. `ahead` is the distance of another box in this direction, `aside` the distance
+/// across it.
 void TickBox::keyPressEvent(QKeyEvent* event) {
   const int key = event->key();
   const int dx = (key == Qt::Key_Right) - (key == Qt::Key_Left);
@@ -162,6 +173,7 @@ void TickBox::keyPressEvent(QKeyEvent* event) {
   if (nearest != nullptr) nearest->setFocus(Qt::TabFocusReason);
 }
 
+/// Draws the frame at half the height of the caption, and leaves it out behind the caption.
 void LineFrame::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   const QRect caption(kCaptionIndent, 0, fontMetrics().horizontalAdvance(title()), fontMetrics().height());

@@ -1,4 +1,9 @@
-// Message boxes and the file dialog, with workarounds for the behaviour of Qt and of window managers.
+// Shows message boxes and the file dialog. Most classes here are workarounds for Qt and for window managers:
+//
+//     Box             a box as wide as its title, which does not take the keyboard from another program
+//     ShownInactive   ... not even on X11
+//     BesideDialog    a box that leaves the progress window visible and its Cancel button usable
+//     FileDialog      a file dialog that opens a typed path
 #include "desktop/qt_dialogs.h"
 
 #include <QApplication>
@@ -25,7 +30,8 @@
 namespace quillon {
 namespace {
 
-/// The active window owns a box, but never the progress window, which would hide the box when the run ends.
+/// The owner of a box: the active window. The progress window is never the owner, because it is hidden when
+/// the run ends, and would hide the box with it. Then the main window is the owner.
 QWidget* OwnerWindow(const DesktopScreen& screen) {
   QWidget* active = QApplication::activeWindow();
   const auto* window = dynamic_cast<FormWindow*>(active);
@@ -38,7 +44,7 @@ bool ToolIsActive() { return QGuiApplication::applicationState() == Qt::Applicat
 /// Requests that the desktop marks the window, for example in the task bar.
 void AskForAttention(QWidget* window) {
   QApplication::alert(window);
-  // X11 delays the alert until the next request. Setting the title sends one.
+  // Problem: Qt sends the alert on X11 only with the next request. Remedy: setting the title sends one.
   window->windowHandle()->setTitle(window->windowTitle());
 }
 
@@ -120,8 +126,9 @@ QPoint PlaceBeside(const QWidget& dialog, const QSize& size) {
           fits ? below : covered.top() - kTitleBar - size.height()};
 }
 
-/// Places `box` beside the progress window `dialog`. A modal box disables all other windows except its own
-/// children. So the progress window is a child of the box meanwhile, and Cancel can be pressed.
+/// Places `box` beside the progress window `dialog`. Problem: a modal box disables all other windows except
+/// its own children, and Cancel could not be pressed. Remedy: the progress window is a child of the box
+/// meanwhile.
 class BesideDialog final : public QObject {
  public:
   BesideDialog(Box& box, QWidget* dialog) : dialog_(dialog != nullptr ? dialog->windowHandle() : nullptr) {

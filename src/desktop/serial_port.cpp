@@ -1,4 +1,6 @@
-// Waits for the line: until bytes are sent, but not for ever on a line that has stalled.
+// Sends and receives through a device of the computer. A device accepts only some bytes at a time, so the
+// others wait in `pending_`. Functions that wait until bytes are sent return early if the line has stalled,
+// that is, if it has sent nothing for about a second.
 #include "desktop/serial_port.h"
 
 #include <algorithm>
@@ -35,7 +37,7 @@ void SerialPort::Open(int number, const LineSettings& settings) {
   }
   // A failure in these callbacks is raised by the next operation.
   const auto receive = [this] {
-    // A removed device would trigger the watch again and again.
+    // A removed device would call this function again and again.
     if (!ReadDevice() || line_->Gone()) watch_->Stop();
   };
   const auto send = [this] {
@@ -105,7 +107,8 @@ bool SerialPort::Drain() {
   return true;
 }
 
-/// Waits until at most `limit` bytes are unsent. Returns false when the line has stalled (LongestStall).
+/// Waits until at most `limit` bytes are unsent. Returns false when the line has stalled or the device has
+/// failed. Each progress extends the deadline.
 bool SerialPort::AwaitSent(std::size_t limit) {
   std::size_t unsent = 0;
   SteadyClock::time_point deadline;

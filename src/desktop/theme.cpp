@@ -1,4 +1,6 @@
-// The appearance of the tool: style, colours, fonts and pictures.
+// Sets the appearance of the tool, which is the same on every desktop: style, colours, fonts and pictures.
+// Pictures are drawn at build time in several sizes, as resources such as "stop-31.png". The nearest larger
+// one is scaled down.
 #include "desktop/theme.h"
 
 #include <QApplication>
@@ -94,6 +96,7 @@ int Pixels(int twips) {
       std::lround(twips * QGuiApplication::primaryScreen()->logicalDotsPerInch() / kTwipsPerInch));
 }
 
+/// Loads the smallest drawing that is at least as large as needed, or else the largest one.
 QPixmap ScaledPicture(const std::string& name, QSize size, double scale) {
   const int wanted = static_cast<int>(std::lround(std::min(size.width(), size.height()) * scale));
   QString file;
