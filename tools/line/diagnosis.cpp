@@ -92,8 +92,7 @@ constexpr Cause kCauses[] = {
 };
 
 auto IntactAnswers(const MeasuredController& controller) {
-  return controller.questions |
-         std::views::filter([](const Question& question) { return question.reply == LineReply::kGood; });
+  return controller.questions | std::views::filter([](auto& q) { return q.reply == LineReply::kGood; });
 }
 
 /// Whether an answer lacks only its first byte. That is the protocol byte, as in the question: with it the

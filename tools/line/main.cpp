@@ -120,8 +120,7 @@ std::optional<int> ReadCommandLine(Options& options) {
   app.AddNumber("--protocol", protocol, 0, 254, "as in the field \"Protocol\" (63)");
   app.AddNumber("--questions", plan.questions, 1, 100000, "questions to each controller (20)");
   app.AddNumber("--timeout", timeout, 10, 60000, "milliseconds after which an answer is late (500)");
-  auto* file =
-      app.AddText("--for", options.file, "FILE", "compare the bytes with those of a download of FILE");
+  auto* file = app.AddText("--for", options.file, "FILE", "compare with a parallel download of FILE");
   app.add_flag("--prove", options.proveFile, "exchange as many bytes as a download of FILE")->needs(file);
   auto* json = app.add_flag("--json", options.json, "print one JSON object a line");
   app.add_flag("--watch", plan.watch, "ask until Ctrl-C, and print one line for each round")->excludes(json);

@@ -66,8 +66,7 @@ QStringList Conclusions(const LineReport& report) {
   const auto& [measurement, line, batchFrameSizes] = report;
   QStringList texts{Summary(line)};
   double bound = 0;
-  for (const ControllerDiagnosis& controller : line.controllers)
-    if (controller.verdict.good) bound = std::max(bound, controller.bound);
+  for (const auto& c : line.controllers) bound = std::max(bound, c.verdict.good ? c.bound : 0);
   if (bound > 0)
     texts << QString("Of the questions to a good controller fewer than %1 % fail, with 95 % confidence.")
                  .arg(std::ceil(100 * bound));
