@@ -11,8 +11,8 @@ struct LineWatch::Notifiers {
   QWinEventNotifier received;
 };
 
-// Qt delivers the event at the beginning of a pass of its event loop and then sleeps, although a wait for these
-// bytes is over. The wake-up ends that sleep.
+// Qt delivers the event at the beginning of a pass of its event loop and then sleeps, although a wait for
+// these bytes is over. The wake-up ends that sleep.
 LineWatch::LineWatch(std::intptr_t watched, std::function<void()> onReceived, std::function<void()>)
     : notifiers_(std::make_unique<Notifiers>(watched)) {
   QObject::connect(&notifiers_->received, &QWinEventNotifier::activated, [onReceived] {

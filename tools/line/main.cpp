@@ -45,14 +45,14 @@ DESCRIPTION
     not measured  fewer than 20 questions were asked, or the controller
                   answers only at another speed
 
-  An answer is shorter than a batch and is sent in the other direction. So a
-  good line can still lose a batch.
+  An answer is shorter than a batch and is sent in the other direction. So
+  a good line can still lose a batch.
 )";
 
 constexpr char kFooter[] = R"(JSON
   With --json each line of the output is an object. Its "event" is start,
-  controller (once for each), line, file (only with --for) or end. "code" of
-  the end is the exit status.
+  controller (once for each), line, file (only with --for) or end. "code"
+  of the end is the exit status.
 
 EXIT STATUS
   0   each controller is good; those of a range such as 0-31 may be absent

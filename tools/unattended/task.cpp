@@ -65,10 +65,10 @@ DESCRIPTION
   passed and an estimate of the time left, which does not include the
   erasing. After each step one row reports each ticked controller.
 
-  Only one copy can run in a folder at a time: a second one cannot write its
-  log and exits with status 4. A program that stops reading the output does
-  not delay a run. At the end quillon-unattended waits for it for up to five
-  seconds. If lines are lost, it exits with status 4.
+  Only one copy can run in a folder at a time: a second one cannot write
+  its log and exits with status 4. A program that stops reading the output
+  does not delay a run. At the end quillon-unattended waits for it for up
+  to five seconds. If lines are lost, it exits with status 4.
 )";
 
 constexpr char kFooter[] = R"(VERDICTS
