@@ -54,7 +54,7 @@ void ShowMismatch(Quillon& form, TextBox& checksum) {
 
 }  // namespace
 
-// The number is the shared loop variable `CurrentController`, hence the reference. It is not changed here.
+// Every command receives the loop variable of its run by reference. This one does not change it.
 bool FlashCheck(Quillon& form, int& controller) {
   const bool checked = ReadFlash(form, controller);
   TextBox& checksum = form.info.CkSum(controller);

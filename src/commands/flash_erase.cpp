@@ -13,7 +13,7 @@
 
 namespace quillon {
 
-// The number is the shared loop variable `CurrentController`, hence the reference. It is not changed here.
+// Every command receives the loop variable of its run by reference. This one does not change it.
 bool FlashErase(Quillon& form, int& controller) {
   const auto speed = form.useBB.Ticked() ? SpeedWhileProgramming::kKept : SpeedWhileProgramming::kDownload;
   form.FrameBuffer = FlashEraseFrame(ProtocolByte(form), controller, speed);

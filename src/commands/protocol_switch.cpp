@@ -1,9 +1,11 @@
 // Changes the protocol of a controller. On protocol 3 ("RUD3" in the log) a controller reads text, on
 // protocol 4 frames. So each change is sent in the form that the controller can still read:
 //
-//     3 to 4   40 23 "p400:4/"         to controller 5; in this text the address is the number plus 30
+//     3 to 4   40 23 "p400:4/"         to controller 5; the address byte is the number + 30 (decimal): 35
 //              68 2F                   its answer
 //     4 to 3   40 05 01 55 .. .. 04    the message $55 in a frame, acknowledged by the code 61
+//
+// Operators know the texts of the second one, "Sending p4" included, although it sends the message $55.
 #include "commands/protocol_switch.h"
 
 #include "commands/acknowledge.h"
@@ -12,7 +14,7 @@
 
 namespace quillon {
 
-// The number is the shared loop variable `CurrentController`, hence the reference. It is not changed here.
+// Every command receives the loop variable of its run by reference. This one does not change it.
 bool SendP4(Quillon& form, int& controller) {
   const auto send = [&] {
     form.FrameBuffer = ToProtocol4Frame(controller);
@@ -27,7 +29,7 @@ bool SendP4(Quillon& form, int& controller) {
   return answered;
 }
 
-// The number is the shared loop variable `CurrentController`, hence the reference. It is not changed here.
+// Every command receives the loop variable of its run by reference. This one does not change it.
 bool Send55(Quillon& form, int& controller) {
   form.FrameBuffer = ToProtocol3Frame(controller);
   LogFrame(form, "Message : Cmd 55 to return to RUD3", form.FrameBuffer);

@@ -111,7 +111,7 @@ int Answer(Box& box) {
     QTimer::singleShot(0, &box, [&box] { AskForAttention(&box); });
   }
   const int answer = box.exec();
-  key_pause::Begin();
+  key_pause::Begin();  // a key that was meant for the box must not press a button of a window
   return answer;
 }
 

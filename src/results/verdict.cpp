@@ -44,7 +44,7 @@ Verdict JudgeRefusal(const CommandReply& last) {
       return Bad("refused", "it refused a batch", kLoadAgain);
     case Command::kFullChecksum:
       return Bad("refused", "it refused the full checksum", kLoadAgain);
-    default:
+    default:  // the erase, or a change of the protocol
       return Bad("erase-refused", "it refused the command", "switch its power off and on, then try again");
   }
 }

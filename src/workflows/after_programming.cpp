@@ -26,7 +26,7 @@ void ApplyImageSpeed(Quillon& form) {
   if (!form.image.ImageBaudRate.empty()) form.Vitesse.SetText(form.image.ImageBaudRate);
 }
 
-// The number is the shared loop variable `CurrentController`, hence the reference. It is not changed here.
+// Every command receives the loop variable of its run by reference. This one does not change it.
 bool CheckProgrammed(Quillon& form, int& controller) {
   // FlashCheck needs protocol 4. With "Prot 3" the controller is on protocol 3, and SendP4 changes it to 4.
   if (form.RUD3.Ticked()) SendP4(form, controller);

@@ -31,7 +31,8 @@ SearchResult EraseForDownload(Quillon& form, int& controller) {
   return SearchSpeed(form, controller, erase, {.phase = Phase::kErase, .onFailure = OnFailure::kContinue});
 }
 
-/// Reads the programmed flash, also after Cancel and when the operator unticked the controller meanwhile.
+/// Reads the programmed flash, at the first speed at which the controller answers. Once it has begun, neither
+/// Cancel nor an unticked check box ends this search.
 SearchResult CheckDownload(Quillon& form, int& controller) {
   const auto check = [&] { return CheckProgrammed(form, controller); };
   return SearchSpeed(
@@ -49,7 +50,7 @@ Next DownloadTo(Quillon& form, int& controller) {
 
   // The erased controller expects the download speed, unless `useBB` made it keep the current one.
   if (!form.useBB.Ticked()) Try(form, [&] { SetLine(form, form.DownloadSettings); });
-  int copy = controller;  // FlashProg00 must not change `CurrentController`
+  int copy = controller;  // FlashProg00 takes a reference, and must not move the loop over the controllers
   FlashProg00(form, copy);
   Try(form, [&] { FlushInput(form); });
   if (form.AbortRequested) return Next::kEnd;

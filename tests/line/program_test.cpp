@@ -32,7 +32,7 @@ TEST_F(LineProgram, EndsAsTheControllersAre) {
     int port = 7;
   } cases[] = {
       {"--html " + folder_ + "page.html --record " + folder_ + "new/records --for " QUILLON_DEMO_HEX " 1-2",
-       0, "Proven for up to "},
+       0, "without a loss as "},
       {"--questions 2 --json 1", 1, R"("verdict":"not measured")"},
       {"--questions 4 2", 1, "not there"},
       {"--watch --json 1", 2, "--json excludes --watch"},

@@ -125,7 +125,7 @@ void CountAnswers(const MeasuredController& controller, double timeout, Symptoms
     const bool silent = question.reply == LineReply::kNone;
     ++(inTime ? counts.answered : intact ? counts.late : silent ? counts.missing : counts.damaged);
     failedInARow = inTime ? 0 : failedInARow + 1;
-    counts.repeats = std::max(counts.repeats, failedInARow);
+    counts.longestFailure = std::max(counts.longestFailure, failedInARow);
   }
   counts.bound = WilsonBound(counts.asked - counts.answered, counts.asked);
 }
@@ -139,7 +139,7 @@ void MeasureTimes(const MeasuredController& controller, Symptoms& times) {
     last.push_back(question.lastByte);
     times.length = question.bytes.size();
     times.byteTime += question.lastByte - question.firstByte;
-    times.shareTogether += question.together;
+    times.shareTogether += question.bytesInGroups;
     steps += static_cast<double>(times.length - 1);
   }
   if (first.empty()) return;
@@ -202,7 +202,7 @@ LineVerdict VerdictOf(const Symptoms& symptoms, LineVerdict bestVerdict) {
   if (bestVerdict == kNotThere || bestVerdict == kNotMeasured) return bestVerdict;
   const int failed = symptoms.asked - symptoms.answered;
   if (bestVerdict != kBad && symptoms.asked < kQuestionsForVerdict && failed < kFewest) return kNotMeasured;
-  return 10 * failed > symptoms.asked || symptoms.repeats >= kSends ? kBad : bestVerdict;
+  return 10 * failed > symptoms.asked || symptoms.longestFailure >= kSends ? kBad : bestVerdict;
 }
 
 /// "4 damaged, 1 missing of 20: ", the beginning of a reason.

@@ -25,7 +25,7 @@ struct ControllerDiagnosis {
   int damaged = 0;
   int late = 0;
   int missing = 0;
-  int repeats = 0;               ///< that one question would have needed at most
+  int longestFailure = 0;        ///< most questions that failed one after another
   std::vector<int> damagedAt{};  ///< how often each byte of an answer was wrong
   /// Time to the first byte of intact answers. Without one, these and the next two are 0.
   double shortest = 0, median = 0, longest = 0;

@@ -5,7 +5,7 @@
 //     AskRounds      each round asks each controller once
 //     SearchSpeeds   asks the controllers that never answered once at each other speed
 //
-// Ask waits longer for an answer than the tool does, so that late answers are seen.
+// Ask waits longer for an answer than a download does (SendFrame), so that late answers are seen.
 #include "line/measurement.h"
 
 #include <algorithm>
@@ -30,7 +30,7 @@ constexpr int kSearchedSpeeds[] = {4800, 9600, 19200, 38400};
 constexpr int kPauses = 11;
 constexpr double kPauseStep = 0.002;  // seconds
 
-/// An answer to $73 has 13 or 14 bytes. Its CRC is checked as the tool does.
+/// An answer to $73 has 13 or 14 bytes. Its CRC is checked as in a download.
 LineReply Judge(const Bytes& bytes) {
   if (bytes.empty()) return LineReply::kNone;
   const bool length = bytes.size() == 13 || bytes.size() == 14;
@@ -125,7 +125,7 @@ struct LineCheck {
       // frameEnds is computed for a real line. A simulated line or an echo can be earlier than that.
       question.lastByte = std::max(0.0, clock.Now() - frameEnds);
       if (bytes.empty()) question.firstByte = question.lastByte;
-      question.together += static_cast<int>(read.size()) - 1;
+      question.bytesInGroups += static_cast<int>(read.size()) - 1;
       bytes.insert(bytes.end(), read.begin(), read.end());
       if (!BeginAlike(bytes, frame)) {  // not an echo
         until = std::min(until, frameEnds + question.firstByte + kAnswerPause);
@@ -133,7 +133,7 @@ struct LineCheck {
         ++result.echoes;
         bytes.erase(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(frame.size()));
         question.firstByte = question.lastByte;
-        question.together = std::max(0, static_cast<int>(bytes.size()) - 1);
+        question.bytesInGroups = std::max(0, static_cast<int>(bytes.size()) - 1);
       }
     }
   }

@@ -91,8 +91,8 @@ QStringList Conclusions(const LineReport& report) {
   if (!batchFrameSizes.empty()) {
     const FileProof proof = ProveFile(line, batchFrameSizes);
     texts << QString::asprintf(
-        "Proven for up to %d of the %d batches of the file without a loss, by bytes. The whole file needs %d "
-        "questions to each controller, about %.0f s for each.",
+        "The check received as many bytes without a loss as %d of the %d batches of the file have. The whole "
+        "file needs %d questions to each controller, about %.0f s for each.",
         proof.provenBatches, proof.batches, proof.questions,
         std::ceil(proof.questions * QuestionSeconds(measurement.plan.baud, line.slowest)));
   }
@@ -111,7 +111,7 @@ QJsonObject ControllerEvent(const ControllerDiagnosis& controller) {
                     {"damagedAt", damagedAt},
                     {"late", controller.late},
                     {"unanswered", controller.missing},
-                    {"repeatsAtMost", controller.repeats},
+                    {"repeatsAtMost", controller.longestFailure},
                     {"failureBound", controller.bound},
                     {"bytes", static_cast<int>(controller.length)},
                     {"byteMs", 1000 * controller.byteTime},

@@ -1,8 +1,8 @@
 // Finds answers that are intact but doubtful, so that a reader of a long log finds them: an answer from
 // another controller, a final refusal, or a checksum "as sent" of a controller that is not good. For each
-// run, Mark first counts the numbers in all answers, since they show whether another number means anything in
-// this run. Then it collects the evidence about each controller, message by message, and asks the tool's own
-// code for the verdict (results/verdict.h).
+// run, Mark first counts the numbers in all answers: controllers that send a fixed value there can't be
+// told apart by it. Then it collects the evidence about each controller, message by message, and asks the
+// tool's own code for the verdict (results/verdict.h).
 #include "log/doubts.h"
 
 #include <functional>
