@@ -40,7 +40,8 @@ std::string HexText(const Bytes& bytes) {
   return text;
 }
 
-/// Whether the standard output accepts a line at once. A reader that stalls must not stop the bus.
+/// Whether the standard output accepts a line at once, if it is a pipe. A program that stops reading it must
+/// not stop the bus.
 bool OutputIsReady() {
   pollfd output{STDOUT_FILENO, POLLOUT, 0};
   return poll(&output, 1, 0) > 0;

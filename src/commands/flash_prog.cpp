@@ -3,7 +3,7 @@
 //     for each batch               broadcast the frame, wait `Text2` milliseconds
 //     for each ticked controller   send the checksum of the whole image; the controller compares it
 //
-// A broadcast has no answer, so the tool cannot know when the slowest controller has written a batch. The
+// A broadcast has no answer, so the tool cannot detect when the slowest controller has written a batch. The
 // delay is the only flow control. The full checksum then finds the controllers that missed a batch.
 //
 // `C(n)` is the check box of controller n, `Text2` the box of the delay, `MSComm1` the serial port.

@@ -5,7 +5,7 @@
 //              68 2F                   its answer
 //     4 to 3   40 05 01 55 .. .. 04    the message $55 in a frame, acknowledged by the code 61
 //
-// Operators know the texts of the second one, "Sending p4" included, although it sends the message $55.
+// The texts of the second one contain "Sending p4" too. Operators and scripts depend on them.
 #include "commands/protocol_switch.h"
 
 #include "commands/acknowledge.h"

@@ -1,4 +1,4 @@
-// Does nothing: Windows does not end programs by signals. Qt reports the end of a session.
+// Does nothing: Windows does not end programs by signals. Qt reports a logout or shutdown.
 #include "desktop/end_signals.h"
 
 namespace quillon {

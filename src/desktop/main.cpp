@@ -89,7 +89,8 @@ void RunWindows(QApplication& application) {
   quillon::Program program(folder);
   if (QDir(records).exists())
     program.AddObserver(recorder.emplace(records, folder, quillon::RecordLabels{}, ShowRecordFailure));
-  // Signals and the end of the session end the program properly: settings and log are saved.
+  // Signals and the end of the desktop (logout, shutdown) end the program properly: settings and log are
+  // saved.
   const quillon::EndSignals endSignals([&] { End(program); });
   QObject::connect(&application, &QGuiApplication::commitDataRequest, [&] { End(program); });
   program.Start();

@@ -6,7 +6,7 @@
 //
 // `Label1` is the status line of `Message`, `Inquiet` and `Stop` are its pictures for work and failure.
 // `Ver(n)` and `CkSum(n)` are the fields for version and checksum of controller n. `Vitesse` is the speed.
-// Operators and scripts know these texts: they must not change.
+// Operators and scripts depend on these texts: they must not change.
 #include "link/outcome.h"
 
 #include <iterator>

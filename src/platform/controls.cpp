@@ -1,6 +1,7 @@
 // Implements the kinds of controls. A setter raises RunError for an impossible value and then changes
 // nothing. `Accept` is the visitor pattern: it calls the function for the kind of the control. By it
-// src/desktop creates the right widget for each control, and the controls need no code that knows widgets.
+// src/desktop creates the right widget for each control, and the controls need no code that depends on
+// widgets.
 #include "platform/controls.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
-// Implements the serial device on Linux: a terminal in raw mode, which never blocks. Three locks keep other
-// programs away, since each alone has gaps:
+// Implements the serial device on Linux: a terminal in raw mode, in which reads and writes never block. Three
+// locks keep other programs away, since each alone has gaps:
 //
 //     /var/lock/LCK..ttyUSB0   a file with the number of the process; some programs ignore it
 //     flock                    some programs ignore it

@@ -178,7 +178,7 @@ class RecordParser {
 };
 
 /// Whether a record was cut in a line that is not a JSON object. Otherwise the text is not a record: its
-/// first line is complete but is no JSON object.
+/// first line is followed by others, or does not begin with a brace.
 bool IsCut(const QList<QByteArray>& lines, qsizetype line) {
   if (line > 0 || lines[0].isEmpty()) return true;
   return lines.size() == 1 && lines[0].startsWith('{');

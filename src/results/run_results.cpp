@@ -1,6 +1,7 @@
 // Collects the evidence about each controller from the events of a run; Judge (verdict.h) makes a verdict of
-// it. No event alone decides: a controller can refuse the full checksum and yet report the right one. So each
-// event only sets a field of the Evidence, and the verdict is made when it is asked for.
+// it. No event alone decides: a controller can refuse the full checksum and yet report the right one. So the
+// events set fields of the Evidence, and a verdict is made of all of them: when it is requested, and at the
+// end of a download, whose verdict is kept.
 #include "results/run_results.h"
 
 namespace quillon {
@@ -52,6 +53,8 @@ void RunResults::On(const ControllerBegun& event) {
 
 void RunResults::On(const ControllerFound& event) { At(event.controller).foundAt = event.speed; }
 
+void RunResults::On(const SpeedChanged&) { speedChanged_ = true; }
+
 void RunResults::On(const AnswerReceived& event) {
   if (event.judgement != Judgement::kGood) return;
   if (const auto other = numbers_.Count(event.controller, event.bytes))
@@ -61,11 +64,13 @@ void RunResults::On(const AnswerReceived& event) {
 void RunResults::On(const CommandAnswered& event) {
   Evidence& evidence = At(event.controller);
   const bool accepted = event.reply == Reply::kAccepted;
-  // A controller that refused, or whose answers were damaged, is asked again at the other speeds. Its silence
-  // there says nothing: it was there at the first one.
-  const bool wasThere = evidence.last && evidence.last->command == event.command &&
+  // A controller that refused, or whose answers were damaged, is asked again at the other speeds. No answer
+  // there is expected, so it does not replace what was received before.
+  const bool received = evidence.last && evidence.last->command == event.command &&
                         (evidence.last->reply == Reply::kRefused || evidence.last->reply == Reply::kDamaged);
-  if (!wasThere || event.reply != Reply::kNoAnswer) evidence.last = {event.command, event.reply};
+  if (received && speedChanged_ && event.reply == Reply::kNoAnswer) return;
+  speedChanged_ = false;
+  evidence.last = {event.command, event.reply};
   if (event.command == Command::kFlashErase && accepted) evidence.erasure = Erasure::kDone;
   if (event.command == Command::kBatch && accepted) ++evidence.batchesAcknowledged;
   if (event.command == Command::kFullChecksum && (accepted || event.reply == Reply::kRefused))

@@ -41,6 +41,7 @@ class RunResults final : public RunObserver {
   void On(const RunStarted& event);
   void On(const ControllerBegun& event);
   void On(const ControllerFound& event);
+  void On(const SpeedChanged& event);
   void On(const AnswerReceived& event);
   void On(const CommandAnswered& event);
   void On(const BatchBegun& event);
@@ -53,6 +54,7 @@ class RunResults final : public RunObserver {
 
   RunStarted started_{};
   std::array<Evidence, kControllers> evidence_;
+  bool speedChanged_ = false;  // since the last reply that was used as evidence
   AnswerNumbers numbers_;
   std::array<std::optional<DownloadVerdict>, kControllers> downloads_;
 };

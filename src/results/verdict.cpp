@@ -1,7 +1,7 @@
 // Judges the evidence that a run has found about one controller. The first of these that applies is the
 // verdict:
 //
-//     FailureOf         an exchange failed, or the checksum differs from that of the file
+//     FailureOf         it was not asked or not read, an exchange failed, or its checksum is not the file's
 //     ContradictionOf   nothing failed, but pieces of the evidence disagree
 //     GradeOf           a good result, and how strong the evidence for it is
 //
@@ -38,21 +38,22 @@ std::string DownloadState(const Evidence& evidence) {
   return IsDownload(evidence.kind) ? ", and it was not erased" : "";
 }
 
-Verdict JudgeRefusal(const CommandReply& last) {
-  switch (last.command) {
+Verdict JudgeRefusal(const Evidence& evidence) {
+  switch (evidence.last->command) {
     case Command::kBatch:
       return Bad("refused", "it refused a batch", kLoadAgain);
     case Command::kFullChecksum:
       return Bad("refused", "it refused the full checksum", kLoadAgain);
     default:  // the erase, or a change of the protocol
-      return Bad("erase-refused", "it refused the command", "switch its power off and on, then try again");
+      return Bad("erase-refused", "it refused the command" + DownloadState(evidence),
+                 "switch its power off and on, then try again");
   }
 }
 
 /// The verdict when the last exchange failed.
 Verdict JudgeFailure(const Evidence& evidence) {
   const Reply reply = evidence.last ? evidence.last->reply : Reply::kNoAnswer;
-  if (reply == Reply::kRefused) return JudgeRefusal(*evidence.last);
+  if (reply == Reply::kRefused) return JudgeRefusal(evidence);
   if (reply == Reply::kDamaged) {
     return Bad("damaged-answers", "its answers were damaged" + DownloadState(evidence),
                "check termination and shielding, and look for two controllers with this number");

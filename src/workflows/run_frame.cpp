@@ -70,8 +70,8 @@ void SelectPort(Quillon& form) {
   form.MSComm1.SetCommPort(ToInteger(name.substr(kPortNumberIndex), "Com Port"));
 }
 
-// All runs and commands share the loop variable `CurrentController` and receive it by reference. None of them
-// changes it, so each number is processed exactly once.
+// The commands receive the loop variable `CurrentController` by reference. None of them changes it, so each
+// number is processed at most once.
 Next ForEachController(Quillon& form, const std::function<Next(int& controller)>& step) {
   for (form.CurrentController = 0; form.CurrentController < kControllers; ++form.CurrentController) {
     if (step(form.CurrentController) == Next::kEnd) return Next::kEnd;

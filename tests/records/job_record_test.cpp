@@ -91,8 +91,7 @@ class JobProgram : public RunProgram, private RunObserver {
   RecordLines lines_{"", {}};
 };
 
-/// What the record of a program says that is killed now is so, and resuming leaves what the whole job would
-/// have.
+/// Checks that the record of a program that is killed now is true, and that resuming completes the job.
 void ExpectTrueAndResumable(const JobProgram& killed, const std::map<int, Bytes>& image) {
   const JobRecord record = ParseRecord(killed.record);
   JobProgram program(killed, record);

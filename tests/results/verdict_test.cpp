@@ -79,7 +79,10 @@ TEST(RunResults, JudgeAllEvidence) {
       {"damaged at its speed, silent at others", {kInfo}, {}, {On(Check, {.kind = Kind::Corrupt})},
        "other-image damaged-answers", "damaged"},
       {"erase refused", {kSerial}, {}, {On(Erase, {.kind = Kind::Code, .value = 0xE1})},
-       "good/proven erase-refused", ""},
+       "good/proven erase-refused", "it refused the command, and it may be erased"},
+      {"erase refused, then silent", {kSerial}, {},
+       {On(Erase, {.kind = Kind::Code, .last = 1, .value = 0xE1}), On(Erase, {.first = 2})},
+       "good/proven no-answer", "it did not answer, and it may be erased"},
       {"cancelled", {kSerial}, {}, {}, "good/proven not-read", "it is erased", cancelled},
       {"Info closed", {kParallel}, {}, {}, "good/confirmed good/confirmed", "", infoClosed},
   };

@@ -9,6 +9,7 @@
 #include <iterator>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/started_program.h"
@@ -25,7 +26,10 @@ class ProgramFolder : public testing::Test {
     program_ = folder_ + std::filesystem::path(program).filename().string();
     std::filesystem::copy_file(program, program_);
   }
-  ~ProgramFolder() override { std::filesystem::remove_all(folder_); }
+  ~ProgramFolder() override {
+    buses_.clear();  // a running bus may create its link again
+    std::filesystem::remove_all(folder_);
+  }
 
   /// A program and its options, which are separated by blanks.
   static std::vector<std::string> WordsOf(const std::string& program, const std::string& options) {

@@ -146,11 +146,9 @@ void Announce(const Options& options, OutputQueue& output) {
                                {"questions", options.plan.questions},
                                {"secondsAtMost", longest}});
   if (options.plan.watch) return output.Write("Ends with Ctrl-C.\n");
-  output.Write(QString("Asks %1 controllers, each %2 times. Takes about %3 s, at most %4 s.\n")
-                   .arg(controllers)
-                   .arg(options.plan.questions)
-                   .arg(std::ceil(UsualSeconds(options.plan)))
-                   .arg(longest)
+  output.Write(QString::asprintf("Asks %d controllers, each %d times. Takes about %.0f s, at most %.0f s.\n",
+                                 controllers, options.plan.questions, std::ceil(UsualSeconds(options.plan)),
+                                 longest)
                    .toStdString());
 }
 
@@ -168,6 +166,7 @@ LineMeasurement Measure(const Options& options, OutputQueue& output) {
   try {
     return MeasureLine(clock, events, port, options.plan, console::Interrupted, observe);
   } catch (const RunError& error) {
+    output.Finish(std::chrono::steady_clock::now() + std::chrono::seconds(1));  // before the error text
     // The number of a RunError does not show that: some are used for both ports and files.
     throw Failure(ErrorCategory::kPort, error.what());
   }
@@ -207,7 +206,7 @@ int main(int argc, char** argv) {
   system_files::PrepareProcess();
   const QCoreApplication application(argc, argv);
   console::Prepare();
-  OutputQueue output(stdout);  // a reader that stalls must not delay the check or the reaction to Ctrl-C
+  OutputQueue output(stdout);  // a program that stops reading must not delay the check or its end by Ctrl-C
   const int status = RunProgram("quillon-line", [&output] {
     Options options;
     if (const auto answered = ReadCommandLine(options)) return *answered;

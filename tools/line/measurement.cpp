@@ -1,9 +1,9 @@
 // Measures a line: sends the message $73, which asks a controller for version and checksum, many times and
 // records each answer with its times:
 //
-//     Listen         two seconds without a question: bytes received now come from nobody
+//     Listen         two seconds without a question: bytes received now are no answer
 //     AskRounds      each round asks each controller once
-//     SearchSpeeds   asks the controllers that never answered once at each other speed
+//     SearchSpeeds   asks each controller that never answered once more, at each other speed
 //
 // Ask waits longer for an answer than a download does (SendFrame), so that late answers are seen.
 #include "line/measurement.h"
@@ -26,7 +26,7 @@ constexpr int kSearchedSpeeds[] = {4800, 9600, 19200, 38400};
 
 // Some adapters pass bytes on only at fixed moments, for example every 16 ms. If the pause between questions
 // were constant, every answer would be delayed by the same time, and the delay could not be seen. So the
-// pause grows by a step after each question, and after kPauses questions begins again at 0.
+// pause grows by a step after each question, and after kPauses questions restarts at 0.
 constexpr int kPauses = 11;
 constexpr double kPauseStep = 0.002;  // seconds
 

@@ -23,7 +23,7 @@ DESCRIPTION
   before and after, what went wrong, the verdict, and what to do next.
 
   A record that was cut off by a crash or a power failure is printed as far
-  as it goes, and the page says where it stops.
+  as it goes, and the page shows where it stops.
 )";
 
 constexpr char kFooter[] = R"(EXIT STATUS

@@ -19,7 +19,7 @@ UINT formerCodePage = 0;
 BOOL WINAPI RecordEvent(DWORD event) {
   constexpr DWORD kLongest = 10'000;  // milliseconds; the system waits for less
   interrupted = true;
-  // When the console is closed or the session ends, Windows ends the program as soon as this function
+  // When the console is closed or the user logs out, Windows ends the program as soon as this function
   // returns. So it sleeps instead, and the run has time to end the program by itself.
   if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) Sleep(kLongest);
   return TRUE;

@@ -14,7 +14,7 @@ namespace quillon {
 
 /// The parsed command line. An empty text means that the option was not given: the saved setting is used.
 struct Task {
-  QString textToPrint;  ///< for --help or --version; then nothing else is done. Else empty
+  QString textToPrint;  ///< for --help or --version; then nothing else is done; empty otherwise
   struct Step {
     QString text;  ///< as given, such as "serial:1,3"
     RunKind kind;
