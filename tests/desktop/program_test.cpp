@@ -1,8 +1,7 @@
 // The program itself, started from a folder of its own.
 #include <gtest/gtest.h>
-#include <stdio.h>
 
-#include <string>
+#include "support/started_program.h"
 
 namespace quillon {
 namespace {
@@ -13,11 +12,7 @@ std::string Shell(const std::string& script) {
       "top=$(mktemp -d); export XDG_RUNTIME_DIR=$top; unset DISPLAY WAYLAND_DISPLAY; "
       "mkdir $top/b\xE9 && cd $top/b\xE9 && cp " QUILLON_PROGRAM " . && (" +
       script + "); rm -r $top";
-  std::string printed;
-  FILE* shell = popen(whole.c_str(), "r");
-  for (int c = fgetc(shell); c != EOF; c = fgetc(shell)) printed += static_cast<char>(c);
-  pclose(shell);
-  return printed;
+  return test::StartedProgram({"/bin/sh", "-c", whole}).ReadAll();
 }
 
 TEST(Program, LivesInAFolderOfAnyLettersTakesNoArgumentsAndEndsAtASignal) {

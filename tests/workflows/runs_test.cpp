@@ -49,6 +49,9 @@ TEST_P(Run, TakesItsCourse) {
   program.tool.Protocol.SetText(c.extra.protocol);
   program.tool.RUD3.SetValue(c.extra.prot3);
   program.tool.useBB.SetValue(c.extra.keepSpeed);
+  // Of an earlier run:
+  ReportFailure(program.tool, 31, FailureCode::kNoAnswer);
+  program.tool.AbortRequested = true;
   if (*c.extra.cancelAt) program.CancelWhen(c.extra.cancelAt);
   if (c.extra.act) {
     program.computer.When([&] { return program.computer.sent.size() >= c.extra.atFrame; },
@@ -57,6 +60,7 @@ TEST_P(Run, TakesItsCourse) {
   program.Press(c.button);
   EXPECT_EQ(program.Talk(), c.talk);
   EXPECT_EQ(program.Rows(), c.rows);
+  EXPECT_FALSE(program.Row(31).ends_with("red"));
   EXPECT_EQ(program.BoxNumbers(), c.extra.boxes);
   EXPECT_EQ(program.computer.beeps, c.extra.beeps);
   EXPECT_FALSE(program.tool.message.Visible());
@@ -180,6 +184,11 @@ const RunCase kTable[] = {
      {" ", "No Answer red"}, {.cancelAt = "Controller 5 : Sending Full CheckSum  ..."}},
     {"CancelInACheck", kParallel, kImage, kBoth, "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5 19200 Check3",
      {"No Answer red", " "}, {.cancelAt = "Controller 3 : Checking Flash  (Speed : 19200 Bds) ..."}},
+    // Without a checksum the check marks nothing, and the comparison does.
+    {"CancelWhileAFailureIsShown", kParallel, kImage, {{.number = 3, .faults = {kLosesBatch1}}, {.number = 5}},
+     "9600 Erase3 Erase5 38400 Batch Batch Sum3x3 Sum5 19200 Check3", {"Programmation ERROR red marked", " "},
+     {.cancelAt = "Controller 3 : Programming failure   (Speed : 19200 Bds) ", .atFrame = 1,
+      .act = [](Quillon& tool) { tool.info.FileCheksum.SetText(""); }}},
     {"SerialCancelInAnErase", kSerial, kImage, kBoth, "9600 Erase3", {"No Answer", " "},
      {.cancelAt = "Controller 3 : Erasing  (Speed : 9600 Bds) ..."}},
     {"SerialCancelInTheBatches", kSerial, kImage, kBoth, "9600 Erase3 38400 Batch3", kEmpty,
@@ -204,6 +213,8 @@ const RunCase kTable[] = {
      {.atFrame = 1, .act = [](Quillon& tool) { tool.Vitesse.SetText("4800"); }, .beeps = 2}},
     {"InfoClosed", kInfo, kImage, kBoth, "9600 Check3 Check5", {" ", "01/02/03 1E02"},
      {.atFrame = 2, .act = [](Quillon& tool) { tool.info.ComClose.Press(); }, .beeps = 1}},
+    {"SecondClicksOnlyBeep", kInfo, kImage, kBoth, "9600 Check3 Check5", {kRead, kRead},
+     {.atFrame = 2, .act = [](Quillon& tool) { for (const Button run : kRuns) (tool.*run).Press(); }, .beeps = 2 + 5}},
     {"ComparesWithTheChecksumOfInfo", kParallel, kImage, kBoth,
      "9600 Erase3 Erase5 38400 Batch Batch Sum3 Sum5 19200 Check3 Check5", kBothGood,
      {.atFrame = 1, .act = [](Quillon& tool) { tool.FileCheksum.SetText("0000"); }}},
@@ -211,45 +222,22 @@ const RunCase kTable[] = {
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(Buttons, Run, testing::ValuesIn(kTable), testing::PrintToStringParamName());
 
-/// The events as words:
+/// The kinds of the events of a run, without status lines: "R<s>E1".
 ///
-///     run        a run began; end:0 finished, end:1 cancelled, end:2 failed, end:3 aborted
-///     <3:0 >3:0  a phase of controller 3 begins, ends (numbers of Phase)
-///     @9600      the speed changed;     3@9600 controller 3 was found at that speed
-///     s s2       a frame was sent, for the second time
-///     r3:0:3     received after a frame to 3: judgement, and the address in the answer
-///     c1:3:0     a command (number of Command) to 3 was answered (number of Reply)
-///     b1/2       batch 1 of 2 begins
-///     3=text     a row was filled;      #8020 a run-time failure
-class EventWords : public RunObserver {
+///     R E1  a run begins, ends; 0 finished, 1 cancelled, 2 failed, 3 aborted
+///     < >   a phase of a controller begins, ends
+///     f @   a controller was found; the speed changed
+///     s r   a frame was sent, an answer received
+///     c b   a command was answered; a batch begins
+///     = #   a row was filled or emptied; a run-time failure
+class EventKinds : public RunObserver {
  public:
   void OnRunEvent(const RunEvent& event) override {
-    std::visit([this](const auto& what) { Add(what); }, event.what);
+    if (!std::holds_alternative<StatusShown>(event.what)) text += "R<>f@srcb=.#E"[event.what.index()];
+    if (const auto* end = std::get_if<RunEnded>(&event.what))
+      text += std::to_string(static_cast<int>(end->how));
   }
-  std::string Text() const { return text_.str(); }
-
- private:
-  void Add(const RunStarted&) { text_ << "run"; }
-  void Add(const ControllerBegun& e) { text_ << " <" << e.controller << ":" << static_cast<int>(e.phase); }
-  void Add(const ControllerEnded& e) { text_ << " >" << e.controller << ":" << static_cast<int>(e.phase); }
-  void Add(const ControllerFound& e) { text_ << " " << e.controller << "@" << e.speed; }
-  void Add(const SpeedChanged& e) { text_ << " @" << e.speed; }
-  void Add(const FrameSent& e) { text_ << " s" << (e.send > 1 ? std::to_string(e.send) : ""); }
-  void Add(const AnswerReceived& e) {
-    text_ << " r" << e.controller << ":" << static_cast<int>(e.judgement) << ":" << e.Address().value_or(-1);
-  }
-  void Add(const CommandAnswered& e) {
-    text_ << " c" << static_cast<int>(e.command) << ":" << e.controller << ":" << static_cast<int>(e.reply);
-  }
-  void Add(const BatchBegun& e) { text_ << " b" << e.number << "/" << e.of; }
-  void Add(const RowFilled& e) {
-    if (e.content != RowContent::kNothing) text_ << " " << e.controller << "=" << e.version << e.checksum;
-  }
-  void Add(const StatusShown&) {}
-  void Add(const RunFailure& e) { text_ << " #" << e.number; }
-  void Add(const RunEnded& e) { text_ << " end:" << static_cast<int>(e.how); }
-
-  std::ostringstream text_;
+  std::string text;
 };
 
 TEST(RunEvents, ReportHowARunEnds) {
@@ -261,23 +249,22 @@ TEST(RunEvents, ReportHowARunEnds) {
     const char* events;
   };
   const Case cases[] = {
-      {"cancelled", kInfo, 4, [](RunProgram& program) { program.CancelAt(100ms); },
-       "run <3:3 s c0:3:4 3=NoAnswer @4800 >3:3 end:1"},
-      {"failed", kInfo, 3, [](RunProgram& program) { program.tool.Protocol.SetText("x"); }, "run #13 end:2"},
+      {"cancelled", kInfo, 4, [](RunProgram& program) { program.CancelAt(100ms); }, "R<sc=@>E1"},
+      {"failed", kInfo, 3, [](RunProgram& program) { program.tool.Protocol.SetText("x"); }, "R#E2"},
       {"closed", kInfo, 4,
        [](RunProgram& program) { program.computer.At(100ms, [&program] { program.tool.Close(); }); },
-       "run <3:3 s >3:3 end:3"},
-      {"boot code", kBoot, 3, [](RunProgram&) {}, "run <3:4 s r3:0:3 c4:3:0 3=01/00/00B007 >3:4 end:0"},
+       "R<s>E3"},
+      {"boot code", kBoot, 3, [](RunProgram&) {}, "R<src==>E0"},
   };
   for (const Case& c : cases) {
     RunProgram program(std::vector<ControllerSetup>{{.number = c.controller}});
     program.ChooseHex(kImage);
     program.Tick({3});
     c.prepare(program);
-    EventWords words;
-    program.tool.observers.push_back(&words);
+    EventKinds events;
+    program.tool.observers.push_back(&events);
     program.Press(c.button);
-    EXPECT_EQ(words.Text(), c.events) << c.name;
+    EXPECT_EQ(events.text, c.events) << c.name;
   }
 }
 
@@ -298,8 +285,7 @@ TEST(Download, LogsEachFrameToTheByteAndReportsEvents) {
           "40 5F 0A 75 AA 55 10 00 00 01 02 03 04 F2 9B 04 ",
           "40 5F 1A 75 AA 55 10 20 10 00 00 00 00 00 31 32 00 30 35 00 33 31 00 00 00 20 00 41 05 79 DF 04 ",
           "Message : $75 Sending Full checksum", kChecksum, kAcceptedByImage, kOk, kDone},
-       "run <3:0 s r3:0:3 c1:3:0 >3:0 @38400 b1/2 s b2/2 s <3:2 s r3:0:3 c3:3:0 >3:2 @19200 <3:3 s r3:0:3 "
-       "c0:3:0 3=12/05/3107B6 >3:3 end:0"},
+       "R<src=>@bsbs<src=>@<src==>E0"},
       {kSerial, {
           "Message : $74", kSent, kAccepted, kOk, kDone, "******** PROGRAMMATION DU CTRL 3 **********",
           "Message : $75 - Programmation Batch 1", "40 03 0A 75 AA 55 10 00 00 01 02 03 04 0E F7 04 ",
@@ -308,18 +294,17 @@ TEST(Download, LogsEachFrameToTheByteAndReportsEvents) {
           "40 03 1A 75 AA 55 10 20 10 00 00 00 00 00 31 32 00 30 35 00 33 31 00 00 00 20 00 41 05 02 25 04 ",
           kAccepted, kOk, kDone,
           "Message : $75 Sending Full Checksum", kChecksum, kAcceptedByImage, kOk, kDone},
-       "run <3:0 s r3:0:3 c1:3:0 >3:0 @38400 <3:1 b1/2 s r3:0:3 c2:3:1 s r3:0:3 c2:3:0 b2/2 s r3:0:3 c2:3:0 "
-       "<3:2 s r3:0:3 c3:3:0 >3:2 >3:1 @19200 <3:3 s r3:0:3 c0:3:0 3=12/05/3107B6 >3:3 end:0"}};
+       "R<src=>@<bsrcsrcbsrc<src=>>@<src==>E0"}};
   // clang-format on
-  for (const auto& [button, lines, events] : kDownloads) {
+  for (const auto& [button, lines, kinds] : kDownloads) {
     const Fault refusesOne{.kind = Fault::Kind::Code, .last = 1, .value = 0xE1, .command = Command::Batch};
     RunProgram program(std::vector<ControllerSetup>{{.number = 3, .faults = {refusesOne}}});
     program.ChooseHex(kImage);
     program.Tick({3});
-    EventWords words;
-    program.tool.observers.push_back(&words);
+    EventKinds events;
+    program.tool.observers.push_back(&events);
     program.Press(button);
-    EXPECT_EQ(words.Text(), events);
+    EXPECT_EQ(events.text, kinds);
     EXPECT_TRUE(program.tool.info.Visible());
     EXPECT_EQ(program.tool.info.FileCheksum.Text(), "07B6");
     EXPECT_EQ(program.tool.Protocol.Text() + " " + program.tool.Vitesse.Text(), "64 19200");
@@ -370,21 +355,6 @@ TEST(ParallelDownload, DropsWhatComesWhileARefusedSumIsShown) {
   program.computer.script = {{accepts}, {}, {}, {refuses}, {refuses}, {refuses, {900ms, {0xFF}}}, {checked}};
   program.tool.ComLoad.Press();
   EXPECT_EQ(program.computer.sent.size(), 7u) << "the check took one sending";
-}
-
-TEST(ParallelDownload, ShowsForTwoSecondsWhoseProgrammingFailed) {
-  RunProgram program(std::vector<ControllerSetup>{{.number = 5, .faults = {kLosesBatch1}}});
-  program.ChooseHex(kImage);
-  program.Tick({5});
-  program.tool.FileCheksum.SetText("");  // nothing that FlashCheck would compare with, and mark
-  bool stopShown = false;
-  const char* const kStatus = "Controller 5 : Programming failure   (Speed : 19200 Bds) ";
-  program.computer.When([&] { return program.tool.message.Label1.Text() == kStatus; },
-                        [&] { stopShown = program.tool.message.Stop.Visible(); });
-  program.Press(kParallel);
-  EXPECT_TRUE(stopShown);
-  EXPECT_TRUE(program.tool.info.Ver(5).FontBold() && program.tool.info.CkSum(5).FontBold());
-  EXPECT_EQ(program.Row(5), "Programmation ERROR red marked") << "white without its red ground";
 }
 
 TEST(SpeedSearch, BeginsWhereTheLastOneEndedAndGoesOnFromTheLowest) {
@@ -449,7 +419,9 @@ TEST(Auto, TicksWhoAnswersAtAnySpeedAndPutsTheSettingsBack) {
                       {.number = 31, .protocol = 5}});
   program.tool.Protocol.SetText("4");
   program.Tick({7, 9, 30});
-  program.computer.At(1s, [&] {
+  ReportFailure(program.tool, 30, FailureCode::kNoAnswer);
+  program.tool.AbortRequested = true;  // of an earlier run
+  program.computer.At(program.computer.Time() + 1s, [&] {
     EXPECT_EQ(program.tool.Text1.Text(), "50");
     EXPECT_EQ(program.tool.message.Label1.Text(), "Auto Detection in Progress  ...");
     EXPECT_TRUE(program.tool.message.Jumelle.Visible());
@@ -457,6 +429,7 @@ TEST(Auto, TicksWhoAnswersAtAnySpeedAndPutsTheSettingsBack) {
   });
   program.tool.Auto.Press();
   EXPECT_EQ(program.Ticked(), "0 7 8 31 ");
+  EXPECT_EQ(program.Row(30), "No Answer red");
   EXPECT_THAT(
       program.Talk(),
       testing::StartsWith("9600 Check0x3 4800 Check0x3 19200 Check0x3 38400 Check0 Check1x3 4800 Check1x3"));
@@ -481,47 +454,6 @@ TEST(Auto, CancelAtNumber7KeepsTheBoxesFromThereOnAndPutsTheSettingsBack) {
     EXPECT_EQ(program.tool.Text1.Text() + " " + program.tool.Vitesse.Text(), "500 9600");
     EXPECT_TRUE(program.tool.Auto.Enabled());
     EXPECT_FALSE(program.computer.open);
-  }
-}
-
-TEST(Interruption, OfAnEarlierRunIsForgottenWithItsRedRows) {
-  for (const Button button : kRuns) {
-    RunProgram program(kBoth);
-    SCOPED_TRACE((program.tool.*button).Name());
-    program.ChooseHex(kImage);
-    program.Tick({3, 5});
-    for (const int y : {0, 31}) ReportFailure(program.tool, y, FailureCode::kNoAnswer);
-    program.tool.AbortRequested = true;
-    program.Press(button);
-    EXPECT_GT(program.computer.sent.size(), 1u);
-    for (const int y : {0, 31})
-      EXPECT_EQ(program.Row(y), button == kAuto ? "No Answer red" : "No Answer") << y;
-  }
-}
-
-TEST(Interruption, BySecondClicksOnlyBeeps) {
-  const auto run = [](RunProgram& program, Button button, bool clicks) {
-    program.ChooseHex(kImage);
-    program.Tick({3, 5});
-    program.tool.RUD3.SetValue(CheckBox::kTicked);
-    program.computer.When([&] { return program.computer.sent.size() >= 2; },
-                          [&, clicks] {
-                            for (const Button other : kRuns)
-                              if (clicks) (program.tool.*other).Press();
-                          });
-    program.Press(button);
-  };
-  for (const Button button : kRuns) {
-    RunProgram undisturbed(kBoth), program(kBoth);
-    SCOPED_TRACE((program.tool.*button).Name());
-    run(undisturbed, button, false);
-    run(program, button, true);
-    EXPECT_EQ(program.Talk(), undisturbed.Talk());
-    EXPECT_EQ(program.Rows(), undisturbed.Rows());
-    const int enabled = button == kAuto ? 6 : 7;
-    EXPECT_EQ(program.computer.beeps, undisturbed.computer.beeps + enabled);
-    EXPECT_EQ(program.computer.calls, 1);
-    EXPECT_EQ(program.computer.openedPorts.size(), 1u);
   }
 }
 
