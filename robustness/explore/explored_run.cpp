@@ -36,9 +36,13 @@ constexpr const char* kImageLines =
     ":042020002000410556\r\n:02300000ABCD56\r\n:00000001FF\r\n";
 
 Bytes ImageFlash() {
-  Bytes flash = test::ImageFlash();
-  flash[0x3000] = 0xAB;
-  flash[0x3001] = 0xCD;
+  Bytes flash(0x10000, 0xFF);
+  const auto put = [&](std::size_t address, const char* digits) {
+    std::ranges::copy(test::FromHex(digits), flash.begin() + static_cast<std::ptrdiff_t>(address));
+  };
+  put(0x0000, "01020304");
+  put(0x2010, "0000000000313200303500333100000020004105");
+  put(0x3000, "ABCD");
   return flash;
 }
 

@@ -2,9 +2,7 @@
 // is read back the same. A NUL parts the two files.
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
-#include <sstream>
+#include <string>
 
 #include "forms/quillon.h"
 #include "shell/start_stop.h"
@@ -22,8 +20,7 @@ std::string SavedAfterStart(test::FakeComputer& computer) {
     Start(tool);
     tool.ComClose.Press();
   }
-  std::ifstream file(computer.folder + "Quillon.cfg", std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  return computer.ReadFile("Quillon.cfg");
 }
 
 }  // namespace
@@ -32,10 +29,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string both(reinterpret_cast<const char*>(data), size);
   const std::size_t middle = both.find('\0');
   test::FakeComputer computer;
-  std::ofstream(computer.folder + "Quillon.cfg", std::ios::binary) << both.substr(0, middle);
-  if (middle != std::string::npos) {
-    std::ofstream(computer.folder + "Boot.ini", std::ios::binary) << both.substr(middle + 1);
-  }
+  computer.WriteFile("Quillon.cfg", both.substr(0, middle));
+  if (middle != std::string::npos) computer.WriteFile("Boot.ini", both.substr(middle + 1));
   const std::string saved = SavedAfterStart(computer);
   if (std::count(saved.begin(), saved.end(), '\n') != kLines) std::abort();
   if (SavedAfterStart(computer) != saved) std::abort();

@@ -395,16 +395,9 @@ void Session::CheckSettings() {
     if (!Read("Quillon.cfg").empty()) Violate("settings: written without a tick");
     return;
   }
-  const auto settings = [](Quillon& program) {
-    std::string all;
-    for (const TextBox* box : {&program.Text1, &program.Text2, &program.Protocol}) all += box->Text() + "|";
-    for (int y = 0; y < kControllers; ++y) all += std::to_string(program.C(y).Value());
-    return all + program.ComPort.Text() + program.Vitesse.Text() + std::to_string(program.ChkProto.Value()) +
-           std::to_string(program.RUD3.Value());
-  };
   Quillon again(computer.AsComputer());
   Start(again);
-  if (settings(again) != settings(tool)) Violate("settings: read back otherwise");
+  if (Settings(again) != Settings(tool)) Violate("settings: read back otherwise");
   again.Close();
 }
 

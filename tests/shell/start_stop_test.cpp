@@ -2,8 +2,6 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 
 #include "link/log.h"
@@ -13,23 +11,14 @@
 namespace quillon::test {
 namespace {
 
-/// The program's folder as a test prepares it, and the program once it is started there.
-class FreshStart {
+/// A computer on which the program is started when a test has prepared its folder.
+class FreshStart : public FakeComputer {
  public:
-  FakeComputer computer;
-
-  void Write(const std::string& name, const std::string& contents) {
-    std::ofstream(computer.folder + name, std::ios::binary) << contents;
-  }
-  std::string Read(const std::string& name) const {
-    std::ifstream file(computer.folder + name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
-  void MakeFolder(const std::string& name) { std::filesystem::create_directory(computer.folder + name); }
+  void MakeFolder(const std::string& name) { std::filesystem::create_directory(folder + name); }
 
   /// Starts the program; one that was started before is gone.
   Quillon& Start() {
-    tool_ = std::make_unique<Quillon>(computer.AsComputer());
+    tool_ = std::make_unique<Quillon>(AsComputer());
     quillon::Start(*tool_);
     return *tool_;
   }
@@ -40,7 +29,7 @@ class FreshStart {
 
 TEST(Start, ShowsTheMainWindowAloneAndBeginsANewLog) {
   FreshStart start;
-  start.Write("Log.txt", "of yesterday");
+  start.WriteFile("Log.txt", "of yesterday");
   const Quillon& tool = start.Start();
   EXPECT_TRUE(tool.Visible());
   EXPECT_EQ(tool.Caption(), " Quillon version 1.10.0");
@@ -51,7 +40,7 @@ TEST(Start, ShowsTheMainWindowAloneAndBeginsANewLog) {
   EXPECT_EQ(tool.ComPort.Items().size(), 99u);
   EXPECT_EQ(tool.ComPort.Items().back(), "COM 99");
   EXPECT_EQ(tool.Vitesse.Items(), (std::vector<std::string>{"4800", "9600", "19200", "38400"}));
-  EXPECT_EQ(start.Read("Log.txt"), "");
+  EXPECT_EQ(start.ReadFile("Log.txt"), "");
 }
 
 TEST(BootIni, GivesTheSpeedOfDownloadsByItsFirstLine) {
@@ -62,26 +51,27 @@ TEST(BootIni, GivesTheSpeedOfDownloadsByItsFirstLine) {
   };
   for (const auto& [file, contents, settings] : kCases) {
     FreshStart start;
-    start.Write(file, contents);
+    start.WriteFile("BOOT.INI", "1200");  // not read beside the exact name
+    start.WriteFile(file, contents);
     EXPECT_EQ(start.Start().DownloadSettings, settings) << contents;
   }
   FreshStart start;
   start.MakeFolder("Boot.ini");  // can't be read
   EXPECT_EQ(start.Start().DownloadSettings, "9600,N,8,2");
-  EXPECT_TRUE(start.computer.boxes.empty());
+  EXPECT_TRUE(start.boxes.empty());
 }
 
 TEST(Log, ThatCannotBeCreatedShowsOneBoxAndTheToolWorksWithout) {
   FreshStart start;
   start.MakeFolder("Log.txt");
-  start.computer.onBox = [&](const ShownBox&) { start.Write("Quillon.cfg", "777\r\n"); };
+  start.onBox = [&](const ShownBox&) { start.WriteFile("Quillon.cfg", "777\r\n"); };
   Quillon& tool = start.Start();
   EXPECT_EQ(tool.Text1.Text(), "777") << "the settings are read after the log was opened";
   Log(tool, "lost");
   tool.ComClose.Press();
-  ASSERT_EQ(start.computer.boxes.size(), 1u);
-  EXPECT_THAT(start.computer.boxes[0].text, testing::MatchesRegex("Error #  75\r.*Log.txt.*"));
-  EXPECT_TRUE(start.computer.ended);
+  ASSERT_EQ(start.boxes.size(), 1u);
+  EXPECT_THAT(start.boxes[0].text, testing::MatchesRegex("Error #  75\r.*Log.txt.*"));
+  EXPECT_TRUE(start.ended);
 }
 
 std::string Lines(const std::vector<std::string>& lines) {
@@ -100,15 +90,6 @@ std::vector<std::string> Usual(std::size_t otherLine = 0, const std::string& tex
   return lines;
 }
 
-/// All settings in the order of the file, the values of the check boxes run together.
-std::string Settings(const Quillon& tool) {
-  std::string boxes;
-  for (int i = 0; i < kControllers; ++i) boxes += std::to_string(tool.C(i).Value());
-  return tool.Text1.Text() + "|" + tool.ComPort.Text() + "|" + tool.Vitesse.Text() + "|" + boxes + "|" +
-         tool.Text2.Text() + "|" + tool.Protocol.Text() + "|" + std::to_string(tool.ChkProto.Value()) +
-         std::to_string(tool.RUD3.Value());
-}
-
 TEST(Settings, AreReadAsFarAsTheFileHasThem) {
   const std::string kAll(32, '1');
   const std::string kMiddle(30, '0');
@@ -125,10 +106,10 @@ TEST(Settings, AreReadAsFarAsTheFileHasThem) {
   };
   for (const auto& [file, settings] : kFiles) {
     FreshStart start;
-    start.Write("Quillon.cfg", file);
+    start.WriteFile("Quillon.cfg", file);
     const Quillon& tool = start.Start();
-    EXPECT_EQ(Settings(tool), settings);
-    EXPECT_TRUE(start.computer.boxes.empty());
+    EXPECT_EQ(TestProgram::Settings(tool), settings);
+    EXPECT_TRUE(start.boxes.empty());
     EXPECT_EQ(tool.ChkProto.Visible(), tool.ChkProto.Ticked());
     EXPECT_EQ(tool.Cmd3to4.Visible(), tool.RUD3.Ticked());
   }
@@ -137,20 +118,20 @@ TEST(Settings, AreReadAsFarAsTheFileHasThem) {
 TEST(Settings, AreSavedByPlaceWhenTheOperatorWantsIt) {
   for (const bool save : {true, false}) {
     FreshStart start;
-    start.Write("Quillon.cfg", Lines(Usual(5, " 2 ")));
+    start.WriteFile("Quillon.cfg", Lines(Usual(5, " 2 ")));
     Quillon& tool = start.Start();
     EXPECT_TRUE(tool.Check1.Ticked());
     tool.Vitesse.Reset();
     tool.C(1).SetValue(0);
     tool.Check1.SetValue(save);
     tool.ComClose.Press();
-    EXPECT_EQ(start.Read("Quillon.cfg"), Lines(save ? Usual(3, "") : Usual(5, " 2 ")));
+    EXPECT_EQ(start.ReadFile("Quillon.cfg"), Lines(save ? Usual(3, "") : Usual(5, " 2 ")));
   }
 }
 
 TEST(Settings, KeepTheirPlacesWhateverIsPastedAndTheNameOfTheirFile) {
   FreshStart start;
-  start.Write("QUILLON.CFG", Lines(Usual()));
+  start.WriteFile("QUILLON.CFG", Lines(Usual()));
   Quillon& tool = start.Start();
   tool.Text1.SetText("3000\n");
   tool.Text2.SetText("30\r\n00");
@@ -160,8 +141,8 @@ TEST(Settings, KeepTheirPlacesWhateverIsPastedAndTheNameOfTheirFile) {
   lines[0] = "3000";
   lines[35] = "30";
   lines[36] = "";
-  EXPECT_EQ(start.Read("QUILLON.CFG"), Lines(lines));
-  for (const auto& entry : std::filesystem::directory_iterator(start.computer.folder))
+  EXPECT_EQ(start.ReadFile("QUILLON.CFG"), Lines(lines));
+  for (const auto& entry : std::filesystem::directory_iterator(start.folder))
     EXPECT_NE(entry.path().filename(), "Quillon.cfg");
 }
 
@@ -170,14 +151,14 @@ TEST(Settings, ThatCannotBeSavedShowABoxBeforeTheEnd) {
   Quillon& tool = start.Start();
   start.MakeFolder("Quillon.cfg");
   Log(tool, "of today");
-  start.computer.onBox = [&](const ShownBox&) {
-    EXPECT_FALSE(start.computer.ended);
-    EXPECT_EQ(start.Read("Log.txt"), "of today\r\n") << "the log is closed first";
+  start.onBox = [&](const ShownBox&) {
+    EXPECT_FALSE(start.ended);
+    EXPECT_EQ(start.ReadFile("Log.txt"), "of today\r\n") << "the log is closed first";
   };
   tool.ComClose.Press();
-  ASSERT_EQ(start.computer.boxes.size(), 1u);
-  EXPECT_THAT(start.computer.boxes[0].text, testing::MatchesRegex("Error #  75\r.*Quillon.cfg.*"));
-  EXPECT_TRUE(start.computer.ended);
+  ASSERT_EQ(start.boxes.size(), 1u);
+  EXPECT_THAT(start.boxes[0].text, testing::MatchesRegex("Error #  75\r.*Quillon.cfg.*"));
+  EXPECT_TRUE(start.ended);
 }
 
 TEST(Stop, CompletesTheLogAndClosesThePortOnce) {
@@ -199,12 +180,12 @@ TEST(Stop, EndsTheProgramWhereItsFolderIsGone) {
   FreshStart start;
   Quillon& tool = start.Start();
   std::error_code kept;
-  std::filesystem::remove_all(start.computer.folder, kept);
+  std::filesystem::remove_all(start.folder, kept);
   if (kept) GTEST_SKIP() << "on this system the open log keeps its folder";
   tool.ComClose.Press();
-  ASSERT_EQ(start.computer.boxes.size(), 1u);
-  EXPECT_THAT(start.computer.boxes[0].text, testing::StartsWith("Error #  53\rFile not found"));
-  EXPECT_TRUE(start.computer.ended);
+  ASSERT_EQ(start.boxes.size(), 1u);
+  EXPECT_THAT(start.boxes[0].text, testing::StartsWith("Error #  53\rFile not found"));
+  EXPECT_TRUE(start.ended);
 }
 
 // The controller is silent: three sends take 3 s, the failure is shown for 2 s.

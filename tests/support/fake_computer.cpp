@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
 #include <random>
 #include <utility>
 
@@ -30,6 +31,16 @@ FakeComputer::FakeComputer() {
 
 FakeComputer::~FakeComputer() {
   if (ownFolder_) std::filesystem::remove_all(folder);
+}
+
+std::string FakeComputer::WriteFile(const std::string& name, const std::string& contents) const {
+  std::ofstream(folder + name, std::ios::binary) << contents;
+  return folder + name;
+}
+
+std::string FakeComputer::ReadFile(const std::string& name) const {
+  std::ifstream file(folder + name, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 double FakeComputer::Now() { return std::chrono::duration<double>(now_).count(); }

@@ -83,6 +83,10 @@ class FakeComputer : public Clock, public Events, public Dialogs, public Screen,
 
   std::string folder;  ///< the program's, ends with a separator; the destructor removes it
 
+  /// Writes a file into the folder and returns its path.
+  std::string WriteFile(const std::string& name, const std::string& contents) const;
+  std::string ReadFile(const std::string& name) const;
+
   Nanoseconds Time() const { return now_; }
 
   // What the program calls.

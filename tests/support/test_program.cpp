@@ -3,7 +3,6 @@
 #include "shell/wiring.h"
 
 #include <cstdio>
-#include <fstream>
 #include <sstream>
 
 namespace quillon::test {
@@ -22,16 +21,6 @@ TestProgram::TestProgram() : tool(computer.AsComputer()) {
 void TestProgram::Tick(std::initializer_list<int> controllers) {
   tool.NONE.Press();
   for (const int number : controllers) tool.C(number).SetValue(CheckBox::kTicked);
-}
-
-std::string TestProgram::Write(const std::string& name, const std::string& contents) {
-  std::ofstream(computer.folder + name, std::ios::binary) << contents;
-  return computer.folder + name;
-}
-
-std::string TestProgram::Read(const std::string& name) const {
-  std::ifstream file(computer.folder + name, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 void TestProgram::ChooseHex(const std::vector<std::string>& lines, const std::string& name) {
@@ -71,6 +60,14 @@ std::vector<int> TestProgram::BoxNumbers() const {
     numbers.push_back(box.text.starts_with(start) ? std::stoi(box.text.substr(start.size())) : 0);
   }
   return numbers;
+}
+
+std::string TestProgram::Settings(const Quillon& tool) {
+  std::string boxes;
+  for (int i = 0; i < kControllers; ++i) boxes += std::to_string(tool.C(i).Value());
+  return tool.Text1.Text() + "|" + tool.ComPort.Text() + "|" + tool.Vitesse.Text() + "|" + boxes + "|" +
+         tool.Text2.Text() + "|" + tool.Protocol.Text() + "|" + std::to_string(tool.ChkProto.Value()) +
+         std::to_string(tool.RUD3.Value());
 }
 
 std::vector<std::string> TestProgram::EndAndReadLog() {

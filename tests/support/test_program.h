@@ -30,9 +30,10 @@ class TestProgram {
 
   void Tick(std::initializer_list<int> controllers);
 
-  /// Writes a file into the program's folder and returns its path.
-  std::string Write(const std::string& name, const std::string& contents);
-  std::string Read(const std::string& name) const;
+  std::string Write(const std::string& name, const std::string& text) {
+    return computer.WriteFile(name, text);
+  }
+  std::string Read(const std::string& name) const { return computer.ReadFile(name); }
 
   /// Writes a HEX file of these lines and chooses it through "&Browse ...".
   void ChooseHex(const std::vector<std::string>& lines, const std::string& name = "image.hex");
@@ -47,6 +48,9 @@ class TestProgram {
 
   /// The numbers of all run-error boxes so far; 0 for any other box.
   std::vector<int> BoxNumbers() const;
+
+  /// All settings in the order of the file, the values of the check boxes run together.
+  static std::string Settings(const Quillon& tool);
 
   /// Ends the program and returns the lines of its log.
   std::vector<std::string> EndAndReadLog();

@@ -1,7 +1,5 @@
 #include "support/witness.h"
 
-#include <algorithm>
-
 namespace quillon::test {
 
 bus::Command CommandOf(const Bytes& frame) {
@@ -30,17 +28,6 @@ bool LogHolds(const std::string& log, const std::vector<SentBytes>& frames, std:
     from = at + 1;
   }
   return true;
-}
-
-Bytes ImageFlash() {
-  Bytes flash(0x10000, 0xFF);
-  const auto put = [&](std::size_t address, const char* digits) {
-    const Bytes data = FromHex(digits);
-    std::copy(data.begin(), data.end(), flash.begin() + static_cast<std::ptrdiff_t>(address));
-  };
-  put(0x0000, "01020304");
-  put(0x2010, "0000000000313200303500333100000020004105");
-  return flash;
 }
 
 }  // namespace quillon::test

@@ -21,7 +21,4 @@ int AddresseeOf(const Bytes& frame);
 /// end. A frame that was sent again at once stands there once.
 bool LogHolds(const std::string& log, const std::vector<SentBytes>& frames, std::size_t& from);
 
-/// The flash of a controller that holds kImage and nothing else.
-Bytes ImageFlash();
-
 }  // namespace quillon::test

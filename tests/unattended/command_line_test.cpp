@@ -1,9 +1,7 @@
 #include <gmock/gmock.h>
 
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QTemporaryDir>
+#include <fstream>
 
 #include "platform/text_file.h"
 #include "support/started_program.h"
@@ -71,17 +69,10 @@ TEST(CommandLine, HandsOnWhatMakesSense) {
 TEST(CommandLine, OverridesTheSettingsOfARecordToResume) {
   const QTemporaryDir folder;
   const QString path = folder.filePath("record.jsonl");
-  const QJsonObject job{
-      {"event", "job"},
-      {"kind", "serial"},
-      {"port", "COM 9"},
-      {"controllers", QJsonArray{3}},
-      {"settings", QJsonObject{{"protocol", "63"}, {"speed", "4800"}}},
-      {"file", QJsonObject{{"path", QUILLON_DEMO_HEX}, {"sha256", Sha256(ReadFile(QUILLON_DEMO_HEX))}}}};
-  QFile file(path);
-  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-  file.write(QJsonDocument(job).toJson(QJsonDocument::Compact) + '\n');
-  file.close();
+  std::ofstream(path.toStdString())
+      << R"({"event":"job","kind":"serial","port":"COM 9","controllers":[3],"settings":{"protocol":"63",)"
+      << R"("speed":"4800"},"file":{"path":")" QUILLON_DEMO_HEX R"(","sha256":")"
+      << Sha256(ReadFile(QUILLON_DEMO_HEX)).toStdString() << "\"}}\n";
   Task task = Read("--speed 9600 --protocol 7 --resume " + path);
   PrepareFiles(task);
   EXPECT_EQ(task.port + "/" + task.speed + "/" + task.protocol, "9/9600/7");
