@@ -48,24 +48,18 @@ TEST(Controller, AnswersByItsState) {
     Bytes answer;
     LineFormat format = k9600;
   } cases[] = {
-      {"Check", kFive, kCheck, kChecked},
       {"CheckLongForm", {.number = 5, .form = AnswerForm::Bytes14}, kCheck, kChecked14},
       {"CheckOtherNumber", kFive, kCheck6, {}},
       {"CheckOtherSpeed", kFive, kCheck, {}, k19200},
       {"CheckEvenParity", kFive, kCheck, {}, {9600, 8, 'E'}},
       {"CheckOtherProtocol", kFive, CloseFrame({0x41, 5, 1, 0x73}), {}},
       {"CheckIn3", kIn3, kCheck, {}},
-      {"EraseIn3", kIn3, Erase(), kAccepts},
-      {"EraseOtherProtocol", kFive, Erase(0xAA, 0x41), {}},
       {"EraseUnknownSpeedChoice", kFive, Erase(0xCC), kRefuses},
       {"BatchNotErased", kFive, kBatch, kRefuses},
       {"ChecksumRight", kFive, kErasedSum, kAccepts},
       {"ChecksumWrongAtTheTop", kFive, kOtherSum, kRefuses},
-      {"Boot", kFive, kBoot, kBooted},
       {"BootOwnOnly", kOwnBoot, kBoot, {}},
       {"BootFixedOnly", kFixedBoot, CloseFrame({0x41, 5, 4, 0x75, 0xAA, 0x55, 0x50}), {}},
-      {"To3", kFive, kTo3, kAccepts},
-      {"To4", kFive, kTo4, {0x68, 0x2F}},
       {"To4OtherNumber", {.number = 6}, kTo4, {}},
   };
   for (const auto& row : cases) {

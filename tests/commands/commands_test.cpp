@@ -172,24 +172,6 @@ TEST(FlashCheck, MarksAnotherTextOfTheChecksumAndTheRedBackgroundStays) {
   EXPECT_EQ(program.computer.beeps, 1);
 }
 
-TEST(Commands, CountAFailureOfTheExchangeAsNoAnswerAfterItsBox) {
-  const char* const kNone = "No Answer red";
-  const std::tuple<Command, const char*, const char*> kCommands[] = {{kCheck, "Quillon Error", kNone},
-                                                                     {kErase, "Quillon Error", kNone},
-                                                                     {kTo3, "Send55", kNone},
-                                                                     {kTo4, "SendP4", " "}};
-  for (const auto& [command, title, row] : kCommands) {
-    CommandProgram program;
-    program.tool.AnswerText = k13;
-    program.computer.beforeOperation = [] { throw RunError(RunError::kDeviceFailed, "gone"); };
-    command(program.tool, 5);
-    EXPECT_EQ(program.computer.boxes,
-              (std::vector<ShownBox>{{"Error #  8020\rgone", title, BoxKind::kRunError}}));
-    EXPECT_EQ(program.Row(5), row);
-    EXPECT_FALSE(program.tool.message.Visible());
-  }
-}
-
 TEST(FullChecksumFrame, CarriesThreeBytesOfTheChecksum) {
   EXPECT_EQ(ToHex(FullChecksumFrame(3, "DEBE4E")), "40030775AA550FDEBE4E0ABC04");
   EXPECT_EQ(ToHex(FullChecksumFrame(3, "A1B1C")), "40030775AA550FA1B10C863D04") << "a digit stands alone";

@@ -156,6 +156,8 @@ TEST(ChosenFile, AllowsDownloadsBesideAProtocolUntilEmptied) {
   EXPECT_TRUE(program.tool.ComLoad.Enabled() && program.tool.ComLoad00.Enabled());
   program.tool.FileName.SetText("");
   EXPECT_FALSE(program.tool.ComLoad.Enabled() || program.tool.ComLoad00.Enabled());
+  program.tool.Protocol.SetText("64");
+  EXPECT_FALSE(program.tool.ComLoad.Enabled() || program.tool.ComLoad00.Enabled());
   EXPECT_EQ(program.tool.FileCheksum.Text() + program.tool.FileName.ToolTip(), "");
   EXPECT_FALSE(program.tool.useBB.Ticked() || program.tool.useBB.Visible());
 }

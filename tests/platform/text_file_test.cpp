@@ -85,14 +85,6 @@ TEST_F(FileTest, IsReadByteForByteOrFailsWithANumberOfItsOwn) {
   EXPECT_EQ(FailureNumber([&] { ReadFile(kDevice); }), 75);
 }
 
-TEST_F(FileTest, IsFoundWhateverTheCaseOfItsName) {
-  EXPECT_EQ(PathInFolder(folder, "Boot.ini"), folder + "Boot.ini");
-  program.Write("BOOT.INI", "loud");
-  EXPECT_EQ(ReadFile(PathInFolder(folder, "Boot.ini")), "loud");
-  program.Write("Boot.ini", "exact");
-  EXPECT_EQ(ReadFile(PathInFolder(folder, "Boot.ini")), "exact");
-}
-
 TEST_F(FileTest, IsReplacedWholeOrNotAtAll) {
   program.Write("a.cfg", "old and longer");
   ReplaceFile(folder + "a.cfg", "new");

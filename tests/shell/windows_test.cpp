@@ -6,22 +6,6 @@
 namespace quillon::test {
 namespace {
 
-TEST(Buttons, AreEnabledByProtocolAndFile) {
-  TestProgram program;
-  Quillon& tool = program.tool;
-  for (const char* protocol : {"", "63", "x"}) {
-    for (const char* checksum : {"", "1E02"}) {
-      tool.FileCheksum.SetText(checksum);
-      for (const char* typed : {"", "6", protocol}) tool.Protocol.SetText(typed);
-      const bool others = *protocol;
-      const bool downloads = *protocol && *checksum;
-      for (const auto* button : {&tool.ComLoad, &tool.ComLoad00}) EXPECT_EQ(button->Enabled(), downloads);
-      for (const auto* button : {&tool.Auto, &tool.ComInfo, &tool.ComBoot})
-        EXPECT_EQ(button->Enabled(), others);
-    }
-  }
-}
-
 TEST(ProtocolNumber, IsOneMoreThanTheBoxSays) {
   TestProgram program;
   const std::pair<const char*, int> kTexts[] = {{"0", 1}, {"254", 255}, {"255", -6}, {"-1", -6}, {"", -13}};

@@ -86,10 +86,6 @@ class RunProgram : public TestProgram {
     return numbers;
   }
 
-  void TickFirst(int count) {
-    for (int i = 0; i < kControllers; ++i) tool.C(i).SetValue(i < count ? 1 : 0);
-  }
-
  private:
   static std::string Token(const Bytes& frame) {
     constexpr const char* kNames[] = {"Check", "Erase", "Batch", "Sum", "Boot", "To3:", "To4:"};
