@@ -43,6 +43,8 @@ void Add(QObject& owner, std::function<void()> work) {
   if (Queue().size() == 1) QueueTimer().start(kFramePeriod);
 }
 
+bool IsPending() { return !Queue().empty(); }
+
 void Do() {
   if (Queue().empty()) return;
   QueueTimer().stop();

@@ -14,6 +14,9 @@ namespace deferred_paint {
 /// Queues `work`. It is dropped if `owner` is destroyed first.
 void Add(QObject& owner, std::function<void()> work);
 
+/// Whether an update is queued.
+bool IsPending();
+
 /// Runs all queued work, layout and painting included, without handling any input of the operator.
 void Do();
 

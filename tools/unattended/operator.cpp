@@ -13,6 +13,7 @@
 #include <QMessageBox>
 #include <utility>
 
+#include "desktop/deferred_paint.h"
 #include "forms/quillon.h"
 #include "platform/run_error.h"
 #include "platform/text_file.h"
@@ -256,7 +257,8 @@ void Operator::OnBox(QMessageBox& box) {
 /// The run checks a pressed Cancel only now and then, and each part of a run opens the progress window again:
 /// so Cancel is pressed as long as the window shows. Pressing it again has no effect.
 void Operator::OnLook() {
-  if (std::exchange(statusChanged_, false)) SaveScreenshot(kProgress);
+  // A status line is painted some milliseconds later than the symbol beside it.
+  if (!deferred_paint::IsPending() && std::exchange(statusChanged_, false)) SaveScreenshot(kProgress);
   ShowProgress();
   if ((giveUp_ || console::Interrupted()) && Shows(kProgress)) Press(kProgress, "Cancel");
 }
