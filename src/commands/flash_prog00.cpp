@@ -67,8 +67,7 @@ void ConfirmImage(Quillon& form, int controller) {
 
 }  // namespace
 
-// By reference, like the number of every command. It is not changed here.
-void FlashProg00(Quillon& form, int& controller) {
+void FlashProg00(Quillon& form, int controller) {
   const PhaseScope phase(form, controller, Phase::kProgram);
   Try(form, [&] {
     Log(form, "******** PROGRAMMATION DU CTRL " + std::to_string(controller) + " **********");

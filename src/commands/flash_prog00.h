@@ -8,6 +8,6 @@ namespace quillon {
 // sent. So no delay is needed, but the tool waits 0.5 s for the end of each answer.
 
 /// Sends the image to one controller, then the full checksum. The first failure ends the pass.
-void FlashProg00(Quillon& form, int& controller);
+void FlashProg00(Quillon& form, int controller);
 
 }  // namespace quillon

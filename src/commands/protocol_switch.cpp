@@ -5,7 +5,8 @@
 //              68 2F                   its answer
 //     4 to 3   40 05 01 55 .. .. 04    the message $55 in a frame, acknowledged by the code 61
 //
-// The texts of the second one contain "Sending p4" too. Operators and scripts depend on them.
+// Operators and scripts depend on the texts, which must not change: "p4 => RUD3" in the log means the command
+// p4, sent to a controller on protocol 3. The texts of the other change also contain "Sending p4".
 #include "commands/protocol_switch.h"
 
 #include "commands/acknowledge.h"

@@ -11,7 +11,7 @@
 
 namespace quillon {
 
-std::optional<int> AnswerNumbers::Count(int asked, const Bytes& answer) {
+std::optional<int> AnswerNumbers::Add(int asked, const Bytes& answer) {
   constexpr std::size_t kShortAnswerBytes = 2;  // the short answer contains no number
   if (answer.size() <= kShortAnswerBytes) return std::nullopt;
   const int number = answer[1];

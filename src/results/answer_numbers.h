@@ -12,9 +12,9 @@ namespace quillon {
 /// number that was asked, or two answers contain different other numbers.
 class AnswerNumbers {
  public:
-  /// Counts an intact answer to a frame to controller `asked`. Returns the number of another controller, 0 to
+  /// Adds an intact answer to a frame to controller `asked`. Returns the number of another controller, 0 to
   /// 31, when the answer contains one.
-  std::optional<int> Count(int asked, const Bytes& answer);
+  std::optional<int> Add(int asked, const Bytes& answer);
 
   /// Whether another number is evidence in this run.
   bool OtherNumbersAreEvidence() const {

@@ -57,7 +57,7 @@ void RunResults::On(const SpeedChanged&) { speedChanged_ = true; }
 
 void RunResults::On(const AnswerReceived& event) {
   if (event.judgement != Judgement::kGood) return;
-  if (const auto other = numbers_.Count(event.controller, event.bytes))
+  if (const auto other = numbers_.Add(event.controller, event.bytes))
     At(event.controller).otherController = other;
 }
 

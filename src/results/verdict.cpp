@@ -3,7 +3,7 @@
 //
 //     FailureOf         it was not asked or not read, an exchange failed, or its checksum is not the file's
 //     ContradictionOf   nothing failed, but pieces of the evidence disagree
-//     GradeOf           a good result, and how strong the evidence for it is
+//     GradeOf           nothing failed or disagrees: how strong the evidence is, or too weak
 //
 // `row` in the evidence is what the table `Info` shows for the controller. verdict.h has a table of all
 // verdicts.
@@ -44,7 +44,7 @@ Verdict JudgeRefusal(const Evidence& evidence) {
       return Bad("refused", "it refused a batch", kLoadAgain);
     case Command::kFullChecksum:
       return Bad("refused", "it refused the full checksum", kLoadAgain);
-    default:  // the erase, or a change of the protocol
+    default:  // the erase, or a change of the protocol: scripts depend on one word for both
       return Bad("erase-refused", "it refused the command" + DownloadState(evidence),
                  "switch its power off and on, then try again");
   }

@@ -37,7 +37,7 @@ SearchResult CheckDownload(Quillon& form, int& controller) {
   const auto check = [&] { return CheckProgrammed(form, controller); };
   return SearchSpeed(
       form, controller, check,
-      {.phase = Phase::kCheck, .onFailure = OnFailure::kContinue, .searchFor = SearchFor::kAnyController});
+      {.phase = Phase::kCheck, .onFailure = OnFailure::kContinue, .stopsFor = StopsFor::kNothing});
 }
 
 /// Returns kEnd after Cancel, or when the controller did not acknowledge the erase at any speed.
@@ -50,8 +50,7 @@ Next DownloadTo(Quillon& form, int& controller) {
 
   // The erased controller expects the download speed, unless `useBB` made it keep the current one.
   if (!form.useBB.Ticked()) Try(form, [&] { SetLine(form, form.DownloadSettings); });
-  int copy = controller;  // FlashProg00 takes a reference, and must not move the loop over the controllers
-  FlashProg00(form, copy);
+  FlashProg00(form, controller);
   Try(form, [&] { FlushInput(form); });
   if (form.AbortRequested) return Next::kEnd;
 

@@ -61,7 +61,7 @@ SearchResult SearchSpeed(Quillon& form, int controller, const std::function<bool
   ResetTriedSpeeds(form);
   for (;;) {
     RunStep(form, search.onFailure, [&] { ApplySpeed(form); });
-    if (search.searchFor == SearchFor::kTicked && !TakesPart(form, controller)) return SearchResult::kSkipped;
+    if (search.stopsFor == StopsFor::kOperator && !TakesPart(form, controller)) return SearchResult::kSkipped;
     if (!phase) phase.emplace(form, controller, search.phase);
     if (command()) return SearchResult::kSucceeded;
     if (!NextUntriedSpeed(form)) return SearchResult::kNoSpeedLeft;

@@ -31,10 +31,10 @@ bool NextUntriedSpeed(Quillon& form);
 /// Whether the controller is ticked and the run is not cancelled. Both can change during each exchange.
 bool TakesPart(const Quillon& form, int controller);
 
-/// The controllers for which a command is executed.
-enum class SearchFor {
-  kTicked,         ///< those that take part (TakesPart)
-  kAnyController,  ///< also unticked ones, and after Cancel
+/// What ends a search before it succeeds.
+enum class StopsFor {
+  kOperator,  ///< Cancel, or the controller was unticked (TakesPart)
+  kNothing,
 };
 
 /// The colour of a failure in the controller's row while the next speed is tried.
@@ -43,7 +43,7 @@ enum class FailedRow { kBlack, kRed };
 struct Search {
   Phase phase;                               ///< the phase that the run events report
   OnFailure onFailure = OnFailure::kEndRun;  ///< when the device refuses a speed
-  SearchFor searchFor = SearchFor::kTicked;
+  StopsFor stopsFor = StopsFor::kOperator;
   FailedRow failedRow = FailedRow::kBlack;
 };
 

@@ -139,7 +139,7 @@ void MeasureTimes(const MeasuredController& controller, Symptoms& times) {
     last.push_back(question.lastByte);
     times.length = question.bytes.size();
     times.byteTime += question.lastByte - question.firstByte;
-    times.shareTogether += question.bytesInGroups;
+    times.shareTogether += question.bytesWithPrevious;
     steps += static_cast<double>(times.length - 1);
   }
   if (first.empty()) return;
@@ -179,7 +179,7 @@ Symptoms FindSymptoms(const MeasuredController& controller, const LinePlan& plan
   const Bytes reference = intact.empty() ? Bytes{} : intact.front().bytes;
   symptoms.damagedAt.assign(reference.size(), 0);
   for (const Question& question : intact)
-    symptoms.otherNumbers += numbers.Count(controller.number, question.bytes).has_value();
+    symptoms.otherNumbers += numbers.Add(controller.number, question.bytes).has_value();
   std::map<Bytes, int> damaged;
   for (const Question& question : controller.questions) {
     if (question.reply != LineReply::kDamaged) continue;

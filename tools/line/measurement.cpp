@@ -125,7 +125,7 @@ struct LineCheck {
       // frameEnds is computed for a real line. A simulated line or an echo can be earlier than that.
       question.lastByte = std::max(0.0, clock.Now() - frameEnds);
       if (bytes.empty()) question.firstByte = question.lastByte;
-      question.bytesInGroups += static_cast<int>(read.size()) - 1;
+      question.bytesWithPrevious += static_cast<int>(read.size()) - 1;
       bytes.insert(bytes.end(), read.begin(), read.end());
       if (!BeginAlike(bytes, frame)) {  // not an echo
         until = std::min(until, frameEnds + question.firstByte + kAnswerPause);
@@ -133,7 +133,7 @@ struct LineCheck {
         ++result.echoes;
         bytes.erase(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(frame.size()));
         question.firstByte = question.lastByte;
-        question.bytesInGroups = std::max(0, static_cast<int>(bytes.size()) - 1);
+        question.bytesWithPrevious = std::max(0, static_cast<int>(bytes.size()) - 1);
       }
     }
   }

@@ -28,7 +28,7 @@ struct Question {
   Bytes bytes;  ///< all bytes received until the end of the pause, without an echo
   double firstByte = 0;
   double lastByte = 0;
-  int bytesInGroups = 0;  ///< bytes received at the same moment as the byte before
+  int bytesWithPrevious = 0;  ///< bytes received in the same read as the byte before
 };
 
 struct MeasuredController {

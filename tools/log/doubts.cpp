@@ -1,8 +1,9 @@
 // Finds answers that are intact but doubtful, so that a reader of a long log finds them: an answer from
-// another controller, a final refusal, or a checksum "as sent" of a controller that is not good. For each
-// run, Mark first counts the numbers in all answers: controllers that send a fixed value there can't be
-// told apart by it. Then it collects the evidence about each controller, message by message, and asks the
-// tool's own code for the verdict (results/verdict.h).
+// another controller, a final refusal, or a checksum "as sent" of a controller that is not good. Mark reads a
+// run twice. Each answer has a field with the number of its sender, but some controllers always send the same
+// value there. So the first pass counts these numbers to find out whether they can be trusted in this run.
+// The second pass collects the evidence about each controller, message by message, and calls Judge
+// (results/verdict.h), as the window does for the tool tips of its rows.
 #include "log/doubts.h"
 
 #include <functional>
@@ -45,7 +46,7 @@ class RunDoubts {
     if (message.controller == kNoController || message.request == RequestKind::kDetection) return;
     ForEachAnswer(message, [&](LogEntry& entry, const Answer& answer) {
       if (answer.verdict == AnswerVerdict::kDamaged) return;
-      const auto other = numbers_.Count(message.controller, BytesOf(log_, entry));
+      const auto other = numbers_.Add(message.controller, BytesOf(log_, entry));
       if (other) foreignAnswers_.emplace_back(&entry, *other);
       if (other) evidence_[message.controller].otherController = other;
     });
@@ -72,9 +73,11 @@ class RunDoubts {
   }
 
   /// Adds the verdict on the controller to the answers of a check that reports the checksum that was sent.
-  void NoteVerdict(const LoggedMessage& check, Evidence& evidence) {
+  /// `evidence` is a copy: what is set here applies to this verdict only.
+  void NoteVerdict(const LoggedMessage& check, Evidence evidence) {
     // The tool sends the full checksum after the last batch. So the log of a serial download contains all
-    // batches unless its beginning, and with it the erase, is cut off.
+    // batches unless its beginning, and with it the erase, is cut off. With 0 batches the verdict does not
+    // claim that each was acknowledged.
     if (evidence.erasure != Erasure::kDone) evidence.batches = 0;
     evidence.kind = RunKind::kParallel;  // also for a serial download; the two are judged alike
     evidence.row = RowContent::kFlash;

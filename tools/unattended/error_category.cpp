@@ -31,7 +31,8 @@ ErrorCategory BoxCategory(int number, const QString& text) {
     case RunError::kDeviceFailed:
     case RunError::kInvalidPropertyValue:
       return ErrorCategory::kPort;
-    case RunError::kPermissionDenied:
+    case RunError::kPermissionDenied:  // of a port: "..., you have no right to COM 33 ..."
+                                       // (system_line_*.cpp)
       return text.contains(" right to COM ") ? ErrorCategory::kPort : ErrorCategory::kFile;
     case RunError::kSubscriptOutOfRange:  // no row of the table for that controller
       return ErrorCategory::kController;
