@@ -46,8 +46,9 @@ constexpr char kFooter[] = R"(CONTROLLERS
     bootprotocol=either|own|64
                              protocol byte that $75/$50 must contain
     metadata=find|2020|008B|none
-                             where images contain speed, protocol and
-                             version
+                             address, in a loaded image, of its speed,
+                             protocol and version; find: where it has
+                             them; none: an image changes none of these
     protocol3=1              is in protocol 3: answers $73 after the text
                              frame
 
@@ -56,8 +57,10 @@ FAULTS
   number or a range such as 0-31:
 
     KIND       silent, dead (silent for good), late=MS, corrupt (wrong
-               CRC), code=XX (hexadecimal), length=BYTES, short[=BYTES],
-               echo, lost-batch
+               CRC), code=XX (answers this code, hexadecimal),
+               length=BYTES (an intact answer of this length),
+               short[=BYTES] (an answer that ends early), echo (the
+               question instead of an answer), lost-batch
     COMMAND    check, erase, batch, checksum, boot, 55, text; all when
                omitted
     @2         message 2 only; @2-4: messages 2 to 4; @2-: from message 2

@@ -24,7 +24,7 @@ namespace {
 /// the run reads the flash next, and the row then shows the result.
 bool SendBatch(Quillon& form, int controller, const Bytes& frame) {
   ExchangeResult result{};
-  const int erased = 1;  // for the error text if the serial device fails
+  const int erased = 1;  // controller: if the device fails, the box says how many are left erased
   WhileErased(erased, [&] { result = SendForAcknowledge(form, Command::kBatch, controller, frame); });
   if (result == ExchangeResult::kAnswered) Log(form, "Answer : 61");
   if (result == ExchangeResult::kRefused) {

@@ -7,9 +7,9 @@
 //     :10 0080 00 ...16 bytes      begins the next batch, as does a line with any other address
 //
 // 112 bytes leave space for one more line of usual length: with lines of 16 bytes, a batch has at most 128
-// bytes and its frame 140. A line that does not fit the batch begins the next one. This includes the end
-// record of the file. After a batch with space the end record is read and dropped. After a full batch it is
-// read as the next batch: an address without data, which is sent like any other.
+// bytes and its frame 140. The end record of the file has the address 0000. If it is read while the batch has
+// space, it ends the batch and is dropped with the end of the file. If the last batch is full, it is read as
+// a batch of its own: an address without data, which is sent like any other.
 #include "image/batch_reader.h"
 
 #include <utility>

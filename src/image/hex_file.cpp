@@ -34,8 +34,8 @@ std::string FileNameOf(const std::string& path) {
   return system_files::NameOf(system_files::PathOf(path).filename());
 }
 
-/// Stores the first fault of the file in `fileFault`. A file that can't be read has none here: the run
-/// reports it.
+/// Stores the first fault of the file in `fileFault`. A file that can't be read has none here:
+/// AnalyseHexFile has shown a box, and a download reads it again.
 void FindFault(Quillon& form) {
   form.fileFault.clear();
   if (form.FileCheksum.Text().empty()) return;

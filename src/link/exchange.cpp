@@ -58,8 +58,8 @@ struct Received {
 struct Exchange {
   const Bytes& frame;
   ShortAnswer shortAnswer;
-  /// The number of the addressed controller. The text "p400:4/", the only frame with a short answer, has an
-  /// address that is larger by kTextFrameAddressOffset.
+  /// The number of the addressed controller. In the frame 40 23 "p400:4/", the only one with a short answer,
+  /// the address byte 23 is the number of controller 5 + kTextFrameAddressOffset.
   int Controller() const {
     return shortAnswer == ShortAnswer::kIsGood ? frame[1] - kTextFrameAddressOffset : frame[1];
   }
@@ -102,7 +102,7 @@ ExchangeResult JudgeAnswer(Quillon& form, const Exchange& exchange, const Receiv
 }  // namespace
 
 bool CrcMatches(const Bytes& received) {
-  constexpr std::size_t kCrcAndEndByte = 3;
+  constexpr std::size_t kCrcAndEndByte = 3;  // a frame ends with 04, which occurs in its data too
   if (received.size() < kCrcAndEndByte) return false;
   return DigitsOf(std::span(received).last(kCrcAndEndByte).first(2)) ==
          FrameCrc(ByteArrayToHex(CrcPart(received)));
@@ -138,7 +138,8 @@ ExchangeResult SendFrame(Quillon& form, const Bytes& frame, std::string& answer,
     form.MSComm1.SetInputLen(0);
     Received received;
     if (AwaitAnswer(form, exchange, timeout, received) == WaitResult::kCancelled)
-      return ExchangeResult::kNoAnswer;  // for the operator; ReplyOf reports kCancelled to observers
+      return ExchangeResult::kNoAnswer;  // rows and log show it like silence; run events say kCancelled
+                                         // (ReplyOf)
     result = JudgeAnswer(form, exchange, received, answer);
     if (result == ExchangeResult::kAnswered) break;
   }

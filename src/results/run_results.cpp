@@ -21,6 +21,7 @@ std::vector<int> RunResults::Controllers() const {
 
 Evidence RunResults::EvidenceOf(int controller) const {
   Evidence evidence = evidence_[static_cast<std::size_t>(controller)];
+  // Some controllers put a fixed value where an answer should contain the number of its sender.
   if (!numbers_.OtherNumbersAreEvidence()) evidence.otherController.reset();
   return evidence;
 }

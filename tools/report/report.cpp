@@ -43,7 +43,8 @@ QString VerdictText(const ControllerRecord& controller) {
   return controller.verdict + (controller.evidence.isEmpty() ? "" : " (" + controller.evidence + ")");
 }
 
-/// The note on a controller that is not good. Controllers with the same text share one note.
+/// The note on a controller that is not good. `gap` names the batches that may be missing in its flash.
+/// Controllers with the same text share one note.
 QString NoteOf(const ControllerRecord& controller) {
   if (controller.good) return "";
   QStringList parts{VerdictText(controller), controller.reason, controller.gap, controller.advice};
@@ -69,7 +70,7 @@ QString SettingsText(const JobRecord& record) {
   constexpr std::pair<const char*, const char*> kTexts[] = {{"speed", "%1 bit/s"},
                                                             {"timeout", "time-out %1 ms"},
                                                             {"delay", "delay %1 ms"},
-                                                            {"questions", "%1 questions"},
+                                                            {"questions", "%1 questions each"},
                                                             {"protocol", "protocol %1"}};
   QJsonObject settings = record.job["settings"].toObject();
   if (record.Kind() != "parallel") settings.remove("delay");
@@ -101,7 +102,7 @@ void AddFacts(const JobRecord& record, const QString& name, Report& report) {
                   QString(", %1 s, %2")
                       .arg(record.seconds, 0, 'f', 1)
                       .arg(record.ending.isEmpty() ? "cut" : record.ending));
-  add("Cut", record.cut);
+  add("Cut", record.cut);  // where a crash or a power failure ended the record; "" for a complete one
   add("By", record.job["by"].toString());
   if (!file.isEmpty()) {
     add("File", QString("%1: %2 bytes, %3 batches, checksum %4")
@@ -154,7 +155,7 @@ Report MakeReport(const JobRecord& record, const QString& name, const KnownFirmw
   }
   report.summary = QString("%1 of %2 controllers are good.").arg(good).arg(record.controllers.size());
   report.notes += firmwareNotes;
-  if (!record.gaps.isEmpty()) report.notes.push_back(record.gaps);
+  if (!record.gaps.isEmpty()) report.notes.push_back(record.gaps);  // what the gaps have in common
   return report;
 }
 

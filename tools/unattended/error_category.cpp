@@ -37,7 +37,7 @@ ErrorCategory BoxCategory(int number, const QString& text) {
     case RunError::kSubscriptOutOfRange:  // no row of the table for that controller
       return ErrorCategory::kController;
     case 0:  // a message box without a number: only its text differs
-      if (text == "send p4 OK!!!") return ErrorCategory::kNone;
+      if (text == "send p4 OK!!!") return ErrorCategory::kNone;  // a controller was moved to protocol 4
       return text == "File not Found!" ? ErrorCategory::kFile : ErrorCategory::kController;
     default:
       // An error of a file, or a number out of range, which came from the settings or the image.

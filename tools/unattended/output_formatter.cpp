@@ -19,7 +19,7 @@ namespace {
 constexpr int kProgressWidth = 79;  // the narrowest terminals have 80 columns
 constexpr std::size_t kMostWaitingForStatus = 1 << 20;
 constexpr std::chrono::milliseconds kLongestWait(4500);
-constexpr std::chrono::milliseconds kErrorWait(500);  // after kLongestWait, so that both are five seconds
+constexpr std::chrono::milliseconds kErrorWait(500);  // after kLongestWait: five seconds together
 const QString kTimeColumn(10, ' ');                   // "   1.204  "
 
 /// Replaces the progress line on the screen by `text`. A carriage return moves to the beginning of the line.
