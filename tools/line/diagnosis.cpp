@@ -11,7 +11,6 @@
 #include <climits>
 #include <cmath>
 #include <map>
-#include <ranges>
 
 #include "link/exchange.h"
 #include "results/answer_numbers.h"
@@ -91,8 +90,10 @@ constexpr Cause kCauses[] = {
     {"", kGood, [](auto&) { return true; }, "all answers are intact and in time", ""},
 };
 
-auto IntactAnswers(const MeasuredController& controller) {
-  return controller.questions | std::views::filter([](auto& q) { return q.reply == LineReply::kGood; });
+std::vector<Question> IntactAnswers(const MeasuredController& controller) {
+  std::vector<Question> intact = controller.questions;
+  std::erase_if(intact, [](const Question& question) { return question.reply != LineReply::kGood; });
+  return intact;
 }
 
 /// Whether an answer lacks only its first byte. That is the protocol byte, as in the question: with it the
@@ -175,7 +176,7 @@ Symptoms FindSymptoms(const MeasuredController& controller, const LinePlan& plan
                     controller.otherSpeed};
   CountAnswers(controller, plan.timeout, symptoms);
   MeasureTimes(controller, symptoms);
-  auto intact = IntactAnswers(controller);
+  const std::vector<Question> intact = IntactAnswers(controller);
   const Bytes reference = intact.empty() ? Bytes{} : intact.front().bytes;
   symptoms.damagedAt.assign(reference.size(), 0);
   for (const Question& question : intact)
@@ -187,7 +188,8 @@ Symptoms FindSymptoms(const MeasuredController& controller, const LinePlan& plan
     symptoms.mostFrequentDamage = std::max(symptoms.mostFrequentDamage, ++damaged[bytes]);
     if (LacksFirstByte(bytes, plan.protocolByte)) {
       ++symptoms.lostStarts;
-    } else if (!std::ranges::search(bytes, reference).empty()) {
+    } else if (!reference.empty() &&
+               std::search(bytes.begin(), bytes.end(), reference.begin(), reference.end()) != bytes.end()) {
       ++symptoms.extras;
     } else if (bytes.size() == reference.size()) {
       CompareBytes(bytes, reference, symptoms);

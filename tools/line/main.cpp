@@ -212,7 +212,6 @@ int main(int argc, char** argv) {
     if (const auto answered = ReadCommandLine(options)) return *answered;
     return static_cast<int>(Run(std::move(options), output));
   });
-  constexpr std::chrono::seconds kLongestWait(5);
-  if (output.Finish(std::chrono::steady_clock::now() + kLongestWait)) return status;
+  if (output.Finish(std::chrono::steady_clock::now() + std::chrono::seconds(5))) return status;
   std::_Exit(kFileStatus);
 }
