@@ -22,8 +22,6 @@
 namespace quillon {
 namespace {
 
-constexpr int kLastController = kControllers - 1;
-
 struct KnownStep {
   const char* name;
   RunKind kind;
