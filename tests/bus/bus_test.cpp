@@ -54,6 +54,8 @@ TEST(Controller, AnswersByItsState) {
       {"CheckEvenParity", kFive, kCheck, {}, {9600, 8, 'E'}},
       {"CheckOtherProtocol", kFive, CloseFrame({0x41, 5, 1, 0x73}), {}},
       {"CheckIn3", kIn3, kCheck, {}},
+      {"EraseIn3", kIn3, Erase(), kAccepts},
+      {"EraseOtherProtocol", kFive, Erase(0xAA, 0x41), {}},
       {"EraseUnknownSpeedChoice", kFive, Erase(0xCC), kRefuses},
       {"BatchNotErased", kFive, kBatch, kRefuses},
       {"ChecksumRight", kFive, kErasedSum, kAccepts},

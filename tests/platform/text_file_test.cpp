@@ -106,7 +106,7 @@ TEST_F(FileTest, IsReplacedWholeOrNotAtAll) {
 }
 
 TEST_F(FileTest, HasOneWriterAndTheSecondLeavesItAlone) {
-  const std::string path = folder + "log.txt";
+  const std::string path = folder + "lines.txt";
   TextWriter first;
   first.Open(path);
   first.WriteLine("of the first");
@@ -114,9 +114,9 @@ TEST_F(FileTest, HasOneWriterAndTheSecondLeavesItAlone) {
   EXPECT_EQ(FailureNumber([&] { second.Open(path); }), 70);
   second.WriteLine("of the second");
   first.Close();
-  EXPECT_EQ(program.Read("log.txt"), "of the first\r\n");
+  EXPECT_EQ(program.Read("lines.txt"), "of the first\r\n");
   second.Open(path);
-  EXPECT_EQ(program.Read("log.txt"), "");
+  EXPECT_EQ(program.Read("lines.txt"), "");
 #ifndef _WIN32
   for (const int failure : {ENOLCK, ENOSYS, EOPNOTSUPP}) {
     lockFailure = failure;
